@@ -1,0 +1,72 @@
+// Bitboards: 64 bits, bit n for square n; counting, scanning and prefetching.
+#pragma once
+
+#include <bit>
+#include <cstdint>
+
+#include "board/square.h"
+
+namespace tarvonel
+{
+
+using bitboard = std::uint64_t;
+
+inline constexpr bitboard fileABits = 0x0101010101010101;
+inline constexpr bitboard fileHBits = fileABits << fileH;
+inline constexpr bitboard rank1Bits = 0xFF;
+inline constexpr bitboard rank8Bits = rank1Bits << 56;
+
+constexpr bitboard bit(int square) { return bitboard{1} << square; }
+constexpr bitboard fileBits(int file) { return fileABits << file; }
+constexpr bitboard rankBits(int rank) { return rank1Bits << (8 * rank); }
+
+/// Number of set bits: the processor's instruction where the build may use it.
+constexpr int popCount(bitboard bits)
+{
+#if defined(__POPCNT__) || defined(__ARM_NEON)
+    return std::popcount(bits);
+#else
+    bits -= (bits >> 1) & 0x5555555555555555;
+    bits = (bits & 0x3333333333333333) + ((bits >> 2) & 0x3333333333333333);
+    bits = (bits + (bits >> 4)) & 0x0F0F0F0F0F0F0F0F;
+    return static_cast<int>((bits * fileABits) >> 56);
+#endif
+}
+
+constexpr bool moreThanOne(bitboard bits) { return (bits & (bits - 1)) != 0; }
+constexpr bool exactlyOne(bitboard bits) { return bits != 0 && !moreThanOne(bits); }
+
+/// The lowest and the highest square of a set that is not empty.
+constexpr int lowestSquare(bitboard bits) { return std::countr_zero(bits); }
+constexpr int highestSquare(bitboard bits) { return 63 - std::countl_zero(bits); }
+
+/// Takes the lowest square out of a set that is not empty and returns it.
+constexpr int popLowest(bitboard &bits)
+{
+    const int square = lowestSquare(bits);
+    bits &= bits - 1;
+    return square;
+}
+
+/// All squares one rank ahead in the direction of `Side`; what leaves the board is dropped.
+template <colour Side> constexpr bitboard shiftForward(bitboard bits) { return Side == white ? bits << 8 : bits >> 8; }
+
+/// Squares attacked by pawns of `Side`, by 7 or by 9 alone and both together. Towards the higher
+/// square numbers white's 9 leads to the file on the right; black's 9 leads back to the left.
+template <colour Side> constexpr bitboard pawnAttacksBy9(bitboard pawns)
+{
+    return Side == white ? (pawns & ~fileHBits) << 9 : (pawns & ~fileABits) >> 9;
+}
+template <colour Side> constexpr bitboard pawnAttacksBy7(bitboard pawns)
+{
+    return Side == white ? (pawns & ~fileABits) << 7 : (pawns & ~fileHBits) >> 7;
+}
+template <colour Side> constexpr bitboard pawnAttackSet(bitboard pawns)
+{
+    return pawnAttacksBy9<Side>(pawns) | pawnAttacksBy7<Side>(pawns);
+}
+
+/// Brings the cache line at `address` nearer; never faults.
+inline void prefetch(const void *address) { __builtin_prefetch(address); }
+
+} // namespace tarvonel

@@ -1,0 +1,30 @@
+// Zobrist keys: `key` of a whole position, `pawnKey` of pawns and kings.
+#pragma once
+
+#include <cstdint>
+
+#include "board/pos.h"
+
+namespace tarvonel
+{
+
+inline constexpr int castlingSets = 16;
+
+struct zobristKeys
+{
+    std::uint64_t piece[pieceKinds][squareCount]; ///< by piece code - 2 and square
+    std::uint64_t castling[castlingSets];         ///< by the set of rights; the empty set has a key too
+    std::uint64_t enPassant[8];                   ///< by the file of a pawn that made a double step
+    std::uint64_t side;                           ///< in the key when black is to move
+};
+
+/// The same values in every run.
+extern const zobristKeys keys;
+
+inline std::uint64_t pieceKey(int code, int square) { return keys.piece[code - firstPieceCode][square]; }
+
+/// The full computations, for a position at ply 0 (rights and en passant are read from info[0]).
+std::uint64_t computeKey(const pos &position);
+std::uint64_t computePawnKey(const pos &position);
+
+} // namespace tarvonel
