@@ -1,0 +1,84 @@
+// What earlier searches learned about a position, shared by all workers.
+//
+// A cluster is one cache line: the data words of its four slots, then their key words.
+//
+//   data word   0-31 move | 32-47 value | 48-55 depth | 56-57 bound | 58-63 age
+//   key word    the position's whole 64-bit key
+//
+// A data word of 0 is an empty slot. The cluster number is the low bits of the key.
+//
+// Threads: each word is read and written whole, relaxed, with no lock. A reader can meet one
+// entry's key with another's data; that is why a table move is tested before it is played.
+// Resizing, clearing and ageing happen between searches only.
+#pragma once
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+
+#include "board/bits.h"
+#include "board/moveCode.h"
+
+namespace tarvonel
+{
+
+enum ttBound : int
+{
+    boundNone = 0,
+    boundUpper = 1, ///< true score <= value
+    boundLower = 2, ///< true score >= value
+    boundExact = 3,
+};
+
+inline constexpr int ttSlots = 4;
+inline constexpr std::uint64_t ttClustersPerMegabyte = 16384;
+inline constexpr int ttAges = 64;
+
+struct alignas(64) ttCluster
+{
+    std::atomic<std::uint64_t> data[ttSlots];
+    std::atomic<std::uint64_t> key[ttSlots];
+};
+static_assert(sizeof(ttCluster) == 64);
+
+extern ttCluster *ttTable;
+extern std::uint64_t ttMask; ///< number of clusters - 1; the number is a power of two
+extern std::uint8_t ttAge;   ///< 0 to 63
+
+/// A data word taken apart. A miss reads as `boundNone`.
+struct ttEntry
+{
+    std::uint64_t word;
+
+    moveCode move() const { return static_cast<moveCode>(word); }
+    int value() const { return static_cast<std::int16_t>(word >> 32); }
+    int depth() const { return static_cast<std::int8_t>(word >> 48); }
+    ttBound bound() const { return static_cast<ttBound>(word >> 56 & 3); }
+    int age() const { return static_cast<int>(word >> 58); }
+    bool isHit() const { return bound() != boundNone; }
+};
+
+/// Replaces the table by one of `megabytes` MiB, rounded up to a power of two, all slots empty.
+/// Halves the size until the memory can be had; returns the megabytes taken.
+std::uint64_t ttResize(int megabytes);
+
+/// Gives the memory back; the table is then unusable until `ttResize`.
+void ttRelease();
+
+/// Empties the table with `engineOptions.threadCount` short-lived threads.
+void ttClear();
+
+/// To be called at each `go`, before the workers start.
+void ttAdvanceAge();
+
+/// The entry that holds `key`, or a miss.
+ttEntry ttProbe(std::uint64_t key);
+
+/// Stores whatever the slot held before. `score` is in the node's form, `ply` its distance from
+/// the root.
+void ttStore(std::uint64_t key, moveCode move, int score, int depth, ttBound bound, int ply);
+
+/// Asks the processor to bring the key's cluster into the cache.
+inline void ttPrefetch(std::uint64_t key) { prefetch(&ttTable[key & ttMask]); }
+
+} // namespace tarvonel

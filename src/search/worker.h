@@ -1,0 +1,110 @@
+// The search threads: one `worker` record per thread, the first of them the `boss`, which also
+// drives the others and answers.
+//
+// All that a thread writes during a search lies in its own record, but for the transposition table
+// and the flags below. A worker's lock guards its `searching` and `exiting` alone and is not held
+// during a search; nobody holds two of them.
+#pragma once
+
+#include <condition_variable>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+#include "board/pos.h"
+#include "eval/accumulator.h"
+#include "eval/evaluate.h"
+#include "eval/pawnEvaluation.h"
+#include "platform/relaxed.h"
+
+namespace tarvonel
+{
+
+inline relaxed<bool> stopSearch{false}; ///< every search thread leaves as soon as it sees it
+inline relaxed<bool> pondering{false};  ///< the clock does not count yet
+inline relaxed<bool> timeIsUp{false};   ///< the time decision has fallen; a `ponderhit` then stops
+inline relaxed<int> deepestTimed{0};    ///< deepest iteration for which a thread has decided on time
+
+class alignas(64) worker
+{
+  public:
+    explicit worker(int index);
+    virtual ~worker();
+    worker(const worker &) = delete;
+    worker &operator=(const worker &) = delete;
+
+    /// The search of this thread, from the position in `position`. Called by the thread's loop.
+    virtual void search();
+
+    /// Whether the system granted the thread.
+    bool isStarted() const { return thread.joinable(); }
+
+    /// Sets the thread to its search. It must be idle.
+    void wake();
+    /// Returns when the thread is idle.
+    void waitForSearchEnd();
+    bool isSearching();
+
+    /// Takes over the whole of `root` and points it at this worker's own tables.
+    void adopt(const pos &root);
+
+    /// Forgets the continuation histories.
+    void clearHistory();
+    /// Forgets cached evaluations, which a new network makes untrue.
+    void clearEvaluationCaches();
+
+    pos position{};
+    moveCode moveStack[moveStackSize]{};
+    std::int16_t contHistoryTwoBack[historyRows][historyRows]{};
+    std::int16_t contHistoryOneBack[historyRows][historyRows]{};
+    pawnEntry pawnTable[pawnTableSize]{};
+    evalCacheEntry evalCache[evalCacheSize]{};
+    accumulatorCache accumulators{};
+    const int threadIndex;
+    relaxed<int> currentDepth{0}; ///< iteration started last; other workers look at it
+
+  private:
+    void idleLoop();
+
+    std::mutex lock;
+    std::condition_variable condition;
+    bool exiting = false;
+    bool searching = true;
+    std::thread thread;
+};
+
+class boss final : public worker
+{
+  public:
+    boss() : worker(0) {}
+    void search() override;
+
+    moveCode bestSoFar = noMove; ///< first two moves of the last reported variation
+    moveCode ponderSoFar = noMove;
+};
+
+/// Element 0 is the boss; element i has threadIndex i. Changed only between searches.
+extern std::vector<std::unique_ptr<worker>> workerPool;
+
+boss &theBoss();
+
+/// Waits for a running search, destroys all workers and creates `count` new ones; 0 ends all
+/// threads. Returns the number of workers that the system granted, the boss included.
+int rebuildWorkerPool(int count);
+
+/// Forgets the continuation histories of all workers, for a new game.
+void clearWorkerHistory();
+
+/// Empties the evaluation caches of all workers. No search may run.
+void clearEvaluationCaches();
+
+bool isSearchRunning();
+void waitForSearch();
+
+/// Hands `root` to all workers and wakes the boss, with the limits in `searchLimits`. The boss
+/// must be idle. Returns at once; the answer comes through the `reporter`.
+void startSearch(const pos &root);
+
+} // namespace tarvonel
