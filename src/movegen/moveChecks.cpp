@@ -1,0 +1,190 @@
+#include "movegen/moveChecks.h"
+
+#include <cstdlib>
+#include <utility>
+
+#include "board/attackTables.h"
+#include "board/engineOptions.h"
+#include "board/makeMove.h"
+#include "movegen/generators.h"
+
+namespace tarvonel
+{
+
+namespace
+{
+
+/// Whether an enemy slider outside `ignored` sees the square through `occupied`.
+bool isSeenBySlider(const pos &position, int square, colour enemy, bitboard occupied, bitboard ignored)
+{
+    return (bishopAttacks(square, occupied) & diagonalSliders(position, enemy) & ~ignored) != 0 ||
+           (rookAttacks(square, occupied) & straightSliders(position, enemy) & ~ignored) != 0;
+}
+
+bool isKingMoveLegal(pos &position, int ply, moveCode move)
+{
+    // In Chess960 the rook may uncover a slider on the back rank: only the finished position tells.
+    if (isCastling(move) && engineOptions.chess960)
+    {
+        return leavesKingSafe(position, ply, move);
+    }
+    const int to = moveTo(move);
+    const bitboard occupied = (occupancy(position) & ~bit(moveFrom(move))) | bit(to);
+    return !isAttacked(position, to, opponent(position.sideToMove), occupied);
+}
+
+bool isCastlingValid(const pos &position, int ply, moveCode move)
+{
+    const colour side = position.sideToMove;
+    const int wing = moveFlagOf(move) == castleKingSide ? kingSide : queenSide;
+    return position.info[ply].inCheck == 0 && (position.info[ply].castling & castlingRightOf(wing, side)) != 0 &&
+           moveTo(move) == castlingTarget(wing, side) &&
+           position.board[position.castleRook[wing][side]] == pieceOf(rook, side) &&
+           isCastlingPathFree(position, wing, side);
+}
+
+bool isPawnMoveValid(const pos &position, int ply, moveCode move)
+{
+    const colour side = position.sideToMove;
+    const int from = moveFrom(move);
+    const int to = moveTo(move);
+    const int ahead = from + forward(side);
+    switch (moveFlagOf(move))
+    {
+    case doubleStep:
+        return position.board[to] == emptySquare && position.board[ahead] == emptySquare;
+    case enPassantCapture:
+    {
+        const int pawnSquare = position.info[ply].enPassant;
+        return pawnSquare != 0 && (epNeighbours[pawnSquare] & bit(from)) != 0 &&
+               position.board[to] == pieceOf(pawn, opponent(side)) &&
+               position.board[enPassantLanding(side, move)] == emptySquare;
+    }
+    default:
+    {
+        const int span = std::abs(to - from);
+        return from >= a2 && from <= h7 && span >= 7 && span <= 9 &&
+               (position.board[to] == emptySquare) == (to == ahead);
+    }
+    }
+}
+
+/// `inCheck` and the pseudo-legal moves of the ply, or its evasions. Returns whether it is in check.
+bool generateAll(int ply, moveCode *slot, pos &position)
+{
+    posinfo &node = position.info[ply];
+    node.inCheck = isKingAttacked(position, position.sideToMove) ? 1 : 0;
+    generateCaptures(ply, slot, position);
+    if (node.inCheck != 0)
+    {
+        return true;
+    }
+    generateQuiets(ply, node.listEnd, position);
+    return false;
+}
+
+} // namespace
+
+bool isMoveLegalUnaided(pos &position, int ply, moveCode move)
+{
+    const int from = moveFrom(move);
+    const int to = moveTo(move);
+    const colour side = position.sideToMove;
+    if (isKing(position.board[from]))
+    {
+        return isKingMoveLegal(position, ply, move);
+    }
+    const bitboard occupied = occupancy(position);
+    const int king = kingSquare(position, side);
+    if (isEnPassant(move))
+    {
+        const bitboard changed = bit(from) | bit(to) | bit(enPassantLanding(side, move));
+        return !isSeenBySlider(position, king, opponent(side), occupied ^ changed, 0);
+    }
+    // A man that takes the slider that pins it has nothing more to fear from it.
+    return !isSeenBySlider(position, king, opponent(side), (occupied & ~bit(from)) | bit(to), bit(to));
+}
+
+bool isMoveValid(const pos &position, int ply, moveCode move)
+{
+    const int from = moveFrom(move);
+    const int to = moveTo(move);
+    const int flag = moveFlagOf(move);
+    if (move == noMove || moveExtra(move) != position.board[from])
+    {
+        return false;
+    }
+    const colour side = position.sideToMove;
+    const int target = position.board[to];
+    if (flag < castleKingSide && target != emptySquare && colourOf(target) == side)
+    {
+        return false;
+    }
+    if (isKing(target))
+    {
+        return false;
+    }
+    const int kind = position.board[from] - side;
+    if (kind != whitePawn && flag > plainMove && flag < castleKingSide)
+    {
+        return false;
+    }
+    switch (kind)
+    {
+    case whitePawn:
+        return isPawnMoveValid(position, ply, move);
+    case whiteKnight:
+        return (knightAttacks[from] & bit(to)) != 0;
+    case whiteBishop:
+        return (bishopAttacks(from, occupancy(position)) & bit(to)) != 0;
+    case whiteRook:
+        return (rookAttacks(from, occupancy(position)) & bit(to)) != 0;
+    case whiteQueen:
+        return (queenAttacks(from, occupancy(position)) & bit(to)) != 0;
+    case whiteKing:
+        return isCastling(move) ? isCastlingValid(position, ply, move) : (kingAttacks[from] & bit(to)) != 0;
+    default:
+        return false; // an empty square or an enemy man
+    }
+}
+
+void buildLegalList(int ply, moveCode *slot, pos &position)
+{
+    if (generateAll(ply, slot, position))
+    {
+        return;
+    }
+    posinfo &node = position.info[ply];
+    moveCode *end = node.listEnd;
+    for (moveCode *cursor = node.listStart; cursor < end;)
+    {
+        if (!isMoveLegal(position, ply, *cursor))
+        {
+            std::swap(*cursor, *--end);
+        }
+        else
+        {
+            ++cursor;
+        }
+    }
+    node.listEnd = end;
+    position.info[ply + 1].listStart = end;
+}
+
+int countLegalMoves(int ply, moveCode *slot, pos &position)
+{
+    const bool allLegal = generateAll(ply, slot, position);
+    const moveCode *end = position.info[ply].listEnd;
+    if (allLegal)
+    {
+        return static_cast<int>(end - slot);
+    }
+    int count = 0;
+    for (const moveCode *cursor = slot; cursor < end; ++cursor)
+    {
+        count += isMoveLegal(position, ply, *cursor) ? 1 : 0;
+    }
+    return count;
+}
+
+} // namespace tarvonel
