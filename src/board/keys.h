@@ -23,8 +23,9 @@ extern const zobristKeys keys;
 
 inline std::uint64_t pieceKey(int code, int square) { return keys.piece[code - firstPieceCode][square]; }
 
-/// The full computations, for a position at ply 0 (rights and en passant are read from info[0]).
-std::uint64_t computeKey(const pos &position);
+/// The full computations. Rights and en passant are those of `ply`, which is 0 but for the checks
+/// of debug builds.
+std::uint64_t computeKey(const pos &position, int ply = 0);
 std::uint64_t computePawnKey(const pos &position);
 
 } // namespace tarvonel

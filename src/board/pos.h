@@ -25,11 +25,13 @@ namespace tarvonel
 struct pawnEntry;
 struct evalCacheEntry;
 
-inline constexpr int maxPly = 127;                  ///< deepest ply; no move is made there
-inline constexpr int plyCount = maxPly + 1;         ///< plies that can be stood at
-inline constexpr int moveStackSize = 8192;          ///< moves of all plies on the current path
-inline constexpr int keyHistorySize = 1024;         ///< keys of game and search path
-inline constexpr int accumulatorLanes = 256;        ///< width of one side's first network layer
+inline constexpr int maxPly = 127;          ///< deepest ply; no move is made there
+inline constexpr int plyCount = maxPly + 1; ///< plies that can be stood at
+inline constexpr int moveStackSize = 8192;  ///< moves of all plies on the current path
+inline constexpr int moveListReserve = 256; ///< a node with less room left does not generate
+inline constexpr int moveStackCapacity = moveStackSize + moveListReserve; ///< room for freak positions
+inline constexpr int keyHistorySize = 1024;                               ///< keys of game and search path
+inline constexpr int accumulatorLanes = 256;                              ///< width of one side's first network layer
 inline constexpr int maxPieceChanges = 3;           ///< a capture with promotion changes three men
 inline constexpr int historyRows = pieceKinds * 64; ///< (piece code - 2) x 64 + square
 
@@ -46,7 +48,10 @@ enum castlingWing : int
     kingSide,
     queenSide
 };
-constexpr int castlingRightOf(int wing, colour side) { return 1 << (2 * wing + side); }
+constexpr std::uint8_t castlingRightOf(int wing, colour side)
+{
+    return static_cast<std::uint8_t>(1 << (2 * wing + side));
+}
 constexpr int castlingRightsOf(colour side) { return (whiteKingSide | whiteQueenSide) << side; }
 
 /// What one move did to the board, for the network: `from` or `to` is `noSquare` for a man that
@@ -152,6 +157,6 @@ inline bool hasPieces(const pos &position, colour side)
 
 /// The position that the console commands work on, and its move stack. Static, hence zeroed.
 extern pos mainPos;
-extern moveCode mainMoveStack[moveStackSize];
+extern moveCode mainMoveStack[moveStackCapacity];
 
 } // namespace tarvonel

@@ -16,8 +16,20 @@ inline constexpr const char *startPositionFen = "rnbqkbnr/pppppppp/8/8/8/8/PPPPP
 /// Positions in which the side not to move is in check are accepted.
 std::string setupPosition(const std::string &fen, pos &position);
 
+/// What `pos` keeps as running sums.
+struct positionSums
+{
+    combEval material[colourCount] = {};
+    combEval squareScore[colourCount] = {};
+    std::int16_t phase = 0;
+};
+positionSums computeSums(const pos &position);
+
 /// Recomputes `material`, `squareScore` and `phase` from the bitboards.
 void refreshSums(pos &position);
+
+/// Makes the bitboards agree with `board`.
+void rebuildBitboards(pos &position);
 
 /// Drops castling rights that no king and rook stand behind, and an en passant square without the
 /// pawn that made the step; the keys follow.

@@ -56,7 +56,7 @@ class alignas(64) worker
     void clearEvaluationCaches();
 
     pos position{};
-    moveCode moveStack[moveStackSize]{};
+    moveCode moveStack[moveStackCapacity]{};
     std::int16_t contHistoryTwoBack[historyRows][historyRows]{};
     std::int16_t contHistoryOneBack[historyRows][historyRows]{};
     pawnEntry pawnTable[pawnTableSize]{};

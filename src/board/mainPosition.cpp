@@ -1,0 +1,9 @@
+#include "board/pos.h"
+
+namespace tarvonel
+{
+
+pos mainPos;
+moveCode mainMoveStack[moveStackCapacity];
+
+} // namespace tarvonel

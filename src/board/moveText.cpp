@@ -1,0 +1,99 @@
+#include "board/moveText.h"
+
+#include "board/engineOptions.h"
+
+namespace tarvonel
+{
+
+namespace
+{
+
+/// Letters by the promotion flag of a move.
+constexpr std::string_view promotionSuffix = "  ppnnbbrrqq";
+/// The position of the fifth letter of a move text, doubled, is the flag.
+constexpr std::string_view promotionLetters = " pnbrqk";
+
+constexpr std::size_t plainLength = 4;
+constexpr std::size_t promotionLength = 5;
+
+bool isSquareText(char file, char rank) { return file >= 'a' && file <= 'h' && rank >= '1' && rank <= '8'; }
+
+/// A king that takes its own rook castles; the king's side is any rook but the queen's side one.
+moveCode parseChess960Castling(const pos &position, colour side, int from, int to)
+{
+    const int wing = to == position.castleRook[queenSide][side] ? queenSide : kingSide;
+    if (position.castleRook[wing][side] == noSquare)
+        return noMove;
+    return wing == queenSide ? encodeMove(from, relativeSquare(side, c1), castleQueenSide)
+                             : encodeMove(from, relativeSquare(side, g1), castleKingSide);
+}
+
+moveCode parseKingMove(const pos &position, colour side, int from, int to, int flag)
+{
+    if (engineOptions.chess960)
+    {
+        if (position.board[to] == whiteRook + side)
+            return parseChess960Castling(position, side, from, to);
+    }
+    else if ((from == e1 || from == e8) && (to == from + 2 || to == from - 2))
+        return encodeMove(from, to, to > from ? castleKingSide : castleQueenSide);
+    return encodeMove(from, to, flag);
+}
+
+moveCode parsePawnMove(const pos &position, colour side, int from, int to, int flag)
+{
+    constexpr int twoRanks = 16;
+    if (fileOf(from) != fileOf(to) && position.board[to] == emptySquare)
+    {
+        const int victim = to - forward(side);
+        return victim < 0 || victim >= squareCount ? noMove : encodeMove(from, victim, enPassantCapture);
+    }
+    if (std::abs(from - to) == twoRanks)
+        return encodeMove(from, to, doubleStep);
+    return encodeMove(from, to, flag);
+}
+
+} // namespace
+
+std::string moveText(moveCode move, colour side, const pos &position)
+{
+    const int flag = moveFlagOf(move);
+    int to = moveTo(move);
+    if (flag == enPassantCapture)
+        to = enPassantLanding(side, move);
+    else if (isCastling(move) && engineOptions.chess960)
+        to = position.castleRook[flag == castleKingSide ? kingSide : queenSide][side];
+
+    std::string text = squareText(moveFrom(move)) + squareText(to);
+    if (isPromotion(move))
+        text += promotionSuffix[static_cast<std::size_t>(flag)];
+    return text;
+}
+
+moveCode parseMoveText(const std::string &text, const pos &position)
+{
+    if (text.size() < plainLength || !isSquareText(text[0], text[1]) || !isSquareText(text[2], text[3]))
+        return noMove;
+    const int from = squareAt(text[0] - 'a', text[1] - '1');
+    const int to = squareAt(text[2] - 'a', text[3] - '1');
+    const colour side = position.sideToMove;
+    const int piece = position.board[from];
+    if (piece == emptySquare)
+        return noMove;
+
+    int flag = plainMove;
+    if (text.size() == promotionLength)
+    {
+        const std::size_t place = promotionLetters.find(text[plainLength]);
+        flag = place == std::string_view::npos ? plainMove : 2 * static_cast<int>(place);
+        if (flag < promoteKnight || flag > promoteQueen)
+            return noMove;
+    }
+    if (piece == whiteKing + side)
+        return parseKingMove(position, side, from, to, flag);
+    if (piece == whitePawn + side)
+        return parsePawnMove(position, side, from, to, flag);
+    return encodeMove(from, to, flag);
+}
+
+} // namespace tarvonel

@@ -1,0 +1,362 @@
+#include "board/setup.h"
+
+#include <algorithm>
+#include <charconv>
+#include <optional>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "board/attackTables.h"
+#include "board/engineOptions.h"
+#include "board/keys.h"
+#include "board/pieceValues.h"
+
+namespace tarvonel
+{
+
+namespace
+{
+
+constexpr int maxMenOfColour = 16;
+constexpr int maxSetupKeys = 512;    // plies of the earlier game that a set-up leaves room for
+constexpr int maxFiftyCount = 16383; // far beyond any rule, far below overflow
+constexpr std::size_t fieldCount = 6;
+constexpr std::string_view fieldDefaults[fieldCount] = {"", "", "-", "-", "0", "1"};
+
+enum fenField : int
+{
+    placementField,
+    sideField,
+    castlingField,
+    enPassantField,
+    fiftyField,
+    moveNumberField
+};
+
+/// A FEN text, read and judged; nothing of it has touched a position yet.
+struct fenReading
+{
+    pieceCode board[squareCount] = {};
+    colour sideToMove = white;
+    std::string castling;
+    int enPassant = 0;
+    int fiftyCount = 0;
+    int moveNumber = 1;
+};
+
+/// One field per blank: two blanks in a row make an empty field. Missing last fields are completed.
+std::vector<std::string> splitFields(const std::string &fen)
+{
+    std::vector<std::string> fields;
+    std::string field;
+    for (const char letter : fen)
+        if (letter == ' ')
+            fields.push_back(std::exchange(field, {}));
+        else
+            field += letter;
+    if (!field.empty())
+        fields.push_back(field);
+    if (fields.size() >= 2)
+        while (fields.size() < fieldCount)
+            fields.emplace_back(fieldDefaults[fields.size()]);
+    return fields;
+}
+
+std::string readPlacement(const std::string &text, fenReading &reading)
+{
+    int file = fileA;
+    int rank = rank8;
+    for (const char letter : text)
+    {
+        if (letter == '/')
+        {
+            if (file != squareCount / 8 || rank == rank1)
+                return "the ranks do not add up to eight squares";
+            file = fileA;
+            --rank;
+        }
+        else if (letter >= '1' && letter <= '8')
+            file += letter - '0';
+        else
+        {
+            const std::size_t code = letter == ' ' ? std::string_view::npos : pieceLetters.find(letter);
+            if (code == std::string_view::npos)
+                return "unknown letter in the piece placement";
+            if (file <= fileH)
+                reading.board[squareAt(file, rank)] = static_cast<pieceCode>(code);
+            ++file;
+        }
+        if (file > fileH + 1)
+            return "the ranks do not add up to eight squares";
+    }
+    return file == fileH + 1 && rank == rank1 ? "" : "the ranks do not add up to eight squares";
+}
+
+std::string judgeMen(const fenReading &reading)
+{
+    int men[colourCount] = {};
+    int kings[colourCount] = {};
+    for (int square = 0; square < squareCount; ++square)
+    {
+        const pieceCode code = reading.board[square];
+        if (code == emptySquare)
+            continue;
+        ++men[colourOf(code)];
+        kings[colourOf(code)] += isKing(code) ? 1 : 0;
+        if (isPawn(code) && (rankOf(square) == rank1 || rankOf(square) == rank8))
+            return "a pawn on the first or last rank";
+    }
+    for (const colour side : {white, black})
+    {
+        const std::string name = side == white ? "white" : "black";
+        if (kings[side] == 0)
+            return "no " + name + " king";
+        if (kings[side] > 1)
+            return "more than one " + name + " king";
+        if (men[side] > maxMenOfColour)
+            return "more than 16 " + name + " men";
+    }
+    return "";
+}
+
+/// The named square is the one skipped; what is kept is where the pawn now stands.
+std::string readEnPassant(const std::string &text, fenReading &reading)
+{
+    if (text.empty() || text[0] == '-')
+        return "";
+    const bool isSquare = text.size() >= 2 && text[0] >= 'a' && text[0] <= 'h' && text[1] >= '1' && text[1] <= '8';
+    if (!isSquare)
+        return "unreadable en passant square";
+    const int pawnSquare = squareAt(text[0] - 'a', text[1] - '1') - forward(reading.sideToMove);
+    if (pawnSquare < 0 || pawnSquare >= squareCount)
+        return "unreadable en passant square";
+    reading.enPassant = pawnSquare;
+    return "";
+}
+
+std::optional<int> readCounter(const std::string &text)
+{
+    int value = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (error != std::errc{} || end != text.data() + text.size() || value < 0)
+        return std::nullopt;
+    return value;
+}
+
+std::string readFen(const std::string &fen, fenReading &reading)
+{
+    const std::vector<std::string> fields = splitFields(fen);
+    if (fields.size() < 2)
+        return "piece placement or side to move missing";
+    if (std::string fault = readPlacement(fields[placementField], reading); !fault.empty())
+        return fault;
+    if (std::string fault = judgeMen(reading); !fault.empty())
+        return fault;
+    reading.sideToMove = !fields[sideField].empty() && fields[sideField][0] == 'w' ? white : black;
+    reading.castling = fields[castlingField];
+    if (std::string fault = readEnPassant(fields[enPassantField], reading); !fault.empty())
+        return fault;
+    const std::optional<int> fifty = readCounter(fields[fiftyField]);
+    const std::optional<int> moveNumber = readCounter(fields[moveNumberField]);
+    if (!fifty || !moveNumber)
+        return "a counter is no number";
+    reading.fiftyCount = std::min(*fifty, maxFiftyCount);
+    reading.moveNumber = *moveNumber;
+    return "";
+}
+
+/// A right by the file letter of its rook: on the king's file or beyond it is the king's side.
+void grantByFile(pos &position, colour side, int file)
+{
+    const int rookSquare = relativeSquare(side, file);
+    const int wing = rookSquare >= kingSquare(position, side) ? kingSide : queenSide;
+    position.info[0].castling |= castlingRightOf(wing, side);
+    position.castleRook[wing][side] = static_cast<std::int8_t>(rookSquare);
+}
+
+/// KQkq in Chess960 mean the outermost rooks.
+void findOutermostRooks(pos &position)
+{
+    for (const colour side : {white, black})
+        for (const int wing : {kingSide, queenSide})
+        {
+            const bitboard rooks = position.bitboards[whiteRook + side];
+            std::int8_t &rookSquare = position.castleRook[wing][side];
+            if ((position.info[0].castling & castlingRightOf(wing, side)) == 0 || rookSquare != noSquare || rooks == 0)
+                continue;
+            rookSquare = static_cast<std::int8_t>(wing == kingSide ? highestSquare(rooks) : lowestSquare(rooks));
+        }
+}
+
+void readCastling(const std::string &text, pos &position)
+{
+    constexpr std::int8_t standardRooks[2][colourCount] = {{h1, h8}, {a1, a8}};
+    for (const int wing : {kingSide, queenSide})
+        for (const colour side : {white, black})
+            position.castleRook[wing][side] =
+                engineOptions.chess960 ? static_cast<std::int8_t>(noSquare) : standardRooks[wing][side];
+
+    std::uint8_t &rights = position.info[0].castling;
+    rights = 0;
+    for (const char letter : text)
+    {
+        if (letter == 'K')
+            rights |= whiteKingSide;
+        else if (letter == 'Q')
+            rights |= whiteQueenSide;
+        else if (letter == 'k')
+            rights |= blackKingSide;
+        else if (letter == 'q')
+            rights |= blackQueenSide;
+        else if (letter >= 'A' && letter <= 'H')
+            grantByFile(position, white, letter - 'A');
+        else if (letter >= 'a' && letter <= 'h')
+            grantByFile(position, black, letter - 'a');
+    }
+    if (engineOptions.chess960)
+        findOutermostRooks(position);
+}
+
+/// Zeros stand for the plies before this position: they never match a key.
+void startKeyHistory(pos &position, int moveNumber)
+{
+    const std::int64_t wanted = position.sideToMove + 2 * (static_cast<std::int64_t>(moveNumber) - 1);
+    position.keyCount = static_cast<std::int16_t>(std::clamp<std::int64_t>(wanted, 0, maxSetupKeys));
+    std::fill_n(position.keyHistory, position.keyCount, std::uint64_t{0});
+    position.key = computeKey(position);
+    position.pawnKey = computePawnKey(position);
+    position.keyHistory[position.keyCount++] = position.key;
+}
+
+/// Whether king and rook stand where the right says. In standard chess the king's place is its own.
+bool isRightFounded(const pos &position, int wing, colour side)
+{
+    const int king = kingSquare(position, side);
+    const int rookSquare = position.castleRook[wing][side];
+    if (rookSquare == noSquare || position.board[rookSquare] != whiteRook + side)
+        return false;
+    if (relativeRank(side, king) != rank1 || relativeRank(side, rookSquare) != rank1)
+        return false;
+    if (!engineOptions.chess960 && fileOf(king) != fileE)
+        return false;
+    return wing == kingSide ? rookSquare > king : rookSquare < king;
+}
+
+/// Whether the pawn stands there and the two squares that it came over are empty.
+bool isEnPassantFounded(const pos &position)
+{
+    const colour stepper = opponent(position.sideToMove);
+    const int pawnSquare = position.info[0].enPassant;
+    if (relativeRank(stepper, pawnSquare) != rank4 || position.board[pawnSquare] != whitePawn + stepper)
+        return false;
+    return position.board[pawnSquare - forward(stepper)] == emptySquare &&
+           position.board[pawnSquare - 2 * forward(stepper)] == emptySquare;
+}
+
+} // namespace
+
+std::string setupPosition(const std::string &fen, pos &position)
+{
+    fenReading reading;
+    if (std::string fault = readFen(fen, reading); !fault.empty())
+        return fault;
+
+    std::ranges::copy(reading.board, position.board);
+    rebuildBitboards(position);
+    position.accumulatorBlocks[0].computed = false;
+    position.sideToMove = static_cast<std::uint8_t>(reading.sideToMove);
+    readCastling(reading.castling, position);
+    position.info[0].enPassant = static_cast<std::int8_t>(reading.enPassant);
+    position.fiftyCount = static_cast<std::int16_t>(reading.fiftyCount);
+    startKeyHistory(position, reading.moveNumber);
+    position.info[0].inCheck = isKingAttacked(position, position.sideToMove) ? 1 : 0;
+    refreshSums(position);
+    return "";
+}
+
+void rebuildBitboards(pos &position)
+{
+    std::ranges::fill(position.bitboards, bitboard{0});
+    for (int square = 0; square < squareCount; ++square)
+    {
+        const pieceCode code = position.board[square];
+        if (code != emptySquare)
+        {
+            position.bitboards[code] |= bit(square);
+            position.bitboards[colourOf(code)] |= bit(square);
+        }
+    }
+}
+
+positionSums computeSums(const pos &position)
+{
+    positionSums sums;
+    for (const colour side : {white, black})
+        for (int type = pawn; type <= king; ++type)
+        {
+            bitboard men = position.bitboards[pieceOf(type, side)];
+            if (type != king)
+                sums.material[side] += popCount(men) * pieceValue[type];
+            sums.phase = static_cast<std::int16_t>(sums.phase + popCount(men) * phaseValue[type]);
+            while (men != 0)
+                sums.squareScore[side] += pieceSquareScore[type][tableSquare(side, popLowest(men))];
+        }
+    return sums;
+}
+
+void refreshSums(pos &position)
+{
+    const positionSums sums = computeSums(position);
+    std::ranges::copy(sums.material, position.material);
+    std::ranges::copy(sums.squareScore, position.squareScore);
+    position.phase = sums.phase;
+}
+
+void dropUnfoundedRights(pos &position)
+{
+    posinfo &root = position.info[0];
+    for (const colour side : {white, black})
+        for (const int wing : {kingSide, queenSide})
+        {
+            const int right = castlingRightOf(wing, side);
+            if ((root.castling & right) != 0 && !isRightFounded(position, wing, side))
+                root.castling = static_cast<std::uint8_t>(root.castling & ~right);
+        }
+    if (root.enPassant != 0 && !isEnPassantFounded(position))
+        root.enPassant = 0;
+
+    position.key = computeKey(position);
+    if (position.keyCount > 0)
+        position.keyHistory[position.keyCount - 1] = position.key;
+}
+
+bool isPlayable(const pos &position)
+{
+    for (const colour side : {white, black})
+        if (!exactlyOne(position.bitboards[whiteKing + side]) || popCount(position.bitboards[side]) > maxMenOfColour)
+            return false;
+    const bitboard pawns = position.bitboards[whitePawn] | position.bitboards[blackPawn];
+    if ((pawns & (rank1Bits | rank8Bits)) != 0)
+        return false;
+    return !isKingAttacked(position, opponent(position.sideToMove));
+}
+
+std::string boardText(const pos &position)
+{
+    const std::string ruling = "+---+---+---+---+---+---+---+---+\n";
+    std::string text = ruling;
+    for (int rank = rank8; rank >= rank1; --rank)
+    {
+        for (int file = fileA; file <= fileH; ++file)
+        {
+            text += "| ";
+            text += pieceLetters[position.board[squareAt(file, rank)]];
+            text += ' ';
+        }
+        text += "|\n" + ruling;
+    }
+    return text;
+}
+
+} // namespace tarvonel
