@@ -12,12 +12,12 @@
 // Resizing, clearing and ageing happen between searches only.
 #pragma once
 
-#include <atomic>
 #include <cstddef>
 #include <cstdint>
 
 #include "board/bits.h"
 #include "board/moveCode.h"
+#include "platform/relaxed.h"
 
 namespace tarvonel
 {
@@ -36,8 +36,8 @@ inline constexpr int ttAges = 64;
 
 struct alignas(64) ttCluster
 {
-    std::atomic<std::uint64_t> data[ttSlots];
-    std::atomic<std::uint64_t> key[ttSlots];
+    relaxed<std::uint64_t> data[ttSlots];
+    relaxed<std::uint64_t> key[ttSlots];
 };
 static_assert(sizeof(ttCluster) == 64);
 

@@ -61,7 +61,7 @@ class alignas(64) worker
     std::int16_t contHistoryOneBack[historyRows][historyRows]{};
     pawnEntry pawnTable[pawnTableSize]{};
     evalCacheEntry evalCache[evalCacheSize]{};
-    accumulatorCache accumulators{};
+    accumulatorCacheEntry accumulatorCache[accumulatorCacheSize]{};
     const int threadIndex;
     relaxed<int> currentDepth{0}; ///< iteration started last; other workers look at it
 

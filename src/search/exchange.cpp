@@ -1,0 +1,90 @@
+#include "search/exchange.h"
+
+#include "board/attackTables.h"
+
+namespace tarvonel
+{
+
+namespace
+{
+
+using seeBalance = std::int16_t;
+
+/// Exchange values by piece code: knight and bishop are equal here.
+constexpr seeBalance seeValue[pieceCodeCount] = {0,   0,   88,  88,   372,  372,   372,
+                                                 372, 566, 566, 1184, 1184, 10000, 10000};
+
+bitboard attackersOf(const pos &position, int square, bitboard occupied)
+{
+    const auto &sets = position.bitboards;
+    return (bishopAttacks(square, occupied) & (diagonalSliders(position, white) | diagonalSliders(position, black))) |
+           (rookAttacks(square, occupied) & (straightSliders(position, white) | straightSliders(position, black))) |
+           (knightAttacks[square] & (sets[whiteKnight] | sets[blackKnight])) |
+           (kingAttacks[square] & (sets[whiteKing] | sets[blackKing])) |
+           (pawnAttackers[white][square] & sets[whitePawn]) | (pawnAttackers[black][square] & sets[blackPawn]);
+}
+
+/// Plays the exchange out on one square, cheapest attacker first; `side` is to capture. `balance`
+/// is from the view of the side about to capture, as if the man on the square were lost: negative
+/// means that this side has won even so.
+bool playOut(const pos &position, int square, bitboard occupied, colour side, seeBalance balance)
+{
+    bitboard attackers = attackersOf(position, square, occupied) & occupied;
+    bool result = true;
+    while ((attackers & position.bitboards[side]) != 0)
+    {
+        int code = whitePawn + side;
+        while ((attackers & position.bitboards[code]) == 0)
+            code += 2;
+        const bitboard capturer = attackers & position.bitboards[code];
+        occupied ^= capturer & (~capturer + 1);
+
+        // A slider of the same side may stand behind the capturing man.
+        const int type = typeOf(code);
+        if (type == pawn || type == bishop || type == queen)
+            attackers |= bishopAttacks(square, occupied) & diagonalSliders(position, side);
+        if (type == rook || type == queen)
+            attackers |= rookAttacks(square, occupied) & straightSliders(position, side);
+        attackers &= occupied;
+
+        if (type == king)
+            return (attackers & position.bitboards[opponent(side)]) != 0 ? result : !result;
+
+        result = !result;
+        balance = static_cast<seeBalance>(balance + seeValue[code]);
+        if (balance < 0)
+            break;
+        side = opponent(side);
+        balance = static_cast<seeBalance>(-balance);
+    }
+    return result;
+}
+
+} // namespace
+
+bool seeAtLeast(moveCode move, std::int16_t threshold, const pos &position)
+{
+    if (isExemptFromSee(move))
+        return threshold <= 0;
+    const int from = moveFrom(move);
+    const int to = moveTo(move);
+    auto balance = static_cast<seeBalance>(seeValue[position.board[to]] - threshold);
+    if (balance < 0)
+        return false;
+    balance = static_cast<seeBalance>(balance - seeValue[position.board[from]]);
+    if (balance >= 0)
+        return true;
+    const bitboard occupied = occupancy(position) ^ bit(from) ^ bit(to);
+    return playOut(position, to, occupied, opponent(colourOf(position.board[from])), balance);
+}
+
+bool seeHoldsAfter(moveCode move, int captured, const pos &position)
+{
+    const int to = moveTo(move);
+    const auto balance = static_cast<seeBalance>(seeValue[captured] - seeValue[position.board[to]]);
+    if (balance >= 0)
+        return true;
+    return playOut(position, to, occupancy(position) ^ bit(to), position.sideToMove, balance);
+}
+
+} // namespace tarvonel

@@ -1,0 +1,310 @@
+#include "search/movePicker.h"
+
+#include <utility>
+
+#include "board/makeMove.h"
+#include "movegen/moveChecks.h"
+#include "search/exchange.h"
+#include "search/history.h"
+
+namespace tarvonel
+{
+
+namespace
+{
+
+constexpr int badCaptureMark = 255;
+constexpr int specialMoveSlots = 3; // two killers and a counter move go behind the captures
+constexpr int pawnCaptureScore = 250;
+constexpr int losingEvasionMalus = 100;
+
+/// One thread in four walks the root's captures unsorted, to look at the tree from another side.
+constexpr int threadVariety = 4;
+constexpr int unsortedVariety = 3;
+
+/// Swaps the move with the highest extra byte, the first of equals, to the cursor.
+void swapBestToCursor(posinfo &node)
+{
+    moveCode *best = node.listCursor;
+    for (moveCode *move = best + 1; move < node.listEnd; ++move)
+        if (moveExtra(*move) > moveExtra(*best))
+            best = move;
+    std::swap(*best, *node.listCursor);
+}
+
+bool isPlayableHashMove(int ply, pos &position)
+{
+    const moveCode move = position.info[ply].hashMove;
+    return isMoveValid(position, ply, move) && leavesKingSafe(position, ply, move);
+}
+
+/// Evasions that lose the exchange go behind the others; captures of the checker by a pawn and
+/// king moves need no test.
+void demoteLosingEvasions(posinfo &node, const pos &position)
+{
+    for (moveCode *move = node.listStart; move < node.listEnd; ++move)
+    {
+        if (moveExtra(*move) == pawnCaptureScore || isKing(position.board[moveFrom(*move)]) || isExemptFromSee(*move))
+            continue;
+        if (!seeAtLeast(*move, 0, position))
+            *move = withExtra(*move, moveExtra(*move) - losingEvasionMalus);
+    }
+}
+
+moveCode nextEvasion(posinfo &node)
+{
+    while (node.listCursor < node.listEnd)
+    {
+        swapBestToCursor(node);
+        if (!sameMove(*node.listCursor, node.hashMove))
+            return *node.listCursor;
+        ++node.listCursor;
+    }
+    return noMove;
+}
+
+moveCode nextGoodCapture(int ply, pos &position)
+{
+    posinfo &node = position.info[ply];
+    const bool isSorted = ply != 0 || position.threadIndex % threadVariety != unsortedVariety;
+    for (; node.listCursor < node.listEnd; ++node.listCursor)
+    {
+        if (isSorted)
+            swapBestToCursor(node);
+        const moveCode move = *node.listCursor;
+        if (sameMove(move, node.hashMove))
+            continue;
+        if (isExemptFromSee(move) || seeAtLeast(move, 0, position))
+            return move;
+        *node.listCursor = withExtra(move, badCaptureMark);
+    }
+    return noMove;
+}
+
+/// Puts a move from outside the generators into the list, at the cursor.
+moveCode handOut(posinfo &node, moveCode move)
+{
+    *node.listCursor = move;
+    ++node.listEnd;
+    return move;
+}
+
+moveCode nextKiller(int ply, pos &position, int which)
+{
+    posinfo &node = position.info[ply];
+    const moveCode killer = node.killers[which];
+    if (killer == noMove || sameMove(killer, node.hashMove) || !isMoveValid(position, ply, killer))
+        return noMove;
+    return handOut(node, killer);
+}
+
+moveCode nextCounterMove(int ply, pos &position)
+{
+    if (ply == 0)
+        return noMove;
+    posinfo &node = position.info[ply];
+    const moveCode previous = position.info[ply - 1].playedMove;
+    if (moveExtra(previous) >= firstPieceCode)
+        node.nodeCounterMove = position.counterMoves[historyIndex(moveExtra(previous), moveTo(previous))];
+    const moveCode reply = node.nodeCounterMove;
+    if (reply == noMove || sameMove(reply, node.hashMove) || sameMove(reply, node.killers[0]) ||
+        sameMove(reply, node.killers[1]) || !isMoveValid(position, ply, reply))
+        return noMove;
+    return handOut(node, reply);
+}
+
+moveCode nextBadCapture(posinfo &node)
+{
+    for (; node.listCursor < node.listEnd; ++node.listCursor)
+        if (moveExtra(*node.listCursor) == badCaptureMark)
+            return *node.listCursor;
+    return noMove;
+}
+
+/// Whether the move has had its turn in an earlier stage, were it playable there or not.
+bool isSpecialMove(const posinfo &node, moveCode move)
+{
+    return sameMove(move, node.hashMove) || sameMove(move, node.killers[0]) || sameMove(move, node.killers[1]) ||
+           sameMove(move, node.nodeCounterMove);
+}
+
+void generateRemainingQuiets(int ply, pos &position)
+{
+    posinfo &node = position.info[ply];
+    node.listCursor = node.quietStart;
+    generateQuiets(ply, node.quietStart, position);
+    for (moveCode *move = node.quietStart; move < node.listEnd;)
+    {
+        if (isSpecialMove(node, *move))
+            *move = *--node.listEnd;
+        else
+            ++move;
+    }
+    position.info[ply + 1].listStart = node.listEnd;
+}
+
+moveCode nextQuiet(int ply, pos &position, bool skipQuiets)
+{
+    posinfo &node = position.info[ply];
+    if (node.listCursor >= node.listEnd)
+        return noMove;
+    if (skipQuiets)
+        return *node.listCursor;
+
+    // The histories change while moves are searched, so every pick looks at them anew.
+    const continuationRows rows = continuationOf(ply, position);
+    moveCode *best = node.listCursor;
+    int bestSum = historySum(position, rows, historyIndexOf(position, *best));
+    for (moveCode *move = best + 1; move < node.listEnd; ++move)
+    {
+        const int sum = historySum(position, rows, historyIndexOf(position, *move));
+        if (sum > bestSum)
+        {
+            bestSum = sum;
+            best = move;
+        }
+    }
+    std::swap(*best, *node.listCursor);
+    return *node.listCursor;
+}
+
+/// Generates the captures at the cursor, or all evasions. Returns whether it was evasions.
+bool startCaptures(int ply, pos &position)
+{
+    posinfo &node = position.info[ply];
+    node.nodeCounterMove = noMove;
+    generateCaptures(ply, node.listCursor, position);
+    if (node.stage == stageEvasions)
+    {
+        demoteLosingEvasions(node, position);
+        return true;
+    }
+    node.stage = stageGoodCaptures;
+    node.captureEnd = node.listEnd;
+    position.info[ply + 1].listStart = node.listEnd + specialMoveSlots;
+    return false;
+}
+
+} // namespace
+
+void restartMoveList(int ply, pos &position)
+{
+    posinfo &node = position.info[ply];
+    node.listEnd = node.listStart;
+    node.listCursor = node.listStart - 1;
+    position.info[ply + 1].listStart = node.listStart;
+}
+
+void prepareMovePicker(int ply, pos &position)
+{
+    restartMoveList(ply, position);
+    position.info[ply].stage = isPlayableHashMove(ply, position) ? stageHashMove : stageCaptureInit;
+}
+
+moveCode nextMove(int ply, pos &position, bool skipQuiets)
+{
+    posinfo &node = position.info[ply];
+    ++node.listCursor;
+    if (node.listCursor > node.listEnd)
+        return noMove;
+
+    moveCode move = noMove;
+    switch (node.stage)
+    {
+    case stageHashMove:
+        --node.listCursor;
+        node.stage = stageCaptureInit;
+        return node.hashMove;
+
+    case stageCaptureInit:
+        if (startCaptures(ply, position))
+            return nextEvasion(node);
+        [[fallthrough]];
+    case stageGoodCaptures:
+        move = nextGoodCapture(ply, position);
+        if (move != noMove)
+            return move;
+        node.stage = stageKiller1;
+        [[fallthrough]];
+    case stageKiller1:
+        node.stage = stageKiller2;
+        move = nextKiller(ply, position, 0);
+        if (move != noMove)
+            return move;
+        [[fallthrough]];
+    case stageKiller2:
+        node.stage = stageCounterMove;
+        move = nextKiller(ply, position, 1);
+        if (move != noMove)
+            return move;
+        [[fallthrough]];
+    case stageCounterMove:
+        node.stage = stageChangeOver;
+        move = nextCounterMove(ply, position);
+        if (move != noMove)
+            return move;
+        [[fallthrough]];
+    case stageChangeOver:
+        node.quietStart = node.listEnd;
+        node.listCursor = node.listStart;
+        node.listEnd = node.captureEnd;
+        node.stage = stageBadCaptures;
+        [[fallthrough]];
+    case stageBadCaptures:
+        move = nextBadCapture(node);
+        if (move != noMove)
+            return move;
+        node.stage = stageQuietInit;
+        [[fallthrough]];
+    case stageQuietInit:
+        generateRemainingQuiets(ply, position);
+        node.stage = stageQuiets;
+        [[fallthrough]];
+    case stageQuiets:
+        return nextQuiet(ply, position, skipQuiets);
+
+    default:
+        return nextEvasion(node);
+    }
+}
+
+void prepareProbCut(int ply, pos &position)
+{
+    prepareMovePicker(ply, position);
+    posinfo &node = position.info[ply];
+    if (node.stage != stageHashMove)
+        return;
+    *node.listStart = node.hashMove;
+    node.listEnd = node.listStart + 1;
+    position.info[ply + 1].listStart = node.listEnd;
+}
+
+bool nextProbCutMove(int ply, moveCode *slot, pos &position, std::int16_t threshold)
+{
+    posinfo &node = position.info[ply];
+    if (node.stage == stageHashMove)
+    {
+        node.stage = stageCaptureInit;
+        const moveCode move = *slot;
+        if (position.board[moveTo(move)] == emptySquare && !isPromotion(move))
+            return false;
+        if (!seeAtLeast(move, threshold, position))
+            return false;
+        makeMove(position, ply, move);
+        return true;
+    }
+    if (node.stage == stageCaptureInit)
+    {
+        generateCaptures(ply, slot, position);
+        node.stage = stageGoodCaptures;
+    }
+    if (slot == node.listEnd)
+        return false;
+    const moveCode move = *slot;
+    if (sameMove(move, node.hashMove) || !seeAtLeast(move, threshold, position) || !isMoveLegal(position, ply, move))
+        return false;
+    makeMove(position, ply, move);
+    return true;
+}
+
+} // namespace tarvonel

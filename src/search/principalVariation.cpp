@@ -1,0 +1,34 @@
+#include "search/principalVariation.h"
+
+#include "board/attackTables.h"
+#include "board/makeMove.h"
+#include "movegen/moveChecks.h"
+#include "search/transpositionTable.h"
+
+namespace tarvonel
+{
+
+void walkPrincipalVariation(pos &position, int depth)
+{
+    position.pvLast = 0;
+    int made = 0;
+    while (made < depth)
+    {
+        const ttEntry entry = ttProbe(position.key);
+        const moveCode move = entry.move();
+        if (entry.bound() != boundExact || !isMoveValid(position, made, move) || !leavesKingSafe(position, made, move))
+            break;
+        position.info[made].pvMove = move;
+        makeMove(position, made, move);
+        position.pvLast = static_cast<std::uint8_t>(made);
+        ++made;
+        position.info[made].inCheck = isKingAttacked(position, position.sideToMove) ? 1 : 0;
+    }
+    while (made > 0)
+    {
+        --made;
+        unmakeMove(position, made, position.info[made].pvMove);
+    }
+}
+
+} // namespace tarvonel

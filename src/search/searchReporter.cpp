@@ -1,0 +1,36 @@
+#include "search/searchReporter.h"
+
+#include <algorithm>
+
+#include "platform/clock.h"
+#include "search/searchLimits.h"
+#include "search/worker.h"
+
+namespace tarvonel
+{
+
+searchReporter reporter;
+
+std::uint64_t measureElapsed()
+{
+    searchLimits.elapsedMs = static_cast<std::uint64_t>(millisecondsNow() - searchLimits.startTimeMs);
+    return searchLimits.elapsedMs;
+}
+
+searchTotals sumUpSearch()
+{
+    constexpr std::uint64_t millisecondsPerSecond = 1000;
+    searchTotals totals;
+    for (const auto &each : workerPool)
+    {
+        totals.nodes += each->position.searchNodes + each->position.quiescenceNodes;
+        totals.tablebaseHits += each->position.tablebaseHits;
+    }
+    if (searchLimits.elapsedMs == 0)
+        searchLimits.elapsedMs = 1;
+    totals.elapsedMs = searchLimits.elapsedMs;
+    totals.nodesPerSecond = totals.nodes * millisecondsPerSecond / totals.elapsedMs;
+    return totals;
+}
+
+} // namespace tarvonel

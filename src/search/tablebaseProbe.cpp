@@ -1,0 +1,134 @@
+#include "search/tablebaseProbe.h"
+
+#include <algorithm>
+#include <cstdlib>
+
+#include "board/makeMove.h"
+#include "movegen/moveChecks.h"
+#include "search/score.h"
+#include "search/searchReporter.h"
+#include "search/transpositionTable.h"
+#include "tablebase/probe.h"
+
+namespace tarvonel
+{
+
+namespace
+{
+
+constexpr int fiftyMoveHorizon = 101; // plies by which a distance loses against the fifty-move rule
+
+tbPosition toTablePosition(const pos &position, int ply, int rule50)
+{
+    const auto unionOf = [&](int type) {
+        return position.bitboards[pieceOf(type, white)] | position.bitboards[pieceOf(type, black)];
+    };
+    const int enPassant = position.info[ply].enPassant;
+    tbPosition table{};
+    table.white = position.bitboards[white];
+    table.black = position.bitboards[black];
+    for (int type = pawn; type <= king; ++type)
+        table.*typeSets[type] = unionOf(type);
+    table.rule50 = static_cast<std::uint8_t>(std::min(rule50, UINT8_MAX));
+    table.ep = static_cast<std::uint8_t>(enPassant == 0 ? 0 : enPassant + forward(position.sideToMove));
+    table.turn = position.sideToMove == white ? 1 : 0;
+    return table;
+}
+
+/// The outcome that a root distance means once the fifty-move count has its say.
+tableOutcome classify(int dtz, int rule50)
+{
+    if (dtz > 0)
+        return dtz + rule50 < fiftyMoveHorizon ? tableWin : tableCursedWin;
+    if (dtz < 0)
+        return rule50 - dtz < fiftyMoveHorizon ? tableLoss : tableBlessedLoss;
+    return tableDraw;
+}
+
+int rootScore(tableOutcome outcome, int dtz)
+{
+    if (outcome == tableWin)
+        return tablebaseWin - std::abs(dtz);
+    if (outcome == tableLoss)
+        return std::abs(dtz) - tablebaseWin;
+    return scoreDraw;
+}
+
+moveCode toMoveCode(const pos &position, const tbPosition &table, tbMove move)
+{
+    constexpr int flagOfPromotion[] = {plainMove, promoteQueen, promoteRook, promoteBishop, promoteKnight};
+    constexpr int twoRanks = 16;
+    const int from = tbFrom(move);
+    const int to = tbTo(move);
+    const int piece = position.board[from];
+    if (isTbEnPassant(table, move))
+        return encodeMove(from, to - forward(position.sideToMove), enPassantCapture, piece);
+    if (isPawn(piece) && std::abs(to - from) == twoRanks)
+        return encodeMove(from, to, doubleStep, piece);
+    return encodeMove(from, to, flagOfPromotion[tbPromotionOf(move)], piece);
+}
+
+} // namespace
+
+int probeInTree(int ply, const pos &position)
+{
+    int success = 0;
+    const int wdl = probeWdl(toTablePosition(position, ply, 0), success);
+    return success == 0 ? tableFailed : wdl + tableDraw;
+}
+
+std::optional<int> probeForCutoff(int ply, int depth, int alpha, int beta, pos &position)
+{
+    const int outcome = probeInTree(ply, position);
+    if (outcome == tableFailed)
+        return std::nullopt;
+    position.tablebaseHits.add(1);
+
+    int score = scoreDraw;
+    ttBound bound = boundExact;
+    if (outcome == tableWin)
+    {
+        score = tablebaseWin - ply;
+        bound = boundLower;
+        if (score < beta)
+            return std::nullopt;
+    }
+    else if (outcome == tableLoss)
+    {
+        score = ply - tablebaseWin;
+        bound = boundUpper;
+        if (score > alpha)
+            return std::nullopt;
+    }
+    const int storedDepth = std::min(static_cast<int>(tableCardinality.load()) + depth, maxPly);
+    ttStore(position.key, noMove, score, storedDepth, bound, ply);
+    return score;
+}
+
+bool isTableRoot(const pos &position)
+{
+    const int cardinality = static_cast<int>(tableCardinality.load());
+    return cardinality > 0 && position.info[0].castling == 0 && popCount(occupancy(position)) <= cardinality;
+}
+
+moveCode probeAtRoot(pos &position)
+{
+    const int rule50 = position.fiftyCount;
+    const tbPosition table = toTablePosition(position, 0, rule50);
+    if (!tbValid(table))
+        return noMove;
+    int success = 0;
+    int dtz = 0;
+    const tbMove found = probeRoot(table, success, dtz);
+    if (success == 0 || found == 0 || found == tbCheckmateCode || found == tbStalemateCode)
+        return noMove;
+
+    const moveCode move = toMoveCode(position, table, found);
+    if (!isMoveValid(position, 0, move) || !leavesKingSafe(position, 0, move))
+        return noMove;
+    if (reporter.tableMove != nullptr)
+        reporter.tableMove(position, rootScore(classify(dtz, rule50), dtz), move);
+    return move;
+}
+
+} // namespace tarvonel

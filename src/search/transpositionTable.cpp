@@ -1,0 +1,153 @@
+#include "search/transpositionTable.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstring>
+#include <system_error>
+#include <thread>
+#include <vector>
+
+#include "board/engineOptions.h"
+#include "platform/largeMemory.h"
+#include "search/score.h"
+
+namespace tarvonel
+{
+
+ttCluster *ttTable = nullptr;
+std::uint64_t ttMask = 0;
+std::uint8_t ttAge = 0;
+
+namespace
+{
+
+constexpr int pliesLostPerAge = 4; // what one search of age costs an entry, in plies of depth
+constexpr int bestWorst = 32768;
+
+std::uint32_t ttSearchCount = 0; // `go` commands since the last clear
+std::uint64_t allocatedBytes = 0;
+
+std::uint64_t packEntry(moveCode move, int value, int depth, ttBound bound)
+{
+    const auto valueBits = static_cast<std::uint16_t>(value);
+    const auto depthBits = static_cast<std::uint8_t>(depth);
+    const std::uint64_t ageAndBound = static_cast<std::uint64_t>(ttAge) * 4 + bound;
+    return move | static_cast<std::uint64_t>(valueBits) << 32 | static_cast<std::uint64_t>(depthBits) << 48 |
+           ageAndBound << 56;
+}
+
+/// How much an entry is worth keeping: deep, young and exact ones most.
+int keepValue(ttEntry entry)
+{
+    return entry.depth() - pliesLostPerAge * ((ttAge - entry.age()) & (ttAges - 1)) +
+           (entry.bound() == boundExact ? 1 : 0);
+}
+
+int slotToReplace(const ttCluster &cluster, std::uint64_t key)
+{
+    int chosen = 0;
+    int worst = bestWorst;
+    for (int slot = 0; slot < ttSlots; ++slot)
+    {
+        const ttEntry entry{cluster.data[slot]};
+        if (cluster.key[slot] == key || entry.word == 0)
+            return slot;
+        if (const int keep = keepValue(entry); keep < worst)
+        {
+            worst = keep;
+            chosen = slot;
+        }
+    }
+    return chosen;
+}
+
+void zeroClusters(std::uint64_t first, std::uint64_t count)
+{
+    std::memset(static_cast<void *>(ttTable + first), 0, count * sizeof(ttCluster));
+}
+
+} // namespace
+
+void ttRelease()
+{
+    releaseLarge(ttTable, allocatedBytes);
+    ttTable = nullptr;
+    ttMask = 0;
+    allocatedBytes = 0;
+}
+
+std::uint64_t ttResize(int megabytes)
+{
+    ttRelease();
+    auto wanted = std::bit_ceil(static_cast<std::uint64_t>(std::max(megabytes, 1)));
+    for (; wanted > 1; wanted /= 2)
+    {
+        allocatedBytes = wanted * ttClustersPerMegabyte * sizeof(ttCluster);
+        ttTable = static_cast<ttCluster *>(allocateLarge(allocatedBytes));
+        if (ttTable != nullptr)
+            break;
+    }
+    if (ttTable == nullptr)
+    {
+        // The last resort needs no heap: the engine goes on with the smallest table there is.
+        static ttCluster smallestTable[ttClustersPerMegabyte];
+        ttTable = smallestTable;
+        allocatedBytes = 0;
+    }
+    ttMask = wanted * ttClustersPerMegabyte - 1;
+    ttClear();
+    return wanted;
+}
+
+void ttClear()
+{
+    const std::uint64_t clusters = ttMask + 1;
+    const auto threads = static_cast<std::uint64_t>(std::max<int>(engineOptions.threadCount, 1));
+    const std::uint64_t share = clusters / threads;
+    std::vector<std::thread> helpers;
+    helpers.reserve(threads);
+    for (std::uint64_t i = 0; i < threads; ++i)
+    {
+        const std::uint64_t first = i * share;
+        const std::uint64_t count = i + 1 == threads ? clusters - first : share;
+        try
+        {
+            helpers.emplace_back(zeroClusters, first, count);
+        }
+        catch (const std::system_error &)
+        {
+            zeroClusters(first, count); // no thread to be had: this one does the work
+        }
+    }
+    for (std::thread &helper : helpers)
+        helper.join();
+    ttSearchCount = 0;
+}
+
+void ttAdvanceAge()
+{
+    ttAge = static_cast<std::uint8_t>(ttSearchCount & (ttAges - 1));
+    ++ttSearchCount;
+}
+
+ttEntry ttProbe(std::uint64_t key)
+{
+    const ttCluster &cluster = ttTable[key & ttMask];
+    for (int slot = 0; slot < ttSlots; ++slot)
+    {
+        const std::uint64_t word = cluster.data[slot];
+        if (cluster.key[slot] == key)
+            return {word};
+    }
+    return {0};
+}
+
+void ttStore(std::uint64_t key, moveCode move, int score, int depth, ttBound bound, int ply)
+{
+    ttCluster &cluster = ttTable[key & ttMask];
+    const int slot = slotToReplace(cluster, key);
+    cluster.key[slot] = key;
+    cluster.data[slot] = packEntry(move, scoreToTable(score, ply), depth, bound);
+}
+
+} // namespace tarvonel

@@ -1,0 +1,155 @@
+#include "search/worker.h"
+
+#include <cstring>
+#include <system_error>
+
+#include "board/engineOptions.h"
+#include "platform/threadPlacement.h"
+#include "search/transpositionTable.h"
+
+namespace tarvonel
+{
+
+std::vector<std::unique_ptr<worker>> workerPool;
+
+worker::worker(int index) : threadIndex(index)
+{
+    try
+    {
+        thread = std::thread(&worker::idleLoop, this);
+    }
+    catch (const std::system_error &)
+    {
+        searching = false; // the pool looks at isStarted and goes on without this one
+        return;
+    }
+    waitForSearchEnd();
+}
+
+worker::~worker()
+{
+    if (!isStarted())
+        return;
+    {
+        const std::lock_guard guard(lock);
+        exiting = true;
+        searching = true;
+        condition.notify_one();
+    }
+    thread.join();
+}
+
+void worker::idleLoop()
+{
+    for (;;)
+    {
+        bindThreadToNode(threadIndex, engineOptions.numaNode);
+        {
+            std::unique_lock guard(lock);
+            searching = false;
+            condition.notify_one();
+            condition.wait(guard, [this] { return searching; });
+            if (exiting)
+                return;
+        }
+        search();
+    }
+}
+
+void worker::wake()
+{
+    if (!isStarted()) // a boss without a thread searches on the caller's
+        return search();
+    const std::lock_guard guard(lock);
+    searching = true;
+    condition.notify_one();
+}
+
+void worker::waitForSearchEnd()
+{
+    std::unique_lock guard(lock);
+    condition.wait(guard, [this] { return !searching; });
+}
+
+bool worker::isSearching()
+{
+    const std::lock_guard guard(lock);
+    return searching;
+}
+
+void worker::adopt(const pos &root)
+{
+    position = root;
+    position.info[0].listStart = moveStack;
+    position.threadIndex = threadIndex;
+    position.pawnTable = pawnTable;
+    position.evalCache = evalCache;
+    position.accumulatorCache = accumulatorCache;
+    position.contHistoryTwoBack = contHistoryTwoBack;
+    position.contHistoryOneBack = contHistoryOneBack;
+}
+
+void worker::clearHistory()
+{
+    std::memset(contHistoryTwoBack, 0, sizeof contHistoryTwoBack);
+    std::memset(contHistoryOneBack, 0, sizeof contHistoryOneBack);
+}
+
+void worker::clearEvaluationCaches()
+{
+    std::memset(static_cast<void *>(evalCache), 0, sizeof evalCache);
+    std::memset(static_cast<void *>(accumulatorCache), 0, sizeof accumulatorCache);
+}
+
+boss &theBoss() { return static_cast<boss &>(*workerPool.front()); }
+
+int rebuildWorkerPool(int count)
+{
+    if (!workerPool.empty())
+        theBoss().waitForSearchEnd();
+    while (!workerPool.empty())
+        workerPool.pop_back();
+    if (count > 0)
+        workerPool.push_back(std::make_unique<boss>());
+    while (static_cast<int>(workerPool.size()) < count)
+    {
+        auto next = std::make_unique<worker>(static_cast<int>(workerPool.size()));
+        if (!next->isStarted())
+            break;
+        workerPool.push_back(std::move(next));
+    }
+    return static_cast<int>(workerPool.size());
+}
+
+void clearWorkerHistory()
+{
+    for (const auto &each : workerPool)
+        each->clearHistory();
+}
+
+void clearEvaluationCaches()
+{
+    for (const auto &each : workerPool)
+        each->clearEvaluationCaches();
+}
+
+bool isSearchRunning() { return !workerPool.empty() && theBoss().isSearching(); }
+
+void waitForSearch()
+{
+    if (!workerPool.empty())
+        theBoss().waitForSearchEnd();
+}
+
+void startSearch(const pos &root)
+{
+    stopSearch = false;
+    timeIsUp = false;
+    deepestTimed = 0;
+    ttAdvanceAge();
+    for (const auto &each : workerPool)
+        each->adopt(root);
+    theBoss().wake();
+}
+
+} // namespace tarvonel
