@@ -1,0 +1,103 @@
+# The everyday commands; the build itself is CMake's (CMakeLists.txt, CMakePresets.json).
+#
+#   make                 builds the engine (build/release/tarvonel) and the network beside it
+#   make run             installs what is missing, builds, searches the start position for five seconds
+#   make test            installs what is missing, builds and runs all tests
+#   make bench           search signature, nodes per second and timings of the parts
+#   make training        the programs that make the network file
+#   make avx2            the engine for processors with AVX2 (build/avx2/tarvonel)
+#   make install         installs engine and network side by side under PREFIX
+#   make quick debug asan tsan clang    tests of the other builds
+#   make format tidy layers             habits of the source
+
+PREFIX ?= /usr/local
+JOBS ?= $(shell nproc 2>/dev/null || echo 2)
+RUN_MILLISECONDS ?= 5000
+
+release := build/release
+ctest = ctest --output-on-failure --no-tests=error -j $(JOBS)
+
+# $(call build,PRESET,TARGETS): configures (again only where something changed) and builds.
+build = cmake --preset $(1) >build/$(1).configure.log 2>&1 || { cat build/$(1).configure.log; exit 1; }; \
+        cmake --build --preset $(1) -j $(JOBS) --target $(2)
+
+.PHONY: all engine run test quick bench training avx2 generic debug asan tsan clang format check-format tidy layers \
+        install clean
+
+all: engine
+
+build:
+	@mkdir -p build
+
+engine: | build
+	@tools/setup.sh build
+	@$(call build,release,tarvonel)
+
+run: engine
+	cd $(release) && ./tarvonel go movetime $(RUN_MILLISECONDS)
+
+test: | build
+	@tools/setup.sh build test bench
+	@$(call build,release,all)
+	$(ctest) --test-dir $(release)
+
+quick: | build
+	@tools/setup.sh build test bench
+	@$(call build,release,all)
+	$(ctest) --test-dir $(release) -L quick
+
+bench: | build
+	@tools/setup.sh build bench
+	@$(call build,release,tarvonelSignature tarvonelBench)
+	$(release)/bench/tarvonelSignature
+	$(release)/bench/tarvonelBench --benchmark_counters_tabular=true
+
+training: | build
+	@tools/setup.sh build
+	@$(call build,release,training)
+
+avx2 generic: | build
+	@tools/setup.sh build
+	@$(call build,$@,tarvonel)
+
+debug: | build
+	@tools/setup.sh build test
+	@$(call build,debug,tarvonelTests)
+	$(ctest) --test-dir build/debug -L quick
+
+asan: | build
+	@tools/setup.sh build test
+	@$(call build,asan-ubsan,tarvonelTests)
+	$(ctest) --test-dir build/asan-ubsan -L quick
+
+tsan: | build
+	@tools/setup.sh build test
+	@$(call build,tsan,tarvonelTests)
+	tools/withoutAddressRandomisation.sh $(ctest) --test-dir build/tsan -L threads
+
+clang: | build
+	@tools/setup.sh build test develop
+	@$(call build,clang,tarvonelTests)
+	$(ctest) --test-dir build/clang -L quick
+
+format:
+	@tools/setup.sh develop
+	git ls-files '*.cpp' '*.h' | xargs clang-format -i
+
+check-format:
+	@tools/setup.sh develop
+	git ls-files '*.cpp' '*.h' | xargs clang-format --dry-run -Werror
+
+tidy: | build
+	@tools/setup.sh build develop
+	@$(call build,release,help) >/dev/null
+	run-clang-tidy -quiet -j $(JOBS) -p $(release) '$(CURDIR)/src/.*'
+
+layers:
+	tools/checkLayers.sh
+
+install: engine
+	cmake --install $(release) --prefix $(PREFIX)
+
+clean:
+	rm -rf build

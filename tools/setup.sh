@@ -1,0 +1,67 @@
+#!/usr/bin/env bash
+# Installs what the build needs and the machine lacks, from the distribution's own packages.
+#
+#   tools/setup.sh [build] [test] [bench] [develop]      without a word: all four
+#
+# Says what it installs and does nothing where all is there. For Debian and its relatives, as root
+# or with sudo; elsewhere it names what is missing.
+set -euo pipefail
+
+missing=()
+
+needCommand() # COMMAND PACKAGE
+{
+    command -v "$1" >/dev/null 2>&1 || missing+=("$2")
+}
+
+needHeader() # HEADER PACKAGE
+{
+    local folder
+    for folder in /usr/include /usr/local/include; do
+        [[ -e $folder/$1 ]] && return
+    done
+    missing+=("$2")
+}
+
+for group in "${@:-build test bench develop}"; do
+    for word in $group; do
+        case $word in
+        build)
+            needCommand g++ g++
+            needCommand cmake cmake
+            needCommand ninja ninja-build
+            ;;
+        test) needHeader gtest/gtest.h libgtest-dev ;;
+        bench) needHeader benchmark/benchmark.h libbenchmark-dev ;;
+        develop)
+            needCommand clang++ clang
+            needCommand clang-format clang-format
+            needCommand run-clang-tidy clang-tidy
+            ;;
+        *)
+            echo "setup: build, test, bench or develop, not '$word'" >&2
+            exit 2
+            ;;
+        esac
+    done
+done
+
+[[ ${#missing[@]} -eq 0 ]] && exit 0
+
+if ! command -v apt-get >/dev/null 2>&1; then
+    echo "setup: please install what these Debian packages hold: ${missing[*]}" >&2
+    exit 1
+fi
+
+asRoot=()
+if [[ $(id -u) -ne 0 ]]; then
+    if ! command -v sudo >/dev/null 2>&1; then
+        echo "setup: please run as root: apt-get install ${missing[*]}" >&2
+        exit 1
+    fi
+    asRoot=(sudo)
+fi
+
+echo "setup: installing ${missing[*]}"
+"${asRoot[@]}" apt-get update -qq
+"${asRoot[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
