@@ -12,6 +12,7 @@
 #include "board/engineOptions.h"
 #include "board/pos.h"
 #include "board/setup.h"
+#include "eval/accumulator.h"
 #include "eval/evaluate.h"
 #include "eval/pawnEvaluation.h"
 #include "movegen/moveChecks.h"
@@ -24,6 +25,7 @@ struct benchBoard
     std::unique_ptr<pos> record = std::make_unique<pos>();
     std::vector<moveCode> moveStack = std::vector<moveCode>(moveStackSize);
     std::vector<pawnEntry> pawnTable = std::vector<pawnEntry>(pawnTableSize);
+    std::vector<accumulatorCacheEntry> accumulatorCache = std::vector<accumulatorCacheEntry>(accumulatorCacheSize);
     std::vector<evalCacheEntry> evalCache = std::vector<evalCacheEntry>(evalCacheSize);
 
     /// Ends the program if the text is no position: a list of the benchmark's own is then wrong.
@@ -33,6 +35,7 @@ struct benchBoard
         record->info[0].listStart = moveStack.data();
         record->pawnTable = pawnTable.data();
         record->evalCache = evalCache.data();
+        record->accumulatorCache = accumulatorCache.data();
         if (const std::string complaint = setupPosition(entry.fen, *record); !complaint.empty())
         {
             std::cerr << entry.fen << ": " << complaint << '\n';
