@@ -1,0 +1,209 @@
+#include "movegen/perft.h"
+
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "board/setup.h"
+#include "support/bruteForce.h"
+#include "support/randomGames.h"
+#include "support/sharedData.h"
+
+namespace tarvonel
+{
+namespace
+{
+
+std::uint64_t countFrom(const std::string &fen, int depth)
+{
+    ownedPosition position(fen);
+    return perft(0, depth, *position);
+}
+
+struct knownCounts
+{
+    const char *fen;
+    std::vector<std::uint64_t> leaves; ///< from depth 1 on
+};
+
+const knownCounts wellKnown[] = {
+    {startPositionFen, {20, 400, 8902, 197281, 4865609}},
+    {"r3k2r/p1ppqpb1/bn2pnp1/3PN3/1p2P3/2N2Q1p/PPPBBPPP/R3K2R w KQkq - 0 1", {48, 2039, 97862, 4085603}},
+    {"8/2p5/3p4/KP5r/1R3p1k/8/4P1P1/8 w - - 0 1", {14, 191, 2812, 43238, 674624}},
+    {"r3k2r/Pppp1ppp/1b3nbN/nP6/BBP1P3/q4N2/Pp1P2PP/R2Q1RK1 w kq - 0 1", {6, 264, 9467, 422333}},
+    {"rnbq1k1r/pp1Pbppp/2p5/8/2B5/8/PPP1NnPP/RNBQK2R w KQ - 1 8", {44, 1486, 62379, 2103487}},
+    {"r4rk1/1pp1qppp/p1np1n2/2b1p1B1/2B1P1b1/P1NP1N2/1PP1QPPP/R4RK1 w - - 0 10", {46, 2079, 89890, 3894594}},
+    {"7k/5Q2/6K1/8/8/8/8/8 b - - 0 1", {0, 0, 0}}, // stalemate
+    {"R6k/6pp/8/8/8/8/8/K7 b - - 0 1", {0, 0}},    // mate
+};
+
+TEST(perft, countsWellKnownPositions)
+{
+    for (const knownCounts &known : wellKnown)
+    {
+        for (std::size_t depth = 1; depth <= known.leaves.size(); ++depth)
+        {
+            EXPECT_EQ(countFrom(known.fen, static_cast<int>(depth)), known.leaves[depth - 1])
+                << known.fen << ' ' << depth;
+        }
+    }
+}
+
+TEST(slowPerft, countsWellKnownPositionsDeeper)
+{
+    EXPECT_EQ(countFrom(startPositionFen, 6), 119060324U);
+    EXPECT_EQ(countFrom(wellKnown[1].fen, 5), 193690690U);
+    EXPECT_EQ(countFrom(wellKnown[2].fen, 7), 178633661U);
+    EXPECT_EQ(countFrom(wellKnown[3].fen, 5), 15833292U);
+    EXPECT_EQ(countFrom(wellKnown[4].fen, 5), 89941194U);
+    EXPECT_EQ(countFrom(wellKnown[5].fen, 5), 164075551U);
+}
+
+TEST(perft, leavesThePositionAsItWas)
+{
+    ownedPosition position(wellKnown[1].fen);
+    const std::string boardBefore = boardText(*position);
+    const std::uint64_t keyBefore = position->key;
+    perft(0, 3, *position);
+    EXPECT_EQ(boardText(*position), boardBefore);
+    EXPECT_EQ(position->key, keyBefore);
+    EXPECT_EQ(position->keyCount, 1);
+}
+
+/// Whether KQkq names the same rooks as the file letters do: the outermost of all of a colour.
+bool areCastlingRooksOutermost(const bruteForce::letterBoard &board)
+{
+    for (int side = 0; side < 2; ++side)
+    {
+        const std::string squares(board.squares.begin(), board.squares.end());
+        const char letter = side == 0 ? 'R' : 'r';
+        const int highest = static_cast<int>(squares.rfind(letter));
+        const int lowest = static_cast<int>(squares.find(letter));
+        const auto &rooks = board.castlingRooks[side];
+        if ((rooks[0] != bruteForce::nowhere && rooks[0] != highest) ||
+            (rooks[1] != bruteForce::nowhere && rooks[1] != lowest))
+        {
+            return false;
+        }
+    }
+    return true;
+}
+
+TEST(perft, agreesWithBruteForceOnAllKindsOf960StartPositions)
+{
+    const variantScope variant(true);
+    EXPECT_EQ(bruteForce::writeFen(bruteForce::readFen(startFen960(518)), false), startPositionFen);
+    for (int number = 0; number < 960; number += 20)
+    {
+        const std::string fen = startFen960(number);
+        const bruteForce::letterBoard board = bruteForce::readFen(fen);
+        const std::uint64_t leaves = bruteForce::countLeaves(board, 3);
+        EXPECT_EQ(countFrom(fen, 3), leaves) << fen;
+        EXPECT_EQ(countFrom(bruteForce::writeFen(board, false), 3), leaves) << fen;
+    }
+}
+
+TEST(perft, agreesWithBruteForceWhere960CastlingIsPossible)
+{
+    int withCastling = 0;
+    playRandomGames({.seed = 960, .games = 250, .plies = 60, .chess960 = true},
+                    [&](pos &position, const bruteForce::letterBoard &board)
+                    {
+                        bool castles = false;
+                        for (const bruteForce::letterMove &move : bruteForce::legalMoves(board))
+                        {
+                            castles = castles || move.castlingWing != bruteForce::nowhere;
+                        }
+                        if (!castles || withCastling >= 120)
+                        {
+                            return;
+                        }
+                        ++withCastling;
+                        const std::uint64_t leaves = bruteForce::countLeaves(board, 2);
+                        EXPECT_EQ(perft(0, 2, position), leaves) << bruteForce::writeFen(board, true);
+                        EXPECT_EQ(countFrom(bruteForce::writeFen(board, true), 2), leaves);
+                        if (areCastlingRooksOutermost(board))
+                        {
+                            EXPECT_EQ(countFrom(bruteForce::writeFen(board, false), 2), leaves);
+                        }
+                    });
+    EXPECT_EQ(withCastling, 120);
+}
+
+// Files of known counts: "FEN ;D1 20 ;D2 400 ...".
+
+struct countFile
+{
+    const char *name;
+    bool chess960;
+};
+
+const countFile countFiles[] = {
+    {"perft/perftsuite.epd", false},  {"perft/special_moves.epd", false}, {"perft/double_check.epd", false},
+    {"perft/en_passant.epd", false},  {"perft/random.epd", false},        {"perft/fischer.epd", true},
+    {"perft/fischer_xfen.epd", true},
+};
+
+/// Counts each line of a file at its greatest depth with no more than `mostLeaves` leaves.
+void checkCountFile(const countFile &file, std::uint64_t mostLeaves)
+{
+    std::ifstream lines(sharedDataPath(file.name));
+    const variantScope variant(file.chess960);
+    std::string line;
+    while (std::getline(lines, line))
+    {
+        std::istringstream fields(line);
+        std::string fen, field;
+        std::getline(fields, fen, ';');
+        int bestDepth = 0;
+        std::uint64_t bestLeaves = 0;
+        while (std::getline(fields, field, ';'))
+        {
+            std::istringstream words(field);
+            char mark = 0;
+            int depth = 0;
+            std::uint64_t leaves = 0;
+            if (words >> mark >> depth >> leaves && leaves <= mostLeaves && depth > bestDepth)
+            {
+                bestDepth = depth;
+                bestLeaves = leaves;
+            }
+        }
+        if (bestDepth > 0)
+        {
+            EXPECT_EQ(countFrom(fen, bestDepth), bestLeaves) << file.name << ": " << fen << " depth " << bestDepth;
+        }
+    }
+}
+
+bool isThere(const countFile &file) { return std::ifstream(sharedDataPath(file.name)).good(); }
+
+TEST(perft, agreesWithFilesOfKnownCounts)
+{
+    for (const countFile &file : countFiles)
+    {
+        if (!isThere(file))
+        {
+            GTEST_SKIP() << "no test data at " << sharedDataPath(file.name);
+        }
+        checkCountFile(file, 50'000);
+    }
+}
+
+TEST(slowPerft, agreesWithFilesOfKnownCountsDeeper)
+{
+    for (const countFile &file : countFiles)
+    {
+        if (!isThere(file))
+        {
+            GTEST_SKIP() << "no test data at " << sharedDataPath(file.name);
+        }
+        checkCountFile(file, 3'000'000);
+    }
+}
+
+} // namespace
+} // namespace tarvonel

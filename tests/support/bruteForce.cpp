@@ -1,0 +1,470 @@
+#include "support/bruteForce.h"
+
+#include <cctype>
+#include <cstdlib>
+#include <sstream>
+
+namespace tarvonel::bruteForce
+{
+
+namespace
+{
+
+struct direction
+{
+    int files, ranks;
+};
+
+constexpr direction straight[] = {{1, 0}, {-1, 0}, {0, 1}, {0, -1}};
+constexpr direction diagonal[] = {{1, 1}, {-1, 1}, {1, -1}, {-1, -1}};
+constexpr direction jumps[] = {{1, 2}, {2, 1}, {2, -1}, {1, -2}, {-1, -2}, {-2, -1}, {-2, 1}, {-1, 2}};
+
+bool isWhiteLetter(char letter) { return std::isupper(static_cast<unsigned char>(letter)) != 0; }
+char lower(char letter) { return static_cast<char>(std::tolower(static_cast<unsigned char>(letter))); }
+char upper(char letter) { return static_cast<char>(std::toupper(static_cast<unsigned char>(letter))); }
+char coloured(char letter, bool isWhite) { return isWhite ? upper(letter) : lower(letter); }
+
+/// The square a step away, or `nowhere`.
+int stepFrom(int square, direction step)
+{
+    const int file = square % 8 + step.files;
+    const int rank = square / 8 + step.ranks;
+    return file < 0 || file > 7 || rank < 0 || rank > 7 ? nowhere : rank * 8 + file;
+}
+
+bool isOwn(const letterBoard &board, int square, bool isWhite)
+{
+    return board.squares[square] != noPiece && isWhiteLetter(board.squares[square]) == isWhite;
+}
+
+bool isEnemy(const letterBoard &board, int square, bool isWhite)
+{
+    return board.squares[square] != noPiece && isWhiteLetter(board.squares[square]) != isWhite;
+}
+
+int findKing(const letterBoard &board, bool isWhite)
+{
+    for (int square = 0; square < 64; ++square)
+    {
+        if (board.squares[square] == coloured('k', isWhite))
+        {
+            return square;
+        }
+    }
+    return nowhere;
+}
+
+template <std::size_t N> bool isSeenAlong(const letterBoard &board, int square, const direction (&steps)[N],
+                                          bool slides, char first, char second)
+{
+    for (const direction step : steps)
+    {
+        int target = stepFrom(square, step);
+        while (target != nowhere)
+        {
+            const char letter = board.squares[target];
+            if (letter != noPiece)
+            {
+                if (letter == first || letter == second)
+                {
+                    return true;
+                }
+                break;
+            }
+            if (!slides)
+            {
+                break;
+            }
+            target = stepFrom(target, step);
+        }
+    }
+    return false;
+}
+
+template <std::size_t N> void addPieceMoves(const letterBoard &board, int from, const direction (&steps)[N],
+                                            bool slides, std::vector<letterMove> &moves)
+{
+    for (const direction step : steps)
+    {
+        for (int to = stepFrom(from, step); to != nowhere; to = stepFrom(to, step))
+        {
+            if (isOwn(board, to, board.whiteToMove))
+            {
+                break;
+            }
+            moves.push_back({from, to});
+            if (board.squares[to] != noPiece || !slides)
+            {
+                break;
+            }
+        }
+    }
+}
+
+void addPawnMove(const letterBoard &board, int from, int to, std::vector<letterMove> &moves)
+{
+    if (to / 8 != (board.whiteToMove ? 7 : 0))
+    {
+        moves.push_back({from, to});
+        return;
+    }
+    for (const char letter : {'q', 'r', 'b', 'n'})
+    {
+        moves.push_back({from, to, letter});
+    }
+}
+
+void addPawnMoves(const letterBoard &board, int from, std::vector<letterMove> &moves)
+{
+    const int ahead = board.whiteToMove ? 1 : -1;
+    const int one = stepFrom(from, {0, ahead});
+    if (one != nowhere && board.squares[one] == noPiece)
+    {
+        addPawnMove(board, from, one, moves);
+        const int two = stepFrom(one, {0, ahead});
+        if (from / 8 == (board.whiteToMove ? 1 : 6) && board.squares[two] == noPiece)
+        {
+            moves.push_back({from, two});
+        }
+    }
+    for (const int sideways : {-1, 1})
+    {
+        const int to = stepFrom(from, {sideways, ahead});
+        if (to == nowhere)
+        {
+            continue;
+        }
+        if (isEnemy(board, to, board.whiteToMove))
+        {
+            addPawnMove(board, from, to, moves);
+        }
+        else if (to == board.skippedSquare && board.squares[to] == noPiece)
+        {
+            moves.push_back({from, to, 0, true});
+        }
+    }
+}
+
+/// Where king and rook of a wing end up.
+int kingGoal(bool isWhite, int wing) { return (isWhite ? 0 : 56) + (wing == 0 ? 6 : 2); }
+int rookGoal(bool isWhite, int wing) { return (isWhite ? 0 : 56) + (wing == 0 ? 5 : 3); }
+
+bool isRankStretchFree(const letterBoard &board, int from, int to, int king, int rook)
+{
+    for (int square = std::min(from, to); square <= std::max(from, to); ++square)
+    {
+        if (square != king && square != rook && board.squares[square] != noPiece)
+        {
+            return false;
+        }
+    }
+    return true;
+}
+
+void addCastling(const letterBoard &board, int wing, std::vector<letterMove> &moves)
+{
+    const bool isWhite = board.whiteToMove;
+    const int rook = board.castlingRooks[isWhite ? 0 : 1][wing];
+    if (rook == nowhere)
+    {
+        return;
+    }
+    const int king = findKing(board, isWhite);
+    const int goal = kingGoal(isWhite, wing);
+    if (!isRankStretchFree(board, king, goal, king, rook) ||
+        !isRankStretchFree(board, rook, rookGoal(isWhite, wing), king, rook))
+    {
+        return;
+    }
+    const int step = goal > king ? 1 : -1;
+    for (int square = king; square != goal; square += step)
+    {
+        if (isAttackedBy(board, square, !isWhite))
+        {
+            return;
+        }
+    }
+    if (isAttackedBy(board, king, !isWhite))
+    {
+        return;
+    }
+    moves.push_back({king, rook, 0, false, wing});
+}
+
+void readCastling(letterBoard &board, const std::string &text)
+{
+    for (const char letter : text)
+    {
+        const char kind = lower(letter);
+        const bool isWhite = isWhiteLetter(letter);
+        const int home = isWhite ? 0 : 56;
+        const int king = findKing(board, isWhite);
+        auto &rooks = board.castlingRooks[isWhite ? 0 : 1];
+        if (kind == 'k')
+        {
+            for (int square = home + 7; square > king && rooks[0] == nowhere; --square)
+            {
+                rooks[0] = board.squares[square] == coloured('r', isWhite) ? square : nowhere;
+            }
+        }
+        else if (kind == 'q')
+        {
+            for (int square = home; square < king && rooks[1] == nowhere; ++square)
+            {
+                rooks[1] = board.squares[square] == coloured('r', isWhite) ? square : nowhere;
+            }
+        }
+        else if (kind >= 'a' && kind <= 'h')
+        {
+            const int square = home + (kind - 'a');
+            rooks[square > king ? 0 : 1] = square;
+        }
+    }
+}
+
+} // namespace
+
+letterBoard readFen(const std::string &fen)
+{
+    letterBoard board;
+    board.squares.fill(noPiece);
+    std::istringstream words(fen);
+    std::string placement, side, castling = "-", enPassant = "-";
+    words >> placement >> side >> castling >> enPassant >> board.halfMoves >> board.moveNumber;
+    int square = 56;
+    for (const char letter : placement)
+    {
+        if (letter == '/')
+        {
+            square -= 16;
+        }
+        else if (letter >= '1' && letter <= '8')
+        {
+            square += letter - '0';
+        }
+        else
+        {
+            board.squares[square++] = letter;
+        }
+    }
+    board.whiteToMove = side == "w";
+    readCastling(board, castling);
+    if (enPassant != "-")
+    {
+        board.skippedSquare = (enPassant[1] - '1') * 8 + (enPassant[0] - 'a');
+    }
+    return board;
+}
+
+std::string writeFen(const letterBoard &board, bool fileLetters)
+{
+    std::string text;
+    for (int rank = 7; rank >= 0; --rank)
+    {
+        int empty = 0;
+        for (int file = 0; file < 8; ++file)
+        {
+            const char letter = board.squares[rank * 8 + file];
+            if (letter == noPiece)
+            {
+                ++empty;
+                continue;
+            }
+            text += empty > 0 ? std::to_string(empty) : "";
+            text += letter;
+            empty = 0;
+        }
+        text += empty > 0 ? std::to_string(empty) : "";
+        text += rank > 0 ? "/" : "";
+    }
+    text += board.whiteToMove ? " w " : " b ";
+    std::string rights;
+    for (int side = 0; side < 2; ++side)
+    {
+        for (int wing = 0; wing < 2; ++wing)
+        {
+            const int rook = board.castlingRooks[side][wing];
+            if (rook != nowhere)
+            {
+                const char letter = fileLetters ? static_cast<char>('a' + rook % 8) : "kq"[wing];
+                rights += coloured(letter, side == 0);
+            }
+        }
+    }
+    text += rights.empty() ? "-" : rights;
+    text += ' ';
+    if (board.skippedSquare == nowhere)
+    {
+        text += '-';
+    }
+    else
+    {
+        text += static_cast<char>('a' + board.skippedSquare % 8);
+        text += static_cast<char>('1' + board.skippedSquare / 8);
+    }
+    return text + ' ' + std::to_string(board.halfMoves) + ' ' + std::to_string(board.moveNumber);
+}
+
+bool isAttackedBy(const letterBoard &board, int square, bool byWhite)
+{
+    for (const int sideways : {-1, 1})
+    {
+        const int origin = stepFrom(square, {sideways, byWhite ? -1 : 1});
+        if (origin != nowhere && board.squares[origin] == coloured('p', byWhite))
+        {
+            return true;
+        }
+    }
+    const auto piece = [byWhite](char letter) { return coloured(letter, byWhite); };
+    return isSeenAlong(board, square, straight, true, piece('r'), piece('q')) ||
+           isSeenAlong(board, square, diagonal, true, piece('b'), piece('q')) ||
+           isSeenAlong(board, square, jumps, false, piece('n'), piece('n')) ||
+           isSeenAlong(board, square, straight, false, piece('k'), piece('k')) ||
+           isSeenAlong(board, square, diagonal, false, piece('k'), piece('k'));
+}
+
+bool isInCheck(const letterBoard &board, bool whiteKing)
+{
+    return isAttackedBy(board, findKing(board, whiteKing), !whiteKing);
+}
+
+bool isCapture(const letterBoard &board, const letterMove &move)
+{
+    return move.isEnPassant || (move.castlingWing == nowhere && board.squares[move.to] != noPiece);
+}
+
+std::vector<letterMove> pseudoLegalMoves(const letterBoard &board)
+{
+    std::vector<letterMove> moves;
+    for (int from = 0; from < 64; ++from)
+    {
+        if (!isOwn(board, from, board.whiteToMove))
+        {
+            continue;
+        }
+        switch (lower(board.squares[from]))
+        {
+        case 'p':
+            addPawnMoves(board, from, moves);
+            break;
+        case 'n':
+            addPieceMoves(board, from, jumps, false, moves);
+            break;
+        case 'b':
+            addPieceMoves(board, from, diagonal, true, moves);
+            break;
+        case 'r':
+            addPieceMoves(board, from, straight, true, moves);
+            break;
+        case 'q':
+            addPieceMoves(board, from, diagonal, true, moves);
+            addPieceMoves(board, from, straight, true, moves);
+            break;
+        default:
+            addPieceMoves(board, from, diagonal, false, moves);
+            addPieceMoves(board, from, straight, false, moves);
+            addCastling(board, 0, moves);
+            addCastling(board, 1, moves);
+        }
+    }
+    return moves;
+}
+
+std::vector<letterMove> legalMoves(const letterBoard &board)
+{
+    std::vector<letterMove> moves;
+    for (const letterMove &move : pseudoLegalMoves(board))
+    {
+        if (!isInCheck(play(board, move), board.whiteToMove))
+        {
+            moves.push_back(move);
+        }
+    }
+    return moves;
+}
+
+letterBoard play(const letterBoard &board, const letterMove &move)
+{
+    letterBoard next = board;
+    const bool isWhite = board.whiteToMove;
+    const char letter = board.squares[move.from];
+    const bool isPawnMove = lower(letter) == 'p';
+
+    next.squares[move.from] = noPiece;
+    if (move.castlingWing != nowhere)
+    {
+        next.squares[move.to] = noPiece;
+        next.squares[kingGoal(isWhite, move.castlingWing)] = coloured('k', isWhite);
+        next.squares[rookGoal(isWhite, move.castlingWing)] = coloured('r', isWhite);
+    }
+    else
+    {
+        next.squares[move.to] = move.promotion != 0 ? coloured(move.promotion, isWhite) : letter;
+        if (move.isEnPassant)
+        {
+            next.squares[move.to + (isWhite ? -8 : 8)] = noPiece;
+        }
+    }
+
+    if (lower(letter) == 'k')
+    {
+        next.castlingRooks[isWhite ? 0 : 1] = {nowhere, nowhere};
+    }
+    for (auto &side : next.castlingRooks)
+    {
+        for (int &rook : side)
+        {
+            rook = rook == move.from || rook == move.to ? nowhere : rook;
+        }
+    }
+    const bool isDoubleStep = isPawnMove && std::abs(move.to - move.from) == 16;
+    next.skippedSquare = isDoubleStep ? (move.from + move.to) / 2 : nowhere;
+    next.halfMoves = isPawnMove || isCapture(board, move) ? 0 : board.halfMoves + 1;
+    next.moveNumber = isWhite ? board.moveNumber : board.moveNumber + 1;
+    next.whiteToMove = !isWhite;
+    return next;
+}
+
+std::uint64_t countLeaves(const letterBoard &board, int depth)
+{
+    if (depth == 0)
+    {
+        return 1;
+    }
+    std::uint64_t leaves = 0;
+    for (const letterMove &move : legalMoves(board))
+    {
+        leaves += countLeaves(play(board, move), depth - 1);
+    }
+    return leaves;
+}
+
+moveCode codeOf(const letterBoard &board, const letterMove &move)
+{
+    const bool isWhite = board.whiteToMove;
+    if (move.castlingWing != nowhere)
+    {
+        return encodeMove(move.from, kingGoal(isWhite, move.castlingWing), castleKingSide + move.castlingWing);
+    }
+    if (move.isEnPassant)
+    {
+        return encodeMove(move.from, move.to + (isWhite ? -8 : 8), enPassantCapture);
+    }
+    switch (move.promotion)
+    {
+    case 'q':
+        return encodeMove(move.from, move.to, promoteQueen);
+    case 'r':
+        return encodeMove(move.from, move.to, promoteRook);
+    case 'b':
+        return encodeMove(move.from, move.to, promoteBishop);
+    case 'n':
+        return encodeMove(move.from, move.to, promoteKnight);
+    default:
+        break;
+    }
+    const bool isDoubleStep = lower(board.squares[move.from]) == 'p' && std::abs(move.to - move.from) == 16;
+    return encodeMove(move.from, move.to, isDoubleStep ? doubleStep : plainMove);
+}
+
+} // namespace tarvonel::bruteForce

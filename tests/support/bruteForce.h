@@ -1,0 +1,61 @@
+// Chess by its rules alone, as an oracle for the engine's move generation: a board of letters,
+// moves found square by square, made on a copy, and legality by looking for an attacked king.
+//
+// It shares nothing with the engine but the numbering of squares and the move code it translates
+// to. Castling follows the Chess960 rules, of which the standard ones are a case.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "board/moveCode.h"
+
+namespace tarvonel::bruteForce
+{
+
+inline constexpr char noPiece = '.';
+inline constexpr int nowhere = -1;
+
+struct letterBoard
+{
+    std::array<char, 64> squares; ///< FEN letters by square, `noPiece` where empty
+    bool whiteToMove = true;
+    /// [white, black][king's, queen's side]: square of the rook that may still castle, or `nowhere`.
+    std::array<std::array<int, 2>, 2> castlingRooks = {{{nowhere, nowhere}, {nowhere, nowhere}}};
+    int skippedSquare = nowhere; ///< what a pawn has just stepped over
+    int halfMoves = 0;
+    int moveNumber = 1;
+};
+
+struct letterMove
+{
+    int from = 0;
+    int to = 0;         ///< for castling the own rook's square
+    char promotion = 0; ///< lower case letter of the new piece
+    bool isEnPassant = false;
+    int castlingWing = nowhere; ///< 0 king's side, 1 queen's side
+};
+
+/// Reads FEN with castling rights as KQkq (outermost rooks of the king's rank) or as file letters.
+letterBoard readFen(const std::string &fen);
+
+/// FEN text; castling rights as file letters, or as KQkq, which holds for outermost rooks alone.
+std::string writeFen(const letterBoard &board, bool fileLetters);
+
+bool isAttackedBy(const letterBoard &board, int square, bool byWhite);
+bool isInCheck(const letterBoard &board, bool whiteKing);
+bool isCapture(const letterBoard &board, const letterMove &move);
+
+/// Moves by the rules of movement; those that leave the king attacked included, but for castling
+/// out of or through check.
+std::vector<letterMove> pseudoLegalMoves(const letterBoard &board);
+std::vector<letterMove> legalMoves(const letterBoard &board);
+letterBoard play(const letterBoard &board, const letterMove &move);
+std::uint64_t countLeaves(const letterBoard &board, int depth);
+
+/// The engine's code of a move, extra byte 0.
+moveCode codeOf(const letterBoard &board, const letterMove &move);
+
+} // namespace tarvonel::bruteForce
