@@ -4,7 +4,7 @@
 // All of them take the ply, the first free slot of the move stack and the position, write the moves
 // from that slot on, and leave `listEnd` of the ply and `listStart` of the next ply one past the
 // last move. `inCheck` of the ply must be valid before the call. The end of the move stack is the
-// caller's concern: no list is longer than `maxListLength`.
+// caller's concern: `moveListReserve` slots hold any list.
 //
 // What comes out is pseudo-legal and goes through `isMoveLegal`, with two exceptions: a pinned
 // knight, which can never move, stands in no list but that of recaptures, and evasions are legal as
@@ -16,9 +16,6 @@
 
 namespace tarvonel
 {
-
-/// Slots that a caller keeps free for one list.
-inline constexpr int maxListLength = 256;
 
 /// `stage` of a ply whose list holds check evasions.
 inline constexpr std::uint8_t evasionStage = 99;

@@ -56,7 +56,7 @@ bool isPawnMoveValid(const pos &position, int ply, moveCode move)
     case enPassantCapture:
     {
         const int pawnSquare = position.info[ply].enPassant;
-        return pawnSquare != 0 && (epNeighbours[pawnSquare] & bit(from)) != 0 &&
+        return pawnSquare != 0 && to == pawnSquare && (epNeighbours[pawnSquare] & bit(from)) != 0 &&
                position.board[to] == pieceOf(pawn, opponent(side)) &&
                position.board[enPassantLanding(side, move)] == emptySquare;
     }

@@ -14,7 +14,7 @@ namespace
 /// begins where the list of ply 0 does.
 bool isMoveStackFull(int ply, const pos &position)
 {
-    return position.info[ply].listStart - position.info[0].listStart > moveStackSize - 2 * maxListLength;
+    return position.info[ply].listStart - position.info[0].listStart > moveStackSize - 2 * moveListReserve;
 }
 
 } // namespace

@@ -242,7 +242,7 @@ using generator = void (*)(int, moveCode *, pos &);
 /// Runs a generator on a list of its own and checks what it leaves behind in the stack.
 moveVector generated(generator generate, int ply, pos &position)
 {
-    static std::array<moveCode, 2 * maxListLength> list;
+    static std::array<moveCode, 2 * moveListReserve> list;
     generate(ply, list.data(), position);
     EXPECT_EQ(position.info[ply].listEnd, position.info[ply + 1].listStart);
     return {list.data(), position.info[ply].listEnd};

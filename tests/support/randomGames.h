@@ -18,7 +18,7 @@ namespace tarvonel
 struct ownedPosition
 {
     std::unique_ptr<pos> record = std::make_unique<pos>();
-    std::unique_ptr<moveCode[]> moveStack = std::make_unique<moveCode[]>(moveStackSize);
+    std::unique_ptr<moveCode[]> moveStack = std::make_unique<moveCode[]>(moveStackCapacity);
 
     explicit ownedPosition(const std::string &fen);
     pos &operator*() { return *record; }
