@@ -1,0 +1,147 @@
+#include "eval/pawnEvaluation.h"
+
+#include <algorithm>
+#include <cstdlib>
+
+#include "board/attackTables.h"
+
+namespace tarvonel
+{
+
+namespace
+{
+
+constexpr int firstKingSideFile = fileE;
+constexpr int noPawnDistance = 7; ///< "no pawn on the file" in the storm table
+
+/// The middle one of the three files that count as the king's.
+int kingFileCentre(int kingPlace) { return std::clamp(fileOf(kingPlace), int{fileB}, int{fileG}); }
+
+/// Ranks from the king's rank to the pawn of `Side`'s front nearest to it.
+template <colour Side> int ranksToNearest(bitboard pawnsAhead, int kingPlace)
+{
+    if (pawnsAhead == 0)
+        return noPawnDistance;
+    return Side == white ? rankOf(lowestSquare(pawnsAhead)) - rankOf(kingPlace)
+                         : rankOf(kingPlace) - rankOf(highestSquare(pawnsAhead));
+}
+
+/// The pawns in front of the king of `Side` on the three files around it.
+template <const evalTerms &Terms, colour Side> combEval stormScore(const pos &position, bool kingsOnSameWing)
+{
+    const int kingPlace = kingSquare(position, Side);
+    const bitboard ahead = ranksAhead[Side][kingPlace];
+    const bitboard ownAhead = position.bitboards[whitePawn + Side] & ahead;
+    const bitboard enemyAhead = position.bitboards[whitePawn + opponent(Side)] & ahead;
+    const int centre = kingFileCentre(kingPlace);
+
+    combEval score = 0;
+    for (int file = centre - 1; file <= centre + 1; ++file)
+    {
+        const int enemyDistance = ranksToNearest<Side>(enemyAhead & fileBits(file), kingPlace);
+        const int ownDistance = ranksToNearest<Side>(ownAhead & fileBits(file), kingPlace);
+        const bool blocked = enemyDistance != noPawnDistance && ownDistance == enemyDistance - 1;
+        score += Terms.pawns.storm[2 * kingsOnSameWing + blocked][file][enemyDistance];
+    }
+    return score;
+}
+
+/// The worth of a passed pawn: its square, and how near the kings are to the square ahead of it.
+template <const evalTerms &Terms, colour Side> combEval passedPawnScore(const pos &position, int square)
+{
+    const int rank = relativeRank(Side, square);
+    const int stop = square + forward(Side);
+    return distance[kingSquare(position, opponent(Side))][stop] * Terms.pawns.passedEnemyKing[rank] +
+           distance[kingSquare(position, Side)][stop] * Terms.pawns.passedOwnKing[rank] +
+           Terms.pawns.passedSquare[tableSquare(Side, square)];
+}
+
+/// All terms of one pawn; a passed one is entered in `passed`.
+template <const evalTerms &Terms, colour Side> combEval pawnScore(const pos &position, int square, bitboard &passed)
+{
+    constexpr colour enemySide = opponent(Side);
+    const pawnTerms &terms = Terms.pawns;
+    const bitboard own = position.bitboards[whitePawn + Side];
+    const bitboard enemy = position.bitboards[whitePawn + enemySide];
+    const int file = fileOf(square);
+    const int rank = relativeRank(Side, square);
+    const int stop = square + forward(Side);
+    const bool nearKing = std::abs(file - kingFileCentre(kingSquare(position, Side))) <= 1;
+
+    const bitboard attackers = pawnAttackers[enemySide][square] & enemy;
+    const bitboard stopAttackers = pawnAttackers[enemySide][stop] & enemy;
+    const bitboard supporters = pawnAttackers[Side][square] & own;
+    const bitboard phalanx = pawnAttackers[Side][stop] & own;
+    const bitboard sentries = passedMask[Side][square] & enemy;
+
+    combEval score = 0;
+    if (sentries == 0)
+    {
+        passed |= bit(square);
+        score += passedPawnScore<Terms, Side>(position, square);
+    }
+    else if ((sentries & ~stopAttackers) == attackers && popCount(phalanx) >= popCount(stopAttackers))
+        score += terms.candidate[popCount(supporters) >= popCount(attackers)][rank];
+
+    if ((own & adjacentFiles[square]) == 0)
+    {
+        score += terms.isolated[file];
+        if (nearKing)
+            score += terms.isolatedNearKing;
+    }
+
+    // Counted towards the higher squares for both colours: the rearmost pawn of a file pays for
+    // white, the foremost for black.
+    const bitboard higherSquares = ~bitboard{1} << square;
+    if ((own & fileBits(file) & higherSquares) != 0)
+    {
+        score += terms.doubled[file];
+        if (nearKing)
+            score += terms.doubledNearKing;
+    }
+
+    if ((passedMask[enemySide][square] & own) == 0 && stopAttackers != 0)
+    {
+        if (nearKing)
+            score += terms.backwardNearKing;
+        if ((enemy & fileBits(file)) == 0)
+            score += terms.backwardOpen[file];
+    }
+
+    if (supporters != 0)
+        score += terms.supported[rank];
+    if (phalanx != 0)
+        score += terms.sideBySide[rank];
+    return score;
+}
+
+template <const evalTerms &Terms, colour Side>
+combEval sideScore(const pos &position, bool kingsOnSameWing, bitboard &passed)
+{
+    combEval score = stormScore<Terms, Side>(position, kingsOnSameWing);
+    for (bitboard pawns = position.bitboards[whitePawn + Side]; pawns != 0;)
+        score += pawnScore<Terms, Side>(position, popLowest(pawns), passed);
+    return score;
+}
+
+} // namespace
+
+template <const evalTerms &Terms> const pawnEntry &evaluatePawns(const pos &position)
+{
+    pawnEntry &entry = position.pawnTable[position.pawnKey & (pawnTableSize - 1)];
+    if (entry.pawnKey == position.pawnKey)
+        return entry;
+
+    const bool kingsOnSameWing = (fileOf(kingSquare(position, white)) < firstKingSideFile) ==
+                                 (fileOf(kingSquare(position, black)) < firstKingSideFile);
+    entry.pawnKey = position.pawnKey;
+    entry.passed = 0;
+    entry.score = sideScore<Terms, white>(position, kingsOnSameWing, entry.passed);
+    entry.score -= sideScore<Terms, black>(position, kingsOnSameWing, entry.passed);
+    return entry;
+}
+
+template const pawnEntry &evaluatePawns<shippedTerms>(const pos &position);
+template const pawnEntry &evaluatePawns<tunableTerms>(const pos &position);
+
+} // namespace tarvonel
