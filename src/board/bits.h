@@ -33,6 +33,20 @@ constexpr int popCount(bitboard bits)
 #endif
 }
 
+/// The same for sets that seldom hold more than one or two: steps through them where the processor
+/// has no instruction to count with.
+constexpr int sparseCount(bitboard bits)
+{
+#if defined(__POPCNT__) || defined(__ARM_NEON)
+    return std::popcount(bits);
+#else
+    int count = 0;
+    for (; bits != 0; bits &= bits - 1)
+        ++count;
+    return count;
+#endif
+}
+
 constexpr bool moreThanOne(bitboard bits) { return (bits & (bits - 1)) != 0; }
 constexpr bool exactlyOne(bitboard bits) { return bits != 0 && !moreThanOne(bits); }
 

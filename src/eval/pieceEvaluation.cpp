@@ -281,15 +281,15 @@ combEval threatScore(const evaluationState &state, bitboard safePushes, bitboard
         (enemy.attackedBy2 & ~own.attackedBy2 & ~own.attackedByType[pawn]) | (enemy.attackedBy & ~own.attackedBy);
 
     const bitboard pushAttacks = pawnAttackSet<Side>(safePushes & ~byPawns) & ~own.attackedByType[pawn];
-    combEval score = popCount(pushAttacks & position.bitboards[enemySide]) * terms.pushThreat;
-    score +=
-        popCount((minors | rooks | queens) & enemy.attackedBy & own.attackedBy & ~own.attackedBy2) * terms.loosePiece;
-    score += popCount(queens & enemy.attackedBy) * terms.queenAttacked;
-    score += popCount(rooks & (byMinors | byPawns)) * terms.rookAttacked;
-    score += popCount(minors & weak & byHeavies) * terms.weakMinorUnderHeavy;
-    score += popCount(minors & byMinors) * terms.minorUnderMinor;
-    score += popCount(minors & byPawns) * terms.minorUnderPawn;
-    score += popCount(position.bitboards[whitePawn + Side] & weak & ~byPawns) * terms.weakPawn;
+    combEval score = sparseCount(pushAttacks & position.bitboards[enemySide]) * terms.pushThreat;
+    score += sparseCount((minors | rooks | queens) & enemy.attackedBy & own.attackedBy & ~own.attackedBy2) *
+             terms.loosePiece;
+    score += sparseCount(queens & enemy.attackedBy) * terms.queenAttacked;
+    score += sparseCount(rooks & (byMinors | byPawns)) * terms.rookAttacked;
+    score += sparseCount(minors & weak & byHeavies) * terms.weakMinorUnderHeavy;
+    score += sparseCount(minors & byMinors) * terms.minorUnderMinor;
+    score += sparseCount(minors & byPawns) * terms.minorUnderPawn;
+    score += sparseCount(position.bitboards[whitePawn + Side] & weak & ~byPawns) * terms.weakPawn;
     return score;
 }
 
@@ -321,7 +321,7 @@ template <const evalTerms &Terms, colour Side> int checkDanger(const evaluationS
     addChecks(rookRay & enemy.attackedByType[rook], terms.rookCheck);
     addChecks(bishopRay & enemy.attackedByType[bishop], terms.bishopCheck);
     addChecks(knightAttacks[own.kingPlace] & enemy.attackedByType[knight], terms.knightCheck);
-    return danger + terms.unsafeCheck * popCount(unsafe & enemy.mobilityArea);
+    return danger + terms.unsafeCheck * sparseCount(unsafe & enemy.mobilityArea);
 }
 
 /// The penalty for the danger to the king of `Side`; 0 while too little of the enemy is near.
@@ -333,7 +333,7 @@ template <const evalTerms &Terms, colour Side> combEval kingDangerScore(const ev
     const sideState &own = state.sides[Side];
     const sideState &enemy = state.sides[enemySide];
     const bitboard enemyQueens = position.bitboards[whiteQueen + enemySide];
-    if (popCount(enemyQueens) + enemy.kingAttackers <= 1)
+    if (sparseCount(enemyQueens) + enemy.kingAttackers <= 1)
         return 0;
 
     const bitboard flankAttacks = camp[Side] & kingFlank[fileOf(own.kingPlace)] & enemy.attackedBy;
@@ -344,7 +344,7 @@ template <const evalTerms &Terms, colour Side> combEval kingDangerScore(const ev
 
     const int danger =
         terms.flankAttack * flank + checkDanger<Terms, Side>(state, weakSquares) +
-        terms.pinnedInZone * popCount(own.pinned & own.zone) + terms.weakInZone * popCount(weakSquares & own.zone) +
+        terms.pinnedInZone * sparseCount(own.pinned & own.zone) + terms.weakInZone * popCount(weakSquares & own.zone) +
         (mgOf(enemy.mobility) - mgOf(own.mobility)) / 2 + enemy.kingAttackers * enemy.kingAttackWeight +
         terms.adjacentAttack * enemy.kingAdjacent + (enemyQueens != 0 ? terms.withQueen : terms.withoutQueen);
     if (danger <= terms.harmless)
@@ -363,8 +363,9 @@ template <const evalTerms &Terms, colour Side> void secondPass(evaluationState &
     const bitboard safePushes = own.pawnPushes & (~state.sides[opponent(Side)].attackedBy | own.attackedBy);
     own.mobility += popCount(safePushes) * terms.pawnMobility;
 
-    own.score += popCount(shiftForward<Side>(passed & pawns) & own.attackedBy) * terms.passedStopAttacked;
-    own.score += popCount(minors & shiftForward<opponent(Side)>(pawns) & behindPawnRanks[Side]) * terms.minorBehindPawn;
+    own.score += sparseCount(shiftForward<Side>(passed & pawns) & own.attackedBy) * terms.passedStopAttacked;
+    own.score +=
+        sparseCount(minors & shiftForward<opponent(Side)>(pawns) & behindPawnRanks[Side]) * terms.minorBehindPawn;
     own.score += spaceScore<Terms, Side>(state);
     own.score += threatScore<Terms, Side>(state, safePushes, minors);
     if ((pawns & kingFlank[fileOf(own.kingPlace)]) == 0)
