@@ -24,6 +24,7 @@ namespace tarvonel
 
 struct pawnEntry;
 struct evalCacheEntry;
+struct accumulatorCacheEntry;
 
 inline constexpr int maxPly = 127;          ///< deepest ply; no move is made there
 inline constexpr int plyCount = maxPly + 1; ///< plies that can be stood at
@@ -112,8 +113,9 @@ struct posHead
     combEval squareScore[colourCount]; ///< sum of pieceSquareScore, positive is good for its owner
     std::int16_t phase;                ///< sum of phaseValue of both colours, not clamped
     std::uint8_t sideToMove = white;
-    pawnEntry *pawnTable; ///< the four tables belong to the worker
+    pawnEntry *pawnTable; ///< the five tables belong to the worker
     evalCacheEntry *evalCache;
+    accumulatorCacheEntry *accumulatorCache = nullptr; ///< may be missing; then sums start from nothing
     std::int16_t (*contHistoryTwoBack)[historyRows];
     std::int16_t (*contHistoryOneBack)[historyRows];
     relaxed<std::uint64_t> searchNodes{0};

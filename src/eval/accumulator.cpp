@@ -1,0 +1,202 @@
+#include "eval/accumulator.h"
+
+#include <algorithm>
+
+namespace tarvonel
+{
+
+namespace
+{
+
+using simd::vector16;
+
+constexpr int maxRows = 40; ///< of one list; a position has 32 men, and longer chains are not followed
+
+struct rowList
+{
+    const std::int16_t *row[maxRows];
+    int count = 0;
+
+    void append(const std::int16_t *weights) { row[count++] = weights; }
+};
+
+const std::int16_t *rowOf(colour view, int king, int piece, int square)
+{
+    return netWeights.featureWeight[featureIndex(view, king, piece, square)];
+}
+
+/// to = from - removed rows + added rows, in one pass over the lanes, for a few rows known in number.
+template <int Removed, int Added>
+void applyFew(const std::int16_t *from, std::int16_t *to, const rowList &removed, const rowList &added)
+{
+    for (int lane = 0; lane < accumulatorLanes; lane += simd::lanes16)
+    {
+        vector16 sum = simd::load16(from + lane);
+        for (int i = 0; i < Removed; ++i)
+            sum = simd::subtract16(sum, simd::load16(removed.row[i] + lane));
+        for (int i = 0; i < Added; ++i)
+            sum = simd::add16(sum, simd::load16(added.row[i] + lane));
+        simd::store16(to + lane, sum);
+    }
+}
+
+/// The same for any number of rows: as many lanes at a time as the registers hold.
+void applyMany(const std::int16_t *from, std::int16_t *to, const rowList &removed, const rowList &added)
+{
+    constexpr int vectors = 8;
+    for (int lane = 0; lane < accumulatorLanes; lane += vectors * simd::lanes16)
+    {
+        vector16 sum[vectors];
+        for (int v = 0; v < vectors; ++v)
+            sum[v] = simd::load16(from + lane + v * simd::lanes16);
+        for (int i = 0; i < removed.count; ++i)
+            for (int v = 0; v < vectors; ++v)
+                sum[v] = simd::subtract16(sum[v], simd::load16(removed.row[i] + lane + v * simd::lanes16));
+        for (int i = 0; i < added.count; ++i)
+            for (int v = 0; v < vectors; ++v)
+                sum[v] = simd::add16(sum[v], simd::load16(added.row[i] + lane + v * simd::lanes16));
+        for (int v = 0; v < vectors; ++v)
+            simd::store16(to + lane + v * simd::lanes16, sum[v]);
+    }
+}
+
+void applyRows(const std::int16_t *from, std::int16_t *to, const rowList &removed, const rowList &added)
+{
+    if (removed.count == 1 && added.count == 1)
+        applyFew<1, 1>(from, to, removed, added);
+    else if (removed.count == 2 && added.count == 1)
+        applyFew<2, 1>(from, to, removed, added);
+    else if (removed.count == 2 && added.count == 2)
+        applyFew<2, 2>(from, to, removed, added);
+    else
+        applyMany(from, to, removed, added);
+}
+
+void sumFromNothing(const pos &position, colour view, std::int16_t *accumulator)
+{
+    const int king = kingSquare(position, view);
+    rowList removed;
+    rowList added;
+    for (bitboard men = occupancy(position); men != 0 && added.count < maxRows;)
+    {
+        const int square = popLowest(men);
+        added.append(rowOf(view, king, position.board[square], square));
+    }
+    applyMany(netWeights.featureBias, accumulator, removed, added);
+}
+
+void emptyEntry(accumulatorCacheEntry &entry)
+{
+    std::copy(std::begin(netWeights.featureBias), std::end(netWeights.featureBias), entry.accumulator);
+    std::fill(std::begin(entry.men), std::end(entry.men), 0);
+    entry.generation = netWeights.generation;
+}
+
+/// Through the sum last used with this king square: only the men that differ are touched.
+void sumFromCache(const pos &position, colour view, std::int16_t *accumulator)
+{
+    const int king = kingSquare(position, view);
+    accumulatorCacheEntry &entry = position.accumulatorCache[view * squareCount + king];
+    if (entry.generation != netWeights.generation)
+        emptyEntry(entry);
+    rowList removed;
+    rowList added;
+    for (int piece = firstPieceCode; piece < pieceCodeCount; ++piece)
+    {
+        const bitboard now = position.bitboards[piece];
+        for (bitboard gone = entry.men[piece] & ~now; gone != 0;)
+            removed.append(rowOf(view, king, piece, popLowest(gone)));
+        for (bitboard come = now & ~entry.men[piece]; come != 0;)
+            added.append(rowOf(view, king, piece, popLowest(come)));
+        entry.men[piece] = now;
+    }
+    applyRows(entry.accumulator, entry.accumulator, removed, added);
+    std::copy(std::begin(entry.accumulator), std::end(entry.accumulator), accumulator);
+}
+
+void refresh(pos &position, colour view, std::int16_t *accumulator)
+{
+    if (position.accumulatorCache != nullptr)
+        sumFromCache(position, view, accumulator);
+    else
+        sumFromNothing(position, view, accumulator);
+}
+
+/// Where the sums of a ply can start from.
+struct baseSearch
+{
+    int base;                    ///< a computed ply, or -1
+    bool kingMoved[colourCount]; ///< since the base: that view starts afresh
+};
+
+/// Goes back to the nearest computed ply, as long as the changes on the way cost less than the men
+/// on the board and not both kings moved.
+baseSearch findBase(const pos &position, int ply)
+{
+    baseSearch result = {-1, {false, false}};
+    int budget = popCount(occupancy(position));
+    for (int p = ply; p > 0; --p)
+    {
+        const pieceChange &change = position.pieceChanges[p];
+        if (isKing(change.piece[0]))
+            result.kingMoved[colourOf(change.piece[0])] = true;
+        budget -= change.count + 1;
+        if (budget <= 0 || (result.kingMoved[white] && result.kingMoved[black]))
+            break;
+        if (position.accumulatorBlocks[p - 1].computed)
+        {
+            result.base = p - 1;
+            break;
+        }
+    }
+    return result;
+}
+
+void sumFromBase(pos &position, int base, int ply, colour view)
+{
+    const int king = kingSquare(position, view);
+    rowList removed;
+    rowList added;
+    for (int p = base + 1; p <= ply; ++p)
+    {
+        const pieceChange &change = position.pieceChanges[p];
+        for (int i = 0; i < change.count; ++i)
+        {
+            if (change.from[i] != noSquare)
+                removed.append(rowOf(view, king, change.piece[i], change.from[i]));
+            if (change.to[i] != noSquare)
+                added.append(rowOf(view, king, change.piece[i], change.to[i]));
+        }
+    }
+    applyRows(position.accumulatorBlocks[base].accumulator[view], position.accumulatorBlocks[ply].accumulator[view],
+              removed, added);
+}
+
+} // namespace
+
+void computeAccumulators(pos &position, int ply)
+{
+    accumulatorBlock &block = position.accumulatorBlocks[ply];
+    if (block.computed)
+        return;
+    const baseSearch start = findBase(position, ply);
+    for (const colour view : {white, black})
+    {
+        if (start.base < 0 || start.kingMoved[view])
+            refresh(position, view, block.accumulator[view]);
+        else
+            sumFromBase(position, start.base, ply, view);
+    }
+    block.computed = true;
+}
+
+void updateAccumulators(pos &position, int ply, std::int16_t *networkInput)
+{
+    computeAccumulators(position, ply);
+    const accumulatorBlock &block = position.accumulatorBlocks[ply];
+    for (const colour view : {colour{position.sideToMove}, opponent(position.sideToMove)})
+        for (const std::int16_t lane : block.accumulator[view])
+            *networkInput++ = std::clamp<std::int16_t>(lane, 0, simd::activationMax);
+}
+
+} // namespace tarvonel

@@ -1,0 +1,143 @@
+#include "eval/network.h"
+
+#include <algorithm>
+
+#include "eval/accumulator.h"
+#include "eval/networkFile.h"
+#include "eval/simd.h"
+
+namespace tarvonel
+{
+
+namespace
+{
+
+using simd::activation;
+using simd::groupWeight;
+using simd::vector32;
+
+constexpr int pawnFactor = 16, pawnOffset = 55, phaseFactor = 11;
+constexpr int scoreDivisor = 24576;
+
+constexpr int sumVectors = hiddenOutputs / simd::lanes32;
+constexpr int groupStride = hiddenOutputs * simd::groupInputs; ///< weights of one group of inputs
+constexpr int maskBits = 64;
+constexpr int inputMasks = networkInputs / simd::groupInputs / maskBits;
+
+/// The first layer's activations, and a bit for each group of them that is not all zero.
+struct firstLayer
+{
+    alignas(64) activation input[networkInputs];
+    std::uint64_t alive[inputMasks] = {};
+};
+
+void clipFirstLayer(const accumulatorBlock &block, colour sideToMove, firstLayer &layer)
+{
+    constexpr int blocksPerView = accumulatorLanes / simd::clipBlockLanes;
+    for (int i = 0; i < 2 * blocksPerView; ++i)
+    {
+        const std::int16_t *lanes = block.accumulator[i < blocksPerView ? sideToMove : opponent(sideToMove)];
+        const unsigned alive =
+            simd::clipBlock(lanes + i % blocksPerView * simd::clipBlockLanes, layer.input + i * simd::clipBlockLanes);
+        const int firstGroup = i * simd::clipBlockGroups;
+        layer.alive[firstGroup / maskBits] |= std::uint64_t{alive} << firstGroup % maskBits;
+    }
+}
+
+void loadBiases(vector32 *sums, const std::int32_t *biases)
+{
+    for (int v = 0; v < sumVectors; ++v)
+        sums[v] = simd::load32(biases + v * simd::lanes32);
+}
+
+/// Adds the products of one group of inputs to all 32 sums.
+inline void addGroup(vector32 *sums, const activation *input, const groupWeight *weights, std::size_t group)
+{
+    const vector32 inputs = simd::broadcastGroup(input + group * simd::groupInputs);
+    const groupWeight *column = weights + group * groupStride;
+    for (int v = 0; v < sumVectors; ++v)
+        sums[v] = simd::multiplyAddGroups(sums[v], inputs, column + v * simd::lanes32 * simd::groupInputs);
+}
+
+/// Most of the first layer is zero in most positions: only the groups that are not are multiplied.
+void firstHiddenLayer(const firstLayer &layer, activation *output)
+{
+    vector32 sums[sumVectors];
+    loadBiases(sums, netWeights.hidden1Bias);
+    const activation *input = layer.input;
+    const groupWeight *weights = netWeights.hidden1Groups;
+    for (const std::uint64_t mask : layer.alive)
+    {
+        for (std::uint64_t alive = mask; alive != 0; alive &= alive - 1)
+            addGroup(sums, input, weights, static_cast<std::size_t>(lowestSquare(alive)));
+        input += maskBits * simd::groupInputs;
+        weights += maskBits * groupStride;
+    }
+    simd::activateSums(sums, output);
+}
+
+void secondHiddenLayer(const activation *input, activation *output)
+{
+    vector32 sums[sumVectors];
+    loadBiases(sums, netWeights.hidden2Bias);
+    for (std::size_t group = 0; group < hiddenOutputs / simd::groupInputs; ++group)
+        addGroup(sums, input, netWeights.hidden2Groups, group);
+    simd::activateSums(sums, output);
+}
+
+std::int32_t wrappingSum(std::int32_t a, std::int32_t b)
+{
+    return static_cast<std::int32_t>(static_cast<std::uint32_t>(a) + static_cast<std::uint32_t>(b));
+}
+
+} // namespace
+
+void affineClipped(const std::int16_t *input, const std::int16_t *weights, const std::int32_t *biases,
+                   std::int32_t *sums, std::int16_t *output, int inputCount)
+{
+    for (int o = 0; o < hiddenOutputs; ++o)
+    {
+        std::int32_t products = 0;
+        for (int k = 0; k < inputCount; ++k)
+            products += weights[o * inputCount + k] * input[k];
+        sums[o] = wrappingSum(biases[o], products);
+    }
+    for (int o = 0; o < hiddenOutputs; ++o)
+        output[o] = static_cast<std::int16_t>(std::clamp(sums[o] >> simd::hiddenShift, 0, simd::activationMax));
+}
+
+std::int32_t outputNode(const std::int16_t *input)
+{
+    std::int32_t products = 0;
+    for (int k = 0; k < hiddenOutputs; ++k)
+        products += netWeights.outputWeight[k] * input[k];
+    return wrappingSum(netWeights.outputBias, products);
+}
+
+std::int32_t networkOutput(pos &position, int ply)
+{
+    computeAccumulators(position, ply);
+    firstLayer layer;
+    clipFirstLayer(position.accumulatorBlocks[ply], position.sideToMove, layer);
+    alignas(64) activation hidden1[hiddenOutputs];
+    firstHiddenLayer(layer, hidden1);
+    alignas(64) activation hidden2[hiddenOutputs];
+    secondHiddenLayer(hidden1, hidden2);
+
+    constexpr int perVector = simd::lanes32 * simd::groupInputs;
+    vector32 products = simd::zero32();
+    for (int k = 0; k < hiddenOutputs; k += perVector)
+        products = simd::multiplyAddGroups(products, simd::loadActivations(hidden2 + k), netWeights.outputGroups + k);
+    return wrappingSum(netWeights.outputBias, simd::sumOfLanes(products));
+}
+
+int networkScore(pos &position, int ply, int clampedPhase)
+{
+    const int pawns = popCount(position.bitboards[whitePawn] | position.bitboards[blackPawn]);
+    const int factor = (pawns + pawnOffset) * pawnFactor + clampedPhase * phaseFactor;
+    const std::uint32_t product =
+        static_cast<std::uint32_t>(networkOutput(position, ply)) * static_cast<std::uint32_t>(factor);
+    return static_cast<std::int32_t>(product) / scoreDivisor;
+}
+
+} // namespace tarvonel

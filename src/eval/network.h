@@ -1,0 +1,33 @@
+// The network's pass from the first layer's sums to a score.
+//
+//   2 x 256 sums -> clamp to 0..127, side to move first -> 512 to 32 -> 32 to 32 -> 1
+//
+// Both hidden layers shift their sums right by 6 and clamp them to 0..127. All is integer
+// arithmetic that wraps at 32 bits, so every build gives the same score.
+#pragma once
+
+#include <cstdint>
+
+#include "board/pos.h"
+
+namespace tarvonel
+{
+
+/// One hidden layer of 32 outputs: output = clamp((bias + weights x input) >> 6, 0, 127). `weights`
+/// holds a row of `inputCount` per output; `sums` receives the 32 unshifted sums. `input` and
+/// `output` may be the same.
+void affineClipped(const std::int16_t *input, const std::int16_t *weights, const std::int32_t *biases,
+                   std::int32_t *sums, std::int16_t *output, int inputCount);
+
+/// The raw output of the network from the second hidden layer's 32 outputs.
+std::int32_t outputNode(const std::int16_t *input);
+
+/// The raw output for the position as it stands at `ply`, from the side to move's view: what the
+/// single steps give, by the fastest way.
+std::int32_t networkOutput(pos &position, int ply);
+
+/// The score for the side to move. `clampedPhase` is the game phase from 0 to 24. The more men are
+/// on the board, the more a given output weighs.
+int networkScore(pos &position, int ply, int clampedPhase);
+
+} // namespace tarvonel

@@ -1,0 +1,115 @@
+#include "eval/networkFile.h"
+
+#include <bit>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+
+namespace tarvonel
+{
+
+networkWeights netWeights;
+relaxed<bool> netLoaded = false;
+
+namespace
+{
+
+template <typename T> void swapToBigEndian(T *values, std::size_t count)
+{
+    for (std::size_t i = 0; i < count; ++i)
+    {
+        unsigned char bytes[sizeof(T)];
+        std::memcpy(bytes, values + i, sizeof(T));
+        for (std::size_t b = 0; b < sizeof(T) / 2; ++b)
+            std::swap(bytes[b], bytes[sizeof(T) - 1 - b]);
+        std::memcpy(values + i, bytes, sizeof(T));
+    }
+}
+
+/// Reads numbers that stand in memory as in the file.
+template <typename T> void readValues(std::istream &stream, T *values, std::size_t count)
+{
+    stream.read(reinterpret_cast<char *>(values), static_cast<std::streamsize>(count * sizeof(T)));
+    if constexpr (std::endian::native == std::endian::big)
+        swapToBigEndian(values, count);
+}
+
+std::uint32_t readWord(std::istream &stream)
+{
+    std::uint32_t word = 0;
+    readValues(stream, &word, 1);
+    return word;
+}
+
+/// Reads signed bytes into wider numbers.
+template <std::size_t Count> void readWidened(std::istream &stream, std::int16_t *values)
+{
+    std::int8_t bytes[Count] = {};
+    readValues(stream, bytes, Count);
+    std::copy(bytes, bytes + Count, values);
+}
+
+/// Index of the weight of an input for an output in a rearranged layer of 32 outputs.
+constexpr int groupedIndex(int input, int output)
+{
+    return (input / simd::groupInputs * hiddenOutputs + output) * simd::groupInputs + input % simd::groupInputs;
+}
+
+/// The first layer's lane, 0 to 511, whose activation stands at that place of the clipped input.
+constexpr int laneOfInput(int place)
+{
+    return place / simd::clipBlockLanes * simd::clipBlockLanes + simd::clippedLane(place % simd::clipBlockLanes);
+}
+
+} // namespace
+
+void arrangeWeights()
+{
+    for (int output = 0; output < hiddenOutputs; ++output)
+    {
+        for (int place = 0; place < networkInputs; ++place)
+            netWeights.hidden1Groups[groupedIndex(place, output)] =
+                static_cast<simd::groupWeight>(netWeights.hidden1Weight[output][laneOfInput(place)]);
+        for (int input = 0; input < hiddenOutputs; ++input)
+            netWeights.hidden2Groups[groupedIndex(input, output)] =
+                static_cast<simd::groupWeight>(netWeights.hidden2Weight[output][input]);
+        netWeights.outputGroups[output] = static_cast<simd::groupWeight>(netWeights.outputWeight[output]);
+    }
+    netWeights.generation.add(1);
+}
+
+bool readNet(std::istream &stream)
+{
+    netLoaded = false;
+    readWord(stream);
+    readWord(stream);
+    stream.ignore(readWord(stream));
+    readWord(stream);
+    readValues(stream, netWeights.featureBias, accumulatorLanes);
+    readValues(stream, netWeights.featureWeight[0], std::size_t{featureCount} * accumulatorLanes);
+    readWord(stream);
+    readValues(stream, netWeights.hidden1Bias, hiddenOutputs);
+    readWidened<hiddenOutputs * networkInputs>(stream, netWeights.hidden1Weight[0]);
+    readValues(stream, netWeights.hidden2Bias, hiddenOutputs);
+    readWidened<hiddenOutputs * hiddenOutputs>(stream, netWeights.hidden2Weight[0]);
+    readValues(stream, &netWeights.outputBias, 1);
+    readWidened<hiddenOutputs>(stream, netWeights.outputWeight);
+    arrangeWeights();
+    if (!stream.good())
+        return false;
+    std::cout << "Net read\n" << std::flush;
+    netLoaded = true;
+    return true;
+}
+
+bool loadNetFile(const std::string &name)
+{
+    netLoaded = false;
+    std::error_code ignored;
+    if (!std::filesystem::is_regular_file(name, ignored))
+        return false;
+    std::ifstream file(name, std::ios::binary);
+    return file.is_open() && readNet(file);
+}
+
+} // namespace tarvonel
