@@ -16,4 +16,10 @@ inline std::string sharedDataPath(const std::string &relative)
            relative;
 }
 
+/// Path of the network file that the figures of the test data were computed with: the one named by
+/// the environment variable TARVONEL_TEST_NET, or one that the generator beside the test data
+/// writes into the directory for temporary files at the first call. Empty if there is neither; a
+/// test that needs it then skips.
+const std::string &vectorNetwork();
+
 } // namespace tarvonel

@@ -1,0 +1,237 @@
+#include "eval/network.h"
+
+#include <algorithm>
+#include <fstream>
+#include <limits>
+#include <random>
+#include <sstream>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "board/pieceValues.h"
+#include "board/setup.h"
+#include "eval/accumulator.h"
+#include "support/randomGames.h"
+#include "support/sharedData.h"
+#include "support/syntheticNetwork.h"
+
+namespace tarvonel
+{
+
+namespace
+{
+
+std::int32_t wrapped(std::int64_t sum) { return static_cast<std::int32_t>(static_cast<std::uint32_t>(sum)); }
+
+/// One layer by its definition; a single row of weights when there is one bias.
+std::vector<std::int32_t> layerByDefinition(const std::vector<std::int32_t> &input, const std::int16_t *weights,
+                                            const std::int32_t *biases, int outputs)
+{
+    std::vector<std::int32_t> sums;
+    for (int o = 0; o < outputs; ++o)
+    {
+        std::int64_t sum = biases[o];
+        for (std::size_t k = 0; k < input.size(); ++k)
+            sum += std::int64_t{*weights++} * input[k];
+        sums.push_back(wrapped(sum));
+    }
+    return sums;
+}
+
+std::vector<std::int32_t> activated(std::vector<std::int32_t> sums)
+{
+    for (std::int32_t &sum : sums)
+        sum = std::clamp(sum >> 6, 0, 127);
+    return sums;
+}
+
+struct tracedPass
+{
+    std::vector<std::int32_t> input, hidden1, hidden2;
+    std::int32_t output;
+};
+
+tracedPass passByDefinition(pos &position, int ply)
+{
+    tracedPass pass;
+    std::int16_t input[networkInputs];
+    updateAccumulators(position, ply, input);
+    pass.input.assign(std::begin(input), std::end(input));
+    pass.hidden1 =
+        activated(layerByDefinition(pass.input, netWeights.hidden1Weight[0], netWeights.hidden1Bias, hiddenOutputs));
+    pass.hidden2 =
+        activated(layerByDefinition(pass.hidden1, netWeights.hidden2Weight[0], netWeights.hidden2Bias, hiddenOutputs));
+    pass.output = layerByDefinition(pass.hidden2, netWeights.outputWeight, &netWeights.outputBias, 1)[0];
+    return pass;
+}
+
+std::int32_t outputBySteps(pos &position, int ply)
+{
+    std::int16_t input[networkInputs];
+    std::int32_t sums[hiddenOutputs];
+    updateAccumulators(position, ply, input);
+    affineClipped(input, netWeights.hidden1Weight[0], netWeights.hidden1Bias, sums, input, networkInputs);
+    affineClipped(input, netWeights.hidden2Weight[0], netWeights.hidden2Bias, sums, input, hiddenOutputs);
+    return outputNode(input);
+}
+
+double shareAlive(const std::vector<std::int32_t> &activations)
+{
+    const auto zeros = std::count(activations.begin(), activations.end(), 0);
+    return 1.0 - static_cast<double>(zeros) / static_cast<double>(activations.size());
+}
+
+/// A network whose output is the same number in every position.
+void useConstantNetwork(std::int32_t output)
+{
+    std::fill(std::begin(netWeights.outputWeight), std::end(netWeights.outputWeight), 0);
+    netWeights.outputBias = output;
+    arrangeWeights();
+}
+
+} // namespace
+
+TEST(network, hiddenLayerShiftsAndClamps)
+{
+    struct sumCase
+    {
+        std::int32_t sum;
+        int activation;
+    };
+    constexpr std::int32_t most = std::numeric_limits<std::int32_t>::max();
+    const sumCase cases[] = {{0, 0},      {-1, 0},     {63, 0},      {64, 1},        {127, 1},    {8127, 126},
+                             {8128, 127}, {8192, 127}, {32768, 127}, {1 << 21, 127}, {most, 127}, {-64, 0},
+                             {-32768, 0}, {-32769, 0}, {-most, 0},   {-most - 1, 0}};
+    std::int32_t biases[hiddenOutputs] = {};
+    for (std::size_t i = 0; i < std::size(cases); ++i)
+        biases[i] = cases[i].sum;
+    const std::vector<std::int16_t> weights(hiddenOutputs * hiddenOutputs, 3);
+    std::int16_t values[hiddenOutputs] = {}; // input and output in one
+    std::int32_t sums[hiddenOutputs];
+    affineClipped(values, weights.data(), biases, sums, values, hiddenOutputs);
+    for (std::size_t i = 0; i < std::size(cases); ++i)
+    {
+        EXPECT_EQ(sums[i], cases[i].sum);
+        EXPECT_EQ(values[i], cases[i].activation) << cases[i].sum;
+    }
+
+    // The same sums through the fast pass: no inputs, so the biases alone decide.
+    useSyntheticNetwork();
+    std::fill_n(netWeights.hidden1Weight[0], hiddenOutputs * networkInputs, std::int16_t{0});
+    std::copy(std::begin(biases), std::end(biases), netWeights.hidden1Bias);
+    arrangeWeights();
+    ownedPosition position(startPositionFen);
+    EXPECT_EQ(networkOutput(*position, 0), passByDefinition(*position, 0).output);
+}
+
+TEST(network, fastPassEqualsTheDefinition)
+{
+    // From an input that is nearly all alive to one that is nearly all zero.
+    for (const int bias : {100, 60, 0, -30, -200})
+    {
+        useSyntheticNetwork({static_cast<std::uint64_t>(bias + 1000), bias});
+        double alive[3] = {};
+        int positions = 0;
+        playRandomGames({7, 2, 60, false},
+                        [&](pos &position, const bruteForce::letterBoard &)
+                        {
+                            position.accumulatorBlocks[0].computed = false;
+                            const tracedPass pass = passByDefinition(position, 0);
+                            ASSERT_EQ(networkOutput(position, 0), pass.output) << bias;
+                            ASSERT_EQ(outputBySteps(position, 0), pass.output) << bias;
+                            const std::vector<std::int32_t> *layers[] = {&pass.input, &pass.hidden1, &pass.hidden2};
+                            for (std::size_t layer = 0; layer < std::size(layers); ++layer)
+                                alive[layer] += shareAlive(*layers[layer]);
+                            ++positions;
+                        });
+        if (bias != syntheticNetworkPlan().firstLayerBias)
+            continue;
+        for (const double share : alive)
+            EXPECT_GT(share / positions, 0.3) << "the tests' own network is dead";
+    }
+}
+
+TEST(network, arbitraryNumbersInTheFileWrap)
+{
+    std::mt19937_64 random(11);
+    std::string bytes = syntheticNetworkBytes();
+    for (std::size_t at = 12; at + 8 <= bytes.size(); at += 8)
+    {
+        const std::uint64_t bits = random();
+        std::memcpy(bytes.data() + at, &bits, sizeof bits);
+    }
+    std::istringstream stream(bytes);
+    ::testing::internal::CaptureStdout();
+    ASSERT_TRUE(readNet(stream));
+    ::testing::internal::GetCapturedStdout();
+    playRandomGames({3, 2, 40, false},
+                    [](pos &position, const bruteForce::letterBoard &)
+                    {
+                        position.accumulatorBlocks[0].computed = false;
+                        ASSERT_EQ(networkOutput(position, 0), passByDefinition(position, 0).output);
+                    });
+}
+
+TEST(network, scoreWeighsTheOutputByTheMenOnTheBoard)
+{
+    struct scoreCase
+    {
+        const char *fen;
+        int clampedPhase;
+        std::int32_t output;
+        int score;
+    };
+    const char *const kings = "8/5k2/8/8/8/8/2K5/8 w - - 0 1";
+    const char *const twoPawns = "8/5k2/p7/8/8/8/2K4P/8 b - - 0 1";
+    const scoreCase cases[] = {
+        {kings, 0, 0, 0},
+        {kings, 0, 27, 0},  // 27 x 880 = 23760
+        {kings, 0, 28, 1},  // 24640
+        {kings, 0, -25, 0}, // truncated towards zero
+        {kings, 0, -28, -1},
+        {twoPawns, 8, 24576, 1000},
+        {twoPawns, 8, -24576, -1000},
+        {startPositionFen, 24, 24576, 1400},
+        {startPositionFen, 0, 24576, 1136},
+        {startPositionFen, 24, 3'000'000, -3864}, // the product wraps at 32 bits
+    };
+    useSyntheticNetwork();
+    for (const scoreCase &c : cases)
+    {
+        ownedPosition position(c.fen);
+        useConstantNetwork(c.output);
+        EXPECT_EQ(networkScore(*position, 0, c.clampedPhase), c.score) << c.fen << " " << c.output;
+    }
+}
+
+TEST(network, figuresOfAnIndependentImplementation)
+{
+    std::ifstream vectors(sharedDataPath("vectors/evaluation.txt"));
+    if (!vectors || vectorNetwork().empty())
+        GTEST_SKIP() << "needs the shared test data";
+    ::testing::internal::CaptureStdout();
+    ASSERT_TRUE(loadNetFile(vectorNetwork()));
+    ::testing::internal::GetCapturedStdout();
+    std::vector<accumulatorCacheEntry> cache(accumulatorCacheSize);
+    int compared = 0;
+    for (std::string text; std::getline(vectors, text);)
+    {
+        std::istringstream fields(text);
+        std::string fen;
+        std::string variant;
+        std::string output;
+        std::string score;
+        std::getline(std::getline(std::getline(std::getline(fields, fen, ';'), variant, ';'), output, ';'), score, ';');
+        const variantScope scope(variant == "960");
+        ownedPosition position(fen);
+        position->accumulatorCache = cache.data();
+        EXPECT_EQ(outputBySteps(*position, 0), std::stoi(output)) << fen;
+        EXPECT_EQ(networkOutput(*position, 0), std::stoi(output)) << fen;
+        EXPECT_EQ(networkScore(*position, 0, std::min<int>(position->phase, fullPhase)), std::stoi(score)) << fen;
+        ++compared;
+    }
+    EXPECT_GT(compared, 100);
+}
+
+} // namespace tarvonel
