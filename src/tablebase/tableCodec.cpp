@@ -1,0 +1,228 @@
+#include "tablebase/tableCodec.h"
+
+namespace tarvonel
+{
+
+namespace
+{
+
+constexpr int constantFlag = 0x80;
+constexpr int treeEntryBytes = 3;
+constexpr unsigned leafMark = 0xFFF;
+constexpr int sparseEntryBytes = 6;
+constexpr int maxSizeBits = 31;
+constexpr int refillBits = 32;
+constexpr int maxSymbolLength = 255;
+
+std::uint32_t readBig32(const std::uint8_t *at)
+{
+    return static_cast<std::uint32_t>(at[0]) << 24 | static_cast<std::uint32_t>(at[1]) << 16 |
+           static_cast<std::uint32_t>(at[2]) << 8 | at[3];
+}
+std::uint64_t readBig64(const std::uint8_t *at)
+{
+    return static_cast<std::uint64_t>(readBig32(at)) << 32 | readBig32(at + 4);
+}
+
+unsigned leftChild(const std::uint8_t *entry) { return entry[0] | (entry[1] & 0x0Fu) << 8; }
+unsigned rightChild(const std::uint8_t *entry) { return static_cast<unsigned>(entry[1] >> 4) | entry[2] * 16u; }
+
+/// Fills in the expanded length of a symbol and of all below it. False for a tree that runs in
+/// circles, leaves the table of symbols or expands too far.
+bool measureSymbol(blockCodec &codec, std::vector<std::uint8_t> &visited, unsigned symbol)
+{
+    enum : std::uint8_t
+    {
+        untouched,
+        open,
+        done
+    };
+    if (visited[symbol] != untouched)
+        return visited[symbol] == done;
+    visited[symbol] = open;
+    const std::uint8_t *entry = codec.symbolTree + treeEntryBytes * symbol;
+    const unsigned left = leftChild(entry), right = rightChild(entry);
+    int length = 0;
+    if (right != leafMark)
+    {
+        if (left >= visited.size() || right >= visited.size() || !measureSymbol(codec, visited, left) ||
+            !measureSymbol(codec, visited, right))
+            return false;
+        length = codec.symbolLengths[left] + codec.symbolLengths[right] + 1;
+        if (length > maxSymbolLength)
+            return false;
+    }
+    codec.symbolLengths[symbol] = static_cast<std::uint8_t>(length);
+    visited[symbol] = done;
+    return true;
+}
+
+bool measureSymbols(blockCodec &codec, unsigned symbolCount)
+{
+    codec.symbolLengths.assign(symbolCount, 0);
+    std::vector<std::uint8_t> visited(symbolCount, 0);
+    for (unsigned symbol = 0; symbol < symbolCount; ++symbol)
+        if (!measureSymbol(codec, visited, symbol))
+            return false;
+    return true;
+}
+
+/// Works out the lowest code of each length from the first symbols. False if some row of bits would
+/// stand for a symbol that there is not.
+bool makeBases(blockCodec &codec, int lengths, unsigned symbolCount)
+{
+    for (int i = 1; i < lengths; ++i)
+        if (codec.firstSymbols[i] > codec.firstSymbols[i - 1])
+            return false;
+    codec.bases[lengths - 1] = 0;
+    for (int i = lengths - 2; i >= 0; --i)
+        codec.bases[i] = (codec.bases[i + 1] + codec.firstSymbols[i] - codec.firstSymbols[i + 1]) / 2;
+    // Within a longer length the codes end below the next shorter one's base, so that only the
+    // shortest length is left to test.
+    const std::uint64_t shortestCodes = std::uint64_t{1} << codec.shortestCode;
+    if (codec.bases[0] >= shortestCodes || codec.firstSymbols[0] + shortestCodes - codec.bases[0] > symbolCount)
+        return false;
+    for (int i = 0; i < lengths; ++i)
+        codec.bases[i] <<= 64 - (codec.shortestCode + i);
+    return true;
+}
+
+} // namespace
+
+const std::uint8_t *byteCursor::take(std::uint64_t count)
+{
+    if (failed || offset > size || count > size - offset)
+    {
+        failed = true;
+        return nullptr;
+    }
+    const std::uint8_t *start = data + offset;
+    offset += count;
+    return start;
+}
+
+std::uint8_t byteCursor::takeByte()
+{
+    const std::uint8_t *byte = take(1);
+    return byte != nullptr ? *byte : std::uint8_t{0};
+}
+
+void byteCursor::alignTo(std::uint64_t unit) { offset = (offset + unit - 1) & ~(unit - 1); }
+
+bool readCodecHeader(blockCodec &codec, byteCursor &file, std::uint64_t tableSize)
+{
+    codec.flags = file.takeByte();
+    if (codec.flags & constantFlag)
+    {
+        codec.constantValue = file.takeByte();
+        return !file.failed;
+    }
+    codec.blockSizeBits = file.takeByte();
+    codec.indexBits = file.takeByte();
+    const unsigned extraLengths = file.takeByte();
+    const std::uint8_t *counts = file.take(6);
+    if (counts == nullptr)
+        return false;
+    codec.blockCount = readLittle32(counts);
+    codec.lengthCount = static_cast<std::uint64_t>(codec.blockCount) + extraLengths;
+    const int longest = counts[4], shortest = counts[5];
+    if (codec.blockSizeBits > maxSizeBits || codec.indexBits == 0 || codec.indexBits > maxSizeBits ||
+        codec.blockCount == 0 || shortest < 1 || longest < shortest || longest > maxCodeLength)
+        return false;
+    codec.shortestCode = static_cast<std::uint8_t>(shortest);
+    codec.spanCount = (tableSize + (std::uint64_t{1} << codec.indexBits) - 1) >> codec.indexBits;
+
+    const int lengths = longest - shortest + 1;
+    const std::uint8_t *first = file.take(2 * static_cast<std::uint64_t>(lengths));
+    const std::uint8_t *count = file.take(2);
+    if (count == nullptr)
+        return false;
+    for (int i = 0; i < lengths; ++i)
+        codec.firstSymbols[i] = readLittle16(first + 2 * i);
+    const unsigned symbolCount = readLittle16(count);
+    codec.symbolTree = file.take(treeEntryBytes * static_cast<std::uint64_t>(symbolCount) + symbolCount % 2);
+    return codec.symbolTree != nullptr && symbolCount > 0 && symbolCount <= leafMark &&
+           makeBases(codec, lengths, symbolCount) && measureSymbols(codec, symbolCount);
+}
+
+int decodeIndex(const blockCodec &codec, std::uint64_t index)
+{
+    if (codec.indexBits == 0)
+        return codec.constantValue;
+
+    // From the middle of the span walk to the block that holds the index.
+    const std::uint8_t *sparse = codec.sparseIndex + sparseEntryBytes * (index >> codec.indexBits);
+    std::uint64_t block = readLittle32(sparse);
+    const std::int64_t span = std::int64_t{1} << codec.indexBits;
+    std::int64_t rest =
+        static_cast<std::int64_t>(index & static_cast<std::uint64_t>(span - 1)) - span / 2 + readLittle16(sparse + 4);
+    if (block >= codec.lengthCount)
+        return corruptValue;
+    while (rest < 0)
+    {
+        if (block == 0)
+            return corruptValue;
+        --block;
+        rest += readLittle16(codec.blockLengths + 2 * block) + 1;
+    }
+    for (int length; rest > (length = readLittle16(codec.blockLengths + 2 * block));)
+    {
+        rest -= length + 1;
+        if (++block >= codec.lengthCount)
+            return corruptValue;
+    }
+    if (block >= codec.blockCount)
+        return corruptValue;
+
+    // Pass over whole symbols. The buffer's highest bits are the next ones; bits beyond the block's
+    // end count as 0.
+    const std::uint8_t *next = codec.data + (block << codec.blockSizeBits);
+    const std::uint8_t *end = next + (std::size_t{1} << codec.blockSizeBits);
+    std::uint64_t buffer = readBig64(next);
+    next += 8;
+    int used = 0; // bits gone since the last refill
+    int left = static_cast<int>(rest);
+    unsigned symbol;
+    for (;;)
+    {
+        int length = 0;
+        while (buffer < codec.bases[length])
+            ++length;
+        const int bits = codec.shortestCode + length;
+        symbol = codec.firstSymbols[length] + static_cast<unsigned>((buffer - codec.bases[length]) >> (64 - bits));
+        const int values = codec.symbolLengths[symbol] + 1;
+        if (left < values)
+            break;
+        left -= values;
+        buffer <<= bits;
+        used += bits;
+        if (used >= refillBits)
+        {
+            used -= refillBits;
+            if (next < end)
+            {
+                buffer |= static_cast<std::uint64_t>(readBig32(next)) << used;
+                next += 4;
+            }
+        }
+    }
+
+    // Descend to the value within the symbol.
+    const std::uint8_t *entry = codec.symbolTree + treeEntryBytes * symbol;
+    while (codec.symbolLengths[symbol] != 0)
+    {
+        const unsigned leftSymbol = leftChild(entry);
+        const int values = codec.symbolLengths[leftSymbol] + 1;
+        if (left < values)
+            symbol = leftSymbol;
+        else
+        {
+            left -= values;
+            symbol = rightChild(entry);
+        }
+        entry = codec.symbolTree + treeEntryBytes * symbol;
+    }
+    return static_cast<int>(leftChild(entry));
+}
+
+} // namespace tarvonel

@@ -1,0 +1,313 @@
+#include "tablebase/tableRegistry.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <mutex>
+#include <new>
+#include <string_view>
+#include <vector>
+
+#include "board/engineOptions.h"
+
+namespace tarvonel
+{
+
+relaxed<unsigned> tableCardinality = 0u;
+
+namespace
+{
+
+constexpr int pawnlessTables = 650;
+constexpr int pawnTables = 861;
+constexpr int hashSlots = 4096;
+constexpr int hashShift = 52; ///< the home slot is the signature's top 12 bits
+
+constexpr const char *tableSuffixes[tableKindCount] = {".rtbw", ".rtbm", ".rtbz"};
+/// Piece letters by pieceType.
+constexpr std::string_view tableLetters = "PNBRQK";
+/// The men of a table's name, strongest first: no side's letters go upward in this order.
+constexpr std::string_view menLetters = "QRBNP";
+#ifdef _WIN32
+constexpr const char *pathSeparators = ";";
+constexpr const char *mappingCall = "MapViewOfFile()";
+#else
+constexpr const char *pathSeparators = ";:";
+constexpr const char *mappingCall = "mmap()";
+#endif
+
+struct hashSlot
+{
+    std::uint64_t signature;
+    tablebaseEntry *entry;
+};
+
+hashSlot tableHash[hashSlots];
+std::vector<std::string> tableDirs;
+std::unique_ptr<tablebaseEntry[]> pawnlessEntries, pawnEntries; ///< allocated once, on first use
+int pawnlessFound = 0, pawnFound = 0;
+std::mutex tableLock; ///< first use of a file
+
+/// One write each; standard error has no buffer.
+void tellError(const std::string &text) { std::fputs(text.c_str(), stderr); }
+
+[[noreturn]] void endProcess()
+{
+    std::fflush(stdout);
+    std::_Exit(1);
+}
+
+/// The first file of the name in the directories: its path and size. False if there is none.
+bool openTableFile(const char *name, tableKind kind, std::string &path, std::int64_t &size)
+{
+    for (const std::string &directory : tableDirs)
+    {
+        path = directory;
+        path += fileSeparator;
+        path += name;
+        path += tableSuffixes[kind];
+        size = readableFileSize(path);
+        if (size >= 0)
+            return true;
+    }
+    return false;
+}
+
+void releaseTable(tablebaseEntry &entry)
+{
+    for (int kind = 0; kind < tableKindCount; ++kind)
+    {
+        if (entry.tables[kind] != nullptr)
+        {
+            const unsigned long error = unmapFile(entry.tables[kind]->mapping);
+            if (error != 0)
+                tellError("unmap failed, error code " + std::to_string(error) + "\n");
+            delete entry.tables[kind];
+            entry.tables[kind] = nullptr;
+        }
+        entry.states[kind].store(tableState::untouched, std::memory_order_relaxed);
+    }
+}
+
+void enterHash(std::uint64_t signature, tablebaseEntry *entry)
+{
+    std::size_t slot = signature >> hashShift;
+    while (tableHash[slot].entry != nullptr)
+        slot = (slot + 1) % hashSlots;
+    tableHash[slot] = {signature, entry};
+}
+
+tableMaterial materialOfName(std::string_view name, std::uint64_t signatures[2])
+{
+    tableMaterial material;
+    int side = 0;
+    signatures[0] = signatures[1] = 0;
+    for (const char letter : name)
+    {
+        if (letter == 'v')
+        {
+            side = 1;
+            continue;
+        }
+        const auto type = static_cast<int>(tableLetters.find(letter));
+        ++material.counts[side][type];
+        ++material.pieces;
+        if (type == king)
+            continue;
+        signatures[0] += signatureParts[side][type];
+        signatures[1] += signatureParts[side ^ 1][type];
+    }
+    material.symmetric = signatures[0] == signatures[1];
+
+    const std::uint8_t first = material.counts[0][pawn], second = material.counts[1][pawn];
+    material.hasPawns = first + second > 0;
+    const bool secondLeads = second > 0 && (first == 0 || second < first);
+    material.pawnCounts[0] = secondLeads ? second : first;
+    material.pawnCounts[1] = secondLeads ? first : second;
+    material.leadingPawn = static_cast<std::uint8_t>(pawn + 1 + (secondLeads ? secondSideFlag : 0));
+
+    int singles = 0;
+    for (const auto &counts : material.counts)
+        for (const std::uint8_t count : counts)
+            singles += count == 1 ? 1 : 0;
+    material.kkEncoding = !material.hasPawns && singles == 2;
+    return material;
+}
+
+void registerTable(const std::string &name)
+{
+    if (!testTableFile(name.c_str(), wdlKind))
+        return;
+    std::uint64_t signatures[2];
+    const tableMaterial material = materialOfName(name, signatures);
+    tablebaseEntry &entry = material.hasPawns ? pawnEntries[pawnFound++] : pawnlessEntries[pawnlessFound++];
+    entry.signature = signatures[0];
+    std::strncpy(entry.name, name.c_str(), tableNameRoom - 1);
+    entry.material = material;
+    entry.hasDtm = testTableFile(name.c_str(), dtmKind);
+    entry.hasDtz = testTableFile(name.c_str(), dtzKind);
+    enterHash(signatures[0], &entry);
+    if (!material.symmetric)
+        enterHash(signatures[1], &entry);
+    if (material.pieces > tableCardinality)
+        tableCardinality = material.pieces;
+}
+
+/// All rows of `count` letters of `menLetters` that never go upward, in the order of the letters.
+std::vector<std::string> letterRows(int count)
+{
+    std::vector<std::string> rows{""};
+    for (int i = 0; i < count; ++i)
+    {
+        std::vector<std::string> longer;
+        for (const std::string &row : rows)
+            for (std::size_t letter = row.empty() ? 0 : menLetters.find(row.back()); letter < menLetters.size();
+                 ++letter)
+                longer.push_back(row + menLetters[letter]);
+        rows = std::move(longer);
+    }
+    return rows;
+}
+
+/// Offers the names with so many men besides the king on either side. Where the numbers are equal, a
+/// combination and its mirror image are offered once.
+void registerPattern(int firstMen, int secondMen)
+{
+    const std::vector<std::string> firstRows = letterRows(firstMen), secondRows = letterRows(secondMen);
+    for (std::size_t first = 0; first < firstRows.size(); ++first)
+        for (std::size_t second = firstMen == secondMen ? first : 0; second < secondRows.size(); ++second)
+            registerTable("K" + firstRows[first] + "vK" + secondRows[second]);
+}
+
+/// The order of the search for names: men of both sides besides the kings.
+constexpr int namePatterns[][2] = {{1, 0}, {1, 1}, {2, 0}, {2, 1}, {3, 0}, {2, 2},
+                                   {3, 1}, {4, 0}, {5, 0}, {4, 1}, {3, 2}};
+
+void splitPath(const std::string &path)
+{
+    std::size_t start = 0;
+    while ((start = path.find_first_not_of(pathSeparators, start)) != std::string::npos)
+    {
+        const std::size_t end = path.find_first_of(pathSeparators, start);
+        tableDirs.push_back(path.substr(start, end - start));
+        start = end;
+    }
+}
+
+void allocateEntries()
+{
+    if (pawnlessEntries != nullptr)
+        return;
+    pawnlessEntries.reset(new (std::nothrow) tablebaseEntry[pawnlessTables]);
+    pawnEntries.reset(new (std::nothrow) tablebaseEntry[pawnTables]);
+    if (pawnlessEntries == nullptr || pawnEntries == nullptr)
+    {
+        tellError("Out of memory.\n");
+        endProcess();
+    }
+}
+
+/// Maps a file and reads its header. False, with a message, if it is corrupt; false if it has gone.
+bool mapTable(tablebaseEntry &entry, tableKind kind)
+{
+    std::string path;
+    std::int64_t size = 0;
+    if (!openTableFile(entry.name, kind, path, size))
+        return false;
+    auto table = std::make_unique<mappedTable>();
+    unsigned long error = 0;
+    bool sound = false;
+    if (isTableSize(static_cast<std::uint64_t>(size)))
+    {
+        const mappingResult result = mapFile(path, table->mapping, &error);
+        if (result == mappingResult::notFound)
+            return false;
+        if (result == mappingResult::failed)
+        {
+            tellError(std::string(mappingCall) + " failed, error = " + std::to_string(error) + ".\n");
+            tellError("Could not map " + std::string(entry.name) + tableSuffixes[kind] + " into memory.\n");
+            endProcess();
+        }
+        sound = readTable(*table, entry.material, kind, table->mapping.data, table->mapping.size);
+    }
+    if (!sound)
+    {
+        tellError("Corrupted table.\n");
+        error = unmapFile(table->mapping);
+        if (error != 0)
+            tellError("unmap failed, error code " + std::to_string(error) + "\n");
+        return false;
+    }
+    entry.tables[kind] = table.release();
+    return true;
+}
+
+} // namespace
+
+bool testTableFile(const char *name, tableKind kind)
+{
+    std::string path;
+    std::int64_t size = 0;
+    if (!openTableFile(name, kind, path, size))
+        return false;
+    if (isTableSize(static_cast<std::uint64_t>(size)))
+        return true;
+    const std::string text = "Incomplete tablebase file " + std::string(name) + tableSuffixes[kind] + "\n";
+    tellError(text);
+    std::fputs(("info string " + text).c_str(), stdout);
+    std::fflush(stdout);
+    return false;
+}
+
+bool initTablebases(const std::string &path)
+{
+    for (int i = 0; i < pawnlessFound; ++i)
+        releaseTable(pawnlessEntries[i]);
+    for (int i = 0; i < pawnFound; ++i)
+        releaseTable(pawnEntries[i]);
+    pawnlessFound = pawnFound = 0;
+    tableDirs.clear();
+    tableCardinality = 0u;
+    for (hashSlot &slot : tableHash)
+        slot = {};
+    if (path.empty() || path == emptyOptionText)
+        return true;
+    splitPath(path);
+    allocateEntries();
+    for (const auto &[firstMen, secondMen] : namePatterns)
+        registerPattern(firstMen, secondMen);
+    return true;
+}
+
+tablebaseEntry *findTable(std::uint64_t signature)
+{
+    for (std::size_t slot = signature >> hashShift; tableHash[slot].entry != nullptr; slot = (slot + 1) % hashSlots)
+        if (tableHash[slot].signature == signature)
+            return tableHash[slot].entry;
+    return nullptr;
+}
+
+const mappedTable *openTable(tablebaseEntry &entry, tableKind kind)
+{
+    tableState state = entry.states[kind].load(std::memory_order_acquire);
+    if (state == tableState::untouched)
+    {
+        const std::lock_guard<std::mutex> lock(tableLock);
+        state = entry.states[kind].load(std::memory_order_relaxed);
+        if (state == tableState::untouched)
+        {
+            state = mapTable(entry, kind) ? tableState::ready : tableState::broken;
+            entry.states[kind].store(state, std::memory_order_release);
+        }
+    }
+    return state == tableState::ready ? entry.tables[kind] : nullptr;
+}
+
+void disableTable(tablebaseEntry &entry, tableKind kind)
+{
+    if (entry.states[kind].exchange(tableState::broken, std::memory_order_relaxed) == tableState::ready)
+        tellError("Corrupted table.\n");
+}
+
+} // namespace tarvonel
