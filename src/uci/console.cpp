@@ -1,0 +1,184 @@
+#include "uci/console.h"
+
+#include <algorithm>
+#include <iterator>
+#include <sstream>
+#include <string>
+
+#include "board/attackTables.h"
+#include "board/engineOptions.h"
+#include "board/setup.h"
+#include "search/searchLimits.h"
+#include "search/transpositionTable.h"
+#include "search/worker.h"
+#include "uci/commandGuards.h"
+#include "uci/diagnostics.h"
+#include "uci/engineVersion.h"
+#include "uci/goCommand.h"
+#include "uci/netFile.h"
+#include "uci/options.h"
+#include "uci/output.h"
+#include "uci/perftCommands.h"
+#include "uci/positionCommand.h"
+#include "uci/searchReports.h"
+
+namespace tarvonel
+{
+namespace
+{
+
+constexpr int defaultPerftDepth = 6;
+
+/// What the console keeps from one command to the next.
+struct consoleState
+{
+    int perftDepth = defaultPerftDepth;
+};
+
+struct commandRow
+{
+    const char *word;
+    void (*run)(std::istream &words, consoleState &state);
+};
+
+void stop(std::istream &, consoleState &) { stopSearch = true; }
+
+void ponderHit(std::istream &, consoleState &)
+{
+    if (timeIsUp)
+        stopSearch = true;
+    else
+        pondering = false;
+}
+
+void newGame(std::istream &, consoleState &)
+{
+    if (!awaitSearchEnd("ucinewgame"))
+        return;
+    ttClear();
+    clearWorkerHistory();
+    searchLimits.gamePlyHint = 0;
+    searchLimits.newGame = true;
+    std::ranges::fill(mainPos.keyHistory, 0);
+    printLine("readyok");
+}
+
+void identify(std::istream &, consoleState &)
+{
+    printText(std::string("id name ") + engineName + engineBuild + "\nid author " + engineAuthor + '\n' +
+              optionAnnouncements() + "uciok\n");
+}
+
+void answerReady(std::istream &, consoleState &) { printLine("readyok"); }
+
+/// A depth on the line is kept for the next `perft` without one.
+void runPerft(std::istream &words, consoleState &state)
+{
+    int depth = state.perftDepth;
+    if (!(words >> std::ws).eof())
+        words >> depth;
+    if (words.fail() || depth < minPerftDepth || depth > maxPerftDepth)
+    {
+        printInfo("perft needs a depth from " + std::to_string(minPerftDepth) + " to " + std::to_string(maxPerftDepth));
+        return;
+    }
+    state.perftDepth = depth;
+    perftCommand(depth);
+}
+
+void runRtest(std::istream &, consoleState &)
+{
+    if (awaitSearchEnd("rtest"))
+        rtest();
+}
+
+void help(std::istream &, consoleState &)
+{
+    printText("supported UCI commands 'uci' 'ucinewgame' 'position' 'go' 'ponderhit' 'stop 'quit' 'setoption' "
+              "'isready'\n"
+              "other commands 'perft depth', default depth=6, change board with 'position'; 'showboard' shows the "
+              "current board\n");
+}
+
+constexpr const char *quitWord = "quit";
+
+constexpr commandRow commandTable[] = {
+    {quitWord, stop},
+    {"stop", stop},
+    {"position", [](std::istream &words, consoleState &) { positionCommand(words); }},
+    {"go", [](std::istream &words, consoleState &) { goCommand(words); }},
+    {"ponderhit", ponderHit},
+    {"ucinewgame", newGame},
+    {"uci", identify},
+    {"setoption", [](std::istream &words, consoleState &) { setOptionCommand(words); }},
+    {"isready", answerReady},
+    {"rtest", runRtest},
+    {"rtestQTV", [](std::istream &, consoleState &) { rtestQTV(); }},
+    {"perft", runPerft},
+    {"showboard", [](std::istream &, consoleState &) { showBoard(); }},
+    {"evil", [](std::istream &, consoleState &) { printEvaluation(); }},
+    {"hashstats", [](std::istream &, consoleState &) { hashStatistics(); }},
+    {"help", help},
+};
+
+void startUp()
+{
+    printText(std::string(engineName) + engineBuild + "\nby " + engineAuthor +
+              "\n\nenter 'help' to see the commands\n");
+    reporter = protocolReporter;
+    initTables();
+    ttResize(engineOptions.hashMegabytes);
+    useNetFile();
+    setupPosition(startPositionFen, mainPos);
+    rebuildWorkerPool(engineOptions.threadCount);
+}
+
+void shutDown()
+{
+    rebuildWorkerPool(0);
+    ttRelease();
+}
+
+/// Runs the command of the line; returns whether it was `quit`.
+bool runLine(const std::string &line, consoleState &state)
+{
+    std::istringstream words(line);
+    std::string word;
+    words >> word;
+    const auto *row = std::ranges::find_if(commandTable, [&word](const commandRow &r) { return word == r.word; });
+    if (row == std::end(commandTable))
+        printText("Unknown command\n");
+    else
+        row->run(words, state);
+    return word == quitWord;
+}
+
+void runLines(std::istream &input, consoleState &state)
+{
+    std::string line;
+    do
+        if (!std::getline(input, line))
+            line = quitWord;
+    while (!runLine(line, state));
+}
+
+} // namespace
+
+int runConsole(std::istream &input, std::span<char *> words)
+{
+    consoleState state;
+    startUp();
+    if (words.empty())
+        runLines(input, state);
+    else
+    {
+        std::string line;
+        for (const char *word : words)
+            line += std::string(word) + ' ';
+        runLine(line, state);
+    }
+    shutDown();
+    return 0;
+}
+
+} // namespace tarvonel

@@ -1,0 +1,15 @@
+// The program from start-up to its end: one command after the other, on the calling thread.
+#pragma once
+
+#include <istream>
+#include <span>
+
+namespace tarvonel
+{
+
+/// Starts the engine, runs the `words` of the command line as one command, or, if there are none,
+/// the lines of `input` up to `quit` or its end; then waits for a running search and gives all
+/// threads and the transposition table back. Returns the program's exit status.
+int runConsole(std::istream &input, std::span<char *> words);
+
+} // namespace tarvonel

@@ -1,0 +1,122 @@
+#include "uci/goCommand.h"
+
+#include <string>
+
+#include "board/moveText.h"
+#include "board/pos.h"
+#include "eval/networkFile.h"
+#include "platform/clock.h"
+#include "search/searchLimits.h"
+#include "search/worker.h"
+#include "uci/commandGuards.h"
+#include "uci/netFile.h"
+#include "uci/output.h"
+#include "uci/timeAllotment.h"
+
+namespace tarvonel
+{
+namespace
+{
+
+constexpr int defaultClock = 900000;
+constexpr int defaultMovesToGo = 30;
+
+/// Words without a value that make a search endless. They are kept back until the search before
+/// has ended: that one would otherwise become endless, and nothing could end it.
+struct endlessWords
+{
+    bool ponder = false;
+    bool infinite = false;
+};
+
+void resetLimits()
+{
+    searchLimits.startTimeMs = millisecondsNow();
+    pondering = false;
+    for (colour side : {white, black})
+    {
+        searchLimits.clock[side] = defaultClock;
+        searchLimits.increment[side] = 0;
+    }
+    searchLimits.movesToGo = defaultMovesToGo;
+    searchLimits.depthLimit = 0;
+    searchLimits.mateLimit = 0;
+    searchLimits.nodes = 0;
+    searchLimits.moveTime = 0;
+    searchLimits.pollInterval = defaultPollInterval;
+    searchLimits.infinite = false;
+    searchLimits.movesToGoGiven = false;
+}
+
+/// Reads a number into `field`: the nearest bound if it is too large, 0 if it is none, and then the
+/// stream fails. At the end of the line the field stays.
+template <typename T> void readNumber(std::istream &words, relaxed<T> &field)
+{
+    if ((words >> std::ws).eof())
+        return;
+    T number{};
+    words >> number;
+    field = number;
+    if (words.fail() && number != 0)
+        words.clear(words.rdstate() & ~std::ios::failbit);
+}
+
+endlessWords readLimits(std::istream &words)
+{
+    struct numberWord
+    {
+        const char *word;
+        relaxed<int> *field;
+    };
+    static constexpr numberWord numberWords[] = {
+        {"wtime", &searchLimits.clock[white]},    {"btime", &searchLimits.clock[black]},
+        {"winc", &searchLimits.increment[white]}, {"binc", &searchLimits.increment[black]},
+        {"movestogo", &searchLimits.movesToGo},   {"depth", &searchLimits.depthLimit},
+        {"mate", &searchLimits.mateLimit},        {"movetime", &searchLimits.moveTime},
+    };
+    endlessWords found;
+    std::string word;
+    while (words >> word)
+    {
+        if (word == "ponder")
+            found.ponder = true;
+        else if (word == "infinite")
+            found.infinite = true;
+        else if (word == "nodes")
+            readNumber(words, searchLimits.nodes);
+        for (const numberWord &row : numberWords)
+            if (word == row.word)
+                readNumber(words, *row.field);
+        if (word == "movestogo")
+            searchLimits.movesToGoGiven = true;
+    }
+    return found;
+}
+
+/// A controller waits for an answer to every `go`.
+void answerWithoutSearch() { printLine("bestmove " + moveText(noMove, mainPos.sideToMove, mainPos)); }
+
+} // namespace
+
+void goCommand(std::istream &words)
+{
+    if (!netLoaded)
+    {
+        printNetFileMissing("the position");
+        return;
+    }
+    if (!mayAwaitSearchEnd("go"))
+        return;
+    resetLimits();
+    const endlessWords endless = readLimits(words);
+    allotTime();
+    waitForSearch();
+    searchLimits.infinite = endless.infinite;
+    pondering = endless.ponder;
+    if (isMainPositionPlayable())
+        startSearch(mainPos);
+    else
+        answerWithoutSearch();
+}
+
+} // namespace tarvonel

@@ -1,0 +1,217 @@
+#include "uci/options.h"
+
+#include <algorithm>
+#include <charconv>
+#include <limits>
+#include <optional>
+#include <string_view>
+#include <variant>
+
+#include "board/engineOptions.h"
+#include "board/setup.h"
+#include "eval/networkFile.h"
+#include "search/transpositionTable.h"
+#include "search/worker.h"
+#include "uci/commandGuards.h"
+#include "uci/netFile.h"
+#include "uci/output.h"
+
+namespace tarvonel
+{
+namespace
+{
+
+void rebuildThreads()
+{
+    const int granted = rebuildWorkerPool(engineOptions.threadCount);
+    if (granted < engineOptions.threadCount)
+        printInfo("Only " + std::to_string(granted) + " threads could be started");
+}
+
+void setThreads(int count)
+{
+    if (!awaitSearchEnd("setoption name Threads"))
+        return;
+    engineOptions.threadCount = count;
+    printInfo("Number of threads set to : " + std::to_string(count));
+    rebuildThreads();
+}
+
+void setHash(int megabytes)
+{
+    if (!awaitSearchEnd("setoption name Hash"))
+        return;
+    engineOptions.hashMegabytes = megabytes;
+    const std::uint64_t taken = ttResize(megabytes);
+    printInfo("Size of Hashtable set to : " + std::to_string(megabytes));
+    if (taken < static_cast<std::uint64_t>(megabytes))
+        printInfo("Not enough memory for that Hashtable, size taken : " + std::to_string(taken));
+}
+
+void setPonder(bool isOn)
+{
+    engineOptions.ponderEnabled = isOn;
+    printInfo("Ponder set to : " + std::to_string(isOn));
+}
+
+void setMoveOverhead(int milliseconds)
+{
+    engineOptions.moveOverhead = milliseconds;
+    printInfo("MoveOverhead set to : " + std::to_string(milliseconds));
+}
+
+void setSyzygyPath(const std::string &path)
+{
+    if (!awaitSearchEnd("setoption name SyzygyPath"))
+        return;
+    engineOptions.syzygyPath = path;
+    printInfo("No Syzygy tablebases found in directory :" + path);
+}
+
+void setSyzygyProbeDepth(int depth)
+{
+    engineOptions.syzygyProbeDepth = depth;
+    printInfo("SyzygyProbeDepth set to: " + std::to_string(depth));
+}
+
+void setNumaNode(int node)
+{
+    const bool isChange = node != engineOptions.numaNode;
+    if (isChange && !awaitSearchEnd("setoption name WindowsNumaNode"))
+        return;
+    engineOptions.numaNode = node;
+    printInfo("WindowsNumaNode set to: " + std::to_string(node));
+    if (isChange)
+        rebuildThreads();
+}
+
+// Without a file only the name changes; the network stays in use.
+void setNetFile(const std::string &name)
+{
+    const bool isFile = !name.empty() && name != emptyOptionText;
+    if (isFile && !awaitSearchEnd("setoption name NetFile"))
+        return;
+    engineOptions.netFileName = name;
+    if (!isFile)
+        return;
+    useNetFile();
+    if (netLoaded)
+        printInfo("NetFile used : " + name);
+}
+
+// The position stays, but not with castling rights that the other rules do not know.
+void setChess960(bool isOn)
+{
+    if (!awaitSearchEnd("setoption name UCI_Chess960"))
+        return;
+    engineOptions.chess960 = isOn;
+    if (isPlayable(mainPos))
+        dropUnfoundedRights(mainPos);
+    printInfo("UCI_Chess960 set to : " + std::to_string(isOn));
+}
+
+struct spinOption
+{
+    int preset, minimum, maximum;
+    void (*set)(int value);
+};
+struct checkOption
+{
+    void (*set)(bool value);
+};
+struct textOption
+{
+    void (*set)(const std::string &value);
+};
+struct optionRow
+{
+    std::string_view name;
+    std::variant<spinOption, checkOption, textOption> kind;
+};
+
+/// In the order in which `uci` announces them. Switches are off, texts are announced as empty.
+constexpr optionRow optionTable[] = {
+    {"Threads", spinOption{defaultThreads, minThreads, maxThreads, setThreads}},
+    {"Hash", spinOption{defaultHashMegabytes, minHashMegabytes, maxHashMegabytes, setHash}},
+    {"Ponder", checkOption{setPonder}},
+    {"MoveOverhead", spinOption{defaultMoveOverhead, minMoveOverhead, maxMoveOverhead, setMoveOverhead}},
+    {"SyzygyPath", textOption{setSyzygyPath}},
+    {"SyzygyProbeDepth",
+     spinOption{defaultSyzygyProbeDepth, minSyzygyProbeDepth, maxSyzygyProbeDepth, setSyzygyProbeDepth}},
+    {"WindowsNumaNode", spinOption{defaultNumaNode, minNumaNode, maxNumaNode, setNumaNode}},
+    {"NetFile", textOption{setNetFile}},
+    {"UCI_Chess960", checkOption{setChess960}},
+};
+
+/// The number at the start of the text, the nearest of 32 bits if it is too large; nothing if the
+/// text does not start with a number.
+std::optional<int> leadingNumber(std::string_view text)
+{
+    const bool isNegative = text.starts_with('-');
+    if (isNegative || text.starts_with('+'))
+        text.remove_prefix(1);
+    if (text.empty() || text[0] < '0' || text[0] > '9')
+        return std::nullopt;
+    int number = 0;
+    const auto result = std::from_chars(text.data(), text.data() + text.size(), number);
+    if (result.ec == std::errc::result_out_of_range)
+        number = std::numeric_limits<int>::max();
+    return isNegative ? -number : number;
+}
+
+void setValue(const optionRow &row, const std::string &value)
+{
+    if (const auto *spin = std::get_if<spinOption>(&row.kind))
+    {
+        if (const std::optional<int> number = leadingNumber(value))
+            spin->set(std::clamp(*number, spin->minimum, spin->maximum));
+        else
+            printInfo(std::string(row.name) + " needs a number, got: " + value);
+    }
+    else if (const auto *check = std::get_if<checkOption>(&row.kind))
+        check->set(value == "true");
+    else
+        std::get<textOption>(row.kind).set(value);
+}
+
+std::string kindText(const optionRow &row)
+{
+    if (const auto *spin = std::get_if<spinOption>(&row.kind))
+        return "spin default " + std::to_string(spin->preset) + " min " + std::to_string(spin->minimum) + " max " +
+               std::to_string(spin->maximum);
+    if (std::holds_alternative<checkOption>(row.kind))
+        return "check default false";
+    return std::string("string default ") + emptyOptionText;
+}
+
+/// The words up to `endWord` or the end of the line, with one blank between them.
+std::string joinWords(std::istream &words, std::string_view endWord)
+{
+    std::string joined, word;
+    while (words >> word && word != endWord)
+        joined += joined.empty() ? word : ' ' + word;
+    return joined;
+}
+
+} // namespace
+
+std::string optionAnnouncements()
+{
+    std::string lines;
+    for (const optionRow &row : optionTable)
+        lines += "option name " + std::string(row.name) + " type " + kindText(row) + '\n';
+    return lines;
+}
+
+void setOptionCommand(std::istream &words)
+{
+    std::string ignored;
+    words >> ignored;
+    const std::string name = joinWords(words, "value");
+    const std::string value = joinWords(words, "");
+    const auto *row = std::ranges::find(optionTable, name, &optionRow::name);
+    if (row != std::end(optionTable))
+        setValue(*row, value);
+}
+
+} // namespace tarvonel
