@@ -140,9 +140,9 @@ void shutDown()
 }
 
 /// Runs the command of the line; returns whether it was `quit`.
-bool runLine(const std::string &line, consoleState &state)
+bool runLine(const std::string &text, consoleState &state)
 {
-    std::istringstream words(line);
+    std::istringstream words(text);
     std::string word;
     words >> word;
     const auto *row = std::ranges::find_if(commandTable, [&word](const commandRow &r) { return word == r.word; });
@@ -155,11 +155,20 @@ bool runLine(const std::string &line, consoleState &state)
 
 void runLines(std::istream &input, consoleState &state)
 {
-    std::string line;
+    std::string text;
     do
-        if (!std::getline(input, line))
-            line = quitWord;
-    while (!runLine(line, state));
+        if (!std::getline(input, text))
+            text = quitWord;
+    while (!runLine(text, state));
+}
+
+/// Each word followed by a blank.
+std::string joined(std::span<char *> words)
+{
+    std::string text;
+    for (const char *word : words)
+        text += std::string(word) + ' ';
+    return text;
 }
 
 } // namespace
@@ -171,12 +180,7 @@ int runConsole(std::istream &input, std::span<char *> words)
     if (words.empty())
         runLines(input, state);
     else
-    {
-        std::string line;
-        for (const char *word : words)
-            line += std::string(word) + ' ';
-        runLine(line, state);
-    }
+        runLine(joined(words), state);
     shutDown();
     return 0;
 }

@@ -21,14 +21,6 @@ namespace
 constexpr int defaultClock = 900000;
 constexpr int defaultMovesToGo = 30;
 
-/// Words without a value that make a search endless. They are kept back until the search before
-/// has ended: that one would otherwise become endless, and nothing could end it.
-struct endlessWords
-{
-    bool ponder = false;
-    bool infinite = false;
-};
-
 void resetLimits()
 {
     searchLimits.startTimeMs = millisecondsNow();
@@ -98,6 +90,14 @@ void answerWithoutSearch() { printLine("bestmove " + moveText(noMove, mainPos.si
 
 } // namespace
 
+endlessWords prepareSearchLimits(std::istream &words)
+{
+    resetLimits();
+    const endlessWords endless = readLimits(words);
+    allotTime();
+    return endless;
+}
+
 void goCommand(std::istream &words)
 {
     if (!netLoaded)
@@ -107,9 +107,7 @@ void goCommand(std::istream &words)
     }
     if (!mayAwaitSearchEnd("go"))
         return;
-    resetLimits();
-    const endlessWords endless = readLimits(words);
-    allotTime();
+    const endlessWords endless = prepareSearchLimits(words);
     waitForSearch();
     searchLimits.infinite = endless.infinite;
     pondering = endless.ponder;

@@ -11,4 +11,16 @@ namespace tarvonel
 /// infinite or ponders, or if there is no network.
 void goCommand(std::istream &words);
 
+/// Words without a value that make a search endless. They are kept back until the search before
+/// has ended: that one would otherwise become endless, and nothing could end it.
+struct endlessWords
+{
+    bool ponder = false;
+    bool infinite = false;
+};
+
+/// The first half of `goCommand`: starts the clock, resets `searchLimits`, reads the rest of the
+/// line into it and allots the time.
+endlessWords prepareSearchLimits(std::istream &words);
+
 } // namespace tarvonel

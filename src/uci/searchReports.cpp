@@ -68,10 +68,10 @@ std::string pvText(const pos &position)
     return text;
 }
 
-int movesToMate(int score)
+int movesToMate(int mateScore)
 {
-    const int moves = (scoreMate - std::abs(score)) / 2 + 1;
-    return score > 0 ? moves : -moves;
+    const int moves = (scoreMate - std::abs(mateScore)) / 2 + 1;
+    return mateScore > 0 ? moves : -moves;
 }
 
 } // namespace tarvonel

@@ -15,6 +15,6 @@ extern const searchReporter protocolReporter;
 std::string pvText(const pos &position);
 
 /// Moves to the mate that a mate score tells, negative if the side to move is the one to be mated.
-int movesToMate(int score);
+int movesToMate(int mateScore);
 
 } // namespace tarvonel

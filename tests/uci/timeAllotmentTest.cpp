@@ -1,0 +1,201 @@
+#include "uci/timeAllotment.h"
+
+#include <fstream>
+#include <limits>
+#include <sstream>
+
+#include <gtest/gtest.h>
+
+#include "board/engineOptions.h"
+#include "search/searchLimits.h"
+#include "support/sharedData.h"
+#include "uci/consoleOutput.h"
+#include "uci/goCommand.h"
+
+namespace tarvonel
+{
+namespace
+{
+
+constexpr int maxInt = std::numeric_limits<int>::max();
+
+/// Starts a new game in `position` and reads a `go` line.
+void allotFor(const std::string &position, const std::string &go)
+{
+    searchLimits.gamePlyHint = 0;
+    searchLimits.newGame = true;
+    searchLimits.incrementFactor = 1.37F;
+    outputOf(positionCommand, position);
+    std::istringstream words(go);
+    prepareSearchLimits(words);
+}
+
+class timeAllotment : public testing::Test
+{
+  protected:
+    void TearDown() override
+    {
+        engineOptions.threadCount = defaultThreads;
+        engineOptions.ponderEnabled = false;
+        engineOptions.moveOverhead = defaultMoveOverhead;
+    }
+};
+
+constexpr const char *endgame = "fen 8/2p5/3p4/KP5r/1R3p1k/8/4P1P1/8 w - - 0 ";
+
+struct allotmentCase
+{
+    const char *name;
+    int threads;
+    bool ponder;
+    std::string position, go;
+    int optimal, maximum;
+    float scale, factor;
+};
+
+TEST_F(timeAllotment, sharesTheClockByThreadsPhaseAndControl)
+{
+    const allotmentCase cases[] = {
+        {"defaults", 1, false, "startpos", "", 14850, 74250, 1, 1.75F},
+        {"increment", 1, false, "startpos", "wtime 300000 winc 2000", 6798, 33990, 1, 1.44308F},
+        {"ponder option", 1, true, "startpos", "wtime 300000 winc 2000", 7477, 37385, 1, 1.44308F},
+        {"black's clock", 1, false, "startpos moves e2e4", "wtime 1 btime 60000", 990, 4950, 1, 1.75F},
+        {"four threads", 4, false, "startpos", "wtime 60000", 1140, 5700, 1, 1.75F},
+        {"32 threads", 32, false, "startpos", "wtime 60000", 1290, 6450, 1, 1.75F},
+        {"129 threads", 129, false, "startpos", "wtime 60000", 1380, 6900, 1, 1.75F},
+        {"unknown ply", 1, false, endgame + std::string("1"), "wtime 60000", 1847, 9235, 1, 1.75F},
+        {"ply 23", 1, false, endgame + std::string("12"), "wtime 60000", 1799, 8995, 1, 1.75F},
+        {"ply 89", 1, false, endgame + std::string("45"), "wtime 60000", 1980, 9900, 1, 1.75F},
+        {"ply 239", 1, false, endgame + std::string("120"), "wtime 60000", 2640, 13200, 1, 1.75F},
+        {"short clock", 1, false, "startpos", "wtime 10", 0, 1, 5, 1.37F},
+        {"short clock, long increment", 1, false, "startpos", "wtime 100 winc 1000", 437, 438, 5, 1.37F},
+        {"last move of the control", 1, false, "startpos", "movestogo 1 wtime 1000", 657, 900, 1, 1.75F},
+        {"given moves, opening", 1, false, "startpos", "movestogo 40 wtime 5400000", 88695, 443475, 1, 1.75F},
+        {"given moves, four threads", 4, false, "startpos", "movestogo 20 wtime 900000 winc 30000", 52920, 264600, 1,
+         1.37F},
+        {"four moves given, at least 40", 1, false, "startpos", "movestogo 4 wtime 150", 24, 40, 1, 1.5F},
+        {"no moves given counts as none", 1, false, "startpos", "wtime 60000 movestogo 0", 990, 4950, 1, 1.75F},
+        {"fixed time", 1, false, "startpos", "movetime 1000 wtime 10", 10000, 1000, 5, 1.37F},
+        {"number saturates", 1, false, "startpos", "movetime 99999999999999", maxInt, maxInt, 1, 1.75F},
+        {"unused words and their moves", 1, false, "startpos", "searchmoves e2e4 wtime 60000", 990, 4950, 1, 1.75F},
+        {"a word for a number ends the line", 1, false, "startpos", "winc x wtime 60000", 14850, 74250, 1, 1.75F},
+        {"no number at the end", 1, false, "startpos", "wtime 60000 winc", 990, 4950, 1, 1.75F},
+        {"last of equal words", 1, false, "startpos", "wtime 5 wtime 60000", 990, 4950, 1, 1.75F},
+    };
+    for (const allotmentCase &c : cases)
+    {
+        SCOPED_TRACE(c.name);
+        engineOptions.threadCount = c.threads;
+        engineOptions.ponderEnabled = c.ponder;
+        allotFor(c.position, c.go);
+        EXPECT_EQ(searchLimits.optimalTime, c.optimal);
+        EXPECT_EQ(searchLimits.maximumTime, c.maximum);
+        EXPECT_EQ(searchLimits.timeScale, c.scale);
+        EXPECT_NEAR(searchLimits.incrementFactor, c.factor, 1e-5);
+    }
+}
+
+// The stretch of the number of moves belongs to the game, not to the move.
+TEST_F(timeAllotment, incrementFactorHoldsForTheGame)
+{
+    allotFor("startpos", "wtime 60000 winc 600");
+    EXPECT_FLOAT_EQ(searchLimits.incrementFactor, 1.37F);
+    std::istringstream later("wtime 60000");
+    prepareSearchLimits(later);
+    EXPECT_FLOAT_EQ(searchLimits.incrementFactor, 1.37F);
+    searchLimits.newGame = true;
+    std::istringstream nextGame("wtime 60000");
+    prepareSearchLimits(nextGame);
+    EXPECT_FLOAT_EQ(searchLimits.incrementFactor, 1.75F);
+}
+
+TEST_F(timeAllotment, goWordsFillTheirLimits)
+{
+    std::istringstream words("depth 7 nodes 18446744073709551615 mate -3 ponder wtime 1 btime 2 winc 3 binc 4 "
+                             "infinite movestogo 5 movetime 6");
+    const endlessWords endless = prepareSearchLimits(words);
+    EXPECT_TRUE(endless.ponder);
+    EXPECT_TRUE(endless.infinite);
+    EXPECT_FALSE(searchLimits.infinite) << "set before the search before has ended, it would never end";
+    EXPECT_EQ(searchLimits.depthLimit, 7);
+    EXPECT_EQ(searchLimits.nodes, std::numeric_limits<std::uint64_t>::max());
+    EXPECT_EQ(searchLimits.mateLimit, -3);
+    EXPECT_EQ(searchLimits.clock[white], 1);
+    EXPECT_EQ(searchLimits.clock[black], 2);
+    EXPECT_EQ(searchLimits.increment[white], 3);
+    EXPECT_EQ(searchLimits.increment[black], 4);
+    EXPECT_EQ(searchLimits.movesToGo, 5);
+    EXPECT_TRUE(searchLimits.movesToGoGiven);
+    EXPECT_EQ(searchLimits.moveTime, 6);
+
+    std::istringstream none("");
+    prepareSearchLimits(none);
+    EXPECT_EQ(searchLimits.depthLimit, 0);
+    EXPECT_EQ(searchLimits.nodes, 0U);
+    EXPECT_EQ(searchLimits.mateLimit, 0);
+    EXPECT_EQ(searchLimits.moveTime, 0);
+    EXPECT_FALSE(searchLimits.movesToGoGiven);
+}
+
+// The promise that all else rests on: some time, and a hard limit beyond the soft one.
+TEST_F(timeAllotment, anyNumbersGiveSoundLimits)
+{
+    const char *numbers[] = {"-2147483648", "-1", "0", "1", "99", "2147483647"};
+    for (const char *time : numbers)
+        for (const char *increment : numbers)
+            for (const char *moves : numbers)
+                for (const char *overhead : {"1", "60000"})
+                {
+                    engineOptions.moveOverhead = std::stoi(overhead);
+                    for (const bool isGiven : {true, false})
+                    {
+                        const std::string go = std::string("wtime ") + time + " winc " + increment +
+                                               (isGiven ? std::string(" movestogo ") + moves : "");
+                        SCOPED_TRACE(go);
+                        allotFor("startpos", go);
+                        EXPECT_GE(searchLimits.optimalTime, 0);
+                        if (searchLimits.optimalTime < maxInt)
+                            EXPECT_GT(searchLimits.maximumTime, searchLimits.optimalTime);
+                        EXPECT_GE(searchLimits.incrementFactor, 1.37F);
+                        EXPECT_LE(searchLimits.incrementFactor, 1.75F);
+                    }
+                }
+}
+
+/// "threads N ponder B; position ...; go ...; optimal maximum scale factor"
+TEST_F(timeAllotment, agreesWithRecordedFigures)
+{
+    std::ifstream file(sharedDataPath("vectors/allotment.txt"));
+    if (!file)
+        GTEST_SKIP() << "no recorded figures here";
+    int compared = 0;
+    for (std::string text; std::getline(file, text);)
+    {
+        std::istringstream fields(text);
+        std::string options, position, go, figures, word, ponder;
+        std::getline(fields, options, ';');
+        std::getline(fields, position, ';');
+        std::getline(fields, go, ';');
+        std::getline(fields, figures);
+        // The figures of a `go` without a word were recorded before the allotment.
+        if (go == " go ")
+            continue;
+        SCOPED_TRACE(text);
+        int threads = 0, optimal = 0, maximum = 0;
+        float scale = 0, factor = 0;
+        std::istringstream(options) >> word >> threads >> word >> ponder;
+        ASSERT_TRUE(std::istringstream(figures) >> optimal >> maximum >> scale >> factor);
+        engineOptions.threadCount = threads;
+        engineOptions.ponderEnabled = ponder == "true";
+        allotFor(position.substr(std::string(" position ").size()), go.substr(std::string(" go ").size()));
+        EXPECT_EQ(searchLimits.optimalTime, optimal);
+        EXPECT_EQ(searchLimits.maximumTime, maximum);
+        EXPECT_EQ(searchLimits.timeScale, scale);
+        EXPECT_NEAR(searchLimits.incrementFactor, factor, 1e-5);
+        ++compared;
+    }
+    EXPECT_GT(compared, 0);
+}
+
+} // namespace
+} // namespace tarvonel
