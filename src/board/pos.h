@@ -141,8 +141,8 @@ struct pos : posHead
     accumulatorBlock accumulatorBlocks[plyCount];
     posinfo info[plyCount + 1];
     std::uint64_t keyHistory[keyHistorySize]; ///< zeros for plies before the set-up position
-    std::int16_t quietHistory[historyRows]; ///< by (piece code - 2) x 64 + destination
-    moveCode counterMoves[historyRows];      ///< the same of the move replied to
+    std::int16_t quietHistory[historyRows];   ///< by (piece code - 2) x 64 + destination
+    moveCode counterMoves[historyRows];       ///< the same of the move replied to
 };
 
 /// All men of both colours.

@@ -296,7 +296,8 @@ int reductionOf(int ply, const pos &position, const nodeFacts &facts, const loop
 {
     if (facts.depth < reductionMinDepth || position.info[ply + 1].captured != emptySquare)
         return 0;
-    int reduction = reductionTable[std::min(facts.depth, reductionDepths - 1)][std::min(counts.late, reductionMoves - 1)];
+    int reduction =
+        reductionTable[std::min(facts.depth, reductionDepths - 1)][std::min(counts.late, reductionMoves - 1)];
     if (!facts.improving)
         ++reduction;
     if (counts.extendedQuiets > reductionMaxExtendedQuiets)

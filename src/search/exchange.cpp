@@ -11,8 +11,7 @@ namespace
 using seeBalance = std::int16_t;
 
 /// Exchange values by piece code: knight and bishop are equal here.
-constexpr seeBalance seeValue[pieceCodeCount] = {0,   0,   88,  88,   372,  372,   372,
-                                                 372, 566, 566, 1184, 1184, 10000, 10000};
+constexpr seeBalance seeValue[pieceCodeCount] = {0, 0, 88, 88, 372, 372, 372, 372, 566, 566, 1184, 1184, 10000, 10000};
 
 bitboard attackersOf(const pos &position, int square, bitboard occupied)
 {

@@ -93,7 +93,8 @@ void updateHistories(int ply, pos &position, moveCode bestMove, int depth)
 {
     if (depth < firstDepthNotLearnt)
     {
-        const lesson learnt{position, continuationOf(ply, position), bonusScale * std::min(depth * depth, maxSquaredDepth)};
+        const lesson learnt{position, continuationOf(ply, position),
+                            bonusScale * std::min(depth * depth, maxSquaredDepth)};
         rewardBest(learnt, ply, bestMove);
         penaliseTried(learnt, ply, bestMove);
     }

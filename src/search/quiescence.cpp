@@ -30,7 +30,10 @@ enum class captureOrder
     recaptures, ///< best first, untested
 };
 
-bool holdsExchange(moveCode move, const pos &position) { return isExemptFromSee(move) || seeAtLeast(move, 0, position); }
+bool holdsExchange(moveCode move, const pos &position)
+{
+    return isExemptFromSee(move) || seeAtLeast(move, 0, position);
+}
 
 moveCode *highestFrom(moveCode *cursor, const moveCode *end)
 {

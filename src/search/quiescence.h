@@ -14,8 +14,7 @@ int quiescence(int ply, int qDepth, int alpha, int beta, pos &position);
 /// Whether the ply is the last one that can be stood at: no depth or no room for moves is left.
 inline bool isStackEnd(int ply, const pos &position)
 {
-    return ply >= maxPly ||
-           position.info[ply].listStart - position.info[0].listStart > moveStackSize - moveListReserve;
+    return ply >= maxPly || position.info[ply].listStart - position.info[0].listStart > moveStackSize - moveListReserve;
 }
 
 } // namespace tarvonel

@@ -57,12 +57,12 @@ int clipScore(int value) { return static_cast<std::int16_t>(value); }
 /// The iterations of one thread.
 class deepening
 {
-public:
+  public:
     explicit deepening(worker &owner)
         : self(owner), position(owner.position), isFirst(owner.threadIndex == 0),
           steps(aspirationTable[owner.threadIndex % aspirationRows]),
-          timeGate(std::max<std::uint64_t>(minTimeGate, static_cast<std::uint64_t>(std::max<int>(
-                                                            0, searchLimits.optimalTime / timeGateDivisor))))
+          timeGate(std::max<std::uint64_t>(
+              minTimeGate, static_cast<std::uint64_t>(std::max<int>(0, searchLimits.optimalTime / timeGateDivisor))))
     {
         const int threads = engineOptions.threadCount;
         constexpr int smallPool = 3;
@@ -73,7 +73,7 @@ public:
     bool prepare();
     void run();
 
-private:
+  private:
     bool isSettledAtRoot();
     bool isDepthTaken() const;
     void openWindow();
@@ -141,13 +141,14 @@ bool deepening::prepare()
     timeIsUp = false;
 
     buildLegalList(0, root.listStart, position);
+    self.firstRootMove = root.listEnd > root.listStart ? *root.listStart : noMove;
     position.rootDepthDone = 1;
     position.rootDepth = 0;
     position.rootScore = noScore;
     if (isFirst && isSettledAtRoot())
         return false;
 
-    localDepthLimit = root.listEnd - root.listStart == 1 ? singleMoveDepth : searchLimits.depthLimit;
+    localDepthLimit = root.listEnd - root.listStart == 1 ? singleMoveDepth : searchLimits.depthLimit.load();
     root.noNullMove = 0;
     position.info[1].noNullMove = 0;
     return true;
@@ -335,9 +336,8 @@ void deepening::run()
 /// Deeper results count more, finished iterations more than begun ones; a winning mate overrules.
 worker &chooseBest()
 {
-    const auto rankOfResult = [](const worker &each) {
-        return 2 * each.position.rootDepth + (each.position.rootDepthDone != 0 ? 1 : 0);
-    };
+    const auto rankOfResult = [](const worker &each)
+    { return 2 * each.position.rootDepth + (each.position.rootDepthDone != 0 ? 1 : 0); };
     worker *best = &theBoss();
     if (engineOptions.threadCount == 1 || searchLimits.depthLimit != 0)
         return *best;
@@ -346,8 +346,8 @@ worker &chooseBest()
     {
         const int rank = rankOfResult(*each);
         const int rootScore = each->position.rootScore;
-        const bool isBetter = rank == bestRank || rootScore >= mateThreshold ? rootScore > best->position.rootScore
-                                                                             : rank > bestRank;
+        const bool isBetter =
+            rank == bestRank || rootScore >= mateThreshold ? rootScore > best->position.rootScore : rank > bestRank;
         if (isBetter)
         {
             best = each.get();
@@ -389,7 +389,9 @@ void boss::search()
             reporter.iterationDone(best.position, best.position.rootScore, best.position.rootDepth,
                                    best.position.selDepth);
     }
-    const moveCode bestMove = best.position.info[0].pvMove;
+    moveCode bestMove = best.position.info[0].pvMove;
+    if (bestMove == noMove)
+        bestMove = firstRootMove; // stopped before the root knew better: any legal move will do
     moveCode ponderMove = noMove;
     if (best.position.pvLast > 0)
         ponderMove = best.position.info[1].pvMove;

@@ -8,8 +8,6 @@
 namespace tarvonel
 {
 
-using score = std::int16_t;
-
 inline constexpr int scoreMate = 32000;     ///< mated at ply p: p - scoreMate; mating there: scoreMate - p
 inline constexpr int mateThreshold = 31872; ///< from here on, and below its negation, a score counts plies to mate
 inline constexpr int tablebaseWin = 31872;  ///< won by the tables at ply p: tablebaseWin - p, not a mate score

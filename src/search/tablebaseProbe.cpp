@@ -20,9 +20,8 @@ constexpr int fiftyMoveHorizon = 101; // plies by which a distance loses against
 
 tbPosition toTablePosition(const pos &position, int ply, int rule50)
 {
-    const auto unionOf = [&](int type) {
-        return position.bitboards[pieceOf(type, white)] | position.bitboards[pieceOf(type, black)];
-    };
+    const auto unionOf = [&](int type)
+    { return position.bitboards[pieceOf(type, white)] | position.bitboards[pieceOf(type, black)]; };
     const int enPassant = position.info[ply].enPassant;
     tbPosition table{};
     table.white = position.bitboards[white];

@@ -63,7 +63,8 @@ class alignas(64) worker
     evalCacheEntry evalCache[evalCacheSize]{};
     accumulatorCacheEntry accumulatorCache[accumulatorCacheSize]{};
     const int threadIndex;
-    relaxed<int> currentDepth{0}; ///< iteration started last; other workers look at it
+    moveCode firstRootMove = noMove; ///< any legal move at the root, if there is one
+    relaxed<int> currentDepth{0};    ///< iteration started last; other workers look at it
 
   private:
     void idleLoop();

@@ -110,7 +110,9 @@ tableMaterial materialOfName(std::string_view name, std::uint64_t signatures[2])
             side = 1;
             continue;
         }
-        const auto type = static_cast<int>(tableLetters.find(letter));
+        const std::size_t type = tableLetters.find(letter);
+        if (type >= pieceTypeCount)
+            continue;
         ++material.counts[side][type];
         ++material.pieces;
         if (type == king)

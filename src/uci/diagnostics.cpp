@@ -44,8 +44,8 @@ ttTally tallyTable()
 {
     ttTally tally;
     for (std::uint64_t cluster = 0; cluster <= ttMask; ++cluster)
-        for (const std::atomic<std::uint64_t> &word : ttTable[cluster].data)
-            tallyEntry(ttEntry{word.load(std::memory_order_relaxed)}, tally);
+        for (const relaxed<std::uint64_t> &word : ttTable[cluster].data)
+            tallyEntry(ttEntry{word}, tally);
     tally.total = (ttMask + 1) * ttSlots;
     tally.used = std::max<std::uint64_t>(tally.used, 1);
     return tally;
