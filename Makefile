@@ -15,6 +15,7 @@ JOBS ?= $(shell nproc 2>/dev/null || echo 2)
 RUN_MILLISECONDS ?= 5000
 
 release := build/release
+sources = find src tests bench training -name '*.cpp' -o -name '*.h'
 ctest = ctest --output-on-failure --no-tests=error -j $(JOBS)
 
 # $(call build,PRESET,TARGETS): configures (again only where something changed) and builds.
@@ -82,15 +83,15 @@ clang: | build
 
 format:
 	@tools/setup.sh develop
-	git ls-files '*.cpp' '*.h' | xargs clang-format -i
+	$(sources) | xargs clang-format -i
 
 check-format:
 	@tools/setup.sh develop
-	git ls-files '*.cpp' '*.h' | xargs clang-format --dry-run -Werror
+	$(sources) | xargs clang-format --dry-run -Werror
 
 tidy: | build
 	@tools/setup.sh build develop
-	@$(call build,release,help) >/dev/null
+	@cmake --preset release >/dev/null
 	run-clang-tidy -quiet -j $(JOBS) -p $(release) '$(CURDIR)/src/.*'
 
 layers:

@@ -28,6 +28,7 @@ for group in "${@:-build test bench develop}"; do
         case $word in
         build)
             needCommand g++ g++
+            needCommand make make
             needCommand cmake cmake
             needCommand ninja ninja-build
             ;;
