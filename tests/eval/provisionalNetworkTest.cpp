@@ -59,7 +59,7 @@ TEST(provisionalNetwork, scoresAsTheHandSetBalanceDoes)
                     });
     ASSERT_GT(positions, 500);
     EXPECT_GT(magnitudes / positions, 100) << "the positions are too even to tell anything";
-    EXPECT_LT(differences / positions, 25);
+    EXPECT_LT(differences / positions, 15);
 }
 
 } // namespace tarvonel
