@@ -76,6 +76,8 @@ const isolatedCase pawnCases[] = {
      [](evalTerms &t) { t.pawns.storm[3][fileG][2] = 1; t.pawns.storm[2][fileG][2] = 10; }, 1},
     {"not blocked by one farther back", "6k1/8/8/8/6p1/8/6P1/6K1 w - - 0 1",
      [](evalTerms &t) { t.pawns.storm[3][fileG][3] = 1; t.pawns.storm[2][fileG][3] = 10; }, 10},
+    {"nothing is blocked where no enemy pawn is", "7k/P7/8/8/8/8/8/K7 w - - 0 1",
+     [](evalTerms &t) { t.pawns.storm[0][fileA][7] = 1; t.pawns.storm[1][fileA][7] = 10; }, 1},
     {"no own pawn but an enemy pawn six ranks off is not blocked", "7k/6p1/8/8/8/8/8/6K1 w - - 0 1",
      [](evalTerms &t) { t.pawns.storm[3][fileG][6] = 1; t.pawns.storm[2][fileG][6] = 10; }, 10},
 };
