@@ -1,0 +1,368 @@
+#include "board/makeMove.h"
+
+#include <algorithm>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "board/consistency.h"
+#include "board/keys.h"
+#include "board/moveText.h"
+#include "board/setup.h"
+#include "support/bruteForce.h"
+#include "support/randomGames.h"
+
+namespace tarvonel
+{
+namespace
+{
+
+using bruteForce::letterBoard;
+
+/// What make and unmake answer for, at one ply.
+struct snapshot
+{
+    posHead head;
+    posinfo ply;
+
+    snapshot(const pos &position, int at) : head(position), ply(position.info[at]) {}
+};
+
+template <typename T> bool sameBytes(const T &a, const T &b) { return std::memcmp(&a, &b, sizeof(T)) == 0; }
+
+void expectSameHead(const posHead &a, const posHead &b)
+{
+    EXPECT_TRUE(sameBytes(a.board, b.board));
+    EXPECT_TRUE(sameBytes(a.bitboards, b.bitboards));
+    EXPECT_EQ(a.key, b.key);
+    EXPECT_EQ(a.pawnKey, b.pawnKey);
+    EXPECT_TRUE(sameBytes(a.material, b.material));
+    EXPECT_TRUE(sameBytes(a.squareScore, b.squareScore));
+    EXPECT_EQ(a.phase, b.phase);
+    EXPECT_EQ(a.sideToMove, b.sideToMove);
+    EXPECT_EQ(a.keyCount, b.keyCount);
+    EXPECT_EQ(a.fiftyCount, b.fiftyCount);
+    EXPECT_TRUE(sameBytes(a.castleRook, b.castleRook));
+    EXPECT_EQ(a.searchNodes, b.searchNodes);
+    EXPECT_EQ(a.rootScore, b.rootScore);
+}
+
+/// The board after the noted changes, men first taken off and then put on.
+std::vector<pieceCode> applyChanges(const pieceCode *board, const pieceChange &changes)
+{
+    std::vector<pieceCode> after(board, board + squareCount);
+    for (int entry = 0; entry < changes.count; ++entry)
+    {
+        if (changes.from[entry] != noSquare)
+        {
+            EXPECT_EQ(after[changes.from[entry]], changes.piece[entry]);
+            after[changes.from[entry]] = emptySquare;
+        }
+    }
+    for (int entry = 0; entry < changes.count; ++entry)
+    {
+        if (changes.to[entry] != noSquare)
+        {
+            EXPECT_EQ(after[changes.to[entry]], emptySquare);
+            after[changes.to[entry]] = changes.piece[entry];
+        }
+    }
+    return after;
+}
+
+/// A move made equals the position after it set up from its text, and unmaking restores all.
+void checkMove(pos &position, const letterBoard &board, const bruteForce::letterMove &letterMove)
+{
+    static ownedPosition fresh(startPositionFen);
+    const moveCode move = bruteForce::codeOf(board, letterMove);
+    const letterBoard after = bruteForce::play(board, letterMove);
+    const std::string fen = bruteForce::writeFen(after, engineOptions.chess960);
+    SCOPED_TRACE(fen);
+    ASSERT_EQ(setupPosition(fen, *fresh), "");
+
+    const snapshot before(position, 0);
+    position.accumulatorBlocks[1].computed = true;
+    makeMove(position, 0, move);
+
+    EXPECT_TRUE(isConsistent(position, 1));
+    EXPECT_TRUE(sameBytes(position.board, fresh->board));
+    EXPECT_EQ(position.key, fresh->key);
+    EXPECT_EQ(position.pawnKey, fresh->pawnKey);
+    EXPECT_TRUE(sameBytes(position.material, fresh->material));
+    EXPECT_TRUE(sameBytes(position.squareScore, fresh->squareScore));
+    EXPECT_EQ(position.phase, fresh->phase);
+    EXPECT_EQ(position.sideToMove, fresh->sideToMove);
+    EXPECT_EQ(position.fiftyCount, fresh->fiftyCount);
+    EXPECT_EQ(position.keyCount, fresh->keyCount);
+    EXPECT_EQ(position.keyHistory[position.keyCount - 1], position.key);
+    EXPECT_EQ(position.info[1].castling, fresh->info[0].castling);
+    EXPECT_EQ(position.info[1].enPassant, fresh->info[0].enPassant);
+    EXPECT_FALSE(position.accumulatorBlocks[1].computed);
+
+    const pieceChange &changes = position.pieceChanges[1];
+    const std::vector<pieceCode> changed = applyChanges(before.head.board, changes);
+    EXPECT_TRUE(std::equal(changed.begin(), changed.end(), position.board));
+    EXPECT_EQ(changes.from[0], moveFrom(move));
+    EXPECT_EQ(movedPieceAfter(position, move), before.head.board[moveFrom(move)]);
+    const bool takes = bruteForce::isCapture(board, letterMove);
+    EXPECT_EQ(position.info[1].captured, takes ? before.head.board[moveTo(move)] : pieceCode{emptySquare});
+
+    unmakeMove(position, 0, move);
+    expectSameHead(before.head, position);
+    EXPECT_TRUE(sameBytes(before.ply, position.info[0]));
+
+    makeBoardOnly(position, 0, move);
+    EXPECT_TRUE(sameBytes(position.board, fresh->board));
+    EXPECT_TRUE(sameBytes(position.bitboards, fresh->bitboards));
+    unmakeBoardOnly(position, 0, move);
+    expectSameHead(before.head, position);
+}
+
+class makeMoveInBothVariants : public ::testing::TestWithParam<bool>
+{
+};
+
+TEST_P(makeMoveInBothVariants, incrementalValuesEqualThoseOfAFreshSetup)
+{
+    playRandomGames({.seed = 77, .games = 16, .plies = 160, .chess960 = GetParam()},
+                    [](pos &position, const letterBoard &board)
+                    {
+                        EXPECT_TRUE(isConsistent(position, 0));
+                        const std::vector<bruteForce::letterMove> moves = bruteForce::legalMoves(board);
+                        for (std::size_t index = 0; index < moves.size(); ++index)
+                        {
+                            // All special moves, some of the others.
+                            if (moveFlagOf(bruteForce::codeOf(board, moves[index])) != plainMove || index % 5 == 0)
+                            {
+                                checkMove(position, board, moves[index]);
+                            }
+                        }
+                    });
+}
+
+TEST_P(makeMoveInBothVariants, nullMovePassesTheTurnAndComesBack)
+{
+    playRandomGames({.seed = 78, .games = 4, .plies = 120, .chess960 = GetParam()},
+                    [](pos &position, const letterBoard &board)
+                    {
+                        static ownedPosition fresh(startPositionFen);
+                        letterBoard passed = board;
+                        passed.whiteToMove = !board.whiteToMove;
+                        passed.skippedSquare = bruteForce::nowhere;
+                        ASSERT_EQ(setupPosition(bruteForce::writeFen(passed, engineOptions.chess960), *fresh), "");
+
+                        const snapshot before(position, 0);
+                        position.info[0].playedMove = encodeMove(a1, b1);
+                        position.pieceChanges[1].count = 2;
+                        const std::uint64_t savedKey = makeNullMove(position, 0);
+                        EXPECT_EQ(position.key, fresh->key);
+                        EXPECT_EQ(position.info[0].playedMove, noMove);
+                        EXPECT_EQ(position.info[1].enPassant, 0);
+                        EXPECT_EQ(position.info[1].castling, before.ply.castling);
+                        EXPECT_EQ(position.pieceChanges[1].count, 0);
+                        EXPECT_EQ(position.fiftyCount, before.head.fiftyCount);
+                        unmakeNullMove(position, savedKey);
+                        expectSameHead(before.head, position);
+                    });
+}
+
+INSTANTIATE_TEST_SUITE_P(makeMove, makeMoveInBothVariants, ::testing::Bool());
+
+struct specialMove
+{
+    const char *what, *fen;
+    bool chess960;
+    const char *move;
+    const char *rankAfter; ///< the first rank after the move
+    int rightsAfter;
+    std::vector<int> changes; ///< piece, from, to of each entry
+};
+
+const specialMove specialMoves[] = {
+    {"castling",
+     "r3k2r/8/8/8/8/8/8/R3K2R w KQkq - 4 9",
+     false,
+     "e1g1",
+     "R    RK ",
+     10,
+     {whiteKing, e1, g1, whiteRook, h1, f1}},
+    {"king and rook change places",
+     "4k3/8/8/8/8/8/8/5KR1 w G - 4 9",
+     true,
+     "f1g1",
+     "     RK ",
+     0,
+     {whiteKing, f1, g1, whiteRook, g1, f1}},
+    {"king stays",
+     "4k3/8/8/8/8/8/8/6KR w H - 4 9",
+     true,
+     "g1h1",
+     "     RK ",
+     0,
+     {whiteKing, g1, g1, whiteRook, h1, f1}},
+    {"rook stays",
+     "4k3/8/8/8/8/8/8/3RK3 w D - 4 9",
+     true,
+     "e1d1",
+     "  KR    ",
+     0,
+     {whiteKing, e1, c1, whiteRook, d1, d1}},
+    {"rook over the king",
+     "4k3/8/8/8/8/8/8/RK6 w A - 4 9",
+     true,
+     "b1a1",
+     "  KR    ",
+     0,
+     {whiteKing, b1, c1, whiteRook, a1, d1}},
+    {"rook on the king's target",
+     "4k3/8/8/8/8/8/8/2RK4 w C - 4 9",
+     true,
+     "d1c1",
+     "  KR    ",
+     0,
+     {whiteKing, d1, c1, whiteRook, c1, d1}},
+    {"promotion by capture of a castling rook",
+     "r3k3/1P6/8/8/8/8/8/4K3 w q - 4 9",
+     false,
+     "b7a8n",
+     "    K   ",
+     0,
+     {whitePawn, b7, noSquare, whiteKnight, noSquare, a8, blackRook, a8, noSquare}},
+    {"rook comes home without its right",
+     "4k3/8/8/8/8/8/R7/4K2R w K - 4 9",
+     false,
+     "a2a1",
+     "R   K  R",
+     1,
+     {whiteRook, a2, a1}},
+    {"rook takes rook, both lose a right",
+     "r3k2r/8/8/8/8/8/8/R3K2R w KQkq - 4 9",
+     false,
+     "h1h8",
+     "R   K   ",
+     12,
+     {whiteRook, h1, h8, blackRook, h8, noSquare}},
+    {"en passant",
+     "4k3/8/8/3pP3/8/8/8/4K3 w - d6 4 9",
+     false,
+     "e5d6",
+     "    K   ",
+     0,
+     {whitePawn, e5, d6, blackPawn, d5, noSquare}},
+};
+
+TEST(makeMove, specialMovesChangeWhatTheyShould)
+{
+    for (const specialMove &special : specialMoves)
+    {
+        SCOPED_TRACE(special.what);
+        const variantScope variant(special.chess960);
+        ownedPosition position(special.fen);
+        const snapshot before(*position, 0);
+        const moveCode move = parseMoveText(special.move, *position);
+        EXPECT_EQ(moveText(move, white, *position), special.move);
+        makeMove(*position, 0, move);
+        for (int file = 0; file < 8; ++file)
+        {
+            EXPECT_EQ(pieceLetters[position->board[file]], special.rankAfter[file]) << file;
+        }
+        EXPECT_TRUE(isConsistent(*position, 1));
+        EXPECT_EQ(position->info[1].castling, special.rightsAfter);
+        const bool resets = isPawn(special.changes[0]) || position->info[1].captured != emptySquare;
+        EXPECT_EQ(position->fiftyCount, resets ? 0 : 5);
+
+        const pieceChange &changes = position->pieceChanges[1];
+        ASSERT_EQ(3U * changes.count, special.changes.size());
+        for (std::size_t entry = 0; entry < changes.count; ++entry)
+        {
+            EXPECT_EQ(changes.piece[entry], special.changes[3 * entry]);
+            EXPECT_EQ(changes.from[entry], special.changes[3 * entry + 1]);
+            EXPECT_EQ(changes.to[entry], special.changes[3 * entry + 2]);
+        }
+        unmakeMove(*position, 0, move);
+        expectSameHead(before.head, *position);
+    }
+}
+
+TEST(makeMove, nullMoveCarriesAComputedAccumulatorOn)
+{
+    ownedPosition position(startPositionFen);
+    position->accumulatorBlocks[0].computed = true;
+    position->accumulatorBlocks[0].accumulator[black][accumulatorLanes - 1] = 4711;
+    unmakeNullMove(*position, makeNullMove(*position, 0));
+    EXPECT_TRUE(position->accumulatorBlocks[1].computed);
+    EXPECT_EQ(position->accumulatorBlocks[1].accumulator[black][accumulatorLanes - 1], 4711);
+
+    position->accumulatorBlocks[0].computed = false;
+    unmakeNullMove(*position, makeNullMove(*position, 0));
+    EXPECT_FALSE(position->accumulatorBlocks[1].computed);
+}
+
+TEST(makeMove, leavesKingSafeLooksAtTheFinishedBoard)
+{
+    ownedPosition position("4k3/4r3/8/8/8/8/4N3/4K3 w - - 0 1");
+    EXPECT_FALSE(leavesKingSafe(*position, 0, encodeMove(e2, c3)));
+    EXPECT_TRUE(leavesKingSafe(*position, 0, encodeMove(e1, d1)));
+    EXPECT_EQ(position->board[e2], whiteKnight);
+}
+
+TEST(playGameMove, aGameOfAnyLengthKeepsItsLatestKeys)
+{
+    ownedPosition position(startPositionFen);
+    const char *const shuffle[] = {"g1f3", "g8f6", "f3g1", "f6g8"};
+    constexpr int plies = 5000;
+    std::vector<std::uint64_t> played;
+    for (int ply = 0; ply < plies; ++ply)
+    {
+        playGameMove(*position, parseMoveText(shuffle[ply % 4], *position));
+        played.push_back(position->key);
+        ASSERT_LE(position->keyCount + plyCount, keyHistorySize);
+        const int kept = std::min<int>(position->keyCount, 200);
+        for (int back = 1; back <= std::min(kept, ply + 1); ++back)
+        {
+            ASSERT_EQ(position->keyHistory[position->keyCount - back], played[played.size() - back]);
+        }
+    }
+    EXPECT_EQ(position->fiftyCount, plies);
+}
+
+// What a controller may send in the form of a move, though no game can hold it.
+TEST(playGameMove, impossibleMovesLeaveBoardAndSumsInStep)
+{
+    struct impossibleMove
+    {
+        const char *fen, *move;
+    };
+    const impossibleMove moves[] = {
+        {startPositionFen, "e1g1"},                       // own men in the way
+        {"4k3/8/8/8/8/8/8/4K3 w - - 0 1", "e1c1"},        // no rook
+        {"4k3/8/8/8/8/8/8/4K3 w - - 0 1", "e1e8"},        // takes the king
+        {"4k3/P7/8/8/8/8/8/4K3 w - - 0 1", "a7a8"},       // pawn on the last rank
+        {"4k3/8/8/4P3/8/8/8/4K3 w - - 0 1", "e5d6"},      // en passant of nothing
+        {startPositionFen, "a1a2"},                       // own man taken
+        {startPositionFen, "a1a1"},                       // no move at all
+        {"4k3/7P/8/8/8/8/8/4K3 w - - 0 1", "h7h8q"},      // a sound one, to compare
+        {"r3k2r/8/8/8/8/8/8/R3K2R b KQkq - 0 1", "e8e1"}, // king takes king
+        {"4k3/8/8/8/8/8/4P3/4K3 w - - 0 1", "e2e8"},      // pawn flies
+    };
+    for (const impossibleMove &impossible : moves)
+    {
+        SCOPED_TRACE(impossible.move);
+        ownedPosition position(impossible.fen);
+        const moveCode move = parseMoveText(impossible.move, *position);
+        if (move == noMove)
+        {
+            continue; // refused by its form
+        }
+        playGameMove(*position, move);
+        EXPECT_TRUE(isBoardConsistent(*position));
+        const positionSums sums = computeSums(*position);
+        EXPECT_EQ(sums.phase, position->phase);
+        EXPECT_TRUE(sameBytes(sums.material, position->material));
+    }
+}
+
+} // namespace
+} // namespace tarvonel
