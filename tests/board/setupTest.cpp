@@ -1,0 +1,202 @@
+#include "board/setup.h"
+
+#include <cstring>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "board/keys.h"
+#include "board/pieceValues.h"
+#include "support/randomGames.h"
+
+namespace tarvonel
+{
+namespace
+{
+
+struct fieldCase
+{
+    const char *what, *fen;
+    bool chess960;
+    int rights;
+    int rooks[4]; ///< king's side white and black, queen's side white and black
+    int enPassant, fifty, keys;
+};
+
+constexpr int nil = noSquare;
+
+const fieldCase fieldCases[] = {
+    {"placement and side alone", "8/8/8/8/8/8/8/K6k w", false, 0, {h1, h8, a1, a8}, 0, 0, 1},
+    {"three fields", "r3k2r/8/8/8/8/8/8/R3K2R b Kq", false, 9, {h1, h8, a1, a8}, 0, 0, 2},
+    {"four fields", "4k3/8/8/4p3/8/8/8/4K3 w - e6", false, 0, {h1, h8, a1, a8}, e5, 0, 1},
+    {"five fields", "4k3/8/8/8/8/8/8/4K3 w - - 31", false, 0, {h1, h8, a1, a8}, 0, 31, 1},
+    {"a seventh field", "4k3/8/8/8/8/8/8/4K3 w - - 3 4 bm Kd2", false, 0, {h1, h8, a1, a8}, 0, 3, 7},
+    {"empty castling field", "4k3/8/8/8/8/8/8/4K3 w  - 3 4", false, 0, {h1, h8, a1, a8}, 0, 3, 7},
+    {"any other side is black", "4k3/8/8/8/8/8/8/4K3 x - - 0 1", false, 0, {h1, h8, a1, a8}, 0, 0, 2},
+    {"KQkq without rooks", "4k3/8/8/8/8/8/8/4K3 w KQkq - 0 1", false, 15, {h1, h8, a1, a8}, 0, 0, 1},
+    {"unknown castling letters", "4k3/8/8/8/8/8/8/4K3 w xK?! - 0 1", false, 1, {h1, h8, a1, a8}, 0, 0, 1},
+    {"file letters in standard chess", "4k3/8/8/8/8/8/8/4K1R1 w G - 0 1", false, 1, {g1, h8, a1, a8}, 0, 0, 1},
+    {"file letters", "r3k2r/8/8/8/8/8/8/R3K2R w HAha - 0 1", true, 15, {h1, h8, a1, a8}, 0, 0, 1},
+    {"KQkq in 960", "r3k2r/8/8/8/8/8/8/R3K2R w KQkq - 0 1", true, 15, {h1, h8, a1, a8}, 0, 0, 1},
+    {"outermost rooks", "4k3/8/8/8/8/8/8/RKR1R3 w KQ - 0 1", true, 5, {e1, nil, a1, nil}, 0, 0, 1},
+    {"inner rook by letter", "4k3/8/8/8/8/8/8/RKR1R3 w CQ - 0 1", true, 5, {c1, nil, a1, nil}, 0, 0, 1},
+    {"one letter", "4k3/8/8/8/8/8/8/RK5R w A - 0 1", true, 4, {nil, nil, a1, nil}, 0, 0, 1},
+    {"black letters", "1r2k2r/8/8/8/8/8/8/4K3 b bh - 0 1", true, 10, {nil, h8, nil, b8}, 0, 0, 2},
+    {"no rights in 960", "r3k2r/8/8/8/8/8/8/R3K2R w - - 0 1", true, 0, {nil, nil, nil, nil}, 0, 0, 1},
+    {"en passant, black to move", "4k3/8/8/8/4P3/8/8/4K3 b - e3 0 1", false, 0, {h1, h8, a1, a8}, e4, 0, 2},
+    {"en passant on trust", "4k3/8/8/8/8/8/8/4K3 w - e3 0 1", false, 0, {h1, h8, a1, a8}, e2, 0, 1},
+    {"move number 0", "4k3/8/8/8/8/8/8/4K3 b - - 0 0", false, 0, {h1, h8, a1, a8}, 0, 0, 1},
+    {"move number 20", "4k3/8/8/8/8/8/8/4K3 w - - 0 20", false, 0, {h1, h8, a1, a8}, 0, 0, 39},
+    {"move number 300", "4k3/8/8/8/8/8/8/4K3 b - - 0 300", false, 0, {h1, h8, a1, a8}, 0, 0, 513},
+    {"largest move number", "4k3/8/8/8/8/8/8/4K3 b - - 0 2147483647", false, 0, {h1, h8, a1, a8}, 0, 0, 513},
+};
+
+TEST(setupPosition, readsEveryField)
+{
+    for (const fieldCase &entry : fieldCases)
+    {
+        SCOPED_TRACE(entry.what);
+        const variantScope variant(entry.chess960);
+        ownedPosition position(startPositionFen);
+        position->accumulatorBlocks[0].computed = true;
+        std::memset(position->keyHistory, 0xFF, sizeof position->keyHistory);
+        ASSERT_EQ(setupPosition(entry.fen, *position), "");
+        EXPECT_EQ(position->info[0].castling, entry.rights);
+        EXPECT_EQ(position->castleRook[kingSide][white], entry.rooks[0]);
+        EXPECT_EQ(position->castleRook[kingSide][black], entry.rooks[1]);
+        EXPECT_EQ(position->castleRook[queenSide][white], entry.rooks[2]);
+        EXPECT_EQ(position->castleRook[queenSide][black], entry.rooks[3]);
+        EXPECT_EQ(position->info[0].enPassant, entry.enPassant);
+        EXPECT_EQ(position->fiftyCount, entry.fifty);
+        ASSERT_EQ(position->keyCount, entry.keys);
+        EXPECT_EQ(position->keyHistory[entry.keys - 1], position->key);
+        for (int index = 0; index < entry.keys - 1; ++index)
+        {
+            EXPECT_EQ(position->keyHistory[index], 0U);
+        }
+        EXPECT_FALSE(position->accumulatorBlocks[0].computed);
+    }
+}
+
+struct refusedText
+{
+    const char *fen, *reasonPart;
+};
+
+const refusedText refusedTexts[] = {
+    {"", "missing"},
+    {" ", "missing"},
+    {"4k3/8/8/8/8/8/8/4K3", "missing"},
+    {" 4k3/8/8/8/8/8/8/4K3 w", "eight"},
+    {"4k3/8/8/8/8/8/8/4KX2 w - - 0 1", "letter"},
+    {"4k3/8/8/8/8/8/8/4K\t2 w - - 0 1", "letter"},
+    {"4k3/8/8/8/8/8/8/4K4 w - - 0 1", "eight"},
+    {"4k3/8/8/8/8/8/4K3 w - - 0 1", "eight"},
+    {"4k3/8/8/8/8/8/8/8/4K3 w - - 0 1", "eight"},
+    {"4k3/8/8/8/8/8/8/4K2 w - - 0 1", "eight"},
+    {"4k3/8/8/8/8/8/8/4K09 w - - 0 1", "letter"},
+    {"8/8/8/8/8/8/8/4K3 w - - 0 1", "black king"},
+    {"4k3/8/8/8/8/8/8/8 w - - 0 1", "white king"},
+    {"4k3/8/8/8/8/8/8/4K2K w - - 0 1", "white king"},
+    {"4k2P/8/8/8/8/8/8/4K3 w - - 0 1", "pawn"},
+    {"4k3/8/8/8/8/8/8/4K2p w - - 0 1", "pawn"},
+    {"4k3/8/8/8/8/N7/NNNNNNNN/NNNNKNNN w - - 0 1", "16 white"},
+    {"4k3/8/8/8/8/8/8/4K3 w - z9 0 1", "en passant"},
+    {"4k3/8/8/8/8/8/8/4K3 w - e 0 1", "en passant"},
+    {"4k3/8/8/8/8/8/8/4K3 w - e1 0 1", "en passant"},
+    {"4k3/8/8/8/8/8/8/4K3 w - - x 1", "number"},
+    {"4k3/8/8/8/8/8/8/4K3 w - - 0 1e", "number"},
+    {"4k3/8/8/8/8/8/8/4K3 w - - 0 99999999999", "number"},
+    {"4k3/8/8/8/8/8/8/4K3 w - - -5 1", "number"},
+};
+
+TEST(setupPosition, refusesBeforeItTouchesThePosition)
+{
+    for (const refusedText &refused : refusedTexts)
+    {
+        ownedPosition position(startPositionFen);
+        const auto before = std::make_unique<pos>(*position);
+        const std::string fault = setupPosition(refused.fen, *position);
+        EXPECT_NE(fault.find(refused.reasonPart), std::string::npos) << refused.fen << ": " << fault;
+        EXPECT_EQ(fault.find('\n'), std::string::npos);
+        EXPECT_EQ(std::memcmp(before.get(), position.record.get(), sizeof(pos)), 0) << refused.fen;
+    }
+}
+
+TEST(setupPosition, sumsCountEveryManOnce)
+{
+    ownedPosition position("4k2q/8/8/8/8/8/P7/RN2K3 w - - 0 1");
+    EXPECT_EQ(position->material[white], X(82 + 353 + 487, 94 + 365 + 644));
+    EXPECT_EQ(position->material[black], X(1158, 1207));
+    EXPECT_EQ(position->phase, 2 + 1 + 4);
+    // Rook a1, knight b1, pawn a2 and king e1 by white's view; queen h8 and king e8 by black's.
+    EXPECT_EQ(position->squareScore[white], X(-9 - 13 - 4 + 2, -2 - 34 + 5 - 33));
+    EXPECT_EQ(position->squareScore[black], X(1 + 2, -28 - 33));
+
+    ownedPosition start(startPositionFen);
+    EXPECT_EQ(start->phase, fullPhase);
+    EXPECT_EQ(start->squareScore[white], start->squareScore[black]);
+    EXPECT_EQ(start->material[white], start->material[black]);
+}
+
+TEST(setupPosition, noticesCheckAgainstEitherSide)
+{
+    EXPECT_EQ(ownedPosition("4k3/8/8/8/8/8/8/r3K3 w - - 0 1")->info[0].inCheck, 1);
+    ownedPosition other("4k3/8/8/8/8/8/8/r3K3 b - - 0 1");
+    EXPECT_EQ(other->info[0].inCheck, 0);
+    EXPECT_FALSE(isPlayable(*other));
+}
+
+struct rightsCase
+{
+    const char *what, *fen;
+    bool chess960;
+    int rights, enPassant;
+};
+
+const rightsCase rightsCases[] = {
+    {"all founded", "r3k2r/8/8/8/8/8/8/R3K2R w KQkq - 0 1", false, 15, 0},
+    {"king away", "r3k2r/8/8/8/8/8/4K3/R6R w KQkq - 0 1", false, 10, 0},
+    {"king on d1", "r3k2r/8/8/8/8/8/8/R2K3R w KQkq - 0 1", false, 10, 0},
+    {"rooks gone", "4k2r/8/8/8/8/8/8/R3K3 w KQkq - 0 1", false, 6, 0},
+    {"enemy rook", "4k3/8/8/8/8/8/8/r3K2R w KQ - 0 1", false, 1, 0},
+    {"960: rook on another rank", "4k2r/8/8/8/8/7R/8/1K6 w Kk - 0 1", true, 2, 0},
+    {"960: right of the king only", "4k3/8/8/8/8/8/8/RK6 w K - 0 1", true, 0, 0},
+    {"960: no rook at all", "4k3/8/8/8/8/8/8/1K6 w KQ - 0 1", true, 0, 0},
+    {"960: letter without rook", "4k3/8/8/8/8/8/8/1K5R w GH - 0 1", true, 1, 0},
+    {"step made, nobody to use it", "4k3/8/8/8/4P3/8/8/4K3 b - e3 0 1", false, 0, e4},
+    {"step made, usable", "4k3/8/8/3pP3/8/8/8/4K3 w - d6 0 1", false, 0, d5},
+    {"no pawn there", "4k3/8/8/8/8/8/8/4K3 b - e3 0 1", false, 0, 0},
+    {"pawn of the side to move", "4k3/8/8/8/4p3/8/8/4K3 b - e3 0 1", false, 0, 0},
+    {"wrong rank", "4k3/8/8/8/8/4P3/8/4K3 b - e2 0 1", false, 0, 0},
+    {"step over a man", "4k3/8/8/8/4P3/4N3/8/4K3 b - e3 0 1", false, 0, 0},
+};
+
+TEST(dropUnfoundedRights, keepsWhatTheBoardSupports)
+{
+    for (const rightsCase &entry : rightsCases)
+    {
+        SCOPED_TRACE(entry.what);
+        const variantScope variant(entry.chess960);
+        ownedPosition position(entry.fen);
+        dropUnfoundedRights(*position);
+        EXPECT_EQ(position->info[0].castling, entry.rights);
+        EXPECT_EQ(position->info[0].enPassant, entry.enPassant);
+        EXPECT_EQ(position->key, computeKey(*position));
+        EXPECT_EQ(position->keyHistory[position->keyCount - 1], position->key);
+    }
+}
+
+TEST(boardText, drawsTheBoardFromRankEightDown)
+{
+    const std::string ruling = "+---+---+---+---+---+---+---+---+\n";
+    const std::string blank = "|   |   |   |   |   |   |   |   |\n";
+    ownedPosition position("4k3/p7/8/8/8/8/8/RN2K3 w - - 0 1");
+    EXPECT_EQ(boardText(*position), ruling + "|   |   |   |   | k |   |   |   |\n" + ruling +
+                                        "| p |   |   |   |   |   |   |   |\n" + ruling + blank + ruling + blank +
+                                        ruling + blank + ruling + blank + ruling + blank + ruling +
+                                        "| R | N |   |   | K |   |   |   |\n" + ruling);
+}
+
+} // namespace
+} // namespace tarvonel
