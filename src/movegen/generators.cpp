@@ -67,9 +67,7 @@ template <colour Side> bitboard findUnpinned(const pos &position)
     {
         const bitboard inBetween = between[king][popLowest(snipers)] & occupied;
         if (exactlyOne(inBetween))
-        {
             blockers |= inBetween;
-        }
     }
     return ~(position.bitboards[Side] & blockers);
 }
@@ -126,9 +124,7 @@ template <colour Side, int Step> moveCode *addScoredPawnMoves(moveCode *out, bit
     {
         const int to = popLowest(promoting);
         for (const int flag : allPromotions)
-        {
             *out++ = encodeMove(to - Step, to, flag, score);
-        }
     }
     bitboard plain = targets & ~lastRank<Side>;
     while (plain != 0)
@@ -154,9 +150,7 @@ moveCode *addEnPassant(moveCode *out, int pawnSquare, bitboard capturers, int sc
 {
     bitboard origins = epNeighbours[pawnSquare] & capturers;
     while (origins != 0)
-    {
         *out++ = encodeMove(popLowest(origins), pawnSquare, enPassantCapture, score);
-    }
     return out;
 }
 
@@ -181,9 +175,7 @@ moveCode *addCaptures(moveCode *out, int from, bitboard targets, int type, const
 moveCode *addScoredMoves(moveCode *out, int from, bitboard targets, int score)
 {
     while (targets != 0)
-    {
         *out++ = encodeMove(from, popLowest(targets), plainMove, score);
-    }
     return out;
 }
 
@@ -278,9 +270,7 @@ template <colour Side> void evasionsOf(int ply, moveCode *out, pos &position)
     {
         const int to = popLowest(steps);
         if (isAttacked(position, to, enemy, withoutKing))
-        {
             continue;
-        }
         const int victim = position.board[to];
         const int deduction =
             (bit(to) & checkers) != 0 ? evasionScore::checkerDeduction : evasionScore::bystanderDeduction;
@@ -302,9 +292,7 @@ template <colour Side> void evasionsOf(int ply, moveCode *out, pos &position)
     out = addScoredPawnMoves<Side, pawnStepBy7<Side>>(out, by7, evasionScore::pawnCapture);
     const int checker = lowestSquare(checkers);
     if (node.enPassant == checker)
-    {
         out = addEnPassant(out, checker, pawns, evasionScore::pawnCapture);
-    }
 
     // Pawns step between.
     const bitboard blocks = between[king][checker];
@@ -385,16 +373,10 @@ template <colour Side> void recapturesOf(int ply, moveCode *out, pos &position)
 template <colour Side> moveCode *addCastling(const posinfo &node, moveCode *out, const pos &position)
 {
     if ((node.castling & castlingRightsOf(Side)) == 0 || node.inCheck != 0)
-    {
         return out;
-    }
     for (const int wing : {kingSide, queenSide})
-    {
         if ((node.castling & castlingRightOf(wing, Side)) != 0 && isCastlingPathFree(position, wing, Side))
-        {
             *out++ = encodeMove(kingSquare(position, Side), castlingTarget(wing, Side), castleKingSide + wing);
-        }
-    }
     return out;
 }
 
@@ -428,16 +410,10 @@ bool isCastlingPathFree(const pos &position, int wing, colour side)
     bitboard kingPath = between[king][target];
     const bitboard swept = kingPath | between[rook][rookTarget] | bit(target) | bit(rookTarget);
     if ((occupied & ~bit(king) & ~bit(rook) & swept) != 0)
-    {
         return false;
-    }
     while (kingPath != 0)
-    {
         if (isAttacked(position, popLowest(kingPath), opponent(side), occupied))
-        {
             return false;
-        }
-    }
     return true;
 }
 

@@ -25,9 +25,7 @@ bool isKingMoveLegal(pos &position, int ply, moveCode move)
 {
     // In Chess960 the rook may uncover a slider on the back rank: only the finished position tells.
     if (isCastling(move) && engineOptions.chess960)
-    {
         return leavesKingSafe(position, ply, move);
-    }
     const int to = moveTo(move);
     const bitboard occupied = (occupancy(position) & ~bit(moveFrom(move))) | bit(to);
     return !isAttacked(position, to, opponent(position.sideToMove), occupied);
@@ -76,9 +74,7 @@ bool generateAll(int ply, moveCode *slot, pos &position)
     node.inCheck = isKingAttacked(position, position.sideToMove) ? 1 : 0;
     generateCaptures(ply, slot, position);
     if (node.inCheck != 0)
-    {
         return true;
-    }
     generateQuiets(ply, node.listEnd, position);
     return false;
 }
@@ -91,9 +87,7 @@ bool isMoveLegalUnaided(pos &position, int ply, moveCode move)
     const int to = moveTo(move);
     const colour side = position.sideToMove;
     if (isKing(position.board[from]))
-    {
         return isKingMoveLegal(position, ply, move);
-    }
     const bitboard occupied = occupancy(position);
     const int king = kingSquare(position, side);
     if (isEnPassant(move))
@@ -111,24 +105,16 @@ bool isMoveValid(const pos &position, int ply, moveCode move)
     const int to = moveTo(move);
     const int flag = moveFlagOf(move);
     if (move == noMove || moveExtra(move) != position.board[from])
-    {
         return false;
-    }
     const colour side = position.sideToMove;
     const int target = position.board[to];
     if (flag < castleKingSide && target != emptySquare && colourOf(target) == side)
-    {
         return false;
-    }
     if (isKing(target))
-    {
         return false;
-    }
     const int kind = position.board[from] - side;
     if (kind != whitePawn && flag > plainMove && flag < castleKingSide)
-    {
         return false;
-    }
     switch (kind)
     {
     case whitePawn:
@@ -151,22 +137,14 @@ bool isMoveValid(const pos &position, int ply, moveCode move)
 void buildLegalList(int ply, moveCode *slot, pos &position)
 {
     if (generateAll(ply, slot, position))
-    {
         return;
-    }
     posinfo &node = position.info[ply];
     moveCode *end = node.listEnd;
     for (moveCode *cursor = node.listStart; cursor < end;)
-    {
         if (!isMoveLegal(position, ply, *cursor))
-        {
             std::swap(*cursor, *--end);
-        }
         else
-        {
             ++cursor;
-        }
-    }
     node.listEnd = end;
     position.info[ply + 1].listStart = end;
 }
@@ -177,18 +155,14 @@ int countLegalMoves(int ply, moveCode *slot, pos &position)
     const posinfo &node = position.info[ply];
     auto count = static_cast<int>(node.listEnd - slot);
     if (allLegal)
-    {
         return count;
-    }
     // The fast path of `isMoveLegal`, with the king's square found once.
     const bitboard free = node.unpinned & ~position.bitboards[pieceOf(king, position.sideToMove)];
     for (const moveCode *move = slot; move < node.listEnd; ++move)
     {
         const bool isFree = (free & bit(moveFrom(*move))) != 0 && !isEnPassant(*move);
         if (!isFree && !isMoveLegalUnaided(position, ply, *move))
-        {
             --count;
-        }
     }
     return count;
 }

@@ -17,9 +17,7 @@ inline bool isMoveLegal(pos &position, int ply, moveCode move)
 {
     const int from = moveFrom(move);
     if ((position.info[ply].unpinned & bit(from)) != 0 && !isKing(position.board[from]) && !isEnPassant(move))
-    {
         return true;
-    }
     return isMoveLegalUnaided(position, ply, move);
 }
 

@@ -23,9 +23,7 @@ std::uint64_t perft(int ply, int depth, pos &position)
 {
     moveCode *list = position.info[ply].listStart;
     if (depth == 1 || isMoveStackFull(ply, position))
-    {
         return static_cast<std::uint64_t>(countLegalMoves(ply, list, position));
-    }
     buildLegalList(ply, list, position);
     std::uint64_t leaves = 0;
     const moveCode *end = position.info[ply].listEnd;

@@ -18,9 +18,7 @@ bitboard setOf(std::initializer_list<int> squares)
 {
     bitboard set = 0;
     for (const int square : squares)
-    {
         set |= bit(square);
-    }
     return set;
 }
 
@@ -36,9 +34,7 @@ template <std::size_t N> bitboard walk(int square, const int (&steps)[N][2], bit
         {
             attacks |= bit(squareAt(file, rank));
             if ((occupied & bit(squareAt(file, rank))) != 0)
-            {
                 break;
-            }
             file += step[0];
             rank += step[1];
         }
@@ -130,19 +126,13 @@ TEST(attackTables, betweenAndLineJoinSquaresOnOneLineOnly)
             const bitboard ends = bit(from) | bit(to);
             bitboard expected = 0;
             for (auto *const attacks : {&rookAttacks, &bishopAttacks})
-            {
                 if ((attacks(from, 0) & bit(to)) != 0)
-                {
                     expected = attacks(from, ends) & attacks(to, ends);
-                }
-            }
             EXPECT_EQ(between[from][to], expected);
             EXPECT_EQ(line[from][to] != 0, from != to && ((queenAttacks(from, 0) & bit(to)) != 0));
             EXPECT_EQ(line[from][to], line[to][from]);
             if (line[from][to] != 0)
-            {
                 EXPECT_EQ(line[from][to] & (ends | expected), ends | expected);
-            }
         }
     }
 }
@@ -171,9 +161,7 @@ TEST(attackTables, evaluationMasksKeepToTheBoard)
         {"beside the d-file", adjacentFiles[d8], fileBits(fileC) | fileBits(fileE)},
     };
     for (const maskCase &mask : cases)
-    {
         EXPECT_EQ(mask.actual, mask.expected) << mask.what;
-    }
 }
 
 TEST(attackTables, reductionsGrowWithDepthAndMoveNumber)
@@ -181,9 +169,7 @@ TEST(attackTables, reductionsGrowWithDepthAndMoveNumber)
     const int cases[][3] = {{0, 3, 1},   {0, 4, 0},      {1, 4, 0},  {3, 5, 1},
                             {10, 30, 5}, {127, 255, 59}, {50, 2, 0}, {50, 0, 0}};
     for (const auto &[depth, moveNumber, expected] : cases)
-    {
         EXPECT_EQ(reductionTable[depth][moveNumber], expected) << depth << ' ' << moveNumber;
-    }
 }
 
 TEST(attackTables, attackTestFollowsTheRules)
@@ -192,13 +178,9 @@ TEST(attackTables, attackTestFollowsTheRules)
                     [](pos &position, const bruteForce::letterBoard &board)
                     {
                         for (int square = 0; square < squareCount; ++square)
-                        {
                             for (const colour attacker : {white, black})
-                            {
                                 EXPECT_EQ(isAttacked(position, square, attacker, occupancy(position)),
                                           bruteForce::isAttackedBy(board, square, attacker == white));
-                            }
-                        }
                     });
 }
 

@@ -27,9 +27,7 @@ TEST(keys, tableHoldsItsLandmarksAndNoValueTwice)
 
     std::set<std::uint64_t> values = {0, keys.side};
     for (const auto &row : keys.piece)
-    {
         values.insert(std::begin(row), std::end(row));
-    }
     values.insert(std::begin(keys.castling), std::end(keys.castling));
     values.insert(std::begin(keys.enPassant), std::end(keys.enPassant));
     EXPECT_EQ(values.size(), 793U + 1U);
@@ -52,9 +50,7 @@ TEST(keys, movesThatMeetAgainMeetInTheKey)
 {
     ownedPosition position(startPositionFen);
     for (const char *text : {"e2e4", "g8f6", "e1e2", "h8g8", "e2e1", "g8h8", "b1c3"})
-    {
         playGameMove(*position, parseMoveText(text, *position));
-    }
     ownedPosition same("rnbqkb1r/pppppppp/5n2/8/4P3/2N5/PPPP1PPP/R1BQKBNR b q - 7 4");
     EXPECT_EQ(position->key, same->key);
     EXPECT_EQ(position->pawnKey, same->pawnKey);

@@ -135,9 +135,7 @@ TEST_P(makeMoveInBothVariants, incrementalValuesEqualThoseOfAFreshSetup)
                         {
                             // All special moves, some of the others.
                             if (moveFlagOf(bruteForce::codeOf(board, moves[index])) != plainMove || index % 5 == 0)
-                            {
                                 checkMove(position, board, moves[index]);
-                            }
                         }
                     });
 }
@@ -265,9 +263,7 @@ TEST(makeMove, specialMovesChangeWhatTheyShould)
         EXPECT_EQ(moveText(move, white, *position), special.move);
         makeMove(*position, 0, move);
         for (int file = 0; file < 8; ++file)
-        {
             EXPECT_EQ(pieceLetters[position->board[file]], special.rankAfter[file]) << file;
-        }
         EXPECT_TRUE(isConsistent(*position, 1));
         EXPECT_EQ(position->info[1].castling, special.rightsAfter);
         const bool resets = isPawn(special.changes[0]) || position->info[1].captured != emptySquare;
@@ -321,9 +317,7 @@ TEST(playGameMove, aGameOfAnyLengthKeepsItsLatestKeys)
         ASSERT_LE(position->keyCount + plyCount, keyHistorySize);
         const int kept = std::min<int>(position->keyCount, 200);
         for (int back = 1; back <= std::min(kept, ply + 1); ++back)
-        {
             ASSERT_EQ(position->keyHistory[position->keyCount - back], played[played.size() - back]);
-        }
     }
     EXPECT_EQ(position->fiftyCount, plies);
 }
@@ -353,9 +347,7 @@ TEST(playGameMove, impossibleMovesLeaveBoardAndSumsInStep)
         ownedPosition position(impossible.fen);
         const moveCode move = parseMoveText(impossible.move, *position);
         if (move == noMove)
-        {
             continue; // refused by its form
-        }
         playGameMove(*position, move);
         EXPECT_TRUE(isBoardConsistent(*position));
         const positionSums sums = computeSums(*position);

@@ -29,9 +29,7 @@ TEST_P(moveTextInBothVariants, whatIsWrittenReadsBackAsTheSameMove)
                             {
                                 std::string expected = squareText(move.from) + squareText(move.to);
                                 if (move.promotion != 0)
-                                {
                                     expected += move.promotion;
-                                }
                                 EXPECT_EQ(text, expected);
                             }
                         }

@@ -71,9 +71,7 @@ TEST(setupPosition, readsEveryField)
         ASSERT_EQ(position->keyCount, entry.keys);
         EXPECT_EQ(position->keyHistory[entry.keys - 1], position->key);
         for (int index = 0; index < entry.keys - 1; ++index)
-        {
             EXPECT_EQ(position->keyHistory[index], 0U);
-        }
         EXPECT_FALSE(position->accumulatorBlocks[0].computed);
     }
 }

@@ -51,9 +51,7 @@ moveVector inOrder(std::vector<placedMove> moves)
     std::sort(moves.begin(), moves.end(), [](const placedMove &a, const placedMove &b) { return a.place < b.place; });
     moveVector codes;
     for (const placedMove &placed : moves)
-    {
         codes.push_back(placed.move);
-    }
     return codes;
 }
 
@@ -96,15 +94,11 @@ moveVector expectedCaptures(const letterBoard &board, const captureRules &rules)
         const moveCode code = bruteForce::codeOf(board, move);
         const bool isPromotion = move.promotion != 0;
         if (isPromotion && rules.queenOnly && move.promotion != 'q')
-        {
             continue;
-        }
         if (!bruteForce::isCapture(board, move))
         {
             if (isPromotion && rules.queenPushes)
-            {
                 moves.push_back({{pushes, move.to, 0}, withExtra(code, 1)});
-            }
             continue;
         }
         if (move.isEnPassant)
@@ -118,9 +112,7 @@ moveVector expectedCaptures(const letterBoard &board, const captureRules &rules)
         }
         if ((rules.onlyOnto != noSquare && move.to != rules.onlyOnto) ||
             (kind == 'n' && !rules.pinnedKnights && isPinned(board, move.from)))
-        {
             continue;
-        }
         const int victim = victimCode(board, move) * 8;
         if (kind == 'p')
         {
@@ -151,25 +143,15 @@ moveVector expectedQuiets(const letterBoard &board)
         const char kind = kindOf(board, move);
         const moveCode code = bruteForce::codeOf(board, move);
         if (bruteForce::isCapture(board, move) || (kind == 'n' && isPinned(board, move.from)))
-        {
             continue;
-        }
         if (move.castlingWing != bruteForce::nowhere)
-        {
             moves.push_back({{castling, move.castlingWing, 0}, code});
-        }
         else if (kind != 'p')
-        {
             moves.push_back({{pieces + pieceRank(kind), move.from, move.to}, code});
-        }
         else if (move.promotion != 0)
-        {
             moves.push_back({{promotionPushes, move.to, promotionRank(move)}, code});
-        }
         else
-        {
             moves.push_back({{moveFlagOf(code) == doubleStep ? doubleSteps : singleSteps, move.to, 0}, code});
-        }
     }
     return inOrder(moves);
 }
@@ -182,9 +164,7 @@ bool isAdjacentChecker(const letterBoard &board, int square)
     {
         const char letter = board.squares[other];
         if (other != square && (std::isupper(static_cast<unsigned char>(letter)) != 0) != board.whiteToMove)
-        {
             alone.squares[other] = bruteForce::noPiece;
-        }
     }
     return bruteForce::isInCheck(alone, board.whiteToMove);
 }

@@ -25,9 +25,7 @@ moveSet legalCodes(const letterBoard &board)
 {
     moveSet codes;
     for (const bruteForce::letterMove &move : bruteForce::legalMoves(board))
-    {
         codes.insert(bruteForce::codeOf(board, move));
-    }
     return codes;
 }
 
@@ -35,9 +33,7 @@ std::vector<moveCode> listOf(const pos &position)
 {
     std::vector<moveCode> moves(position.info[0].listStart, position.info[0].listEnd);
     for (moveCode &move : moves)
-    {
         move &= moveIdentityMask;
-    }
     return moves;
 }
 
@@ -140,14 +136,10 @@ void checkValidity(pos &position, const letterBoard &board)
                 // A king that stands where castling takes it is refused as a man on the target.
                 const bool isKingThere = flag >= castleKingSide && isKing(position.board[to]);
                 if (legal.count(move) != 0 && !isKingThere)
-                {
                     expected.insert(move);
-                }
                 if (isMoveOfMan(piece, from, to, flag) && isMoveValid(position, 0, withExtra(move, piece)) &&
                     leavesKingSafe(position, 0, move))
-                {
                     accepted.insert(move);
-                }
             }
         }
     }
@@ -170,9 +162,7 @@ TEST_P(moveChecksInBothVariants, foreignMovesAreJudgedByTheRules)
                     [&turn](pos &position, const letterBoard &board)
                     {
                         if (turn++ % 3 == 0)
-                        {
                             checkValidity(position, board);
-                        }
                     });
 }
 
@@ -213,9 +203,7 @@ letterBoard boardOf(const edgeCase &edge, const pos &position)
         {
             int &castlingRook = board.castlingRooks[side][wing];
             if (castlingRook != bruteForce::nowhere && position.board[castlingRook] != pieceOf(rook, side))
-            {
                 castlingRook = bruteForce::nowhere;
-            }
         }
     }
     return board;
@@ -239,12 +227,8 @@ TEST(moveChecks, aMoveOfAnotherManIsRefused)
         bruteForce::readFen("r3k2r/p1ppqpb1/bn2pnp1/3PN3/1p2P3/2N2Q1p/PPPBBPPP/R3K2R w KQkq - 0 1");
     EXPECT_FALSE(isMoveValid(*position, 0, noMove));
     for (const moveCode move : legalCodes(board))
-    {
         for (int piece = 0; piece < pieceCodeCount; ++piece)
-        {
             EXPECT_EQ(isMoveValid(*position, 0, withExtra(move, piece)), piece == position->board[moveFrom(move)]);
-        }
-    }
     // Promotion, double step and en passant are for pawns alone.
     EXPECT_FALSE(isMoveValid(*position, 0, encodeMove(c3, b1, promoteQueen, whiteKnight)));
     EXPECT_FALSE(isMoveValid(*position, 0, encodeMove(f3, f5, doubleStep, whiteQueen)));

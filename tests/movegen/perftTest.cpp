@@ -85,9 +85,7 @@ bool areCastlingRooksOutermost(const bruteForce::letterBoard &board)
         const auto &rooks = board.castlingRooks[side];
         if ((rooks[0] != bruteForce::nowhere && rooks[0] != highest) ||
             (rooks[1] != bruteForce::nowhere && rooks[1] != lowest))
-        {
             return false;
-        }
     }
     return true;
 }
@@ -114,21 +112,15 @@ TEST(perft, agreesWithBruteForceWhere960CastlingIsPossible)
                     {
                         bool castles = false;
                         for (const bruteForce::letterMove &move : bruteForce::legalMoves(board))
-                        {
                             castles = castles || move.castlingWing != bruteForce::nowhere;
-                        }
                         if (!castles || withCastling >= 120)
-                        {
                             return;
-                        }
                         ++withCastling;
                         const std::uint64_t leaves = bruteForce::countLeaves(board, 2);
                         EXPECT_EQ(perft(0, 2, position), leaves) << bruteForce::writeFen(board, true);
                         EXPECT_EQ(countFrom(bruteForce::writeFen(board, true), 2), leaves);
                         if (areCastlingRooksOutermost(board))
-                        {
                             EXPECT_EQ(countFrom(bruteForce::writeFen(board, false), 2), leaves);
-                        }
                     });
     EXPECT_EQ(withCastling, 120);
 }
@@ -173,9 +165,7 @@ void checkCountFile(const countFile &file, std::uint64_t mostLeaves)
             }
         }
         if (bestDepth > 0)
-        {
             EXPECT_EQ(countFrom(fen, bestDepth), bestLeaves) << file.name << ": " << fen << " depth " << bestDepth;
-        }
     }
 }
 
@@ -186,10 +176,8 @@ TEST(perft, agreesWithFilesOfKnownCounts)
     for (const countFile &file : countFiles)
     {
         if (!isThere(file))
-        {
             GTEST_SKIP() << "no test data at " << sharedDataPath(file.name);
-        }
-        checkCountFile(file, 50'000);
+        checkCountFile(file, 20'000);
     }
 }
 
@@ -198,9 +186,7 @@ TEST(slowPerft, agreesWithFilesOfKnownCountsDeeper)
     for (const countFile &file : countFiles)
     {
         if (!isThere(file))
-        {
             GTEST_SKIP() << "no test data at " << sharedDataPath(file.name);
-        }
         checkCountFile(file, 3'000'000);
     }
 }

@@ -45,12 +45,8 @@ bool isEnemy(const letterBoard &board, int square, bool isWhite)
 int findKing(const letterBoard &board, bool isWhite)
 {
     for (int square = 0; square < 64; ++square)
-    {
         if (board.squares[square] == coloured('k', isWhite))
-        {
             return square;
-        }
-    }
     return nowhere;
 }
 
@@ -66,15 +62,11 @@ template <std::size_t N> bool isSeenAlong(const letterBoard &board, int square, 
             if (letter != noPiece)
             {
                 if (letter == first || letter == second)
-                {
                     return true;
-                }
                 break;
             }
             if (!slides)
-            {
                 break;
-            }
             target = stepFrom(target, step);
         }
     }
@@ -89,14 +81,10 @@ template <std::size_t N> void addPieceMoves(const letterBoard &board, int from, 
         for (int to = stepFrom(from, step); to != nowhere; to = stepFrom(to, step))
         {
             if (isOwn(board, to, board.whiteToMove))
-            {
                 break;
-            }
             moves.push_back({from, to});
             if (board.squares[to] != noPiece || !slides)
-            {
                 break;
-            }
         }
     }
 }
@@ -109,9 +97,7 @@ void addPawnMove(const letterBoard &board, int from, int to, std::vector<letterM
         return;
     }
     for (const char letter : {'q', 'r', 'b', 'n'})
-    {
         moves.push_back({from, to, letter});
-    }
 }
 
 void addPawnMoves(const letterBoard &board, int from, std::vector<letterMove> &moves)
@@ -123,25 +109,17 @@ void addPawnMoves(const letterBoard &board, int from, std::vector<letterMove> &m
         addPawnMove(board, from, one, moves);
         const int two = stepFrom(one, {0, ahead});
         if (from / 8 == (board.whiteToMove ? 1 : 6) && board.squares[two] == noPiece)
-        {
             moves.push_back({from, two});
-        }
     }
     for (const int sideways : {-1, 1})
     {
         const int to = stepFrom(from, {sideways, ahead});
         if (to == nowhere)
-        {
             continue;
-        }
         if (isEnemy(board, to, board.whiteToMove))
-        {
             addPawnMove(board, from, to, moves);
-        }
         else if (to == board.skippedSquare && board.squares[to] == noPiece)
-        {
             moves.push_back({from, to, 0, true});
-        }
     }
 }
 
@@ -152,12 +130,8 @@ int rookGoal(bool isWhite, int wing) { return (isWhite ? 0 : 56) + (wing == 0 ? 
 bool isRankStretchFree(const letterBoard &board, int from, int to, int king, int rook)
 {
     for (int square = std::min(from, to); square <= std::max(from, to); ++square)
-    {
         if (square != king && square != rook && board.squares[square] != noPiece)
-        {
             return false;
-        }
-    }
     return true;
 }
 
@@ -166,28 +140,18 @@ void addCastling(const letterBoard &board, int wing, std::vector<letterMove> &mo
     const bool isWhite = board.whiteToMove;
     const int rook = board.castlingRooks[isWhite ? 0 : 1][wing];
     if (rook == nowhere)
-    {
         return;
-    }
     const int king = findKing(board, isWhite);
     const int goal = kingGoal(isWhite, wing);
     if (!isRankStretchFree(board, king, goal, king, rook) ||
         !isRankStretchFree(board, rook, rookGoal(isWhite, wing), king, rook))
-    {
         return;
-    }
     const int step = goal > king ? 1 : -1;
     for (int square = king; square != goal; square += step)
-    {
         if (isAttackedBy(board, square, !isWhite))
-        {
             return;
-        }
-    }
     if (isAttackedBy(board, king, !isWhite))
-    {
         return;
-    }
     moves.push_back({king, rook, 0, false, wing});
 }
 
@@ -203,16 +167,12 @@ void readCastling(letterBoard &board, const std::string &text)
         if (kind == 'k')
         {
             for (int square = home + 7; square > king && rooks[0] == nowhere; --square)
-            {
                 rooks[0] = board.squares[square] == coloured('r', isWhite) ? square : nowhere;
-            }
         }
         else if (kind == 'q')
         {
             for (int square = home; square < king && rooks[1] == nowhere; ++square)
-            {
                 rooks[1] = board.squares[square] == coloured('r', isWhite) ? square : nowhere;
-            }
         }
         else if (kind >= 'a' && kind <= 'h')
         {
@@ -233,26 +193,16 @@ letterBoard readFen(const std::string &fen)
     words >> placement >> side >> castling >> enPassant >> board.halfMoves >> board.moveNumber;
     int square = 56;
     for (const char letter : placement)
-    {
         if (letter == '/')
-        {
             square -= 16;
-        }
         else if (letter >= '1' && letter <= '8')
-        {
             square += letter - '0';
-        }
         else
-        {
             board.squares[square++] = letter;
-        }
-    }
     board.whiteToMove = side == "w";
     readCastling(board, castling);
     if (enPassant != "-")
-    {
         board.skippedSquare = (enPassant[1] - '1') * 8 + (enPassant[0] - 'a');
-    }
     return board;
 }
 
@@ -311,9 +261,7 @@ bool isAttackedBy(const letterBoard &board, int square, bool byWhite)
     {
         const int origin = stepFrom(square, {sideways, byWhite ? -1 : 1});
         if (origin != nowhere && board.squares[origin] == coloured('p', byWhite))
-        {
             return true;
-        }
     }
     const auto piece = [byWhite](char letter) { return coloured(letter, byWhite); };
     return isSeenAlong(board, square, straight, true, piece('r'), piece('q')) ||
@@ -339,9 +287,7 @@ std::vector<letterMove> pseudoLegalMoves(const letterBoard &board)
     for (int from = 0; from < 64; ++from)
     {
         if (!isOwn(board, from, board.whiteToMove))
-        {
             continue;
-        }
         switch (lower(board.squares[from]))
         {
         case 'p':
@@ -374,12 +320,8 @@ std::vector<letterMove> legalMoves(const letterBoard &board)
 {
     std::vector<letterMove> moves;
     for (const letterMove &move : pseudoLegalMoves(board))
-    {
         if (!isInCheck(play(board, move), board.whiteToMove))
-        {
             moves.push_back(move);
-        }
-    }
     return moves;
 }
 
@@ -401,22 +343,14 @@ letterBoard play(const letterBoard &board, const letterMove &move)
     {
         next.squares[move.to] = move.promotion != 0 ? coloured(move.promotion, isWhite) : letter;
         if (move.isEnPassant)
-        {
             next.squares[move.to + (isWhite ? -8 : 8)] = noPiece;
-        }
     }
 
     if (lower(letter) == 'k')
-    {
         next.castlingRooks[isWhite ? 0 : 1] = {nowhere, nowhere};
-    }
     for (auto &side : next.castlingRooks)
-    {
         for (int &rook : side)
-        {
             rook = rook == move.from || rook == move.to ? nowhere : rook;
-        }
-    }
     const bool isDoubleStep = isPawnMove && std::abs(move.to - move.from) == 16;
     next.skippedSquare = isDoubleStep ? (move.from + move.to) / 2 : nowhere;
     next.halfMoves = isPawnMove || isCapture(board, move) ? 0 : board.halfMoves + 1;
@@ -428,14 +362,10 @@ letterBoard play(const letterBoard &board, const letterMove &move)
 std::uint64_t countLeaves(const letterBoard &board, int depth)
 {
     if (depth == 0)
-    {
         return 1;
-    }
     std::uint64_t leaves = 0;
     for (const letterMove &move : legalMoves(board))
-    {
         leaves += countLeaves(play(board, move), depth - 1);
-    }
     return leaves;
 }
 
@@ -443,13 +373,9 @@ moveCode codeOf(const letterBoard &board, const letterMove &move)
 {
     const bool isWhite = board.whiteToMove;
     if (move.castlingWing != nowhere)
-    {
         return encodeMove(move.from, kingGoal(isWhite, move.castlingWing), castleKingSide + move.castlingWing);
-    }
     if (move.isEnPassant)
-    {
         return encodeMove(move.from, move.to + (isWhite ? -8 : 8), enPassantCapture);
-    }
     switch (move.promotion)
     {
     case 'q':

@@ -54,12 +54,8 @@ std::string startFen960(int number)
     std::string upperRank = rank;
     std::string upperLetters = letters;
     for (std::string *text : {&upperRank, &upperLetters})
-    {
         for (char &letter : *text)
-        {
             letter = static_cast<char>(letter - 'a' + 'A');
-        }
-    }
     return rank + "/pppppppp/8/8/8/8/PPPPPPPP/" + upperRank + " w " + upperLetters + letters + " - 0 1";
 }
 
@@ -78,9 +74,7 @@ void playRandomGames(const randomGamePlan &plan, const gameVisitor &visit)
             visit(*position, board);
             const std::vector<bruteForce::letterMove> moves = bruteForce::legalMoves(board);
             if (moves.empty() || ::testing::Test::HasFatalFailure())
-            {
                 break;
-            }
             const bruteForce::letterMove &move = moves[random() % moves.size()];
             playGameMove(*position, bruteForce::codeOf(board, move));
             board = bruteForce::play(board, move);
