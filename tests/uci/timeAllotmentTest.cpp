@@ -73,7 +73,7 @@ TEST_F(timeAllotment, sharesTheClockByThreadsPhaseAndControl)
         {"given moves, opening", 1, false, "startpos", "movestogo 40 wtime 5400000", 88695, 443475, 1, 1.75F},
         {"given moves, four threads", 4, false, "startpos", "movestogo 20 wtime 900000 winc 30000", 52920, 264600, 1,
          1.37F},
-        {"four moves given, at least 40", 1, false, "startpos", "movestogo 4 wtime 150", 24, 40, 1, 1.5F},
+        {"four moves given, at least 40", 1, false, "startpos", "movestogo 4 wtime 150", 24, 40, 1, 1.44308F},
         {"no moves given counts as none", 1, false, "startpos", "wtime 60000 movestogo 0", 990, 4950, 1, 1.75F},
         {"fixed time", 1, false, "startpos", "movetime 1000 wtime 10", 10000, 1000, 5, 1.37F},
         {"number saturates", 1, false, "startpos", "movetime 99999999999999", maxInt, maxInt, 1, 1.75F},

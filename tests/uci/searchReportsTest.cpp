@@ -1,0 +1,89 @@
+#include "uci/searchReports.h"
+
+#include <regex>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "board/engineOptions.h"
+#include "board/setup.h"
+#include "search/searchLimits.h"
+#include "search/worker.h"
+#include "uci/consoleOutput.h"
+
+namespace tarvonel
+{
+namespace
+{
+
+class searchReports : public testing::Test
+{
+  protected:
+    void SetUp() override
+    {
+        rebuildWorkerPool(2);
+        outputOf(positionCommand, "fen r3k2r/8/8/3pP3/8/8/8/R3K2R w KQkq d6 0 1");
+        for (const auto &w : workerPool)
+            w->adopt(mainPos);
+        searchLimits.elapsedMs = 0;
+        position().info[0].pvMove = encodeMove(e5, d5, enPassantCapture);
+        position().info[1].pvMove = encodeMove(e8, g8, castleKingSide);
+        position().info[2].pvMove = encodeMove(d6, d7);
+        position().pvLast = 2;
+        position().searchNodes = 1000;
+        workerPool[1]->position.quiescenceNodes = 500;
+        workerPool[1]->position.tablebaseHits = 7;
+    }
+    void TearDown() override
+    {
+        rebuildWorkerPool(0);
+        engineOptions.chess960 = false;
+    }
+    static pos &position() { return workerPool[0]->position; }
+};
+
+TEST_F(searchReports, linesOfAnIteration)
+{
+    // an elapsed time of 0 counts as 1
+    EXPECT_EQ(outputOf([] { protocolReporter.iterationDone(position(), -31, 12, 20); }),
+              "info score cp -31 depth 12 seldepth 20 nodes 1500 nps 1500000 time 1 tbhits 7 pv e5d6 e8g8 d6d7 \n");
+    EXPECT_EQ(searchLimits.elapsedMs, 1U);
+    searchLimits.elapsedMs = 700;
+    EXPECT_EQ(outputOf([] { protocolReporter.mateFound(position(), 32000 - 3, 12); }),
+              "info score mate 2 depth 12 nodes 1500 nps 2142 time 700 tbhits 7 pv e5d6 e8g8 d6d7 \n");
+    position().pvLast = 0;
+    EXPECT_EQ(outputOf([] { protocolReporter.iterationDone(position(), 31999, 127, 0); }),
+              "info score cp 31999 depth 127 seldepth 0 nodes 1500 nps 2142 time 700 tbhits 7 pv e5d6 \n");
+}
+
+TEST_F(searchReports, endsOfASearch)
+{
+    const moveCode castling = encodeMove(e1, c1, castleQueenSide);
+    EXPECT_EQ(outputOf([] { protocolReporter.matedAtRoot(); }), "info score mate 0\n");
+    EXPECT_EQ(outputOf([&] { protocolReporter.tableMove(position(), 31800, castling); }),
+              "info score cp 31800 depth 127 seldepth 127 nodes 1 tbhits 1 time 1 pv e1c1\n");
+    EXPECT_EQ(outputOf([&] { protocolReporter.answer(castling, noMove, white, position()); }), "bestmove e1c1\n");
+    EXPECT_EQ(outputOf(
+                  [&] {
+                      protocolReporter.answer(encodeMove(e8, g8, castleKingSide), encodeMove(a7, a8, promoteKnight),
+                                              black, position());
+                  }),
+              "bestmove e8g8 ponder a7a8n\n");
+    EXPECT_EQ(outputOf([&] { protocolReporter.answer(noMove, noMove, white, position()); }), "bestmove a1a1\n");
+
+    engineOptions.chess960 = true;
+    EXPECT_EQ(outputOf([&] { protocolReporter.answer(castling, noMove, white, position()); }), "bestmove e1a1\n");
+}
+
+TEST(mateScores, countMovesOfTheMatingSide)
+{
+    struct
+    {
+        int value, moves;
+    } const cases[] = {{31999, 1}, {31997, 2}, {31998, 2}, {-31998, -2}, {-31996, -3}, {-32000, -1}, {31873, 64}};
+    for (const auto &c : cases)
+        EXPECT_EQ(movesToMate(c.value), c.moves) << c.value;
+}
+
+} // namespace
+} // namespace tarvonel
