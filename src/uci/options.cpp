@@ -12,6 +12,7 @@
 #include "eval/networkFile.h"
 #include "search/transpositionTable.h"
 #include "search/worker.h"
+#include "tablebase/tableRegistry.h"
 #include "uci/commandGuards.h"
 #include "uci/netFile.h"
 #include "uci/output.h"
@@ -65,7 +66,9 @@ void setSyzygyPath(const std::string &path)
     if (!awaitSearchEnd("setoption name SyzygyPath"))
         return;
     engineOptions.syzygyPath = path;
-    printInfo("No Syzygy tablebases found in directory :" + path);
+    const bool isFound = initTablebases(path) && tableCardinality > 0;
+    printInfo((isFound ? "Syzygy tablebases used from directory : " : "No Syzygy tablebases found in directory :") +
+              path);
 }
 
 void setSyzygyProbeDepth(int depth)

@@ -1,5 +1,7 @@
 #include "uci/options.h"
 
+#include <filesystem>
+#include <fstream>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -11,6 +13,7 @@
 #include "search/worker.h"
 #include "support/syntheticNetwork.h"
 #include "support/temporaryDirectory.h"
+#include "tablebase/tableRegistry.h"
 #include "uci/consoleOutput.h"
 
 namespace tarvonel
@@ -146,6 +149,21 @@ TEST_F(setOption, netFileIsReadAtOnce)
               "info string NetFile not found/correct: " + name +
                   ". Unable to calculate the best move for a position.\n");
     EXPECT_FALSE(netLoaded);
+}
+
+TEST_F(setOption, syzygyPathCountsTheTablesFound)
+{
+    const temporaryDirectory directory;
+    const std::string path = directory / "with blank;/no/such/place";
+    std::filesystem::create_directory(directory / "with blank");
+    // only the size of a table file is looked at before its first use
+    std::ofstream(directory / "with blank/KQvK.rtbw") << std::string(64 + 16, '\0');
+    EXPECT_EQ(outputOf(setOptionCommand, "name SyzygyPath value " + path),
+              "info string Syzygy tablebases used from directory : " + path + "\n");
+    EXPECT_EQ(tableCardinality, 3U);
+    EXPECT_EQ(outputOf(setOptionCommand, "name SyzygyPath value <empty>"),
+              "info string No Syzygy tablebases found in directory :<empty>\n");
+    EXPECT_EQ(tableCardinality, 0U);
 }
 
 // Rules that do not know the castling of the position in place must not be left with its rights.

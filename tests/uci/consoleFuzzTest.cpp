@@ -1,0 +1,172 @@
+// The console in this process, fed with sound lines that were damaged at random: nothing that can
+// be typed may crash it or hang it. Most is gained under sanitizers and in debug builds.
+#include <algorithm>
+#include <filesystem>
+#include <iterator>
+#include <random>
+#include <sstream>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "board/engineOptions.h"
+#include "eval/networkFile.h"
+#include "support/syntheticNetwork.h"
+#include "support/temporaryDirectory.h"
+#include "uci/console.h"
+#include "uci/consoleOutput.h"
+
+namespace tarvonel
+{
+namespace
+{
+
+constexpr const char *seedLines[] = {
+    "position startpos moves e2e4 c7c5 g1f3 d7d6 d2d4 c5d4 f3d4 g8f6 b1c3 a7a6",
+    "position fen r3k2r/p1ppqpb1/bn2pnp1/3PN3/1p2P3/2N2Q1p/PPPBBPPP/R3K2R w KQkq - 0 1 moves e1g1 e8c8 d5d6",
+    "position fen 8/2p5/3p4/KP5r/1R3p1k/8/4P1P1/8 w - - 0 1 moves e2e4 f4e3",
+    "position fen n1n5/PPPk4/8/8/8/8/4Kppp/5N1N b - - 0 1 moves g2g1q a7a8n f2f1b",
+    "position fen bqnb1rkr/pp3ppp/3ppn2/2p5/5P2/P2P4/NPP1P1PP/BQ1BNRKR w HFhf - 2 9 moves g1h1 g8f8",
+    "position fen QQQQQQQQ/QQQQQQ2/8/8/8/1k6/8/7K b - - 0 1",
+    "position fen 4k3/8/8/8/4P3/8/8/4K2R b K e3 99 512",
+    "position fen k7/8/8/qqqqqqqq/QQQQQQQQ/8/8/7K w - - 0 1",
+    "go depth 2",
+    "go movetime 5",
+    "go wtime 20 btime 20 winc 1 binc 1 movestogo 3",
+    "go ponder depth 3",
+    "go infinite",
+    "go nodes 100 mate 2 depth 1 searchmoves e2e4",
+    "setoption name Hash value 2",
+    "setoption name Threads value 3",
+    "setoption name MoveOverhead value 30",
+    "setoption name Ponder value true",
+    "setoption name SyzygyPath value /no/such/place;<empty>",
+    "setoption name SyzygyProbeDepth value 3",
+    "setoption name WindowsNumaNode value 1",
+    "setoption name UCI_Chess960 value true",
+    "setoption name UCI_Chess960 value false",
+    "setoption name NetFile value <empty>",
+    "perft 2",
+    "isready",
+    "uci",
+    "ucinewgame",
+    "ponderhit",
+    "stop",
+    "showboard",
+    "evil",
+    "hashstats",
+    "help",
+    "rtest",
+    "rtestQTV",
+    "",
+};
+
+using generator = std::mt19937;
+
+/// From 0 to below `bound`, the same with every standard library.
+std::size_t below(generator &random, std::size_t bound) { return random() % bound; }
+
+/// One letter or word changed, taken away, doubled, or brought in from elsewhere.
+void damage(std::string &text, generator &random)
+{
+    constexpr std::string_view alphabet = "abcdefgh12345678 /-wkqQKRrNnBbPp09xo\t\xff\r\"%";
+    const std::size_t place = below(random, text.size() + 1);
+    switch (below(random, 6))
+    {
+    case 0:
+        text.insert(place, 1, alphabet[below(random, alphabet.size())]);
+        break;
+    case 1:
+        text.erase(place, 1 + below(random, 3));
+        break;
+    case 2:
+        if (place < text.size())
+            text[place] = alphabet[below(random, alphabet.size())];
+        break;
+    case 3:
+        text.insert(place, text.substr(below(random, text.size() + 1), below(random, 20)));
+        break;
+    case 4:
+    {
+        const std::string other = seedLines[below(random, std::size(seedLines))];
+        text = text.substr(0, place) + other.substr(below(random, other.size() + 1));
+        break;
+    }
+    default:
+        if (place < text.size())
+            text[place] = static_cast<char>(below(random, 256));
+        std::ranges::replace(text, '\n', ' ');
+    }
+}
+
+/// The number behind the word, or `missing`.
+long numberBehind(const std::string &text, const std::string &word, long missing)
+{
+    const std::size_t place = text.rfind(word);
+    long number = missing;
+    if (place != std::string::npos)
+        std::istringstream(text.substr(place + word.size())) >> number;
+    return number;
+}
+
+/// Whether the line would only cost time or memory: that much is the user's to choose.
+bool isTooLarge(const std::string &text)
+{
+    if (text.find("perft") != std::string::npos)
+        return numberBehind(text, "perft", 1) > 2;
+    if (text.find("Hash") != std::string::npos)
+        return numberBehind(text, "value", 1) > 16;
+    if (text.find("Threads") != std::string::npos)
+        return numberBehind(text, "value", 1) > 4;
+    return text.find("quit") != std::string::npos || text.find("texel") != std::string::npos;
+}
+
+/// Sound and damaged lines. A `go` is followed by what may stand beside a search and by a `stop`.
+std::string damagedSession(unsigned seed, int lineCount, const std::string &netFile)
+{
+    generator random(seed);
+    std::string session;
+    for (int i = 0; i < lineCount; ++i)
+    {
+        std::string text = seedLines[below(random, std::size(seedLines))];
+        for (std::size_t j = below(random, 4); j > 0; --j)
+            damage(text, random);
+        if (isTooLarge(text))
+            continue;
+        session += text + '\n';
+        std::string word;
+        std::istringstream(text) >> word;
+        if (word == "go")
+            session += std::string(below(random, 2) == 0 ? "isready\n" : "position startpos\nponderhit\n") + "stop\n";
+        if (below(random, 10) == 0)
+            session += "setoption name NetFile value " + netFile + '\n';
+    }
+    return session;
+}
+
+class slowConsoleFuzz : public testing::TestWithParam<unsigned>
+{
+};
+
+TEST_P(slowConsoleFuzz, survives)
+{
+    const temporaryDirectory directory;
+    const std::string netFile = directory / "net";
+    ASSERT_TRUE(writeSyntheticNetwork(netFile));
+    engineOptions.hashMegabytes = 1;
+    engineOptions.netFileName = netFile;
+    constexpr int lineCount = 1500;
+    std::istringstream session(damagedSession(GetParam(), lineCount, netFile));
+    int status = -1;
+    const std::string output = outputOf([&] { status = runConsole(session, {}); });
+    EXPECT_EQ(status, 0);
+    EXPECT_TRUE(output.ends_with('\n'));
+    EXPECT_NE(output.find("\nbestmove "), std::string::npos);
+    engineOptions = engineOptionValues();
+    netLoaded = false;
+}
+
+INSTANTIATE_TEST_SUITE_P(seeds, slowConsoleFuzz, testing::Range(1U, 5U));
+
+} // namespace
+} // namespace tarvonel
