@@ -5,6 +5,8 @@
 #include <fstream>
 #include <iostream>
 
+#include "platform/largeMemory.h"
+
 namespace tarvonel
 {
 
@@ -85,6 +87,7 @@ bool readNet(std::istream &stream)
     readWord(stream);
     stream.ignore(readWord(stream));
     readWord(stream);
+    preferLargePages(&netWeights, sizeof netWeights); // rows are read all over the record
     readValues(stream, netWeights.featureBias, accumulatorLanes);
     readValues(stream, netWeights.featureWeight[0], std::size_t{featureCount} * accumulatorLanes);
     readWord(stream);

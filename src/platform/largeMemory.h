@@ -13,4 +13,8 @@ void *allocateLarge(std::size_t bytes);
 /// Gives back a block of `allocateLarge`; `bytes` as it was asked for. Null is allowed.
 void releaseLarge(void *block, std::size_t bytes);
 
+/// Asks for large pages under a block that exists already, before it is first written to. A wish:
+/// the block serves without them.
+void preferLargePages(void *block, std::size_t bytes);
+
 } // namespace tarvonel

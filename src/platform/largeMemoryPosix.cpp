@@ -96,9 +96,7 @@ void *allocateLarge(std::size_t bytes)
         munmap(mapped + before + length, after);
 
     std::byte *const block = mapped + before;
-#ifdef MADV_HUGEPAGE
-    madvise(block, length, MADV_HUGEPAGE); // a wish; the block serves without it
-#endif
+    preferLargePages(block, length);
     return block;
 }
 
@@ -106,6 +104,17 @@ void releaseLarge(void *block, std::size_t bytes)
 {
     if (block != nullptr)
         munmap(block, wholeHugePages(bytes));
+}
+
+void preferLargePages(void *block, std::size_t bytes)
+{
+#ifdef MADV_HUGEPAGE
+    const std::size_t start = reinterpret_cast<std::uintptr_t>(block);
+    const std::size_t first = wholeHugePages(start);
+    const std::size_t end = (start + bytes) & ~(hugePage - 1);
+    if (first < end)
+        madvise(static_cast<std::byte *>(block) + (first - start), end - first, MADV_HUGEPAGE);
+#endif
 }
 
 } // namespace tarvonel

@@ -21,4 +21,7 @@ void releaseLarge(void *block, std::size_t /*bytes*/)
         VirtualFree(block, 0, MEM_RELEASE);
 }
 
+// Large pages need a privilege that users do not have.
+void preferLargePages(void * /*block*/, std::size_t /*bytes*/) {}
+
 } // namespace tarvonel

@@ -399,6 +399,7 @@ int searchMoves(int ply, int alpha, int beta, const nodeFacts &facts, pos &posit
             continue;
 
         makeMove(position, ply, move);
+        ttPrefetch(position.key);
         const bool givesCheck = noteMadeMove(ply, position, move);
 
         // Late moves: after enough quiet moves the rest is dropped, but for checks.
@@ -415,7 +416,6 @@ int searchMoves(int ply, int alpha, int beta, const nodeFacts &facts, pos &posit
             }
         }
 
-        ttPrefetch(position.key);
         ++counts.searched;
         if (child.captured == emptySquare)
             ++counts.quiets;

@@ -152,12 +152,22 @@ moveCode nextQuiet(int ply, pos &position, bool skipQuiets)
         return *node.listCursor;
 
     // The histories change while moves are searched, so every pick looks at them anew.
+    // An absent row is read as zeros, which spares the loop two branches.
+    static constexpr std::int16_t absentRow[historyRows] = {};
     const continuationRows rows = continuationOf(ply, position);
+    const std::int16_t *const one = rows.one != nullptr ? rows.one : absentRow;
+    const std::int16_t *const two = rows.two != nullptr ? rows.two : absentRow;
+    const auto sumOf = [&](moveCode move)
+    {
+        const int index = historyIndexOf(position, move);
+        return position.quietHistory[index] + one[index] + two[index];
+    };
+
     moveCode *best = node.listCursor;
-    int bestSum = historySum(position, rows, historyIndexOf(position, *best));
+    int bestSum = sumOf(*best);
     for (moveCode *move = best + 1; move < node.listEnd; ++move)
     {
-        const int sum = historySum(position, rows, historyIndexOf(position, *move));
+        const int sum = sumOf(*move);
         if (sum > bestSum)
         {
             bestSum = sum;

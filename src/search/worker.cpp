@@ -4,6 +4,7 @@
 #include <system_error>
 
 #include "board/engineOptions.h"
+#include "platform/largeMemory.h"
 #include "platform/threadPlacement.h"
 #include "search/transpositionTable.h"
 
@@ -11,6 +12,18 @@ namespace tarvonel
 {
 
 std::vector<std::unique_ptr<worker>> workerPool;
+
+void *worker::operator new(std::size_t bytes, std::align_val_t /*alignment*/)
+{
+    if (void *block = allocateLarge(bytes); block != nullptr)
+        return block;
+    throw std::bad_alloc{};
+}
+
+void worker::operator delete(void *block, std::size_t bytes, std::align_val_t /*alignment*/)
+{
+    releaseLarge(block, bytes);
+}
 
 worker::worker(int index) : threadIndex(index)
 {

@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <new>
 #include <thread>
 #include <vector>
 
@@ -34,6 +35,10 @@ class alignas(64) worker
     virtual ~worker();
     worker(const worker &) = delete;
     worker &operator=(const worker &) = delete;
+
+    // One block of large pages holds it all.
+    static void *operator new(std::size_t bytes, std::align_val_t alignment);
+    static void operator delete(void *block, std::size_t bytes, std::align_val_t alignment);
 
     /// The search of this thread, from the position in `position`. Called by the thread's loop.
     virtual void search();
