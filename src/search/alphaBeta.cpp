@@ -4,6 +4,7 @@
 #include "search/alphaBeta.h"
 
 #include <algorithm>
+#include <cassert>
 #include <optional>
 
 #include "board/attackTables.h"
@@ -11,6 +12,7 @@
 #include "board/makeMove.h"
 #include "eval/evaluate.h"
 #include "movegen/moveChecks.h"
+#include "search/checkTest.h"
 #include "search/drawTests.h"
 #include "search/exchange.h"
 #include "search/history.h"
@@ -148,13 +150,11 @@ int refineEvaluation(int rawEval, ttEntry entry, int tableValue)
 /// A mate found by passing is not to be trusted.
 int capNullMoveScore(int score, int beta) { return score > mateThreshold ? beta : score; }
 
-/// Writes down check state and played move after a make. True if the move gives check.
-bool noteMadeMove(int ply, pos &position, moveCode move)
+/// Writes down check state and played move after a make.
+void noteMadeMove(int ply, pos &position, moveCode move)
 {
-    const bool givesCheck = isKingAttacked(position, position.sideToMove);
-    position.info[ply + 1].inCheck = givesCheck ? 1 : 0;
+    position.info[ply + 1].inCheck = isKingAttacked(position, position.sideToMove) ? 1 : 0;
     position.info[ply].playedMove = withExtra(move, movedPieceAfter(position, move));
-    return givesCheck;
 }
 
 /// The reduced search after passing, verified at high depth. A score of at least beta ends the node.
@@ -272,10 +272,10 @@ bool isSingularCandidate(int ply, const posinfo &node, const nodeFacts &facts, c
 
 /// Checks that do not lose the exchange, and quiet moves with an excellent history.
 bool isExtended(int ply, const pos &position, const nodeFacts &facts, const loopCounts &counts, moveCode move,
-                bool givesCheck)
+                bool isCheck)
 {
     const int captured = position.info[ply + 1].captured;
-    if (givesCheck)
+    if (isCheck)
         return isExemptFromSee(move) || seeHoldsAfter(move, captured, position);
     if (captured != emptySquare || counts.quiets > historyExtensionMaxQuiets || facts.rows.one == nullptr ||
         facts.rows.two == nullptr)
@@ -382,6 +382,7 @@ int searchMoves(int ply, int alpha, int beta, const nodeFacts &facts, pos &posit
 
     child.killers[0] = child.killers[1] = noMove;
     prepareMovePicker(ply, position);
+    const checkSquares checks = findCheckSquares(position);
     for (moveCode move = nextMove(ply, position, skipQuiets); move != noMove;
          move = nextMove(ply, position, skipQuiets))
     {
@@ -398,23 +399,23 @@ int searchMoves(int ply, int alpha, int beta, const nodeFacts &facts, pos &posit
         if (node.stage != stageCaptureInit && node.inCheck == 0 && !isMoveLegal(position, ply, move))
             continue;
 
-        makeMove(position, ply, move);
-        ttPrefetch(position.key);
-        const bool givesCheck = noteMadeMove(ply, position, move);
-
         // Late moves: after enough quiet moves the rest is dropped, but for checks.
-        if (ply > 0 && !givesCheck)
+        const bool isCheck = givesCheck(position, ply, checks, move);
+        if (ply > 0 && !isCheck)
         {
-            if (!skipQuiets && !isOpenWindow(alpha, beta) && node.inCheck == 0 && depth <= lateMoveMaxDepth &&
+            if (!isOpenWindow(alpha, beta) && node.inCheck == 0 && depth <= lateMoveMaxDepth &&
                 node.stage >= stageKiller2 && node.stage != stageBadCaptures &&
                 counts.late >= lateMoveLimit[facts.improving ? 1 : 0][depth])
                 skipQuiets = true;
             if (skipQuiets)
-            {
-                unmakeMove(position, ply, move);
                 continue;
-            }
         }
+
+        makeMove(position, ply, move);
+        ttPrefetch(position.key);
+        child.inCheck = isCheck ? 1 : 0;
+        node.playedMove = withExtra(move, movedPieceAfter(position, move));
+        assert(isCheck == isKingAttacked(position, position.sideToMove));
 
         ++counts.searched;
         if (child.captured == emptySquare)
@@ -433,7 +434,7 @@ int searchMoves(int ply, int alpha, int beta, const nodeFacts &facts, pos &posit
                 return singularBound;
             makeMove(position, ply, move);
         }
-        else if (isExtended(ply, position, facts, counts, move, givesCheck))
+        else if (isExtended(ply, position, facts, counts, move, isCheck))
             newDepth = depth;
 
         if (node.stage != stageBadCaptures)

@@ -128,6 +128,8 @@ bool isSpecialMove(const posinfo &node, moveCode move)
            sameMove(move, node.nodeCounterMove);
 }
 
+/// Generates the quiet moves without those that have had their turn. The extra byte of each becomes
+/// its piece, so that scoring need not look at the board.
 void generateRemainingQuiets(int ply, pos &position)
 {
     posinfo &node = position.info[ply];
@@ -138,7 +140,10 @@ void generateRemainingQuiets(int ply, pos &position)
         if (isSpecialMove(node, *move))
             *move = *--node.listEnd;
         else
+        {
+            *move = withExtra(*move, position.board[moveFrom(*move)]);
             ++move;
+        }
     }
     position.info[ply + 1].listStart = node.listEnd;
 }
@@ -159,7 +164,7 @@ moveCode nextQuiet(int ply, pos &position, bool skipQuiets)
     const std::int16_t *const two = rows.two != nullptr ? rows.two : absentRow;
     const auto sumOf = [&](moveCode move)
     {
-        const int index = historyIndexOf(position, move);
+        const int index = historyIndex(moveExtra(move), moveTo(move));
         return position.quietHistory[index] + one[index] + two[index];
     };
 
