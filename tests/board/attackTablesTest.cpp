@@ -132,7 +132,9 @@ TEST(attackTables, betweenAndLineJoinSquaresOnOneLineOnly)
             EXPECT_EQ(line[from][to] != 0, from != to && ((queenAttacks(from, 0) & bit(to)) != 0));
             EXPECT_EQ(line[from][to], line[to][from]);
             if (line[from][to] != 0)
+            {
                 EXPECT_EQ(line[from][to] & (ends | expected), ends | expected);
+            }
         }
     }
 }

@@ -113,11 +113,11 @@ TEST(setupPosition, refusesBeforeItTouchesThePosition)
     for (const refusedText &refused : refusedTexts)
     {
         ownedPosition position(startPositionFen);
-        const auto before = std::make_unique<pos>(*position);
+        const std::string before = bytesOf(*position);
         const std::string fault = setupPosition(refused.fen, *position);
         EXPECT_NE(fault.find(refused.reasonPart), std::string::npos) << refused.fen << ": " << fault;
         EXPECT_EQ(fault.find('\n'), std::string::npos);
-        EXPECT_EQ(std::memcmp(before.get(), position.record.get(), sizeof(pos)), 0) << refused.fen;
+        EXPECT_TRUE(bytesOf(*position) == before) << refused.fen;
     }
 }
 

@@ -120,7 +120,9 @@ TEST(perft, agreesWithBruteForceWhere960CastlingIsPossible)
                         EXPECT_EQ(perft(0, 2, position), leaves) << bruteForce::writeFen(board, true);
                         EXPECT_EQ(countFrom(bruteForce::writeFen(board, true), 2), leaves);
                         if (areCastlingRooksOutermost(board))
+                        {
                             EXPECT_EQ(countFrom(bruteForce::writeFen(board, false), 2), leaves);
+                        }
                     });
     EXPECT_EQ(withCastling, 120);
 }
@@ -165,7 +167,9 @@ void checkCountFile(const countFile &file, std::uint64_t mostLeaves)
             }
         }
         if (bestDepth > 0)
+        {
             EXPECT_EQ(countFrom(fen, bestDepth), bestLeaves) << file.name << ": " << fen << " depth " << bestDepth;
+        }
     }
 }
 

@@ -25,6 +25,12 @@ struct ownedPosition
     pos *operator->() { return record.get(); }
 };
 
+/// The bytes of a record where it stands, to see later whether anything at all in it has changed.
+template <typename T> std::string bytesOf(const T &record)
+{
+    return {reinterpret_cast<const char *>(&record), sizeof(T)};
+}
+
 /// Switches the variant for the length of a scope.
 struct variantScope
 {
