@@ -1,0 +1,659 @@
+#include "support/tablebaseWriter.h"
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cctype>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <queue>
+#include <random>
+#include <stdexcept>
+
+#include "tablebase/tableFile.h"
+
+namespace tarvonel::endings
+{
+
+namespace
+{
+
+using symbolRow = std::vector<std::uint16_t>;
+constexpr int constantFlag = 0x80;
+const std::string menLetters = "PNBRQK";
+
+// The placements of the leading group, listed in the order of their numbers.
+
+int aboveDiagonal(int square) { return rankOf(square) - fileOf(square); }
+
+const std::vector<int> cornerTriangle = {b1, c1, d1, c2, d2, d3};
+const std::vector<int> cornerDiagonal = {a1, b2, c3, d4};
+
+std::vector<std::vector<int>> kingPairs()
+{
+    std::vector<std::vector<int>> pairs, bothOnDiagonal;
+    std::vector<int> first = cornerTriangle;
+    first.insert(first.end(), cornerDiagonal.begin(), cornerDiagonal.end());
+    for (const int a : first)
+        for (int b = a1; b <= h8; ++b)
+        {
+            const bool onDiagonal = aboveDiagonal(a) == 0;
+            if (std::max(std::abs(fileOf(a) - fileOf(b)), std::abs(rankOf(a) - rankOf(b))) <= 1 ||
+                (onDiagonal && aboveDiagonal(b) > 0))
+                continue;
+            (onDiagonal && aboveDiagonal(b) == 0 ? bothOnDiagonal : pairs).push_back({a, b});
+        }
+    pairs.insert(pairs.end(), bothOnDiagonal.begin(), bothOnDiagonal.end());
+    return pairs;
+}
+
+std::vector<std::vector<int>> triples()
+{
+    std::vector<int> all, lower, diagonal;
+    for (int square = a1; square <= h8; ++square)
+    {
+        all.push_back(square);
+        if (aboveDiagonal(square) < 0)
+            lower.push_back(square);
+        if (aboveDiagonal(square) == 0)
+            diagonal.push_back(square);
+    }
+    std::vector<std::vector<int>> list;
+    const auto add = [&](const std::vector<int> &first, const std::vector<int> &second, const std::vector<int> &third)
+    {
+        for (const int a : first)
+            for (const int b : second)
+                for (const int c : third)
+                    if (a != b && b != c && a != c)
+                        list.push_back({a, b, c});
+    };
+    add(cornerTriangle, all, all);
+    add(cornerDiagonal, lower, all);
+    add(cornerDiagonal, diagonal, lower);
+    add(cornerDiagonal, diagonal, diagonal);
+    return list;
+}
+
+/// All choices of `size` of the squares, in the order of the combinatorial number system.
+std::vector<std::vector<int>> combinations(const std::vector<int> &squares, int size)
+{
+    std::vector<std::vector<int>> list;
+    if (size == 0)
+        return {{}};
+    for (std::size_t highest = 0; highest < squares.size(); ++highest)
+        for (std::vector<int> lower :
+             combinations({squares.begin(), squares.begin() + static_cast<std::ptrdiff_t>(highest)}, size - 1))
+        {
+            lower.push_back(squares[highest]);
+            list.push_back(lower);
+        }
+    return list;
+}
+
+std::vector<std::vector<int>> leadingPawns(int count, int file)
+{
+    // From e7, the last to lead, to a2.
+    std::vector<int> order;
+    for (int edge = 3; edge >= 0; --edge)
+        for (int rank = rank7; rank >= rank2; --rank)
+        {
+            order.push_back(squareAt(7 - edge, rank));
+            order.push_back(squareAt(edge, rank));
+        }
+    std::vector<std::vector<int>> list;
+    for (int rank = rank2; rank <= rank7; ++rank)
+    {
+        const auto lead = std::find(order.begin(), order.end(), squareAt(file, rank));
+        for (const std::vector<int> &others : combinations({order.begin(), lead}, count - 1))
+        {
+            list.push_back({*lead});
+            list.back().insert(list.back().end(), others.begin(), others.end());
+        }
+    }
+    return list;
+}
+
+/// One man after the other as the sub-table has them.
+std::string placesOf(const std::string &name, const placing &places)
+{
+    if (!places.men.empty())
+        return places.men;
+    const ending men = menOfName(name);
+    int pawns[2] = {};
+    int singles = 0;
+    std::map<int, int> counts;
+    for (int i = 0; i < men.count; ++i)
+    {
+        ++counts[2 * men.types[i] + men.sides[i]];
+        pawns[men.sides[i]] += men.types[i] == pawn;
+    }
+    for (const auto &[man, count] : counts)
+        singles += count == 1;
+    const bool blackLeads = pawns[black] > 0 && (pawns[white] == 0 || pawns[black] < pawns[white]);
+    const bool hasPawns = pawns[white] + pawns[black] > 0, singlesFirst = !hasPawns && singles > 2;
+    std::string row;
+    const auto add = [&](int type, colour side)
+    {
+        const char letter = menLetters[static_cast<std::size_t>(type)];
+        row.append(static_cast<std::size_t>(counts[2 * type + side]),
+                   side == white ? letter : static_cast<char>(std::tolower(letter)));
+    };
+    add(pawn, blackLeads ? black : white);
+    add(pawn, blackLeads ? white : black);
+    for (const bool single : {true, false})
+        for (int type = king; type > pawn; --type)
+            for (const colour side : {white, black})
+                if (singlesFirst ? (counts[2 * type + side] == 1) == single : single)
+                    add(type, side);
+    return row;
+}
+
+struct grouping
+{
+    std::string places;
+    std::vector<int> sizes;
+    std::vector<std::uint64_t> counts, factors;
+    std::vector<std::vector<int>> lead;
+    bool secondPawns = false;
+    std::uint64_t total = 1;
+};
+
+std::uint64_t choose(int n, int k)
+{
+    std::uint64_t result = 1;
+    for (int i = 0; i < k; ++i)
+        result = result * static_cast<std::uint64_t>(n - i) / static_cast<std::uint64_t>(i + 1);
+    return result;
+}
+
+grouping groupsOf(const std::string &name, const placing &places, int file)
+{
+    grouping groups;
+    groups.places = placesOf(name, places);
+    const std::string &row = groups.places;
+    const auto runFrom = [&](std::size_t at)
+    {
+        return static_cast<int>(row.find_first_not_of(row[at], at) == std::string::npos
+                                    ? row.size() - at
+                                    : row.find_first_not_of(row[at], at) - at);
+    };
+    const bool pawns = std::tolower(row[0]) == 'p';
+    const bool kings =
+        std::tolower(row[0]) == 'k' && std::tolower(row[1]) == 'k' && (row.size() == 4 && row[2] == row[3]);
+    groups.lead = pawns ? leadingPawns(runFrom(0), file) : kings ? endings::kingPairs() : triples();
+    groups.sizes.push_back(pawns ? runFrom(0) : kings ? 2 : 3);
+    groups.counts.push_back(groups.lead.size());
+    auto at = static_cast<std::size_t>(groups.sizes[0]);
+    groups.secondPawns = pawns && at < row.size() && std::tolower(row[at]) == 'p';
+    int freeSquares = squareCount - groups.sizes[0];
+    if (groups.secondPawns)
+    {
+        groups.sizes.push_back(runFrom(at));
+        groups.counts.push_back(choose(48 - groups.sizes[0], groups.sizes[1]));
+        freeSquares -= groups.sizes[1];
+        at += static_cast<std::size_t>(groups.sizes[1]);
+    }
+    while (at < row.size())
+    {
+        groups.sizes.push_back(runFrom(at));
+        groups.counts.push_back(choose(freeSquares, groups.sizes.back()));
+        freeSquares -= groups.sizes.back();
+        at += static_cast<std::size_t>(groups.sizes.back());
+    }
+    // Each group's place among the factors.
+    std::vector<int> byPlace(groups.sizes.size(), -1);
+    byPlace[static_cast<std::size_t>(places.order)] = 0;
+    if (groups.secondPawns)
+        byPlace[static_cast<std::size_t>(places.secondOrder)] = 1;
+    int next = groups.secondPawns ? 2 : 1;
+    groups.factors.resize(groups.sizes.size());
+    for (int &group : byPlace)
+    {
+        if (group < 0)
+            group = next++;
+        groups.factors[static_cast<std::size_t>(group)] = groups.total;
+        groups.total *= groups.counts[static_cast<std::size_t>(group)];
+    }
+    return groups;
+}
+
+void put16(std::vector<std::uint8_t> &out, unsigned value)
+{
+    out.push_back(static_cast<std::uint8_t>(value));
+    out.push_back(static_cast<std::uint8_t>(value >> 8));
+}
+void put32(std::vector<std::uint8_t> &out, std::uint32_t value)
+{
+    put16(out, value & 0xFFFF);
+    put16(out, value >> 16);
+}
+void alignTo(std::vector<std::uint8_t> &out, std::size_t unit)
+{
+    while (out.size() % unit != 0)
+        out.push_back(0);
+}
+
+/// The four stretches of a compressed sub-table.
+struct compressed
+{
+    std::vector<std::uint8_t> header, sparse, lengths, data;
+};
+
+struct symbol
+{
+    int left, right; ///< right -1: a leaf with the value `left`
+    int values;
+};
+
+/// Replaces the most frequent neighbours by a new symbol, over and over.
+void pairUp(symbolRow &row, std::vector<symbol> &symbols, int maxPairs)
+{
+    constexpr int minPairs = 20;
+    const std::size_t room = symbols.size() + static_cast<std::size_t>(maxPairs);
+    for (int round = 0; round < maxPairs; ++round)
+    {
+        std::vector<unsigned> counts(room * room, 0);
+        for (std::size_t i = 0; i + 1 < row.size(); ++i)
+            ++counts[row[i] * room + row[i + 1]];
+        std::size_t best = 0;
+        for (std::size_t pair = 0; pair < counts.size(); ++pair)
+            if (counts[pair] > counts[best] && symbols[pair / room].values + symbols[pair % room].values <= 256)
+                best = pair;
+        const int left = static_cast<int>(best / room), right = static_cast<int>(best % room);
+        if (counts[best] < minPairs ||
+            symbols[static_cast<std::size_t>(left)].values + symbols[static_cast<std::size_t>(right)].values > 256)
+            return;
+        const auto made = static_cast<std::uint16_t>(symbols.size());
+        symbols.push_back(
+            {left, right,
+             symbols[static_cast<std::size_t>(left)].values + symbols[static_cast<std::size_t>(right)].values});
+        std::size_t kept = 0;
+        for (std::size_t i = 0; i < row.size(); ++i, ++kept)
+            if (row[i] == left && i + 1 < row.size() && row[i + 1] == right)
+            {
+                row[kept] = made;
+                ++i;
+            }
+            else
+                row[kept] = row[i];
+        row.resize(kept);
+    }
+}
+
+/// Huffman's code lengths.
+std::vector<int> codeLengths(const symbolRow &row, std::size_t symbolCount)
+{
+    struct node
+    {
+        std::uint64_t weight;
+        int index;
+        bool operator<(const node &other) const
+        {
+            return weight != other.weight ? weight > other.weight : index > other.index;
+        }
+    };
+    std::vector<std::uint64_t> weights(symbolCount, 1);
+    for (const std::uint16_t entry : row)
+        ++weights[entry];
+    std::priority_queue<node> open;
+    std::vector<int> parents;
+    for (std::size_t i = 0; i < symbolCount; ++i)
+        open.push({weights[i], static_cast<int>(i)});
+    parents.resize(symbolCount, -1);
+    while (open.size() > 1)
+    {
+        const node a = open.top();
+        open.pop();
+        const node b = open.top();
+        open.pop();
+        const int made = static_cast<int>(parents.size());
+        parents.push_back(-1);
+        parents[static_cast<std::size_t>(a.index)] = parents[static_cast<std::size_t>(b.index)] = made;
+        open.push({a.weight + b.weight, made});
+    }
+    std::vector<int> lengths(symbolCount, 0);
+    for (std::size_t i = 0; i < symbolCount; ++i)
+        for (int at = parents[i]; at >= 0; at = parents[static_cast<std::size_t>(at)])
+            ++lengths[i];
+    return lengths;
+}
+
+compressed compress(const symbolRow &values, const recipe &how, int flags)
+{
+    compressed result;
+    if (std::equal(values.begin() + 1, values.end(), values.begin()))
+    {
+        // Only the stored side goes with it; a distance is then 0.
+        if (flags != 0 && values[0] != 0)
+            throw std::logic_error("one distance for a whole table has no form");
+        result.header = {static_cast<std::uint8_t>((flags & dtzSideFlag) | constantFlag),
+                         static_cast<std::uint8_t>(values[0])};
+        return result;
+    }
+    std::vector<symbol> symbols;
+    std::map<int, std::uint16_t> leaves;
+    symbolRow row;
+    for (const std::uint16_t value : values)
+    {
+        const auto [leaf, added] = leaves.try_emplace(value, static_cast<std::uint16_t>(symbols.size()));
+        if (added)
+            symbols.push_back({value, -1, 1});
+        row.push_back(leaf->second);
+    }
+    pairUp(row, symbols, how.maxPairs);
+
+    // Number the symbols so that longer codes have lower numbers.
+    const std::vector<int> lengths = codeLengths(row, symbols.size());
+    std::vector<std::size_t> byNumber(symbols.size()), number(symbols.size());
+    for (std::size_t i = 0; i < symbols.size(); ++i)
+        byNumber[i] = i;
+    std::stable_sort(byNumber.begin(), byNumber.end(), [&](auto a, auto b) { return lengths[a] > lengths[b]; });
+    for (std::size_t i = 0; i < symbols.size(); ++i)
+        number[byNumber[i]] = i;
+    const int longest = *std::max_element(lengths.begin(), lengths.end());
+    const int shortest = *std::min_element(lengths.begin(), lengths.end());
+    std::vector<unsigned> first, lowest; // by length
+    for (int length = shortest; length <= longest; ++length)
+        first.push_back(
+            static_cast<unsigned>(std::count_if(lengths.begin(), lengths.end(), [&](int l) { return l > length; })));
+    lowest.resize(first.size(), 0);
+    for (std::size_t i = first.size() - 1; i-- > 0;)
+        lowest[i] = (lowest[i + 1] + first[i] - first[i + 1]) / 2;
+
+    // Blocks of whole symbols.
+    const std::size_t blockBits = std::size_t{8} << how.blockSizeBits;
+    std::vector<std::uint64_t> starts; // first value of each block
+    std::vector<unsigned> blockValues;
+    std::size_t usedBits = blockBits;
+    std::uint64_t done = 0;
+    for (const std::uint16_t entry : row)
+    {
+        const int length = lengths[entry];
+        const auto count = static_cast<unsigned>(symbols[entry].values);
+        if (usedBits + static_cast<std::size_t>(length) > blockBits || blockValues.back() + count > 65536)
+        {
+            starts.push_back(done);
+            blockValues.push_back(0);
+            result.data.resize(starts.size() << how.blockSizeBits, 0);
+            usedBits = 0;
+        }
+        const auto level = static_cast<std::size_t>(length - shortest);
+        const unsigned code = lowest[level] + static_cast<unsigned>(number[entry]) - first[level];
+        for (int i = length - 1; i >= 0; --i, ++usedBits)
+            if (code >> i & 1)
+                result.data[((starts.size() - 1) << how.blockSizeBits) + usedBits / 8] |=
+                    static_cast<std::uint8_t>(0x80 >> usedBits % 8);
+        blockValues.back() += count;
+        done += count;
+    }
+
+    // The sparse index, and lengths of blocks that there are not, so that it can point beyond the end.
+    const std::uint64_t span = std::uint64_t{1} << how.indexBits;
+    const std::uint64_t spans = (values.size() + span - 1) / span;
+    const std::size_t blocks = starts.size();
+    std::uint64_t end = done;
+    while (end <= (spans - 1) * span + span / 2)
+    {
+        starts.push_back(end);
+        blockValues.push_back(65536);
+        end += 65536;
+    }
+    for (std::uint64_t i = 0; i < spans; ++i)
+    {
+        const std::uint64_t middle = i * span + span / 2;
+        const auto block = std::upper_bound(starts.begin(), starts.end(), middle) - starts.begin() - 1;
+        put32(result.sparse, static_cast<std::uint32_t>(block));
+        put16(result.sparse, static_cast<unsigned>(middle - starts[static_cast<std::size_t>(block)]));
+    }
+    for (const unsigned count : blockValues)
+        put16(result.lengths, count - 1);
+
+    result.header = {static_cast<std::uint8_t>(flags), static_cast<std::uint8_t>(how.blockSizeBits),
+                     static_cast<std::uint8_t>(how.indexBits), static_cast<std::uint8_t>(starts.size() - blocks)};
+    put32(result.header, static_cast<std::uint32_t>(blocks));
+    result.header.push_back(static_cast<std::uint8_t>(longest));
+    result.header.push_back(static_cast<std::uint8_t>(shortest));
+    for (const unsigned entry : first)
+        put16(result.header, entry);
+    put16(result.header, static_cast<unsigned>(symbols.size()));
+    for (const std::size_t at : byNumber)
+    {
+        const symbol &entry = symbols[at];
+        const auto left = static_cast<unsigned>(entry.right < 0 ? static_cast<std::size_t>(entry.left)
+                                                                : number[static_cast<std::size_t>(entry.left)]);
+        const auto right =
+            static_cast<unsigned>(entry.right < 0 ? std::size_t{0xFFF} : number[static_cast<std::size_t>(entry.right)]);
+        result.header.push_back(static_cast<std::uint8_t>(left));
+        result.header.push_back(static_cast<std::uint8_t>(left >> 8 | (right & 0xF) << 4));
+        result.header.push_back(static_cast<std::uint8_t>(right >> 4));
+    }
+    if (symbols.size() % 2 != 0)
+        result.header.push_back(0);
+    return result;
+}
+
+/// The sub-table's values; where it may choose, it goes on with the last one.
+symbolRow rowOf(const std::string &name, const placing &places, int side, int file, const chooser &choose,
+                const std::function<int(const ending &, int)> &encode)
+{
+    symbolRow row;
+    choice last{0, choice::freedom::exact};
+    int stored = -1;
+    std::size_t open = 0; // positions before the first that is bound
+    forAllIndices(name, places, side, file,
+                  [&](const ending &position)
+                  {
+                      const choice wanted = isPossible(position) ? choose(position) : choice{};
+                      const bool keep =
+                          wanted.range == choice::freedom::any ||
+                          (wanted.range == choice::freedom::orLess && last.value <= wanted.value && stored >= 0);
+                      if (!keep)
+                      {
+                          last = wanted;
+                          stored = encode(position, wanted.value);
+                      }
+                      if (stored < 0)
+                          ++open;
+                      else
+                          row.push_back(static_cast<std::uint16_t>(stored));
+                  });
+    row.insert(row.begin(), open, row.empty() ? std::uint16_t{0} : row.front());
+    return row;
+}
+
+std::vector<std::uint8_t> startFile(const std::string &name, tableKind kind, const recipe &how, int sides)
+{
+    std::vector<std::uint8_t> out;
+    put32(out, tableMagics[kind]);
+    const bool pawns = name.find('P') != std::string::npos;
+    const bool pawnsOnBoth =
+        pawns && name.find('P') < name.find('v') && name.find('P', name.find('v')) != std::string::npos;
+    out.push_back(static_cast<std::uint8_t>((sides == 2 ? 1 : 0) | (pawns ? 2 : 0)));
+    const auto both = [&](int low, int high)
+    { out.push_back(static_cast<std::uint8_t>(low | (sides == 2 ? high : low) << 4)); };
+    for (int file = 0; file < (pawns ? 4 : 1); ++file)
+    {
+        both(how.places[0].order, how.places[1].order);
+        if (pawnsOnBoth)
+            both(how.places[0].secondOrder, how.places[1].secondOrder);
+        const std::string rows[2] = {placesOf(name, how.places[0]), placesOf(name, how.places[1])};
+        const auto code = [](char man)
+        {
+            const bool second = std::islower(man) != 0;
+            return static_cast<int>(menLetters.find(static_cast<char>(std::toupper(man)))) + 1 + (second ? 8 : 0);
+        };
+        for (std::size_t i = 0; i < rows[0].size(); ++i)
+            both(code(rows[0][i]), code(rows[1][i]));
+    }
+    alignTo(out, 2);
+    return out;
+}
+
+void finishFile(std::vector<std::uint8_t> &out, const std::vector<compressed> &parts)
+{
+    const auto append = [&](const std::vector<std::uint8_t> &bytes)
+    { out.insert(out.end(), bytes.begin(), bytes.end()); };
+    alignTo(out, 2);
+    for (const compressed &part : parts)
+        append(part.sparse);
+    for (const compressed &part : parts)
+        append(part.lengths);
+    for (const compressed &part : parts)
+    {
+        alignTo(out, 64);
+        append(part.data);
+    }
+    alignTo(out, 64);
+    out.insert(out.end(), 16, 0xA5);
+}
+
+} // namespace
+
+void forAllIndices(const std::string &name, const placing &places, int side, int file,
+                   const std::function<void(const ending &)> &use)
+{
+    const grouping groups = groupsOf(name, places, file);
+    ending position;
+    position.turn = side;
+    position.count = static_cast<int>(groups.places.size());
+    for (int i = 0; i < position.count; ++i)
+    {
+        const char man = groups.places[static_cast<std::size_t>(i)];
+        position.sides[i] = std::islower(man) ? black : white;
+        position.types[i] = static_cast<int>(menLetters.find(static_cast<char>(std::toupper(man))));
+    }
+    for (std::uint64_t index = 0; index < groups.total; ++index)
+    {
+        bitboard placed = 0;
+        int man = 0;
+        for (std::size_t group = 0; group < groups.sizes.size(); ++group)
+        {
+            auto number = static_cast<std::size_t>(index / groups.factors[group] % groups.counts[group]);
+            if (group == 0)
+            {
+                for (const int square : groups.lead[number])
+                    position.squares[man++] = square;
+            }
+            else
+            {
+                // Unrank among the squares still free: the largest member first.
+                int freeSquares[squareCount], count = 0;
+                const bool pawns = groups.secondPawns && group == 1;
+                for (int square = pawns ? a2 : a1; square <= (pawns ? h7 : h8); ++square)
+                    if (!(placed & bit(square)))
+                        freeSquares[count++] = square;
+                for (int size = groups.sizes[group]; size > 0; --size)
+                {
+                    int member = size - 1;
+                    while (choose(member + 1, size) <= number)
+                        ++member;
+                    number -= choose(member, size);
+                    position.squares[man++] = freeSquares[member];
+                }
+            }
+            for (int i = 0; i < man; ++i)
+                placed |= bit(position.squares[i]);
+        }
+        use(position);
+    }
+}
+
+std::vector<std::uint8_t> makeWdlTable(const std::string &name, const recipe &how, const chooser &choose)
+{
+    const int sides = how.bothSides ? 2 : 1;
+    std::vector<std::uint8_t> out = startFile(name, wdlKind, how, sides);
+    std::vector<compressed> parts;
+    for (int file = 0; file < (name.find('P') != std::string::npos ? 4 : 1); ++file)
+        for (int side = 0; side < sides; ++side)
+        {
+            parts.push_back(compress(
+                rowOf(name, how.places[side], side, file, choose, [](const ending &, int value) { return value + 2; }),
+                how, 0));
+            out.insert(out.end(), parts.back().header.begin(), parts.back().header.end());
+        }
+    finishFile(out, parts);
+    return out;
+}
+
+std::vector<std::uint8_t> makeDtzTable(const std::string &name, const recipe &how, const chooser &choose)
+{
+    std::vector<std::uint8_t> out = startFile(name, dtzKind, how, 1);
+    std::vector<compressed> parts;
+    const int flags = how.storedSide | (how.mapped ? dtzMappedFlag : 0) | (how.winPlies ? dtzWinPliesFlag : 0) |
+                      (how.lossPlies ? dtzLossPliesFlag : 0) | (how.mapped && how.wide ? dtzWideMapFlag : 0);
+    std::vector<std::vector<unsigned>> mapsOfFile[4];
+    const int files = name.find('P') != std::string::npos ? 4 : 1;
+    for (int file = 0; file < files; ++file)
+    {
+        // Wins, losses, spoilt wins, saved losses.
+        mapsOfFile[file].resize(4);
+        const auto encode = [&](const ending &position, int value)
+        {
+            const bool isSpoilt = how.spoilt && how.spoilt(position);
+            const int distance = std::abs(value) - (isSpoilt ? 101 : 1);
+            const bool plies = !isSpoilt && (value > 0 ? how.winPlies : how.lossPlies);
+            const auto stored = static_cast<unsigned>(plies ? distance : distance / 2);
+            if (!how.mapped)
+                return static_cast<int>(stored);
+            auto &map = mapsOfFile[file][(value > 0 ? 0u : 1u) + (isSpoilt ? 2u : 0u)];
+            const auto found = std::find(map.begin(), map.end(), stored);
+            if (found != map.end())
+                return static_cast<int>(found - map.begin());
+            map.push_back(stored);
+            return static_cast<int>(map.size()) - 1;
+        };
+        parts.push_back(compress(rowOf(name, how.places[0], how.storedSide, file, choose, encode), how, flags));
+        out.insert(out.end(), parts.back().header.begin(), parts.back().header.end());
+    }
+    for (int file = 0; file < files && how.mapped; ++file)
+    {
+        if (parts[static_cast<std::size_t>(file)].header[0] & constantFlag)
+            continue;
+        if (how.wide)
+            alignTo(out, 2);
+        for (const auto &map : mapsOfFile[file])
+        {
+            const auto put = [&](unsigned value)
+            {
+                if (how.wide)
+                    put16(out, value);
+                else
+                    out.push_back(static_cast<std::uint8_t>(value));
+            };
+            put(static_cast<unsigned>(map.size()));
+            for (const unsigned value : map)
+                put(value);
+        }
+    }
+    finishFile(out, parts);
+    return out;
+}
+
+temporaryDirectory::temporaryDirectory()
+{
+    std::random_device device;
+    where = (std::filesystem::temp_directory_path() /
+             ("tarvonel-tables-" + std::to_string(device()) + "-" + std::to_string(device())))
+                .string();
+    std::filesystem::create_directories(where);
+}
+
+temporaryDirectory::~temporaryDirectory()
+{
+    std::error_code ignored;
+    std::filesystem::remove_all(where, ignored);
+}
+
+std::string temporaryDirectory::file(const std::string &name) const
+{
+    return (std::filesystem::path(where) / name).string();
+}
+
+void temporaryDirectory::write(const std::string &name, const std::vector<std::uint8_t> &bytes) const
+{
+    std::ofstream out(file(name), std::ios::binary);
+    out.write(reinterpret_cast<const char *>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+}
+
+} // namespace tarvonel::endings

@@ -1,0 +1,327 @@
+// Probes against retrograde analysis: every value of small endings, en passant, captures, distances
+// that are stored for one side only, and the choice of a move at the root.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+
+#include "support/tablebaseWorld.h"
+#include "tablebase/probe.h"
+#include "tablebase/tableRegistry.h"
+
+namespace tarvonel
+{
+
+using namespace endings;
+
+namespace
+{
+
+constexpr int noSuccess = 0;
+
+std::uint64_t stir(std::uint64_t &state) { return state = state * 6364136223846793005 + 1442695040888963407; }
+
+/// A distance as a file tells it that counts moves: the stored half, doubled.
+int inMoves(int value) { return signOf(value) * (1 + (std::abs(value) - 1) / 2 * 2); }
+
+struct tally
+{
+    long compared = 0, wrong = 0;
+    std::string first;
+
+    void compare(const ending &position, int wanted, int got, int success)
+    {
+        ++compared;
+        if ((wanted != got || success == noSuccess) && wrong++ == 0)
+            first = describe(position) + ": wanted " + std::to_string(wanted) + ", got " + std::to_string(got) +
+                    ", success " + std::to_string(success);
+    }
+};
+
+void compareWdl(tally &result, const endingSolver &solver, const ending &position)
+{
+    int success = noSuccess;
+    const int wdl = probeWdl(toTbPosition(position), success);
+    result.compare(position, 2 * signOf(solver.value(position)), wdl, success);
+}
+
+void compareDtz(tally &result, const endingSolver &solver, const ending &position)
+{
+    int success = noSuccess;
+    const int dtz = probeDtz(toTbPosition(position), success);
+    result.compare(position, solver.value(position), dtz, success);
+}
+
+/// The move that the root probe has to choose, worked out from the solver.
+int expectedRootMove(const endingSolver &solver, const ending &position, std::uint64_t drawPick)
+{
+    std::vector<endingMove> moves = legalMoves(position);
+    const auto promotionRank = [](int type)
+    {
+        return std::array{0, 2, 4, 3, 1, 0}[static_cast<std::size_t>(type)]; // queen, knight, rook, bishop
+    };
+    const auto typeAt = [&](int square) {
+        return position
+            .types[std::find(position.squares, position.squares + position.count, square) - position.squares];
+    };
+    std::sort(moves.begin(), moves.end(),
+              [&](const endingMove &a, const endingMove &b)
+              {
+                  return std::tuple(-typeAt(a.from), a.from, a.to, promotionRank(a.promotion)) <
+                         std::tuple(-typeAt(b.from), b.from, b.to, promotionRank(b.promotion));
+              });
+    const int dtz = solver.value(position);
+    const endingMove *best = nullptr;
+    int bestValue = dtz > 0 ? 1000 : 0;
+    std::vector<const endingMove *> draws;
+    for (const endingMove &move : moves)
+    {
+        int value = -solver.value(move.next);
+        if (move.capture || move.pawnMove)
+            value = signOf(value);
+        else if (!(value == 1 && isInCheck(move.next, move.next.turn) && legalMoves(move.next).empty()))
+            value += signOf(value);
+        if (value == 0)
+            draws.push_back(&move);
+        if (value < bestValue && (dtz < 0 || value > 0))
+        {
+            bestValue = value;
+            best = &move;
+        }
+    }
+    if (dtz == 0)
+    {
+        if (draws.empty())
+            return tbStalemateCode;
+        best = draws[drawPick % draws.size()];
+    }
+    if (best == nullptr)
+        return tbCheckmateCode;
+    const int promotions[] = {noPromotion, toKnight, toBishop, toRook, toQueen};
+    return best->to | best->from << 6 | promotions[best->promotion] << 12;
+}
+
+} // namespace
+
+TEST(tableProbe, everyThreeMenValueAgreesWithRetrogradeAnalysis)
+{
+    const solvedWorld &world = threeMenWorld();
+    initTablebases(world.directory.path());
+    ASSERT_EQ(tableCardinality, 3u);
+    std::uint64_t state = 1;
+    for (const char *name : {"KQvK", "KRvK", "KBvK", "KNvK", "KPvK"})
+    {
+        tally wdl, dtz;
+        forAllPositions(name,
+                        [&](const ending &position)
+                        {
+                            const std::uint64_t random = stir(state) >> 40;
+                            const ending asked = random & 1 ? swappedColours(position) : position;
+                            compareWdl(wdl, world.solver, asked);
+                            if (random % 8 < 2)
+                                compareDtz(dtz, world.solver, asked);
+                        });
+        EXPECT_GT(dtz.compared, 10000);
+        EXPECT_EQ(wdl.wrong, 0) << name << ", " << wdl.first;
+        EXPECT_EQ(dtz.wrong, 0) << name << ", " << dtz.first;
+    }
+}
+
+TEST(tableProbe, enPassantAndCapturesDecideBesideTheTable)
+{
+    const solvedWorld &world = pawnsWorld();
+    initTablebases(world.directory.path());
+    ASSERT_EQ(tableCardinality, 4u);
+    tally wdl, dtz;
+    int betterByEnPassant = 0, onlyEnPassant = 0, byCapture = 0;
+    std::uint64_t state = 2;
+    const auto check = [&](const ending &position)
+    {
+        compareWdl(wdl, world.solver, position);
+        int success = noSuccess;
+        probeWdl(toTbPosition(position), success);
+        byCapture += success == 2 && position.ep == noEp;
+        if (position.ep != noEp)
+        {
+            betterByEnPassant += signOf(world.solver.value(position)) > signOf(world.solver.valueWithoutEp(position));
+            const std::vector<endingMove> moves = legalMoves(position);
+            onlyEnPassant += !moves.empty() && std::all_of(moves.begin(), moves.end(),
+                                                           [](const endingMove &move) { return move.enPassant; });
+        }
+        if (position.ep != noEp || stir(state) >> 61 == 0)
+        {
+            const int got = probeDtz(toTbPosition(position), success);
+            const int truth = world.solver.value(position);
+            dtz.compare(position, truth > 0 ? inMoves(truth) : truth, got, success);
+        }
+    };
+    ending position = menOfName("KPvKP");
+    for (const auto &[whiteFile, blackFile] : {std::pair{fileA, fileB}, std::pair{fileG, fileH}})
+        for (int whiteRank = rank2; whiteRank <= rank7; ++whiteRank)
+            for (int blackRank = rank2; blackRank <= rank7; ++blackRank)
+                for (int kings = 0; kings < 4096; ++kings)
+                {
+                    const int squares[] = {kings & 63, squareAt(whiteFile, whiteRank), kings >> 6,
+                                           squareAt(blackFile, blackRank)};
+                    std::copy(squares, squares + 4, position.squares);
+                    position.turn = kings % 2;
+                    position.ep = noEp;
+                    if (!isPossible(position))
+                        continue;
+                    const bool doubleStep =
+                        whiteRank == rank4 && blackRank == rank4 &&
+                        !(occupied(position) & (bit(squareAt(whiteFile, rank2)) | bit(squareAt(whiteFile, rank3))));
+                    if (doubleStep)
+                    {
+                        position.turn = black;
+                        position.ep = squareAt(whiteFile, rank3);
+                        if (!isPossible(position))
+                            continue;
+                        check(position);
+                        check(swappedColours(position));
+                        position.ep = noEp;
+                    }
+                    check(position);
+                }
+    EXPECT_GT(wdl.compared, 200000);
+    EXPECT_GT(betterByEnPassant, 100);
+    EXPECT_GT(onlyEnPassant, 0);
+    EXPECT_GT(byCapture, 1000);
+    EXPECT_EQ(wdl.wrong, 0) << wdl.first;
+    EXPECT_EQ(dtz.wrong, 0) << dtz.first;
+}
+
+TEST(tableProbe, rootChoosesTheBestDistanceAndTheFirstOfEquals)
+{
+    const solvedWorld &world = threeMenWorld();
+    initTablebases(world.directory.path());
+    std::uint64_t state = 3;
+    for (const char *name : {"KQvK", "KRvK", "KBvK", "KPvK"})
+    {
+        tally moves, distances;
+        int mated = 0, stalemated = 0;
+        forAllPositions(name,
+                        [&](const ending &position)
+                        {
+                            if (legalMoves(position).empty())
+                                ++(isInCheck(position, position.turn) ? mated : stalemated);
+                            else if (stir(state) >> 57 != 0)
+                                return;
+                            const ending asked = stir(state) >> 63 ? swappedColours(position) : position;
+                            const tbPosition given = toTbPosition(asked, 7);
+                            int success = noSuccess, dtz = -1000;
+                            const int move = probeRoot(given, success, dtz);
+                            moves.compare(asked,
+                                          expectedRootMove(world.solver, asked, materialSignature(given, asked.turn)),
+                                          move, success);
+                            distances.compare(asked, world.solver.value(asked), dtz, success);
+                        });
+        EXPECT_GT(moves.compared, 300);
+        EXPECT_EQ(moves.wrong, 0) << name << ", " << moves.first;
+        EXPECT_EQ(distances.wrong, 0) << name << ", " << distances.first;
+        if (std::string(name) != "KBvK")
+            EXPECT_GT(std::min(mated, stalemated), 0) << name;
+    }
+}
+
+TEST(tableProbe, winsBeyondTheFiftyMoveRuleCountFromHundredOn)
+{
+    // KRvK, as if every win came too late.
+    const endingSolver &solver = threeMenWorld().solver;
+    const temporaryDirectory directory;
+    const auto choose = [&](const ending &position)
+    {
+        const int truth = solver.value(position);
+        return choice{truth + 100 * signOf(truth), truth != 0 ? choice::freedom::exact : choice::freedom::any};
+    };
+    recipe how;
+    how.spoilt = [](const ending &) { return true; };
+    directory.write("KRvK.rtbz", makeDtzTable("KRvK", how, choose));
+    directory.write("KRvK.rtbw", makeWdlTable("KRvK", {},
+                                              [&](const ending &position) {
+                                                  return choice{signOf(solver.value(position)), choice::freedom::exact};
+                                              }));
+    initTablebases(directory.path());
+    tally wdl, dtz;
+    forAllPositions("KRvK",
+                    [&](const ending &position)
+                    {
+                        int success = noSuccess;
+                        const int truth = solver.value(position);
+                        wdl.compare(position, signOf(truth), probeWdl(toTbPosition(position), success), success);
+                        // Distances are stored in moves for white, and read one move ahead for black.
+                        const int stored = truth > 0 ? inMoves(truth) + 100 : 0;
+                        if (position.turn == white)
+                            dtz.compare(position, stored, probeDtz(toTbPosition(position), success), success);
+                        else if (position.squares[0] % 8 == 0)
+                        {
+                            int expected = truth < 0 ? -101 : 0;
+                            for (const endingMove &move : legalMoves(position))
+                                if (truth < 0 && !move.capture)
+                                    expected = std::min(expected, -(inMoves(solver.value(move.next)) + 100) - 1);
+                            dtz.compare(position, expected, probeDtz(toTbPosition(position), success), success);
+                        }
+                    });
+    EXPECT_EQ(wdl.wrong, 0) << wdl.first;
+    EXPECT_EQ(dtz.wrong, 0) << dtz.first;
+}
+
+TEST(tableProbe, aMissingTableFailsTheProbeThatNeedsIt)
+{
+    const solvedWorld &world = threeMenWorld();
+    const temporaryDirectory directory;
+    for (const char *file : {"KRvK.rtbw", "KPvK.rtbw", "KPvK.rtbz"})
+        std::filesystem::copy_file(world.directory.file(file), directory.file(file));
+    initTablebases(directory.path());
+
+    ending rook = menOfName("KRvK");
+    std::copy_n(std::array{e1, a1, e5}.begin(), 3, rook.squares);
+    int success = noSuccess, dtz = 0;
+    EXPECT_EQ(probeWdl(toTbPosition(rook), success), 2);
+    EXPECT_EQ(success, 1);
+    EXPECT_EQ(probeDtz(toTbPosition(rook), success), 0);
+    EXPECT_EQ(success, noSuccess) << "no distances";
+    EXPECT_EQ(probeRoot(toTbPosition(rook), success, dtz), 0);
+    EXPECT_EQ(success, noSuccess);
+
+    ending promoting = menOfName("KPvK");
+    std::copy_n(std::array{e1, a7, e5}.begin(), 3, promoting.squares);
+    EXPECT_EQ(probeWdl(toTbPosition(promoting), success), 2);
+    probeDtz(toTbPosition(promoting), success);
+    EXPECT_EQ(success, noSuccess) << "the queen's table is missing";
+
+    ending kings = menOfName("KvK");
+    kings.squares[1] = e5;
+    EXPECT_EQ(probeWdl(toTbPosition(kings), success), 0);
+    EXPECT_EQ(success, 1) << "kings alone need no table";
+
+    ending eight = menOfName("KvK");
+    tbPosition crowd = toTbPosition(eight);
+    crowd.white |= 0xFF00;
+    crowd.queens |= 0xFF00;
+    EXPECT_EQ(probeWdl(crowd, success), 0);
+    EXPECT_EQ(success, noSuccess) << "more men than any table has";
+}
+
+TEST(tableProbe, onlySanePositionsAreValid)
+{
+    const auto valid = [](const char *name, std::initializer_list<int> squares, colour turn)
+    {
+        ending position = menOfName(name);
+        std::copy(squares.begin(), squares.end(), position.squares);
+        position.turn = turn;
+        return tbValid(toTbPosition(position));
+    };
+    EXPECT_TRUE(valid("KQvK", {a1, b2, e5}, black));
+    EXPECT_FALSE(valid("KQvK", {a1, b2, e5}, white)) << "the side not to move is in check";
+    EXPECT_FALSE(valid("KQvK", {d4, a8, e5}, white)) << "kings side by side";
+    EXPECT_FALSE(valid("KPvK", {a1, b8, e5}, white)) << "a pawn on the last rank";
+    EXPECT_FALSE(valid("KPvK", {a1, b1, e5}, white)) << "a pawn on the first rank";
+    EXPECT_FALSE(valid("KKvK", {a1, c1, e5}, white)) << "two kings";
+    EXPECT_FALSE(valid("QvK", {a1, e5}, black)) << "no king";
+    EXPECT_FALSE(valid("KQvK", {a1, a1, e5}, white)) << "two men on a square";
+    EXPECT_FALSE(valid("KQvK", {a1, e5, e5}, white)) << "men of both colours on a square";
+}
+
+} // namespace tarvonel
