@@ -48,16 +48,12 @@ void writePawns(solvedWorld &world)
          {std::pair{"KQvKP", 1}, std::pair{"KRvKP", 1}, std::pair{"KBvKP", 0}, std::pair{"KNvKP", 0}})
     {
         world.solver.assume(name, result);
-        const int value = 2 * result;
-        world.directory.write(std::string(name) + ".rtbw",
-                              makeWdlTable(name, {},
-                                           [value](const ending &position) {
-                                               return choice{position.turn == white ? value : -value, freedom::exact};
-                                           }));
+        world.directory.write(std::string(name) + ".rtbw", makeConstantWdlTable(name, 2 * result, -2 * result));
     }
     world.solver.solve("KPvKP", isOfPawnsWorld);
     recipe how;
     how.bothSides = false;
+    how.files = 2;
     how.places[0] = {"PpkK", 2, 0};
     how.winPlies = false;
     const auto within = [](const chooser &choose) -> chooser

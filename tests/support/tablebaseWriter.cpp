@@ -434,9 +434,11 @@ compressed compress(const symbolRow &values, const recipe &how, int flags)
 }
 
 /// The sub-table's values; where it may choose, it goes on with the last one.
-symbolRow rowOf(const std::string &name, const placing &places, int side, int file, const chooser &choose,
-                const std::function<int(const ending &, int)> &encode)
+symbolRow rowOf(const std::string &name, const recipe &how, const placing &places, int side, int file,
+                const chooser &choose, const std::function<int(const ending &, int)> &encode)
 {
+    if (file >= how.files)
+        return {0};
     symbolRow row;
     choice last{0, choice::freedom::exact};
     int stored = -1;
@@ -567,12 +569,25 @@ std::vector<std::uint8_t> makeWdlTable(const std::string &name, const recipe &ho
     for (int file = 0; file < (name.find('P') != std::string::npos ? 4 : 1); ++file)
         for (int side = 0; side < sides; ++side)
         {
-            parts.push_back(compress(
-                rowOf(name, how.places[side], side, file, choose, [](const ending &, int value) { return value + 2; }),
-                how, 0));
+            parts.push_back(compress(rowOf(name, how, how.places[side], side, file, choose,
+                                           [](const ending &, int value) { return value + 2; }),
+                                     how, 0));
             out.insert(out.end(), parts.back().header.begin(), parts.back().header.end());
         }
     finishFile(out, parts);
+    return out;
+}
+
+std::vector<std::uint8_t> makeConstantWdlTable(const std::string &name, int firstSideValue, int secondSideValue)
+{
+    std::vector<std::uint8_t> out = startFile(name, wdlKind, {}, 2);
+    for (int file = 0; file < (name.find('P') != std::string::npos ? 4 : 1); ++file)
+        for (const int value : {firstSideValue, secondSideValue})
+        {
+            out.push_back(constantFlag);
+            out.push_back(static_cast<std::uint8_t>(value + 2));
+        }
+    finishFile(out, {});
     return out;
 }
 
@@ -603,7 +618,7 @@ std::vector<std::uint8_t> makeDtzTable(const std::string &name, const recipe &ho
             map.push_back(stored);
             return static_cast<int>(map.size()) - 1;
         };
-        parts.push_back(compress(rowOf(name, how.places[0], how.storedSide, file, choose, encode), how, flags));
+        parts.push_back(compress(rowOf(name, how, how.places[0], how.storedSide, file, choose, encode), how, flags));
         out.insert(out.end(), parts.back().header.begin(), parts.back().header.end());
     }
     for (int file = 0; file < files && how.mapped; ++file)

@@ -40,6 +40,7 @@ struct recipe
     int blockSizeBits = 5;
     int indexBits = 8;
     int maxPairs = 60;
+    int files = 4; ///< with pawns: sub-tables beyond these hold no position that is asked for
     // WDL: whether both sides to move are stored.
     bool bothSides = true;
     // DTZ
@@ -51,6 +52,9 @@ struct recipe
 
 std::vector<std::uint8_t> makeWdlTable(const std::string &name, const recipe &how, const chooser &choose);
 std::vector<std::uint8_t> makeDtzTable(const std::string &name, const recipe &how, const chooser &choose);
+
+/// A table in which all positions with the same side to move have one value.
+std::vector<std::uint8_t> makeConstantWdlTable(const std::string &name, int firstSideValue, int secondSideValue);
 
 /// All positions of a table in the order of its indices, first side to move for `side` 0. With pawns
 /// those whose leading pawn stands on `file`.

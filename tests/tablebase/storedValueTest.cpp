@@ -66,7 +66,9 @@ ending image(const ending &position, unsigned which, bool pawns)
         result = mirrored(result, 7);
     if (!pawns && (which & 2))
         result = mirrored(result, 56);
-    if (!pawns && (which & 4))
+    // With the leading men all on the diagonal both sides of it have entries of their own.
+    const auto onDiagonal = [](int square) { return fileOf(square) == rankOf(square); };
+    if (!pawns && (which & 4) && !(onDiagonal(position.squares[0]) && onDiagonal(position.squares[1])))
         result = transposed(result);
     return which & 8 ? swappedColours(result) : result;
 }
@@ -176,14 +178,19 @@ void expectDtzReadBack(const char *name, const recipe &how)
                   return exact ? made.plies : made.plies / 2 * 2;
               });
     // The other side to move is not there.
+    long asked = 0, refused = 0;
     forAllIndices(name, how.places[0], opponent(how.storedSide), 0,
                   [&](const ending &position)
                   {
+                      if (mixed(position, 5) % 64 != 0 || !isPossible(position))
+                          return;
                       int success = 1;
-                      if (mixed(position, 5) % 64 == 0 && isPossible(position))
-                          EXPECT_EQ(probeTable(toTbPosition(position), 2, success, dtzKind), 0) << describe(position);
-                      EXPECT_TRUE(success == 1 || success == -1);
+                      probeTable(toTbPosition(position), 2, success, dtzKind);
+                      ++asked;
+                      refused += success == -1;
                   });
+    EXPECT_GT(asked, 100);
+    EXPECT_EQ(refused, asked);
 }
 
 } // namespace
