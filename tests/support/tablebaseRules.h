@@ -10,7 +10,7 @@
 namespace tarvonel::endings
 {
 
-inline constexpr int maxMen = 5;
+inline constexpr int maxMen = 7;
 inline constexpr int noEp = -1;
 
 /// A position as a list of men. `ep` is the skipped square.

@@ -2,8 +2,6 @@
 
 #include <cstdlib>
 
-#include "board/attackTables.h"
-
 namespace tarvonel::endings
 {
 
@@ -14,14 +12,13 @@ using freedom = choice::freedom;
 
 void writeBoth(const solvedWorld &world, const std::string &name, const recipe &how)
 {
-    world.directory.write(name + ".rtbw", makeWdlTable(name, how, wdlChooser(world.solver)));
-    world.directory.write(name + ".rtbz", makeDtzTable(name, how, dtzChooser(world.solver)));
+    writeBytes(world.directory / (name + ".rtbw"), makeWdlTable(name, how, wdlChooser(world.solver)));
+    writeBytes(world.directory / (name + ".rtbz"), makeDtzTable(name, how, dtzChooser(world.solver)));
 }
 
 /// Each file in another of the format's forms.
 void writeThreeMen(solvedWorld &world)
 {
-    initTables();
     for (const char *name : {"KQvK", "KRvK", "KBvK", "KNvK", "KPvK"})
         world.solver.solve(name);
     recipe how;
@@ -48,7 +45,8 @@ void writePawns(solvedWorld &world)
          {std::pair{"KQvKP", 1}, std::pair{"KRvKP", 1}, std::pair{"KBvKP", 0}, std::pair{"KNvKP", 0}})
     {
         world.solver.assume(name, result);
-        world.directory.write(std::string(name) + ".rtbw", makeConstantWdlTable(name, 2 * result, -2 * result));
+        writeBytes(world.directory / (std::string(name) + ".rtbw"),
+                   makeConstantWdlTable(name, 2 * result, -2 * result));
     }
     world.solver.solve("KPvKP", isOfPawnsWorld);
     recipe how;
@@ -58,8 +56,8 @@ void writePawns(solvedWorld &world)
     how.winPlies = false;
     const auto within = [](const chooser &choose) -> chooser
     { return [choose](const ending &position) { return isOfPawnsWorld(position) ? choose(position) : choice{}; }; };
-    world.directory.write("KPvKP.rtbw", makeWdlTable("KPvKP", how, within(wdlChooser(world.solver))));
-    world.directory.write("KPvKP.rtbz", makeDtzTable("KPvKP", how, within(dtzChooser(world.solver))));
+    writeBytes(world.directory / "KPvKP.rtbw", makeWdlTable("KPvKP", how, within(wdlChooser(world.solver))));
+    writeBytes(world.directory / "KPvKP.rtbz", makeDtzTable("KPvKP", how, within(dtzChooser(world.solver))));
 }
 
 } // namespace

@@ -5,6 +5,7 @@
 
 #include "support/tablebaseSolver.h"
 #include "support/tablebaseWriter.h"
+#include "support/temporaryDirectory.h"
 
 namespace tarvonel::endings
 {

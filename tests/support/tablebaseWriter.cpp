@@ -2,13 +2,10 @@
 
 #include <algorithm>
 #include <array>
-#include <atomic>
 #include <cctype>
-#include <filesystem>
 #include <fstream>
 #include <map>
 #include <queue>
-#include <random>
 #include <stdexcept>
 
 #include "tablebase/tableFile.h"
@@ -645,29 +642,9 @@ std::vector<std::uint8_t> makeDtzTable(const std::string &name, const recipe &ho
     return out;
 }
 
-temporaryDirectory::temporaryDirectory()
+void writeBytes(const std::string &path, const std::vector<std::uint8_t> &bytes)
 {
-    std::random_device device;
-    where = (std::filesystem::temp_directory_path() /
-             ("tarvonel-tables-" + std::to_string(device()) + "-" + std::to_string(device())))
-                .string();
-    std::filesystem::create_directories(where);
-}
-
-temporaryDirectory::~temporaryDirectory()
-{
-    std::error_code ignored;
-    std::filesystem::remove_all(where, ignored);
-}
-
-std::string temporaryDirectory::file(const std::string &name) const
-{
-    return (std::filesystem::path(where) / name).string();
-}
-
-void temporaryDirectory::write(const std::string &name, const std::vector<std::uint8_t> &bytes) const
-{
-    std::ofstream out(file(name), std::ios::binary);
+    std::ofstream out(path, std::ios::binary);
     out.write(reinterpret_cast<const char *>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
 }
 

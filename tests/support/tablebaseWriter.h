@@ -61,21 +61,6 @@ std::vector<std::uint8_t> makeConstantWdlTable(const std::string &name, int firs
 void forAllIndices(const std::string &name, const placing &places, int side, int file,
                    const std::function<void(const ending &)> &use);
 
-/// A directory for one test, removed with all in it.
-class temporaryDirectory
-{
-  public:
-    temporaryDirectory();
-    ~temporaryDirectory();
-    temporaryDirectory(const temporaryDirectory &) = delete;
-    temporaryDirectory &operator=(const temporaryDirectory &) = delete;
-
-    const std::string &path() const { return where; }
-    std::string file(const std::string &name) const;
-    void write(const std::string &name, const std::vector<std::uint8_t> &bytes) const;
-
-  private:
-    std::string where;
-};
+void writeBytes(const std::string &path, const std::vector<std::uint8_t> &bytes);
 
 } // namespace tarvonel::endings

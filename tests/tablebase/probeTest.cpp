@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <filesystem>
 
-#include "board/attackTables.h"
 #include "support/tablebaseWorld.h"
 #include "tablebase/probe.h"
 #include "tablebase/tableRegistry.h"
@@ -108,7 +107,7 @@ int expectedRootMove(const endingSolver &solver, const ending &position, std::ui
 TEST(tableProbe, everyThreeMenValueAgreesWithRetrogradeAnalysis)
 {
     const solvedWorld &world = threeMenWorld();
-    initTablebases(world.directory.path());
+    initTablebases(world.directory.path);
     ASSERT_EQ(tableCardinality, 3u);
     std::uint64_t state = 1;
     for (const char *name : {"KQvK", "KRvK", "KBvK", "KNvK", "KPvK"})
@@ -132,7 +131,7 @@ TEST(tableProbe, everyThreeMenValueAgreesWithRetrogradeAnalysis)
 TEST(tableProbe, enPassantAndCapturesDecideBesideTheTable)
 {
     const solvedWorld &world = pawnsWorld();
-    initTablebases(world.directory.path());
+    initTablebases(world.directory.path);
     ASSERT_EQ(tableCardinality, 4u);
     tally wdl, dtz;
     int betterByEnPassant = 0, byCapture = 0;
@@ -190,12 +189,11 @@ TEST(tableProbe, enPassantAndCapturesDecideBesideTheTable)
 
 TEST(tableProbe, aStalemateThatEnPassantLiftsIsNone)
 {
-    initTables();
     const temporaryDirectory directory;
-    directory.write("KQPvKP.rtbw", makeConstantWdlTable("KQPvKP", 2, 0));
-    directory.write("KQvKP.rtbw", makeConstantWdlTable("KQvKP", 2, -2));
-    directory.write("KQvK.rtbw", makeConstantWdlTable("KQvK", 2, -2));
-    initTablebases(directory.path());
+    writeBytes(directory / "KQPvKP.rtbw", makeConstantWdlTable("KQPvKP", 2, 0));
+    writeBytes(directory / "KQvKP.rtbw", makeConstantWdlTable("KQvKP", 2, -2));
+    writeBytes(directory / "KQvK.rtbw", makeConstantWdlTable("KQvK", 2, -2));
+    initTablebases(directory.path);
 
     // The black pawn is blocked; the queen takes the black king's squares, or does not.
     ending position = menOfName("KQPvKP");
@@ -219,7 +217,7 @@ TEST(tableProbe, aStalemateThatEnPassantLiftsIsNone)
 TEST(tableProbe, rootChoosesTheBestDistanceAndTheFirstOfEquals)
 {
     const solvedWorld &world = threeMenWorld();
-    initTablebases(world.directory.path());
+    initTablebases(world.directory.path);
     std::uint64_t state = 3;
     for (const char *name : {"KQvK", "KRvK", "KBvK", "KPvK"})
     {
@@ -262,12 +260,13 @@ TEST(tableProbe, winsBeyondTheFiftyMoveRuleCountFromHundredOn)
     };
     recipe how;
     how.spoilt = [](const ending &) { return true; };
-    directory.write("KRvK.rtbz", makeDtzTable("KRvK", how, choose));
-    directory.write("KRvK.rtbw", makeWdlTable("KRvK", {},
-                                              [&](const ending &position) {
-                                                  return choice{signOf(solver.value(position)), choice::freedom::exact};
-                                              }));
-    initTablebases(directory.path());
+    writeBytes(directory / "KRvK.rtbz", makeDtzTable("KRvK", how, choose));
+    writeBytes(directory / "KRvK.rtbw",
+               makeWdlTable("KRvK", {},
+                            [&](const ending &position) {
+                                return choice{signOf(solver.value(position)), choice::freedom::exact};
+                            }));
+    initTablebases(directory.path);
     tally wdl, dtz;
     forAllPositions("KRvK",
                     [&](const ending &position)
@@ -299,8 +298,8 @@ TEST(tableProbe, aMissingTableFailsTheProbeThatNeedsIt)
     const solvedWorld &world = threeMenWorld();
     const temporaryDirectory directory;
     for (const char *file : {"KRvK.rtbw", "KPvK.rtbw", "KPvK.rtbz"})
-        std::filesystem::copy_file(world.directory.file(file), directory.file(file));
-    initTablebases(directory.path());
+        std::filesystem::copy_file(world.directory / file, directory / file);
+    initTablebases(directory.path);
 
     ending rook = menOfName("KRvK");
     std::copy_n(std::array{e1, a1, e5}.begin(), 3, rook.squares);

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "support/tablebaseWriter.h"
+#include "support/temporaryDirectory.h"
 #include "tablebase/tableProbe.h"
 #include "tablebase/tableRegistry.h"
 
@@ -108,11 +109,12 @@ void expectAll(const std::string &name, const placing &places, int side, tableKi
 void expectWdlReadBack(const layoutCase &c)
 {
     const temporaryDirectory directory;
-    directory.write(std::string(c.name) + ".rtbw", makeWdlTable(c.name, c.how,
-                                                                [](const ending &position) {
-                                                                    return choice{madeUpWdl(position), freedom::exact};
-                                                                }));
-    initTablebases(directory.path());
+    writeBytes(directory / (std::string(c.name) + ".rtbw"),
+               makeWdlTable(c.name, c.how,
+                            [](const ending &position) {
+                                return choice{madeUpWdl(position), freedom::exact};
+                            }));
+    initTablebases(directory.path);
     SCOPED_TRACE(c.what);
     for (int side = 0; side < (c.how.bothSides ? 2 : 1); ++side)
         expectAll(c.name, c.how.places[side], side, wdlKind,
@@ -157,18 +159,19 @@ madeUpDistance distanceOf(const ending &position)
 void expectDtzReadBack(const char *name, const recipe &how)
 {
     const temporaryDirectory directory;
-    directory.write(std::string(name) + ".rtbw", makeWdlTable(name, {}, [](const ending &) { return choice{}; }));
+    writeBytes(directory / (std::string(name) + ".rtbw"),
+               makeWdlTable(name, {}, [](const ending &) { return choice{}; }));
     recipe full = how;
     full.spoilt = [](const ending &position) { return std::abs(distanceOf(position).wdl) == 1; };
-    directory.write(std::string(name) + ".rtbz",
-                    makeDtzTable(name, full,
-                                 [](const ending &position)
-                                 {
-                                     const auto [wdl, plies] = distanceOf(position);
-                                     const int value = plies + (std::abs(wdl) == 1 ? 101 : 1);
-                                     return choice{wdl > 0 ? value : -value, freedom::exact};
-                                 }));
-    initTablebases(directory.path());
+    writeBytes(directory / (std::string(name) + ".rtbz"),
+               makeDtzTable(name, full,
+                            [](const ending &position)
+                            {
+                                const auto [wdl, plies] = distanceOf(position);
+                                const int value = plies + (std::abs(wdl) == 1 ? 101 : 1);
+                                return choice{wdl > 0 ? value : -value, freedom::exact};
+                            }));
+    initTablebases(directory.path);
     expectAll(name, how.places[0], how.storedSide, dtzKind,
               [&](const ending &position, int &wdl)
               {
