@@ -1,8 +1,7 @@
 // Limits and clock figures of the current search. All times are milliseconds.
 //
-// Threads: written by the console at each `go`, read by all search threads, which write only
-// `elapsedMs`; every field is relaxed, as a `go` that has to wait for a running search has already
-// written its limits.
+// Threads: written by the console at each `go`, while no search runs, and read by all search
+// threads, which write only `elapsedMs`. The console alone uses `gamePlyHint` and `newGame`.
 #pragma once
 
 #include <cstdint>

@@ -10,19 +10,14 @@ namespace tarvonel
 
 // A search that has been told to stop is only winding up: a controller may send its next command
 // as soon as it has read the answer.
-bool mayAwaitSearchEnd(const std::string &command)
-{
-    const bool isEndless = searchLimits.infinite || pondering;
-    if (!isEndless || stopSearch || !isSearchRunning())
-        return true;
-    printInfo(command + " refused: an infinite or ponder search is running, stop it first");
-    return false;
-}
-
 bool awaitSearchEnd(const std::string &command)
 {
-    if (!mayAwaitSearchEnd(command))
+    const bool isEndless = searchLimits.infinite || pondering;
+    if (isEndless && !stopSearch && isSearchRunning())
+    {
+        printInfo(command + " refused: an infinite or ponder search is running, stop it first");
         return false;
+    }
     waitForSearch();
     return true;
 }

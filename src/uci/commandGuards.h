@@ -12,9 +12,6 @@ namespace tarvonel
 /// read that command any more: then it prints that `command` is refused and returns false.
 bool awaitSearchEnd(const std::string &command);
 
-/// The first half of `awaitSearchEnd`: false, with the message, if `command` has to be refused.
-bool mayAwaitSearchEnd(const std::string &command);
-
 /// Whether `mainPos` may be searched, counted or evaluated; says so if not. Game moves are taken on
 /// trust and can leave a position without a king, or with one that could be taken.
 bool isMainPositionPlayable();

@@ -21,9 +21,9 @@ namespace
 constexpr int defaultClock = 900000;
 constexpr int defaultMovesToGo = 30;
 
-void resetLimits()
+void resetLimits(std::int64_t startTimeMs)
 {
-    searchLimits.startTimeMs = millisecondsNow();
+    searchLimits.startTimeMs = startTimeMs;
     pondering = false;
     for (colour side : {white, black})
     {
@@ -53,7 +53,7 @@ template <typename T> void readNumber(std::istream &words, relaxed<T> &field)
         words.clear(words.rdstate() & ~std::ios::failbit);
 }
 
-endlessWords readLimits(std::istream &words)
+void readLimits(std::istream &words)
 {
     struct numberWord
     {
@@ -66,14 +66,13 @@ endlessWords readLimits(std::istream &words)
         {"movestogo", &searchLimits.movesToGo},   {"depth", &searchLimits.depthLimit},
         {"mate", &searchLimits.mateLimit},        {"movetime", &searchLimits.moveTime},
     };
-    endlessWords found;
     std::string word;
     while (words >> word)
     {
         if (word == "ponder")
-            found.ponder = true;
+            pondering = true;
         else if (word == "infinite")
-            found.infinite = true;
+            searchLimits.infinite = true;
         else if (word == "nodes")
             readNumber(words, searchLimits.nodes);
         for (const numberWord &row : numberWords)
@@ -82,7 +81,6 @@ endlessWords readLimits(std::istream &words)
         if (word == "movestogo")
             searchLimits.movesToGoGiven = true;
     }
-    return found;
 }
 
 /// A controller waits for an answer to every `go`.
@@ -90,12 +88,11 @@ void answerWithoutSearch() { printLine("bestmove " + moveText(noMove, mainPos.si
 
 } // namespace
 
-endlessWords prepareSearchLimits(std::istream &words)
+void prepareSearchLimits(std::istream &words, std::int64_t startTimeMs)
 {
-    resetLimits();
-    const endlessWords endless = readLimits(words);
+    resetLimits(startTimeMs);
+    readLimits(words);
     allotTime();
-    return endless;
 }
 
 void goCommand(std::istream &words)
@@ -105,12 +102,12 @@ void goCommand(std::istream &words)
         printNetFileMissing("the position");
         return;
     }
-    if (!mayAwaitSearchEnd("go"))
+    const std::int64_t startTimeMs = millisecondsNow();
+    if (!awaitSearchEnd("go"))
         return;
-    const endlessWords endless = prepareSearchLimits(words);
-    waitForSearch();
-    searchLimits.infinite = endless.infinite;
-    pondering = endless.ponder;
+    prepareSearchLimits(words, startTimeMs);
+    if (!theBoss().isStarted()) // the search runs on this thread, and nobody could stop it
+        searchLimits.infinite = pondering = false;
     if (isMainPositionPlayable())
         startSearch(mainPos);
     else

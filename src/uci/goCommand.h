@@ -1,26 +1,20 @@
 // The `go` command.
 #pragma once
 
+#include <cstdint>
 #include <istream>
 
 namespace tarvonel
 {
 
 /// Starts a search of `mainPos` with the limits that the rest of the line in `words` tells, and
-/// returns while it runs. Waits for a search that still runs; refuses with a message if that one is
-/// infinite or ponders, or if there is no network.
+/// returns while it runs. Waits for a search that still runs, whose limits stay as they are: with
+/// those of this line it might not end for hours, and until then no `stop` could be read. Refuses
+/// with a message if that search is infinite or ponders, or if there is no network.
 void goCommand(std::istream &words);
 
-/// Words without a value that make a search endless. They are kept back until the search before
-/// has ended: that one would otherwise become endless, and nothing could end it.
-struct endlessWords
-{
-    bool ponder = false;
-    bool infinite = false;
-};
-
-/// The first half of `goCommand`: starts the clock, resets `searchLimits`, reads the rest of the
-/// line into it and allots the time.
-endlessWords prepareSearchLimits(std::istream &words);
+/// The middle of `goCommand`: resets `searchLimits` and `pondering`, reads the rest of the line into
+/// them and allots the time, which is measured from `startTimeMs` on. No search may run.
+void prepareSearchLimits(std::istream &words, std::int64_t startTimeMs);
 
 } // namespace tarvonel

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <climits>
 #include <csignal>
 #include <cstdlib>
 
@@ -80,14 +81,26 @@ engineProcess::~engineProcess()
 
 void engineProcess::send(const std::string &line) { sendRaw(line + '\n'); }
 
+// Reads what comes meanwhile: two full pipes would stop both sides for ever.
 void engineProcess::sendRaw(const std::string &bytes)
 {
     for (std::size_t done = 0; done < bytes.size();)
     {
-        const ssize_t written = write(input, bytes.data() + done, bytes.size() - done);
-        if (written <= 0)
+        pollfd ends[] = {{input, POLLOUT, 0}, {output, POLLIN, 0}};
+        if (poll(ends, 2, defaultTimeoutMs) <= 0)
         {
             ADD_FAILURE() << "the engine takes no input";
+            return;
+        }
+        if ((ends[1].revents & POLLIN) != 0)
+            fillBuffer(0);
+        if (ends[0].revents == 0)
+            continue;
+        const std::size_t count = std::min<std::size_t>(bytes.size() - done, PIPE_BUF); // never blocks
+        const ssize_t written = write(input, bytes.data() + done, count);
+        if (written <= 0)
+        {
+            ADD_FAILURE() << "the engine has closed its input";
             return;
         }
         done += static_cast<std::size_t>(written);

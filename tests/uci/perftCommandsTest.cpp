@@ -70,8 +70,8 @@ TEST_F(regressionRun, rtestQTVComparesSixDepths)
 {
     const std::string good = "Results of the perft checks (0 = wrong, 1 = OK) : 1\n",
                       bad = "Results of the perft checks (0 = wrong, 1 = OK) : 0\n";
-    const std::string kings = kingsFen, mated = matedFen;
-    const std::string kingsRight = kings + ";D1 5;D2 25;D3 170;D4 1156;D5 7922;D6 53932\n";
+    const std::string rook = "4k3/8/8/8/8/8/8/4K2R w K - 0 1", mated = matedFen;
+    const std::string rookRight = rook + ";D1 15;D2 66;D3 1197;D4 7059;D5 133987;D6 764643\n";
     const std::string matedRight = mated + ";D1 0;D2 0;D3 0;D4 0;D5 0;D6 0\n";
     struct
     {
@@ -79,10 +79,10 @@ TEST_F(regressionRun, rtestQTVComparesSixDepths)
         int result;
     } const cases[] = {
         {"", good, 1},
-        {kingsRight + matedRight, kings + "\nOkidoki\n" + mated + "\nOkidoki\n" + good, 1},
+        {rookRight + matedRight, rook + "\nOkidoki\n" + mated + "\nOkidoki\n" + good, 1},
         // a wrong count ends its line, not the run
-        {kings + ";D1 5;D2 26;D3 1;D4 1;D5 1;D6 1\n" + matedRight,
-         kings + "\nWRONGGGGGGGGGGGG 2 correct : 26 berekend : 25\n" + mated + "\nOkidoki\n" + bad, 0},
+        {rook + ";D1 15;D2 65;D3 1;D4 1;D5 1;D6 1\n" + matedRight,
+         rook + "\nWRONGGGGGGGGGGGG 2 correct : 65 berekend : 66\n" + mated + "\nOkidoki\n" + bad, 0},
     };
     for (const auto &c : cases)
     {

@@ -28,8 +28,15 @@ std::string menOnBoard()
 {
     std::string men;
     for (int square = 0; square < squareCount; ++square)
-        if (const pieceCode code = mainPos.board[square]; code != emptySquare)
-            men += (men.empty() ? "" : " ") + std::string(1, pieceLetters[code]) + squareText(square);
+    {
+        const pieceCode code = mainPos.board[square];
+        if (code == emptySquare)
+            continue;
+        if (!men.empty())
+            men += ' ';
+        men += pieceLetters[code];
+        men += squareText(square);
+    }
     return men;
 }
 

@@ -8,6 +8,7 @@
 
 #include "board/engineOptions.h"
 #include "search/searchLimits.h"
+#include "search/worker.h"
 #include "support/sharedData.h"
 #include "uci/consoleOutput.h"
 #include "uci/goCommand.h"
@@ -27,7 +28,7 @@ void allotFor(const std::string &position, const std::string &go)
     searchLimits.incrementFactor = 1.37F;
     outputOf(positionCommand, position);
     std::istringstream words(go);
-    prepareSearchLimits(words);
+    prepareSearchLimits(words, 0);
 }
 
 class timeAllotment : public testing::Test
@@ -101,11 +102,11 @@ TEST_F(timeAllotment, incrementFactorHoldsForTheGame)
     allotFor("startpos", "wtime 60000 winc 600");
     EXPECT_FLOAT_EQ(searchLimits.incrementFactor, 1.37F);
     std::istringstream later("wtime 60000");
-    prepareSearchLimits(later);
+    prepareSearchLimits(later, 0);
     EXPECT_FLOAT_EQ(searchLimits.incrementFactor, 1.37F);
     searchLimits.newGame = true;
     std::istringstream nextGame("wtime 60000");
-    prepareSearchLimits(nextGame);
+    prepareSearchLimits(nextGame, 0);
     EXPECT_FLOAT_EQ(searchLimits.incrementFactor, 1.75F);
 }
 
@@ -113,10 +114,10 @@ TEST_F(timeAllotment, goWordsFillTheirLimits)
 {
     std::istringstream words("depth 7 nodes 18446744073709551615 mate -3 ponder wtime 1 btime 2 winc 3 binc 4 "
                              "infinite movestogo 5 movetime 6");
-    const endlessWords endless = prepareSearchLimits(words);
-    EXPECT_TRUE(endless.ponder);
-    EXPECT_TRUE(endless.infinite);
-    EXPECT_FALSE(searchLimits.infinite) << "set before the search before has ended, it would never end";
+    prepareSearchLimits(words, 12345);
+    EXPECT_EQ(searchLimits.startTimeMs, 12345);
+    EXPECT_TRUE(pondering);
+    EXPECT_TRUE(searchLimits.infinite);
     EXPECT_EQ(searchLimits.depthLimit, 7);
     EXPECT_EQ(searchLimits.nodes, std::numeric_limits<std::uint64_t>::max());
     EXPECT_EQ(searchLimits.mateLimit, -3);
@@ -129,7 +130,9 @@ TEST_F(timeAllotment, goWordsFillTheirLimits)
     EXPECT_EQ(searchLimits.moveTime, 6);
 
     std::istringstream none("");
-    prepareSearchLimits(none);
+    prepareSearchLimits(none, 0);
+    EXPECT_FALSE(pondering);
+    EXPECT_FALSE(searchLimits.infinite);
     EXPECT_EQ(searchLimits.depthLimit, 0);
     EXPECT_EQ(searchLimits.nodes, 0U);
     EXPECT_EQ(searchLimits.mateLimit, 0);
