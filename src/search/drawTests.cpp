@@ -29,7 +29,7 @@ bool isRepetition(int ply, const pos &position)
 
 bool isMaterialDraw(const pos &position)
 {
-    constexpr int minorValue = mgOf(pieceValue[bishop]);
+    const int minorValue = mgOf(pieceValue[bishop]);
     return (position.bitboards[whitePawn] | position.bitboards[blackPawn]) == 0 &&
            mgOf(position.material[white]) <= minorValue && mgOf(position.material[black]) <= minorValue;
 }

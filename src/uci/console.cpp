@@ -11,6 +11,8 @@
 #include "search/searchLimits.h"
 #include "search/transpositionTable.h"
 #include "search/worker.h"
+#include "tuner/optimiser.h"
+#include "tuner/texelWorker.h"
 #include "uci/commandGuards.h"
 #include "uci/diagnostics.h"
 #include "uci/engineVersion.h"
@@ -28,11 +30,13 @@ namespace
 {
 
 constexpr int defaultPerftDepth = 6;
+constexpr int defaultTunerThreads = 4;
 
 /// What the console keeps from one command to the next.
 struct consoleState
 {
     int perftDepth = defaultPerftDepth;
+    int tunerThreads = defaultTunerThreads;
 };
 
 struct commandRow
@@ -71,19 +75,38 @@ void identify(std::istream &, consoleState &)
 
 void answerReady(std::istream &, consoleState &) { printLine("readyok"); }
 
-/// A depth on the line is kept for the next `perft` without one.
+/// Reads the number at the start of the next word into `kept`, which stays as it is if no word is
+/// left. If the word is no number of that range, says so, beginning with `need`, and returns false.
+bool readKeptNumber(std::istream &words, int &kept, int low, int high, const std::string &need)
+{
+    std::string word;
+    if (!(words >> word))
+        return true;
+    int number = 0;
+    if (!(std::istringstream(word) >> number) || number < low || number > high)
+    {
+        printInfo(need + " from " + std::to_string(low) + " to " + std::to_string(high));
+        return false;
+    }
+    kept = number;
+    return true;
+}
+
 void runPerft(std::istream &words, consoleState &state)
 {
-    int depth = state.perftDepth;
-    if (!(words >> std::ws).eof())
-        words >> depth;
-    if (words.fail() || depth < minPerftDepth || depth > maxPerftDepth)
-    {
-        printInfo("perft needs a depth from " + std::to_string(minPerftDepth) + " to " + std::to_string(maxPerftDepth));
+    if (readKeptNumber(words, state.perftDepth, minPerftDepth, maxPerftDepth, "perft needs a depth"))
+        perftCommand(state.perftDepth);
+}
+
+/// Starts from fresh tables, the transposition table included.
+void runTexel(std::istream &words, consoleState &state)
+{
+    if (!readKeptNumber(words, state.tunerThreads, minTunerThreads, maxTunerThreads, "texel needs a thread count") ||
+        !awaitSearchEnd("texel"))
         return;
-    }
-    state.perftDepth = depth;
-    perftCommand(depth);
+    initTables();
+    ttResize(engineOptions.hashMegabytes);
+    texel(state.tunerThreads, mainPos, printText);
 }
 
 void runRtest(std::istream &, consoleState &)
@@ -115,6 +138,7 @@ constexpr commandRow commandTable[] = {
     {"rtest", runRtest},
     {"rtestQTV", [](std::istream &, consoleState &) { rtestQTV(); }},
     {"perft", runPerft},
+    {"texel", runTexel},
     {"showboard", [](std::istream &, consoleState &) { showBoard(); }},
     {"evil", [](std::istream &, consoleState &) { printEvaluation(); }},
     {"hashstats", [](std::istream &, consoleState &) { hashStatistics(); }},
@@ -136,6 +160,7 @@ void startUp()
 void shutDown()
 {
     rebuildWorkerPool(0);
+    createTexelWorkers(0, printText);
     ttRelease();
 }
 
