@@ -10,14 +10,14 @@ namespace tarvonel
 {
 
 /// Receives whole lines, ends included, one write per call. Never called by two threads at once.
-using tunerOutput = std::function<void(std::string_view text)>;
+using tunerOutput = std::function<void(std::string_view)>;
 
 /// The parts one after the other, numbers as standard streams write them, and a line end.
 template <typename... Parts> std::string lineOf(const Parts &...parts)
 {
-    std::ostringstream line;
-    (line << ... << parts) << '\n';
-    return line.str();
+    std::ostringstream text;
+    (text << ... << parts) << '\n';
+    return text.str();
 }
 
 } // namespace tarvonel

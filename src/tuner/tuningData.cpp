@@ -35,9 +35,9 @@ struct skippedLines
 
 /// Puts the words before the marker, each followed by a blank, into `fen`; false if there is no
 /// marker.
-bool readFenWords(const std::string &line, std::string &fen)
+bool readFenWords(const std::string &lineText, std::string &fen)
 {
-    std::istringstream words(line);
+    std::istringstream words(lineText);
     fen.clear();
     for (std::string word; words >> word && word != markerWord;)
         fen += word + ' ';
@@ -94,10 +94,10 @@ bool loadTuningPositions(pos &position, const tunerOutput &print)
 void readTuningPositions(std::istream &file, pos &position, const tunerOutput &print)
 {
     skippedLines skipped;
-    std::string line, fen;
-    while (std::getline(file, line))
+    std::string lineText, fen;
+    while (std::getline(file, lineText))
     {
-        if (!readFenWords(line, fen))
+        if (!readFenWords(lineText, fen))
             ++skipped.withoutMarker;
         else if (!setUpPlayable(fen, position))
             ++skipped.unplayable;

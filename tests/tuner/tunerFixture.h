@@ -1,0 +1,41 @@
+// What the tests of the tuner share: a network in force, an empty list of positions, terms and K as
+// shipped, and what the tuner prints.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "board/pos.h"
+#include "tuner/tunerOutput.h"
+
+namespace tarvonel
+{
+
+class tunerFixture : public testing::Test
+{
+  protected:
+    void SetUp() override;
+    void TearDown() override;
+
+    /// Takes the text of a data file in.
+    void read(const std::string &fileText);
+    /// Replaces each label by what the tunable terms, as they stand, say.
+    void labelByTerms();
+
+    std::string printed;
+    tunerOutput print = [this](std::string_view text) { printed += text; };
+    std::unique_ptr<pos> position = std::make_unique<pos>();
+};
+
+/// The lines of a data file from positions of random games.
+std::string randomFileText(int games);
+
+/// The score by `evaluate` with fresh tables, from white's view.
+int freshWhiteScore(const std::string &fen);
+
+std::vector<std::string> linesOf(const std::string &text);
+
+} // namespace tarvonel

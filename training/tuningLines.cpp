@@ -1,0 +1,70 @@
+#include "tuningLines.h"
+
+#include <memory>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "board/makeMove.h"
+#include "board/setup.h"
+#include "gameBoard.h"
+
+namespace tarvonel
+{
+
+namespace
+{
+
+constexpr int firstPly = 8;
+constexpr int pliesBetween = 5; ///< an odd number, so that both colours are to move
+constexpr int lastPly = 120;    ///< by then one side is far ahead in most random games
+
+struct playedGame
+{
+    std::vector<std::string> fens;
+    const char *result;
+};
+
+const char *resultOf(gameEnd end, int loser)
+{
+    if (end != gameEnd::checkmate)
+        return "1/2-1/2";
+    return loser == white ? "0-1" : "1-0";
+}
+
+playedGame playRandomGame(gameBoard &board, std::mt19937_64 &random)
+{
+    setupGame(board, startPositionFen);
+    const pos &position = board.position;
+    playedGame game;
+    gameEnd end = gameEnd::none;
+    for (int ply = 0; ply <= lastPly && end == gameEnd::none; ++ply)
+    {
+        const std::vector<moveCode> moves = legalMoves(board);
+        end = endOfGame(board, moves);
+        if (end != gameEnd::none)
+            break;
+        if (ply >= firstPly && (ply - firstPly) % pliesBetween == 0 && position.info[0].inCheck == 0)
+            game.fens.push_back(fenOf(position, false, ply / 2 + 1));
+        playGameMove(board.position, moves[random() % moves.size()]);
+    }
+    game.result = resultOf(end, position.sideToMove);
+    return game;
+}
+
+} // namespace
+
+void writeTuningLines(std::ostream &out, std::int64_t count, std::uint64_t seed)
+{
+    const auto board = std::make_unique<gameBoard>();
+    std::mt19937_64 random(seed);
+    while (count > 0)
+    {
+        const playedGame game = playRandomGame(*board, random);
+        for (const std::string &fen : game.fens)
+            if (count-- > 0)
+                out << fen << " c9 \"" << game.result << "\";\n";
+    }
+}
+
+} // namespace tarvonel
