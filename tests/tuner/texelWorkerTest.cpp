@@ -2,7 +2,8 @@
 
 #include <algorithm>
 #include <cmath>
-#include <numeric>
+#include <cstdlib>
+#include <functional>
 
 #include "eval/evalTerms.h"
 #include "eval/evaluate.h"
@@ -57,17 +58,10 @@ TEST(tuningSliceTest, theLastThreadTakesTheRemainder)
 
 TEST_F(texelWorkerTest, theErrorIsThatOfTheDefinitionOnAnyNumberOfThreads)
 {
-    read(randomFileText(6));
-    const auto handSet =
-        std::ranges::count_if(tuningPositions,
-                              [](const tuningPosition &each)
-                              {
-                                  const posHead &head = each.head;
-                                  return std::abs(egOf(head.material[white] - head.material[black] +
-                                                       head.squareScore[white] - head.squareScore[black])) >= 400;
-                              });
-    ASSERT_GT(handSet, 10);
-    ASSERT_GT(static_cast<long>(tuningPositions.size()) - handSet, 50);
+    read(randomFileText(400));
+    const auto isHandSet = [](const tuningPosition &each) { return std::abs(endGameBalance(each.head)) >= 400; };
+    ASSERT_GT(std::ranges::count_if(tuningPositions, isHandSet), 100);
+    ASSERT_GT(std::ranges::count_if(tuningPositions, std::not_fn(isHandSet)), 100);
 
     for (const double k : {0.0, 1.25, 3.55})
     {
@@ -92,7 +86,7 @@ TEST_F(texelWorkerTest, eachThreadAnnouncesItselfInALineOfItsOwn)
 
 TEST_F(texelWorkerTest, cachesHideNoChangeOfATerm)
 {
-    read(randomFileText(3));
+    read(randomFileText(200));
     createTexelWorkers(2, print);
     for (combEval *term :
          {&tunableTerms.frame.tempo, &tunableTerms.pawns.isolated[3], &tunableTerms.pieces.rookOpenFile})

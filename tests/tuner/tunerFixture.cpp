@@ -1,11 +1,13 @@
 #include "tuner/tunerFixture.h"
 
+#include <cstdlib>
+#include <random>
 #include <sstream>
 
+#include "board/setup.h"
 #include "eval/evalTerms.h"
 #include "eval/evaluate.h"
 #include "eval/evaluationSupport.h"
-#include "support/randomGames.h"
 #include "support/syntheticNetwork.h"
 #include "tuner/texelWorker.h"
 #include "tuner/tuningData.h"
@@ -17,6 +19,35 @@ namespace
 {
 
 constexpr double startingK = 3.55;
+constexpr int handSetBalance = 400;
+constexpr int outerBalance = 600;
+
+/// The kings, up to six pawns and up to four pieces of each colour, anywhere.
+std::string randomFen(std::mt19937 &random)
+{
+    std::string squares(64, '1');
+    const auto put = [&](char letter)
+    {
+        const bool isPawn = letter == 'P' || letter == 'p';
+        for (;;)
+            if (char &square = squares[isPawn ? 8 + random() % 48 : random() % 64]; square == '1')
+            {
+                square = letter;
+                return;
+            }
+    };
+    for (const std::string letters : {"KPNBRQ", "kpnbrq"})
+    {
+        put(letters[0]);
+        for (auto pawns = random() % 7; pawns > 0; --pawns)
+            put(letters[1]);
+        for (auto pieces = random() % 5; pieces > 0; --pieces)
+            put(letters[2 + random() % 4]);
+    }
+    for (std::size_t rank = 7; rank > 0; --rank)
+        squares.insert(8 * rank, "/");
+    return squares + (random() % 2 == 0 ? " w" : " b") + " - - 0 1";
+}
 
 void resetTuner()
 {
@@ -45,6 +76,12 @@ void tunerFixture::read(const std::string &fileText)
     readTuningPositions(file, *position, print);
 }
 
+void tunerFixture::keepHandSetPositions()
+{
+    std::erase_if(tuningPositions,
+                  [](const tuningPosition &each) { return std::abs(endGameBalance(each.head)) < handSetBalance; });
+}
+
 void tunerFixture::labelByTerms()
 {
     for (tuningPosition &each : tuningPositions)
@@ -55,17 +92,28 @@ void tunerFixture::labelByTerms()
     }
 }
 
-std::string randomFileText(int games)
+std::string randomFileText(int count)
 {
+    std::mt19937 random(7);
+    const auto position = std::make_unique<pos>();
     std::string text;
-    int number = 0;
-    playRandomGames({.seed = 7, .games = games, .plies = 120},
-                    [&](const pos &, const bruteForce::letterBoard &board)
-                    {
-                        if (number++ % 3 == 0)
-                            text += bruteForce::writeFen(board, false) + " c9 \"1-0\";\n";
-                    });
+    for (int taken = 0; taken < count;)
+    {
+        const std::string fen = randomFen(random);
+        if (!setupPosition(fen, *position).empty() || !isPlayable(*position))
+            continue;
+        const int size = std::abs(endGameBalance(*position));
+        if (size >= outerBalance || (size < handSetBalance && taken % 3 == 0))
+            continue;
+        text += fen + " c9 \"1-0\";\n";
+        ++taken;
+    }
     return text;
+}
+
+int endGameBalance(const posHead &head)
+{
+    return egOf(head.material[white] - head.material[black] + head.squareScore[white] - head.squareScore[black]);
 }
 
 int freshWhiteScore(const std::string &fen)

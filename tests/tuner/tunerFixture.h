@@ -22,19 +22,25 @@ class tunerFixture : public testing::Test
 
     /// Takes the text of a data file in.
     void read(const std::string &fileText);
+    /// Leaves the positions that the network scores out of the list.
+    static void keepHandSetPositions();
     /// Replaces each label by what the tunable terms, as they stand, say.
-    void labelByTerms();
+    static void labelByTerms();
 
     std::string printed;
     tunerOutput print = [this](std::string_view text) { printed += text; };
     std::unique_ptr<pos> position = std::make_unique<pos>();
 };
 
-/// The lines of a data file from positions of random games.
-std::string randomFileText(int games);
+/// The lines of a data file: random positions that the tuner takes, about a third of which are so
+/// unbalanced that the hand-set terms score them.
+std::string randomFileText(int count);
 
 /// The score by `evaluate` with fresh tables, from white's view.
 int freshWhiteScore(const std::string &fen);
+
+/// The end-game balance, which chooses between the evaluators.
+int endGameBalance(const posHead &head);
 
 std::vector<std::string> linesOf(const std::string &text);
 

@@ -83,8 +83,7 @@ TEST_F(tuningDataTest, linesTakenDroppedAndSkipped)
 
 TEST_F(tuningDataTest, recordsAreTheSetUpPositionsLabelledByTheNetwork)
 {
-    const std::string fens[] = {startPositionFen, blackToMove, enPassantPossible,
-                                "8/4Q3/5P1r/p1pk1p1p/7P/1pP3N1/1n1K4/8 b - - 0 60"};
+    const std::string fens[] = {startPositionFen, blackToMove, enPassantPossible, "4k3/8/3N4/8/8/8/8/4K3 b - - 0 60"};
     std::string fileText;
     for (const std::string &fen : fens)
         fileText += fen + " c9 \"1/2-1/2\";\n";
