@@ -1,0 +1,254 @@
+// Matches between scripted players: results by the rules, by adjudication and by fault, and what
+// the statistics make of them.
+
+#include <cmath>
+#include <fstream>
+#include <string>
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+#include "board/attackTables.h"
+#include "board/engineOptions.h"
+#include "board/setup.h"
+#include "elo.h"
+#include "matchGame.h"
+
+namespace tarvonel
+{
+namespace
+{
+
+/// A player that answers each "go" with the next of its words; "exit" ends it, "slow:MOVE" waits
+/// first. Each move comes with the report of a score, +12 centipawns.
+constexpr const char *scriptedPlayer = R"(moves="$*"
+while read -r word rest; do
+  case "$word" in
+    uci) echo uciok ;;
+    isready) echo readyok ;;
+    ucinewgame) set -- $moves ;;
+    quit) exit 0 ;;
+    go) case "$1" in
+          exit) exit 7 ;;
+          slow:*) sleep 1.7 ;;
+        esac
+        echo "info score cp 12 depth 10 nodes 500 pv $1"
+        echo "bestmove ${1#slow:} ponder e7e5"
+        shift ;;
+  esac
+done
+)";
+
+class matchGameTest : public testing::Test
+{
+  protected:
+    static void SetUpTestSuite() { initTables(); }
+
+    void SetUp() override
+    {
+        script = testing::TempDir() + "scriptedPlayer" + std::to_string(getpid()) + ".sh";
+        std::ofstream(script) << scriptedPlayer;
+    }
+    void TearDown() override
+    {
+        unlink(script.c_str());
+        engineOptions.chess960 = false;
+    }
+
+    finishedGame play(const gamePlan &plan, const std::string &whiteMoves, const std::string &blackMoves) const
+    {
+        const engineSettings settings[2] = {{"first", {"sh", script, whiteMoves}, "", {}, plan.chess960},
+                                            {"second", {"sh", script, blackMoves}, "", {}, plan.chess960}};
+        matchEngine engines[2];
+        for (int i = 0; i < 2; ++i)
+        {
+            engines[i].settings = &settings[i];
+            EXPECT_EQ(startEngine(engines[i]), "");
+        }
+        finishedGame game = playGame(engines[0], engines[1], plan);
+        stopEngine(engines[0]);
+        stopEngine(engines[1]);
+        return game;
+    }
+
+    std::string script;
+};
+
+struct knownGame
+{
+    const char *fen, *whiteMoves, *blackMoves;
+    int whitePoints;
+    gameFault fault;
+    const char *reason; ///< part of it
+    const char *lastMove;
+};
+
+const char *const start = startPositionFen;
+const knownGame knownGames[] = {
+    {start, "f2f3 g2g4", "e7e5 d8h4", 0, gameFault::none, "checkmate", "Qh4#"},
+    {start, "e2e4 d1h5 f1c4 h5f7", "e7e5 b8c6 g8f6", 2, gameFault::none, "checkmate", "Qxf7#"},
+    {start, "g1f3 f3g1 g1f3 f3g1", "g8f6 f6g8 g8f6 f6g8", 1, gameFault::none, "threefold", "Ng8"},
+    {"7k/8/8/6Q1/8/8/8/K7 w - - 0 1", "g5g6", "", 1, gameFault::none, "stalemate", "Qg6"},
+    {"7k/8/8/8/8/8/8/KR6 w - - 98 70", "b1b2", "h8h7", 1, gameFault::none, "fifty", "Kh7"},
+    {"7k/8/8/8/8/8/1r6/K7 w - - 0 1", "a1b2", "", 1, gameFault::none, "material", "Kxb2"},
+    {"8/P6k/8/8/8/8/8/K7 w - - 0 1", "a7a8q exit", "h7g7", 0, gameFault::crash, "exit code 7", "Kg7"},
+    {"7k/8/5Q2/8/8/8/8/K7 b - - 0 1", "", "h8g7", 2, gameFault::illegalMove, "illegal move: h8g7", ""},
+    {"4k3/8/8/8/8/1N6/8/1N2K3 w - - 0 1", "b1d2 e1e2", "e8e7 exit", 2, gameFault::crash, "exit code 7", "Ke2"},
+    {"4k3/8/8/8/8/1N6/8/1N2K3 w - - 0 1", "b1d2 exit", "e8e7", 0, gameFault::crash, "exit code 7", "Ke7"},
+    {start, "e2e4 d2d4", "e7e5 a1a1", 2, gameFault::illegalMove, "illegal move: a1a1", "d4"},
+    {start, "e2e4 slow:d2d4", "e7e5 d7d5", 0, gameFault::timeLoss, "loses on time", "e5"},
+};
+
+TEST_F(matchGameTest, knownGamesAreScoredRightly)
+{
+    matchTally tally;
+    for (const knownGame &known : knownGames)
+    {
+        SCOPED_TRACE(std::string(known.fen) + ": " + known.whiteMoves);
+        gamePlan plan;
+        plan.openingFen = known.fen;
+        plan.limits.moveTime = 1500;
+        const finishedGame game = play(plan, known.whiteMoves, known.blackMoves);
+        ASSERT_TRUE(game.whitePoints.has_value());
+        EXPECT_EQ(*game.whitePoints, known.whitePoints);
+        EXPECT_EQ(game.fault, known.fault);
+        EXPECT_NE(game.reason.find(known.reason), std::string::npos) << game.reason;
+        EXPECT_EQ(game.moves.empty() ? "" : game.moves.back().text, known.lastMove);
+        countGame(tally, *game.whitePoints);
+    }
+    EXPECT_EQ(tally.wins, 4);
+    EXPECT_EQ(tally.draws, 4);
+    EXPECT_EQ(tally.losses, 4);
+}
+
+TEST_F(matchGameTest, chess960CastlingIsKingTakesRook)
+{
+    gamePlan plan;
+    plan.chess960 = engineOptions.chess960 = true;
+    plan.openingFen = "1k6/8/8/8/8/8/8/R4KR1 w GA - 0 1";
+    plan.limits.moveTime = 1500;
+    plan.rules.maxPlies = 2;
+    const finishedGame game = play(plan, "f1g1", "b8b7");
+    EXPECT_EQ(game.fault, gameFault::none);
+    ASSERT_EQ(game.moves.size(), 2U);
+    EXPECT_EQ(game.moves[0].text, "O-O");
+    EXPECT_EQ(game.positionLine, "position fen " + plan.openingFen + " moves f1g1 b8b7");
+}
+
+TEST_F(matchGameTest, pgnHoldsMovesScoresAndNumbers)
+{
+    gamePlan plan;
+    plan.openingFen = "r3k3/8/8/8/8/5n2/4P1P1/R1K4n b q - 3 31";
+    plan.limits.moveTime = 1500;
+    plan.rules.maxPlies = 3;
+    const finishedGame game = play(plan, "e2f3", "h1g3 e8c8");
+    pgnGame text{{{"White", "first"}}, "1/2-1/2", game.moves, game.firstMoveNumber, game.blackBegins};
+    for (pgnMove &move : text.moves)
+    {
+        EXPECT_EQ(move.comment.substr(0, 9), "+0.12/10 ");
+        move.comment.clear();
+    }
+    text.moves.front().comment = "+0.12/10";
+    EXPECT_EQ(pgnText(text), "[White \"first\"]\n\n31... Ng3 {+0.12/10} 32. exf3 O-O-O 1/2-1/2\n\n");
+}
+
+struct judgedGame
+{
+    const char *name;
+    std::vector<std::optional<int>> scores; ///< each from the mover's view, white first
+    std::optional<int> whitePoints;         ///< after the last of them; before it, the game goes on
+};
+
+TEST(adjudication, endsGamesOnlyWhenBothEnginesAgree)
+{
+    const adjudicationRules rules{
+        .resignScore = 500, .resignMoves = 2, .drawScore = 10, .drawMoves = 2, .drawPly = 6, .maxPlies = 8};
+    const judgedGame games[] = {
+        {"white winning", {600, -600, 700, -500}, 2},
+        {"black winning", {-600, 600, -700, 500}, 0},
+        {"one of them doubts", {600, -600, 700, -499, 600, -600, 700}, std::nullopt},
+        {"the two contradict each other", {600, 600, 600, 600, 600, 600, 600}, std::nullopt},
+        {"a move without a score", {600, -600, std::nullopt, -600, 600, -600}, std::nullopt},
+        {"level, but not before the ply", {0, 0, 0, 0, 10, -10}, 1},
+        {"too long", {100, 100, 100, 100, 100, 100, 100, 100}, 1},
+    };
+    for (const judgedGame &judged : games)
+    {
+        SCOPED_TRACE(judged.name);
+        adjudicator judge{rules};
+        std::string reason;
+        for (std::size_t i = 0; i < judged.scores.size(); ++i)
+        {
+            const std::optional<int> points = adjudicate(judge, static_cast<colour>(i % 2), judged.scores[i], reason);
+            EXPECT_EQ(points, i + 1 < judged.scores.size() ? std::nullopt : judged.whitePoints) << i;
+        }
+    }
+}
+
+TEST(elo, knownResultsGiveKnownRatings)
+{
+    matchTally tally{.wins = 60, .draws = 20, .losses = 20};
+    EXPECT_NEAR(estimateElo(tally).elo, 147.19, 0.01);
+    tally = {.wins = 20, .draws = 60, .losses = 20, .pairs = {10, 0, 30, 0, 10}};
+    EXPECT_DOUBLE_EQ(estimateElo(tally).elo, 0);
+    EXPECT_NEAR(estimateElo(tally).margin, 61.54, 0.05);
+    tally = {.wins = 5};
+    EXPECT_TRUE(std::isinf(estimateElo(tally).elo));
+    EXPECT_EQ(estimateElo(matchTally{}).margin, 0);
+}
+
+TEST(elo, likelihoodRatioFollowsTheEvidence)
+{
+    const matchTally even{.wins = 200, .draws = 600, .losses = 200, .pairs = {10, 90, 300, 90, 10}};
+    const matchTally better{.wins = 300, .draws = 600, .losses = 100, .pairs = {5, 45, 250, 150, 50}};
+    EXPECT_NEAR(expectedScore(0), 0.5, 1e-12);
+    EXPECT_GT(logLikelihoodRatio(better, 0, 20), upperBound(0.05, 0.05));
+    EXPECT_LT(logLikelihoodRatio(even, 0, 20), 0);
+    EXPECT_LT(logLikelihoodRatio(even, 20, 40), lowerBound(0.05, 0.05));
+    EXPECT_NEAR(logLikelihoodRatio(even, -10, 10), 0, 1e-9);
+    EXPECT_EQ(logLikelihoodRatio(matchTally{}, 0, 5), 0);
+    EXPECT_NEAR(upperBound(0.05, 0.05), 2.944, 0.001);
+}
+
+TEST(matchEngine, reportsAreReadWithTheirMates)
+{
+    struct reportCase
+    {
+        const char *line;
+        std::optional<int> score;
+        int depth;
+    };
+    const reportCase cases[] = {
+        {"info score cp -31 depth 12 seldepth 20 nodes 4000 nps 1 time 1 tbhits 0 pv e2e4 depth 99", -31, 12},
+        {"info score mate 2 depth 13 nodes 5", 31997, 13},
+        {"info score mate -2 depth 13 nodes 5", -31996, 13},
+        {"info string depth 7 score cp 9", std::nullopt, 0},
+        {"info score cp", std::nullopt, 0},
+        {"info score cp x depth 3", std::nullopt, 3},
+    };
+    for (const reportCase &report : cases)
+    {
+        engineAnswer answer;
+        readReport(report.line, answer);
+        EXPECT_EQ(answer.score, report.score) << report.line;
+        EXPECT_EQ(answer.depth, report.depth) << report.line;
+    }
+}
+
+TEST(matchEngine, programsThatCannotPlayAreToldApart)
+{
+    const engineSettings settings[] = {{"missing", {"/no/such/program"}, "", {}, false},
+                                       {"mute", {"true"}, "", {}, false},
+                                       {"lost", {"sh"}, "/no/such/directory", {}, false}};
+    const char *const messages[] = {"cannot start /no/such/program", "ended with exit code 0", "cannot start sh"};
+    for (int i = 0; i < 3; ++i)
+    {
+        matchEngine engine;
+        engine.settings = &settings[i];
+        const std::string error = startEngine(engine);
+        EXPECT_NE(error.find(messages[i]), std::string::npos) << error;
+    }
+}
+
+} // namespace
+} // namespace tarvonel

@@ -1,0 +1,130 @@
+// Games of the engine against itself, and which of their positions are learnt from.
+
+#include <filesystem>
+#include <string>
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+#include "board/makeMove.h"
+#include "eval/evaluate.h"
+#include "selfGame.h"
+#include "support/randomGames.h"
+#include "trainingData.h"
+
+namespace tarvonel
+{
+namespace
+{
+
+class selfGameTest : public testing::Test
+{
+  protected:
+    void SetUp() override
+    {
+        networkLimit = 0;
+        startSelfSearch(1);
+    }
+    void TearDown() override
+    {
+        endSelfSearch();
+        networkLimit = defaultNetworkLimit;
+    }
+
+    storedGame play(const selfPlayPlan &plan, std::uint64_t seed)
+    {
+        randomSource random(seed);
+        std::optional<storedGame> game;
+        while (!game)
+        {
+            game = playSelfGame(*board, plan, random);
+        }
+        return *game;
+    }
+
+    variantScope variant{true};
+    std::unique_ptr<gameBoard> board = std::make_unique<gameBoard>();
+};
+
+TEST_F(selfGameTest, gamesAreLegalReproducibleAndLearntFrom)
+{
+    const std::string path = testing::TempDir() + "selfGames" + std::to_string(getpid());
+    gameWriter writer;
+    ASSERT_EQ(openForAppending(writer, path), "");
+    for (const bool quick : {true, false})
+    {
+        selfPlayPlan plan;
+        plan.quick = quick;
+        plan.budget = {100, 400};
+        plan.opening.chess960Share = 0.5;
+        for (std::uint64_t seed = 1; seed <= 6; ++seed)
+        {
+            const storedGame game = play(plan, seed);
+            EXPECT_GT(game.moves.size(), 0U);
+            ASSERT_TRUE(appendGame(writer, game));
+            if (seed == 3)
+            {
+                EXPECT_EQ(encodeGame(play(plan, seed)), encodeGame(game));
+            }
+        }
+    }
+    closeWriter(writer);
+    trainingData data;
+    EXPECT_EQ(loadPositions(data, path, {}, 1000000), "");
+    EXPECT_EQ(data.games, 12U);
+    EXPECT_EQ(data.badGames, 0U);
+    EXPECT_EQ(data.positions, writer.summary.positions);
+    EXPECT_GT(data.training.size(), data.positions / 20);
+    EXPECT_LT(data.training.size(), data.positions);
+    std::filesystem::remove(path);
+    EXPECT_NE(loadPositions(data, path, {}, 1000000), "");
+}
+
+TEST_F(selfGameTest, searchFindsMatesAndKeepsItsBudget)
+{
+    ASSERT_EQ(setupGame(*board, "6k1/5ppp/8/8/8/8/5PPP/3R2K1 w - - 0 1"), "");
+    const searchedMove mate = searchMove(*board, {2000, 10000});
+    EXPECT_EQ(mate.score, 31999);
+    EXPECT_EQ(moveTo(mate.move), 59) << "Rd8";
+
+    ASSERT_EQ(setupGame(*board, "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq - 0 1"), "");
+    const searchedMove shallow = searchMove(*board, {300, 100000});
+    forgetSearches();
+    const searchedMove deep = searchMove(*board, {20000, 1000000});
+    EXPECT_GT(deep.depth, shallow.depth);
+    forgetSearches();
+    const searchedMove cut = searchMove(*board, {20000, 400});
+    EXPECT_LT(cut.depth, deep.depth);
+    EXPECT_NE(cut.move, noMove);
+}
+
+TEST_F(selfGameTest, onlyQuietBalancedPositionsAreLearntFrom)
+{
+    struct filterCase
+    {
+        const char *fen, *move;
+        int score;
+        bool isTaken;
+    };
+    const filterCase cases[] = {
+        {"4k3/pppp4/8/8/8/8/PPPP4/4K3 w - - 0 1", "a2a4", 20, true},
+        {"4k3/pppp4/8/8/8/8/PPPP4/4K3 w - - 0 1", "a2a4", unscored, false},
+        {"4k3/pppp4/8/8/8/8/PPPP4/4K3 w - - 0 1", "a2a4", 3001, false},
+        {"4k3/pppp4/8/8/1p6/P7/1PPP4/4K3 w - - 0 1", "a3b4", 20, false},
+        {"4k3/pppp4/8/8/8/8/PPPP3r/4K3 w - - 0 1", "e1d1", -20, false},
+        {"4k3/P3pppp/8/8/8/8/5PPP/4K3 w - - 0 1", "a7a8q", 20, false},
+        {"4k3/pppp4/8/8/8/8/PPPP4/R3K2R w HA - 0 1", "e1h1", 20, false},
+        {"r3k2r/pppp4/8/8/8/8/PPPP4/R3K2R w HAha - 0 1", "e1h1", 20, true},
+        {"4k3/pppp4/8/8/8/8/PPPP3r/R3K3 w A - 0 1", "a2a4", 20, true},
+    };
+    for (const filterCase &each : cases)
+    {
+        ASSERT_EQ(setupGame(*board, each.fen), "") << each.fen;
+        const moveCode move = findMove(*board, legalMoves(*board), each.move);
+        ASSERT_NE(move, noMove) << each.fen;
+        EXPECT_EQ(isWorthLearning(board->position, move, each.score, {}), each.isTaken) << each.fen << " " << each.move;
+    }
+}
+
+} // namespace
+} // namespace tarvonel

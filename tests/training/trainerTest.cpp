@@ -1,0 +1,274 @@
+// The trainer: what it learns, what it shares, and that the engine computes the same network.
+
+#include <algorithm>
+#include <cmath>
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+#include "eval/evaluate.h"
+#include "eval/network.h"
+#include "eval/networkFile.h"
+#include "eval/pawnEvaluation.h"
+#include "randomOpening.h"
+#include "support/randomGames.h"
+#include "trainerStep.h"
+
+namespace tarvonel
+{
+namespace
+{
+
+/// Ends of random games of all lengths, each a position of its own.
+template <typename Visitor> void visitRandomPositions(std::size_t count, std::uint64_t seed, const Visitor &visit)
+{
+    constexpr std::uint64_t longest = 80;
+    const variantScope variant{true};
+    const auto board = std::make_unique<gameBoard>();
+    randomSource random(seed);
+    while (count > 0)
+    {
+        if (drawOpening(*board, {static_cast<int>(random() % longest), 0.3}, random) >= 0)
+        {
+            visit(board->position);
+            --count;
+        }
+    }
+}
+
+/// Such positions with the hand-set evaluation as their score.
+std::vector<trainingPosition> scoredPositions(std::size_t count, std::uint64_t seed)
+{
+    const auto pawnTable = std::make_unique<pawnEntry[]>(pawnTableSize);
+    std::vector<trainingPosition> positions;
+    visitRandomPositions(count, seed,
+                         [&](pos &position)
+                         {
+                             position.pawnTable = pawnTable.get();
+                             const int forWhite = handSetScore(position);
+                             const int score = position.sideToMove == white ? forWhite : -forWhite;
+                             positions.push_back(packPosition(position, std::clamp(score, -1500, 1500), 1));
+                         });
+    return positions;
+}
+
+std::vector<featureLevel> levelsOf(const std::string &names)
+{
+    std::string error;
+    std::vector<featureLevel> levels = makeLevels(names, error);
+    EXPECT_EQ(error, "");
+    return levels;
+}
+
+/// A model after a short training, made once for all tests.
+class trainerTest : public testing::Test
+{
+  protected:
+    static constexpr std::size_t batchSize = 64;
+
+    static void SetUpTestSuite()
+    {
+        settings.resultShare = 0;
+        settings.rate = 0.002;
+        training = scoredPositions(9000, 3);
+        validation = scoredPositions(1500, 4);
+        model = std::make_unique<trainerModel>();
+        initialiseModel(*model, levelsOf("base,region,free"), 1);
+        workCrew crew(2);
+        errorBefore = meanError(*model, crew, validation, settings);
+        const workspacePointer workspace = makeWorkspace();
+        for (int epoch = 0; epoch < 8; ++epoch)
+        {
+            for (std::size_t first = 0; first + batchSize <= training.size(); first += batchSize)
+            {
+                learnBatch(*model, *workspace, crew, std::span(training).subspan(first, batchSize), settings);
+            }
+        }
+        errorAfter = meanError(*model, crew, validation, settings);
+    }
+    static void TearDownTestSuite() { model.reset(); }
+
+    static inline learningSettings settings;
+    static inline std::vector<trainingPosition> training, validation;
+    static inline std::unique_ptr<trainerModel> model;
+    static inline double errorBefore, errorAfter;
+};
+
+TEST_F(trainerTest, aShortTrainingLowersTheValidationError)
+{
+    EXPECT_LT(errorAfter, errorBefore / 2) << "from " << errorBefore;
+}
+
+TEST_F(trainerTest, engineAndTrainerAgreeOnTenThousandPositions)
+{
+    quantiseModel(*model, netWeights);
+    arrangeWeights();
+    std::vector<double> floats, integers;
+    double worst = 0;
+    visitRandomPositions(10000, 99,
+                         [&](pos &position)
+                         {
+                             const trainingPosition packed = packPosition(position, 0, 1);
+                             const int phase = std::clamp<int>(position.phase, 0, 24);
+                             floats.push_back(modelOutput(*model, packed) * outputScale(packed));
+                             position.accumulatorBlocks[0].computed = false;
+                             integers.push_back(networkScore(position, 0, phase));
+                             worst = std::max(worst, std::abs(floats.back() - integers.back()));
+                         });
+    double sums[5] = {};
+    for (std::size_t i = 0; i < floats.size(); ++i)
+    {
+        sums[0] += floats[i];
+        sums[1] += integers[i];
+        sums[2] += floats[i] * floats[i];
+        sums[3] += integers[i] * integers[i];
+        sums[4] += floats[i] * integers[i];
+    }
+    const double n = static_cast<double>(floats.size());
+    const double covariance = sums[4] / n - sums[0] / n * sums[1] / n;
+    const double floatVariance = sums[2] / n - sums[0] / n * sums[0] / n;
+    const double integerVariance = sums[3] / n - sums[1] / n * sums[1] / n;
+    const double correlation = covariance / std::sqrt(floatVariance * integerVariance);
+    RecordProperty("correlation", std::to_string(correlation));
+    RecordProperty("worstDifference", std::to_string(worst));
+    EXPECT_GT(floatVariance, 100.0 * 100.0) << "the outputs say too little to compare them";
+    EXPECT_GT(correlation, 0.999);
+    EXPECT_LT(worst, 60) << "centipawns";
+    std::cout << "correlation " << correlation << ", worst difference " << worst << " centipawns\n";
+}
+
+TEST_F(trainerTest, rowsNeverSeenHoldTheSharedValue)
+{
+    std::vector<bool> seen(featureCount);
+    for (const trainingPosition &position : training)
+    {
+        featureList list;
+        listFeatures(position, list);
+        for (const auto &half : list.features)
+        {
+            std::for_each_n(half, list.count, [&](std::uint16_t feature) { seen[feature] = true; });
+        }
+    }
+    EXPECT_GT(std::count(seen.begin(), seen.end(), false), featureCount / 10);
+    for (int feature = 0; feature < featureCount; feature += 7)
+    {
+        if (seen[static_cast<std::size_t>(feature)])
+        {
+            continue;
+        }
+        float shared[transformerWidth] = {};
+        for (const std::size_t level : {0, 1})
+        {
+            const std::size_t row = model->levels[level].rowOf[static_cast<std::size_t>(feature)];
+            addRow(shared, model->levelRows[level].weights.data() + row * transformerWidth);
+        }
+        float whole[transformerWidth];
+        sumFeatureRow(*model, feature, whole);
+        ASSERT_TRUE(std::equal(whole, whole + transformerWidth, shared)) << feature;
+    }
+}
+
+TEST_F(trainerTest, weightsStayWithinWhatTheFileHolds)
+{
+    const auto largest = [](const learntArray &array)
+    {
+        const auto [low, high] = std::minmax_element(array.weights.begin(), array.weights.end());
+        return std::max(-*low, *high);
+    };
+    trainerModel wild = *model;
+    learningSettings fast = settings;
+    fast.rate = 1.0;
+    workCrew crew(1);
+    const workspacePointer workspace = makeWorkspace();
+    for (int step = 0; step < 12; ++step)
+    {
+        learnBatch(wild, *workspace, crew, std::span(training).first(batchSize), fast);
+    }
+    for (const learntArray *array : {&wild.hidden1Weight, &wild.hidden2Weight, &wild.outputWeight})
+    {
+        EXPECT_LE(largest(*array), denseLimit);
+    }
+    EXPECT_EQ(largest(wild.hidden1Weight), denseLimit) << "the rate is meant to reach the bound";
+    for (int feature = 0; feature < featureCount; feature += 101)
+    {
+        float row[transformerWidth];
+        sumFeatureRow(wild, feature, row);
+        EXPECT_LE(std::abs(*std::max_element(row, row + transformerWidth)), featureLimit * 1.001F);
+    }
+}
+
+TEST_F(trainerTest, checkpointsGoOnWhereTheyStopped)
+{
+    const std::string path = testing::TempDir() + "checkpoint" + std::to_string(getpid());
+    ASSERT_EQ(saveCheckpoint(*model, {5, 77}, path), "");
+    trainerModel resumed;
+    checkpointProgress progress;
+    ASSERT_EQ(loadCheckpoint(resumed, progress, path), "");
+    EXPECT_EQ(progress.epoch, 5U);
+    EXPECT_EQ(progress.seed, 77U);
+    trainerModel kept = *model;
+    workCrew crew(1);
+    const workspacePointer workspace = makeWorkspace();
+    for (trainerModel *each : {&kept, &resumed})
+    {
+        learnBatch(*each, *workspace, crew, std::span(training).first(batchSize), settings);
+    }
+    EXPECT_EQ(kept.hidden1Weight.weights, resumed.hidden1Weight.weights);
+    EXPECT_EQ(kept.levelRows[2].weights, resumed.levelRows[2].weights);
+
+    std::filesystem::resize_file(path, std::filesystem::file_size(path) - 1);
+    EXPECT_NE(loadCheckpoint(resumed, progress, path), "");
+    std::filesystem::resize_file(path, 11);
+    EXPECT_NE(loadCheckpoint(resumed, progress, path), "");
+    std::filesystem::remove(path);
+    EXPECT_NE(loadCheckpoint(resumed, progress, path), "");
+}
+
+TEST_F(trainerTest, theFactorOfTheTargetIsTheEngines)
+{
+    const auto board = std::make_unique<gameBoard>();
+    struct
+    {
+        const char *fen;
+        int factor; ///< (pawns + 55) x 16 + phase x 11
+    } const cases[] = {{"rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq - 0 1", 1400},
+                       {"4k3/8/8/8/8/8/8/4K3 w - - 0 1", 880},
+                       {"4k3/pp6/8/8/8/8/P7/R3K3 b - - 0 1", 950}};
+    for (const auto &each : cases)
+    {
+        ASSERT_EQ(setupGame(*board, each.fen), "");
+        const trainingPosition packed = packPosition(board->position, 0, 1);
+        EXPECT_NEAR(outputScale(packed), 8128.0 * each.factor / 24576, 1e-9) << each.fen;
+    }
+}
+
+TEST(featureLevels, shareRowsAsTheyPromise)
+{
+    const std::vector<featureLevel> levels = levelsOf("base,region,mirror,free");
+    const auto rowOf = [&](std::size_t level, int king, int code, int square)
+    { return levels[level].rowOf[static_cast<std::size_t>(featureIndex(white, king, code, square))]; };
+    for (const featureLevel &level : levels)
+    {
+        const std::uint16_t highest = *std::max_element(level.rowOf.begin(), level.rowOf.end());
+        EXPECT_EQ(highest, level.rows - 1) << level.name;
+    }
+    EXPECT_EQ(rowOf(0, a1, whiteRook, h8), rowOf(0, h7, whiteRook, h8)) << "base: the king does not matter";
+    EXPECT_EQ(rowOf(1, a1, whiteRook, h8), rowOf(1, h1, whiteRook, a8)) << "region: mirrored";
+    EXPECT_EQ(rowOf(1, a1, whiteRook, h8), rowOf(1, b1, whiteRook, h8)) << "region: neighbours";
+    EXPECT_NE(rowOf(1, a1, whiteRook, h8), rowOf(1, d1, whiteRook, h8));
+    EXPECT_EQ(rowOf(2, a1, whiteRook, h8), rowOf(2, h1, whiteRook, a8)) << "mirror";
+    EXPECT_NE(rowOf(2, a1, whiteRook, h8), rowOf(2, b1, whiteRook, h8));
+    EXPECT_NE(rowOf(3, a1, whiteRook, h8), rowOf(3, h1, whiteRook, a8)) << "free: its own";
+
+    std::string error;
+    EXPECT_TRUE(makeLevels("base,nonsense", error).empty());
+    EXPECT_NE(error, "");
+    EXPECT_TRUE(makeLevels("", error).empty());
+    EXPECT_NE(error, "");
+}
+
+} // namespace
+} // namespace tarvonel

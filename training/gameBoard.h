@@ -1,0 +1,50 @@
+// A whole game on the engine's board: the legal moves, and when the rules end it.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "board/pos.h"
+
+namespace tarvonel
+{
+
+/// A position with a move stack of its own, always at ply 0. Large: lives on the heap.
+struct gameBoard
+{
+    pos position{};
+    moveCode moveStack[moveStackCapacity]{};
+};
+
+enum class gameEnd
+{
+    none,
+    checkmate, ///< the side to move is mated
+    stalemate,
+    repetition, ///< the position stands for the third time
+    fiftyMoves,
+    material, ///< neither side could mate by any sequence of moves
+};
+
+/// Sets up a start position; an empty text, or what is wrong with it. Positions in which the game
+/// is already over are accepted, those that cannot be searched are not.
+std::string setupGame(gameBoard &board, const std::string &fen);
+
+/// All legal moves, in no special order. Also brings `inCheck` of ply 0 up to date.
+std::vector<moveCode> legalMoves(gameBoard &board);
+
+/// Why the game is over, given its legal moves.
+gameEnd endOfGame(const gameBoard &board, const std::vector<moveCode> &moves);
+
+/// The legal move that a text in the protocol's form means, or 0.
+moveCode findMove(const gameBoard &board, const std::vector<moveCode> &moves, const std::string &text);
+
+/// What an end is called in a game's record.
+const char *endText(gameEnd end);
+
+/// The position as FEN; castling rights as letters of the rooks' files where `byFile` is set.
+/// `fullMove` is the number of the coming move.
+std::string fenOf(const pos &position, bool byFile, int fullMove);
+
+} // namespace tarvonel

@@ -1,0 +1,81 @@
+#include "workCrew.h"
+
+#include <algorithm>
+
+namespace tarvonel
+{
+
+workCrew::workCrew(int threadCount)
+{
+    for (int thread = 1; thread < threadCount; ++thread)
+    {
+        threads.emplace_back(&workCrew::loop, this, thread);
+    }
+}
+
+workCrew::~workCrew()
+{
+    {
+        const std::lock_guard guard(lock);
+        ending = true;
+    }
+    changed.notify_all();
+    for (std::thread &thread : threads)
+    {
+        thread.join();
+    }
+}
+
+void workCrew::runOnAll(const std::function<void(int)> &work)
+{
+    {
+        const std::lock_guard guard(lock);
+        task = &work;
+        running = static_cast<int>(threads.size());
+        ++round;
+    }
+    changed.notify_all();
+    work(0);
+    std::unique_lock guard(lock);
+    changed.wait(guard, [&] { return running == 0; });
+}
+
+void workCrew::share(std::size_t count, std::size_t chunk, const std::function<void(std::size_t)> &work)
+{
+    std::atomic<std::size_t> next{0};
+    runOnAll(
+        [&](int)
+        {
+            for (std::size_t first = next.fetch_add(chunk); first < count; first = next.fetch_add(chunk))
+            {
+                for (std::size_t i = first; i < std::min(first + chunk, count); ++i)
+                {
+                    work(i);
+                }
+            }
+        });
+}
+
+void workCrew::loop(int thread)
+{
+    for (std::size_t done = 0;;)
+    {
+        const std::function<void(int)> *work = nullptr;
+        {
+            std::unique_lock guard(lock);
+            changed.wait(guard, [&] { return ending || round != done; });
+            if (ending)
+            {
+                return;
+            }
+            done = round;
+            work = task;
+        }
+        (*work)(thread);
+        const std::lock_guard guard(lock);
+        --running;
+        changed.notify_all();
+    }
+}
+
+} // namespace tarvonel
