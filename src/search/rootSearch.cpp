@@ -9,6 +9,7 @@
 #include "movegen/moveChecks.h"
 #include "platform/clock.h"
 #include "search/alphaBeta.h"
+#include "search/bestThread.h"
 #include "search/principalVariation.h"
 #include "search/score.h"
 #include "search/searchLimits.h"
@@ -333,30 +334,6 @@ void deepening::run()
         stopSearch = true;
 }
 
-/// Deeper results count more, finished iterations more than begun ones; a winning mate overrules.
-worker &chooseBest()
-{
-    const auto rankOfResult = [](const worker &each)
-    { return 2 * each.position.rootDepth + (each.position.rootDepthDone != 0 ? 1 : 0); };
-    worker *best = &theBoss();
-    if (engineOptions.threadCount == 1 || searchLimits.depthLimit != 0)
-        return *best;
-    int bestRank = rankOfResult(*best);
-    for (const auto &each : workerPool)
-    {
-        const int rank = rankOfResult(*each);
-        const int rootScore = each->position.rootScore;
-        const bool isBetter =
-            rank == bestRank || rootScore >= mateThreshold ? rootScore > best->position.rootScore : rank > bestRank;
-        if (isBetter)
-        {
-            best = each.get();
-            bestRank = rank;
-        }
-    }
-    return *best;
-}
-
 } // namespace
 
 void worker::search()
@@ -381,7 +358,7 @@ void boss::search()
         if (each.get() != this)
             each->waitForSearchEnd();
 
-    worker &best = chooseBest();
+    worker &best = chooseBestThread();
     if (&best != this)
     {
         walkPrincipalVariation(best.position, best.position.rootDepth);
