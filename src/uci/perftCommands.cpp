@@ -121,7 +121,10 @@ std::optional<qtvLine> readQtvLine(const std::string &line)
 
 bool setUpToCount(const std::string &fen, pos &position)
 {
-    return setupPosition(fen, position).empty() && isPlayable(position);
+    if (!setupPosition(fen, position).empty() || !isPlayable(position))
+        return false;
+    dropUnfoundedRights(position);
+    return true;
 }
 
 bool reportBadLine(const std::string &line)
