@@ -34,6 +34,9 @@ enum fenField : int
     moveNumberField
 };
 
+/// What is wrong with a text, in one line; null when nothing is.
+constexpr const char *noFault = nullptr;
+
 /// A FEN text, read and judged; nothing of it has touched a position yet.
 struct fenReading
 {
@@ -63,7 +66,7 @@ std::vector<std::string> splitFields(const std::string &fen)
     return fields;
 }
 
-std::string readPlacement(const std::string &text, fenReading &reading)
+const char *readPlacement(const std::string &text, fenReading &reading)
 {
     int file = fileA;
     int rank = rank8;
@@ -90,10 +93,10 @@ std::string readPlacement(const std::string &text, fenReading &reading)
         if (file > fileH + 1)
             return "the ranks do not add up to eight squares";
     }
-    return file == fileH + 1 && rank == rank1 ? "" : "the ranks do not add up to eight squares";
+    return file == fileH + 1 && rank == rank1 ? noFault : "the ranks do not add up to eight squares";
 }
 
-std::string judgeMen(const fenReading &reading)
+const char *judgeMen(const fenReading &reading)
 {
     int men[colourCount] = {};
     int kings[colourCount] = {};
@@ -109,22 +112,21 @@ std::string judgeMen(const fenReading &reading)
     }
     for (const colour side : {white, black})
     {
-        const std::string name = side == white ? "white" : "black";
         if (kings[side] == 0)
-            return "no " + name + " king";
+            return side == white ? "no white king" : "no black king";
         if (kings[side] > 1)
-            return "more than one " + name + " king";
+            return side == white ? "more than one white king" : "more than one black king";
         if (men[side] > maxMenOfColour)
-            return "more than 16 " + name + " men";
+            return side == white ? "more than 16 white men" : "more than 16 black men";
     }
-    return "";
+    return noFault;
 }
 
 /// The named square is the one skipped; what is kept is where the pawn now stands.
-std::string readEnPassant(const std::string &text, fenReading &reading)
+const char *readEnPassant(const std::string &text, fenReading &reading)
 {
     if (text.empty() || text[0] == '-')
-        return "";
+        return noFault;
     const bool isSquare = text.size() >= 2 && text[0] >= 'a' && text[0] <= 'h' && text[1] >= '1' && text[1] <= '8';
     if (!isSquare)
         return "unreadable en passant square";
@@ -132,7 +134,7 @@ std::string readEnPassant(const std::string &text, fenReading &reading)
     if (pawnSquare < 0 || pawnSquare >= squareCount)
         return "unreadable en passant square";
     reading.enPassant = pawnSquare;
-    return "";
+    return noFault;
 }
 
 std::optional<int> readCounter(const std::string &text)
@@ -144,18 +146,18 @@ std::optional<int> readCounter(const std::string &text)
     return value;
 }
 
-std::string readFen(const std::string &fen, fenReading &reading)
+const char *readFen(const std::string &fen, fenReading &reading)
 {
     const std::vector<std::string> fields = splitFields(fen);
     if (fields.size() < 2)
         return "piece placement or side to move missing";
-    if (std::string fault = readPlacement(fields[placementField], reading); !fault.empty())
+    if (const char *fault = readPlacement(fields[placementField], reading); fault != noFault)
         return fault;
-    if (std::string fault = judgeMen(reading); !fault.empty())
+    if (const char *fault = judgeMen(reading); fault != noFault)
         return fault;
     reading.sideToMove = !fields[sideField].empty() && fields[sideField][0] == 'w' ? white : black;
     reading.castling = fields[castlingField];
-    if (std::string fault = readEnPassant(fields[enPassantField], reading); !fault.empty())
+    if (const char *fault = readEnPassant(fields[enPassantField], reading); fault != noFault)
         return fault;
     const std::optional<int> fifty = readCounter(fields[fiftyField]);
     const std::optional<int> moveNumber = readCounter(fields[moveNumberField]);
@@ -163,7 +165,7 @@ std::string readFen(const std::string &fen, fenReading &reading)
         return "a counter is no number";
     reading.fiftyCount = std::min(*fifty, maxFiftyCount);
     reading.moveNumber = *moveNumber;
-    return "";
+    return noFault;
 }
 
 /// A right by the file letter of its rook: on the king's file or beyond it is the king's side.
@@ -259,7 +261,7 @@ bool isEnPassantFounded(const pos &position)
 std::string setupPosition(const std::string &fen, pos &position)
 {
     fenReading reading;
-    if (std::string fault = readFen(fen, reading); !fault.empty())
+    if (const char *fault = readFen(fen, reading); fault != noFault)
         return fault;
 
     std::ranges::copy(reading.board, position.board);
