@@ -26,14 +26,3 @@ endif()
 if(MINGW)
     target_link_options(tarvonelOptions INTERFACE -static) # the engine then needs no further library
 endif()
-
-# The library's objects hold both forms of code: what links this target is optimised as a whole, the
-# rest (tests, training programs) links in a moment.
-add_library(tarvonelLinkTimeOptimisation INTERFACE)
-if(TARVONEL_LTO AND NOT TARVONEL_SANITIZE AND CMAKE_BUILD_TYPE STREQUAL "Release"
-   AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
-    target_compile_options(tarvonelLinkTimeOptimisation INTERFACE -flto=auto -ffat-lto-objects)
-    target_link_options(tarvonelLinkTimeOptimisation INTERFACE -flto=auto -O3)
-    target_link_options(tarvonelOptions INTERFACE
-        $<$<NOT:$<IN_LIST:tarvonelLinkTimeOptimisation,$<TARGET_PROPERTY:LINK_LIBRARIES>>>:-fno-lto>)
-endif()
