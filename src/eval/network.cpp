@@ -59,17 +59,39 @@ inline void addGroup(vector32 *sums, const activation *input, const groupWeight 
         sums[v] = simd::multiplyAddGroups(sums[v], inputs, column + v * simd::lanes32 * simd::groupInputs);
 }
 
+/// The same for two groups.
+inline void addTwoGroups(vector32 *sums, const activation *input, const groupWeight *weights, std::size_t groupA,
+                         std::size_t groupB)
+{
+    const vector32 inputsA = simd::broadcastGroup(input + groupA * simd::groupInputs);
+    const vector32 inputsB = simd::broadcastGroup(input + groupB * simd::groupInputs);
+    const groupWeight *columnA = weights + groupA * groupStride;
+    const groupWeight *columnB = weights + groupB * groupStride;
+    for (int v = 0; v < sumVectors; ++v)
+    {
+        const int offset = v * simd::lanes32 * simd::groupInputs;
+        sums[v] = simd::multiplyAddTwoGroups(sums[v], inputsA, columnA + offset, inputsB, columnB + offset);
+    }
+}
+
+std::size_t popGroup(std::uint64_t &alive) { return static_cast<std::size_t>(popLowest(alive)); }
+
 /// Most of the first layer is zero in most positions: only the groups that are not are multiplied.
-void firstHiddenLayer(const firstLayer &layer, activation *output)
+template <bool TwoGroups> void firstHiddenLayer(const firstLayer &layer, activation *output)
 {
     vector32 sums[sumVectors];
     loadBiases(sums, netWeights.hidden1Bias);
     const activation *input = layer.input;
     const groupWeight *weights = netWeights.hidden1Groups;
-    for (const std::uint64_t mask : layer.alive)
+    for (std::uint64_t alive : layer.alive)
     {
-        for (std::uint64_t alive = mask; alive != 0; alive &= alive - 1)
-            addGroup(sums, input, weights, static_cast<std::size_t>(lowestSquare(alive)));
+        while (TwoGroups && moreThanOne(alive))
+        {
+            const std::size_t group = popGroup(alive);
+            addTwoGroups(sums, input, weights, group, popGroup(alive));
+        }
+        while (alive != 0)
+            addGroup(sums, input, weights, popGroup(alive));
         input += maskBits * simd::groupInputs;
         weights += maskBits * groupStride;
     }
@@ -120,7 +142,7 @@ std::int32_t networkOutput(pos &position, int ply)
     firstLayer layer;
     clipFirstLayer(position.accumulatorBlocks[ply], position.sideToMove, layer);
     alignas(64) activation hidden1[hiddenOutputs];
-    firstHiddenLayer(layer, hidden1);
+    netWeights.hidden1TwoGroups ? firstHiddenLayer<true>(layer, hidden1) : firstHiddenLayer<false>(layer, hidden1);
     alignas(64) activation hidden2[hiddenOutputs];
     secondHiddenLayer(hidden1, hidden2);
 

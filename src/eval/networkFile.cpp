@@ -1,5 +1,6 @@
 #include "eval/networkFile.h"
 
+#include <algorithm>
 #include <bit>
 #include <filesystem>
 #include <fstream>
@@ -63,6 +64,40 @@ constexpr int laneOfInput(int place)
     return place / simd::clipBlockLanes * simd::clipBlockLanes + simd::clippedLane(place % simd::clipBlockLanes);
 }
 
+/// The sums of products that a pair of neighbouring inputs can reach, of all pairs the two largest.
+struct topTwo
+{
+    int first = 0, second = 0;
+
+    void note(int value)
+    {
+        second = std::max(second, std::min(first, value));
+        first = std::max(first, value);
+    }
+    bool fits() const { return simd::activationMax * (first + second) <= INT16_MAX; }
+};
+
+bool mayMultiplyTwoGroups()
+{
+    constexpr int pair = 2;
+    constexpr int pairsInGroup = simd::groupInputs / pair;
+    for (int column = 0; column < hiddenOutputs * pairsInGroup; ++column)
+    {
+        topTwo above;
+        topTwo below;
+        for (int group = 0; group < networkInputs / simd::groupInputs; ++group)
+        {
+            const simd::groupWeight *weight =
+                netWeights.hidden1Groups + (group * hiddenOutputs * pairsInGroup + column) * pair;
+            above.note(std::max<int>(weight[0], 0) + std::max<int>(weight[1], 0));
+            below.note(-std::min<int>(weight[0], 0) - std::min<int>(weight[1], 0));
+        }
+        if (!above.fits() || !below.fits())
+            return false;
+    }
+    return true;
+}
+
 } // namespace
 
 void arrangeWeights()
@@ -77,6 +112,7 @@ void arrangeWeights()
                 static_cast<simd::groupWeight>(netWeights.hidden2Weight[output][input]);
         netWeights.outputGroups[output] = static_cast<simd::groupWeight>(netWeights.outputWeight[output]);
     }
+    netWeights.hidden1TwoGroups = mayMultiplyTwoGroups();
     netWeights.generation.add(1);
 }
 

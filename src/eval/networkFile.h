@@ -56,6 +56,9 @@ struct networkWeights
     alignas(64) simd::groupWeight hidden1Groups[networkInputs * hiddenOutputs];
     alignas(64) simd::groupWeight hidden2Groups[hiddenOutputs * hiddenOutputs];
     alignas(64) simd::groupWeight outputGroups[hiddenOutputs];
+    /// Whether hidden1Groups may be multiplied two at a time, as nets without a cluster of extreme
+    /// weights may.
+    bool hidden1TwoGroups;
 
     /// Counts the changes of the record, so that sums kept from an earlier network can be told.
     relaxed<std::uint32_t> generation;

@@ -72,6 +72,16 @@ inline vector32 multiplyAddGroups(vector32 sums, vector32 inputs, const groupWei
         _mm256_maddubs_epi16(inputs, _mm256_load_si256(reinterpret_cast<const __m256i *>(weights)));
     return _mm256_add_epi32(sums, _mm256_madd_epi16(pairSums, _mm256_set1_epi16(1)));
 }
+inline vector32 multiplyAddTwoGroups(vector32 sums, vector32 inputsA, const groupWeight *weightsA, vector32 inputsB,
+                                     const groupWeight *weightsB)
+{
+    const __m256i pairsA =
+        _mm256_maddubs_epi16(inputsA, _mm256_load_si256(reinterpret_cast<const __m256i *>(weightsA)));
+    const __m256i pairsB =
+        _mm256_maddubs_epi16(inputsB, _mm256_load_si256(reinterpret_cast<const __m256i *>(weightsB)));
+    const __m256i pairSums = _mm256_add_epi16(pairsA, pairsB);
+    return _mm256_add_epi32(sums, _mm256_madd_epi16(pairSums, _mm256_set1_epi16(1)));
+}
 inline std::int32_t sumOfLanes(vector32 v)
 {
     __m128i half = _mm_add_epi32(_mm256_castsi256_si128(v), _mm256_extracti128_si256(v, 1));
@@ -122,6 +132,11 @@ inline vector32 broadcastGroup(const activation *group)
 inline vector32 multiplyAddGroups(vector32 sums, vector32 inputs, const groupWeight *weights)
 {
     return _mm_add_epi32(sums, _mm_madd_epi16(load16(weights), inputs));
+}
+inline vector32 multiplyAddTwoGroups(vector32 sums, vector32 inputsA, const groupWeight *weightsA, vector32 inputsB,
+                                     const groupWeight *weightsB)
+{
+    return multiplyAddGroups(multiplyAddGroups(sums, inputsA, weightsA), inputsB, weightsB);
 }
 inline std::int32_t sumOfLanes(vector32 v)
 {
@@ -188,6 +203,11 @@ inline vector32 multiplyAddGroups(vector32 sums, vector32 inputs, const groupWei
     const vector32 lowHalves = (vector32)((wrapping32)products << 16) >> 16;
     return (vector32)((wrapping32)sums + (wrapping32)(lowHalves + (products >> 16)));
 }
+inline vector32 multiplyAddTwoGroups(vector32 sums, vector32 inputsA, const groupWeight *weightsA, vector32 inputsB,
+                                     const groupWeight *weightsB)
+{
+    return multiplyAddGroups(multiplyAddGroups(sums, inputsA, weightsA), inputsB, weightsB);
+}
 inline std::int32_t sumOfLanes(vector32 v)
 {
     std::uint32_t sum = 0;
@@ -218,6 +238,9 @@ inline void activateSums(const vector32 *sums, activation *out)
 // What the operations above do, beyond what their names say:
 //
 // multiplyAddGroups  adds to each lane of `sums` the products of one group of inputs and weights
+// multiplyAddTwoGroups
+//                    the same for two groups at once, if each pair of neighbouring inputs of the
+//                    one with that of the other gives a sum of products within 16 bits
 // clipBlock          clamps 32 accumulator lanes to activations; returns a bit for each group of
 //                    activations that is not all zero, the first group in the lowest bit
 // clippedLane        which of the 32 lanes stands at a place of that output

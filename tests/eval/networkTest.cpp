@@ -152,6 +152,34 @@ TEST(network, fastPassEqualsTheDefinition)
     }
 }
 
+// Where products are added in 16 bits before they are in 32, these weights would be the first to
+// overflow, or stay just below it.
+TEST(network, extremeWeightsStayExact)
+{
+    constexpr std::int16_t neighbours[][2] = {{127, 127}, {127, 2},   {127, 3},    {-128, -128},
+                                              {-128, -1}, {-128, -2}, {127, -128}, {2, 127}};
+    ownedPosition position(startPositionFen);
+    useSyntheticNetwork();
+    std::fill(std::begin(netWeights.featureBias), std::end(netWeights.featureBias), std::int16_t{127});
+    std::fill_n(netWeights.featureWeight[0], std::size_t{featureCount} * accumulatorLanes, std::int16_t{0});
+    for (const auto &pair : neighbours)
+    {
+        for (int o = 0; o < hiddenOutputs; ++o)
+        {
+            for (int k = 0; k < networkInputs; ++k)
+            {
+                netWeights.hidden1Weight[o][k] = pair[k % 2];
+            }
+            netWeights.hidden1Bias[o] = 64 * (3 * o + 5) - 127 * networkInputs / 2 * (pair[0] + pair[1]);
+        }
+        arrangeWeights();
+        position->accumulatorBlocks[0].computed = false;
+        const tracedPass pass = passByDefinition(*position, 0);
+        EXPECT_EQ(pass.hidden1[31], 98);
+        EXPECT_EQ(networkOutput(*position, 0), pass.output) << pair[0] << " " << pair[1];
+    }
+}
+
 TEST(network, arbitraryNumbersInTheFileWrap)
 {
     std::mt19937_64 random(11);
