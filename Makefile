@@ -7,7 +7,8 @@
 #   make training        the programs that make the network file
 #   make avx2            the engine for processors with AVX2 (build/avx2/tarvonel)
 #   make install         installs engine and network side by side under PREFIX
-#   make quick debug asan tsan clang    tests of the other builds
+#   make quick           the quick tests alone
+#   make debug asan tsan tests of the other builds; make clang: everything compiled with clang
 #   make format tidy layers             habits of the source
 
 PREFIX ?= /usr/local
@@ -77,9 +78,8 @@ tsan: | build
 	tools/withoutAddressRandomisation.sh $(ctest) --test-dir build/tsan -L threads
 
 clang: | build
-	@tools/setup.sh build test develop
-	@$(call build,clang,tarvonelTests)
-	$(ctest) --test-dir build/clang -L quick
+	@tools/setup.sh build test bench develop
+	@$(call build,clang,all)
 
 format:
 	@tools/setup.sh develop

@@ -126,8 +126,8 @@ void allotTime()
 
     const int total = timeToSpread(time, increment, share.moves, isGiven);
     const int available = toInt(std::int64_t{time} - engineOptions.moveOverhead);
-    const auto equalPart = static_cast<double>(std::int64_t{total} / share.moves);
-    int optimal = toInt(std::max(1.0, share.fraction * equalPart));
+    const std::int64_t equalPart = std::int64_t{total} / share.moves;
+    int optimal = toInt(std::max(1.0, share.fraction * static_cast<double>(equalPart)));
     int maximum =
         share.moves == 1
             ? toInt(std::int64_t{total} - engineOptions.moveOverhead)
