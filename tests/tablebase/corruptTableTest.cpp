@@ -196,7 +196,7 @@ TEST(corruptTables, contradictionsInTheHeaderAreRefused)
              f[at + 1] = 0xEF;
              f[at + 2] = 0xFF;
          }},
-        {"data cut off", [](bytes &f) { f.resize(f.size() - 64); }},
+        {"data cut off", [](bytes &f) { f.erase(f.end() - 64, f.end()); }},
         {"nothing but the end", [](bytes &f) { f.resize(16); }},
         {"no valid size", [](bytes &f) { f.push_back(0); }},
         {"empty", [](bytes &f) { f.clear(); }},

@@ -62,8 +62,11 @@ int madeUpWdl(const ending &position)
 /// One of the positions that share the table's entry.
 ending image(const ending &position, unsigned which, bool pawns)
 {
+    // Two leading pawns that mirror each other lead from the left in both images: each has its entry.
+    const bool ownMirror = position.types[0] == pawn && position.types[1] == pawn &&
+                           position.sides[0] == position.sides[1] && position.squares[0] == (position.squares[1] ^ 7);
     ending result = position;
-    if (which & 1)
+    if ((which & 1) && !ownMirror)
         result = mirrored(result, 7);
     if (!pawns && (which & 2))
         result = mirrored(result, 56);
