@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "support/tablebaseRules.h"
+#include "support/tablebasePlacements.h"
 
 namespace tarvonel::endings
 {
@@ -25,14 +25,6 @@ struct choice
     freedom range = freedom::any;
 };
 using chooser = std::function<choice(const ending &)>;
-
-/// The order of the men in a sub-table and of the groups' factors; the default takes the men in a
-/// fixed order and puts the leading group first.
-struct placing
-{
-    std::string men; ///< letters, upper case for the first side: "KRkr"; empty for the default
-    int order = 0, secondOrder = 1;
-};
 
 struct recipe
 {
@@ -55,11 +47,6 @@ std::vector<std::uint8_t> makeDtzTable(const std::string &name, const recipe &ho
 
 /// A table in which all positions with the same side to move have one value.
 std::vector<std::uint8_t> makeConstantWdlTable(const std::string &name, int firstSideValue, int secondSideValue);
-
-/// All positions of a table in the order of its indices, first side to move for `side` 0. With pawns
-/// those whose leading pawn stands on `file`.
-void forAllIndices(const std::string &name, const placing &places, int side, int file,
-                   const std::function<void(const ending &)> &use);
 
 void writeBytes(const std::string &path, const std::vector<std::uint8_t> &bytes);
 
