@@ -147,6 +147,10 @@ constexpr std::size_t orderAt = 5, placesAt = 6, codecAt = 10, blockSizeAt = 11,
 std::size_t treeAt(const bytes &file) { return firstSymbolsAt + 2u * (file[longestAt] - file[shortestAt] + 1u) + 2; }
 std::size_t symbolCount(const bytes &file) { return file[treeAt(file) - 2] + 256u * file[treeAt(file) - 1]; }
 
+/// Where there are no maps: the sparse index behind the one codec header.
+std::size_t sparseAt(const bytes &file) { return treeAt(file) + 3 * symbolCount(file) + symbolCount(file) % 2; }
+constexpr std::size_t spansOfRook = (31332 + 63) / 64; ///< KRvK is written in spans of 64
+
 } // namespace
 
 TEST(corruptTables, mutatedFilesNeverLeadOutside) { fuzz(300); }
@@ -218,6 +222,55 @@ TEST(corruptTables, contradictionsInTheHeaderAreRefused)
     initTablebases("");
 }
 
+TEST(corruptTables, faultsThatTheHeaderHidesAreFoundByEveryLookUp)
+{
+    initTablebases(threeMenWorld().directory.path);
+    struct damage
+    {
+        const char *name, *what;
+        void (*make)(bytes &file);
+    };
+    const damage damages[] = {
+        {"KRvK", "a walk past the last block",
+         [](bytes &f)
+         {
+             // Blocks of one value each, and a start far before the index that is asked for.
+             std::fill(f.begin() + static_cast<std::ptrdiff_t>(sparseAt(f)), f.end(), 0);
+             for (std::size_t i = 0; i < spansOfRook; ++i)
+                 std::fill_n(f.begin() + static_cast<std::ptrdiff_t>(sparseAt(f) + 6 * i + 4), 2, 0xFF);
+         }},
+        {"KRvK", "a walk before the first block",
+         [](bytes &f)
+         {
+             // Spans that start at the first block, all of them long before its values.
+             f[spanAt] = 31;
+             std::fill_n(f.begin() + static_cast<std::ptrdiff_t>(sparseAt(f)), 6, 0);
+         }},
+        {"KQvK", "values that no map holds",
+         [](bytes &f)
+         {
+             for (std::size_t i = 0, at = treeAt(f); i < symbolCount(f); ++i, at += 3)
+                 if (f[at + 2] == 0xFF && f[at + 1] >> 4 == 0xF)
+                 {
+                     f[at] = 0xFE;
+                     f[at + 1] = 0xFF;
+                 }
+         }},
+    };
+    std::mt19937_64 random(1);
+    for (const damage &d : damages)
+    {
+        sample base{d.name, dtzKind, readFile(threeMenWorld().directory / (std::string(d.name) + ".rtbz"))};
+        EXPECT_GT(tryTable(base, base.file, random, 500).found, 50) << d.what;
+        d.make(base.file);
+        const outcome result = tryTable(base, base.file, random, 500);
+        EXPECT_TRUE(result.accepted) << d.what;
+        EXPECT_EQ(result.found, 0) << d.what;
+        EXPECT_GT(result.corrupt, 100) << d.what;
+    }
+    initTablebases("");
+}
+
 TEST(corruptTables, aFaultThatALookUpMeetsDisablesThatKindOnly)
 {
     const temporaryDirectory directory;
@@ -225,10 +278,8 @@ TEST(corruptTables, aFaultThatALookUpMeetsDisablesThatKindOnly)
     writeBytes(directory / "KRvK.rtbw", readFile(world.directory / "KRvK.rtbw"));
     bytes file = readFile(world.directory / "KRvK.rtbz");
     // Its sparse index begins behind the one codec header; every span names a block that is not there.
-    const std::size_t sparseAt = treeAt(file) + 3 * symbolCount(file) + symbolCount(file) % 2;
-    const std::size_t spans = (31332 + 63) / 64;
-    for (std::size_t i = 0; i < spans; ++i)
-        std::fill_n(file.begin() + static_cast<std::ptrdiff_t>(sparseAt + 6 * i), 4, 0xFE);
+    for (std::size_t i = 0; i < spansOfRook; ++i)
+        std::fill_n(file.begin() + static_cast<std::ptrdiff_t>(sparseAt(file) + 6 * i), 4, 0xFE);
     writeBytes(directory / "KRvK.rtbz", file);
     initTablebases(directory.path);
 
