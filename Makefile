@@ -5,6 +5,7 @@
 #   make test            installs what is missing, builds and runs all tests
 #   make bench           search signature, nodes per second and timings of the parts
 #   make training        the programs that make the network file
+#   make texel           tries the tuner on positions of random games (docs/development.md)
 #   make avx2            the engine for processors with AVX2 (build/avx2/tarvonel)
 #   make install         installs engine and network side by side under PREFIX
 #   make quick           the quick tests alone
@@ -23,7 +24,7 @@ ctest = ctest --output-on-failure --no-tests=error -j $(JOBS)
 build = cmake --preset $(1) >build/$(1).configure.log 2>&1 || { cat build/$(1).configure.log; exit 1; }; \
         cmake --build --preset $(1) -j $(JOBS) --target $(2)
 
-.PHONY: all engine run test quick bench training avx2 generic debug asan tsan clang format check-format tidy layers \
+.PHONY: all engine run test quick bench training texel avx2 generic debug asan tsan clang format check-format tidy layers \
         install clean
 
 all: engine
@@ -57,6 +58,12 @@ bench: | build
 training: | build
 	@tools/setup.sh build
 	@$(call build,release,training)
+
+# A data file that is there already stays.
+texel: engine
+	@$(call build,release,texelData)
+	test -f $(release)/lichess-good.epd || $(release)/training/texelData --out $(release)/lichess-good.epd
+	cd $(release) && ./tarvonel texel $(JOBS)
 
 avx2 generic: | build
 	@tools/setup.sh build

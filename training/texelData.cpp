@@ -1,6 +1,7 @@
 // Writes a file for the engine's `texel` command from random games: enough to see the tuner work.
 // Terms worth keeping are tuned on positions of real games in the same form.
 
+#include <cstdint>
 #include <cstdio>
 #include <fstream>
 
@@ -16,24 +17,27 @@ namespace
 
 const programOption dataOptions[] = {
     {"--out", "FILE", "the file (lichess-good.epd, where the engine looks for it)"},
-    {"--positions", "N", "lines to write (20000)"},
+    {"--positions", "N", "lines to write (50000)"},
     {"--seed", "N", "of the random games (1)"},
     {"--help", "", "this text"},
 };
+
+constexpr std::int64_t mostPositions = 100'000'000;
+constexpr std::int64_t highestSeed = 1'000'000'000;
 
 int dataMain(int wordCount, const char *const *words)
 {
     commandLine given = readCommandLine(wordCount, words, dataOptions);
     const std::string name = textOption(given, "--out", "lichess-good.epd");
-    const std::int64_t count = numberOption(given, "--positions", 20000, 1, 100'000'000);
-    const std::int64_t seed = numberOption(given, "--seed", 1, 0, 1'000'000'000);
+    const std::int64_t count = numberOption(given, "--positions", 50000, 1, mostPositions);
+    const std::int64_t seed = numberOption(given, "--seed", 1, 0, highestSeed);
     if (!given.files.empty() && given.error.empty())
         given.error = "unexpected word " + given.files.front();
     if (!given.error.empty() || isGiven(given, "--help"))
     {
         if (!given.error.empty())
             std::fprintf(stderr, "%s\n", given.error.c_str());
-        std::fputs(usageText("texelData [OPTIONS]", "Writes positions for the texel command.", dataOptions).c_str(),
+        std::fputs(usageText("texelData [options]", "Writes positions for the texel command.", dataOptions).c_str(),
                    stdout);
         return given.error.empty() ? 0 : 2;
     }

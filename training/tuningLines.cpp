@@ -22,33 +22,26 @@ constexpr int lastPly = 120;    ///< by then one side is far ahead in most rando
 struct playedGame
 {
     std::vector<std::string> fens;
-    const char *result;
+    const char *result = "1/2-1/2"; ///< of a game that is not over either
 };
-
-const char *resultOf(gameEnd end, int loser)
-{
-    if (end != gameEnd::checkmate)
-        return "1/2-1/2";
-    return loser == white ? "0-1" : "1-0";
-}
 
 playedGame playRandomGame(gameBoard &board, std::mt19937_64 &random)
 {
     setupGame(board, startPositionFen);
     const pos &position = board.position;
     playedGame game;
-    gameEnd end = gameEnd::none;
-    for (int ply = 0; ply <= lastPly && end == gameEnd::none; ++ply)
+    for (int ply = 0; ply <= lastPly; ++ply)
     {
         const std::vector<moveCode> moves = legalMoves(board);
-        end = endOfGame(board, moves);
+        const gameEnd end = endOfGame(board, moves);
+        if (end == gameEnd::checkmate)
+            game.result = position.sideToMove == white ? "0-1" : "1-0";
         if (end != gameEnd::none)
             break;
         if (ply >= firstPly && (ply - firstPly) % pliesBetween == 0 && position.info[0].inCheck == 0)
             game.fens.push_back(fenOf(position, false, ply / 2 + 1));
         playGameMove(board.position, moves[random() % moves.size()]);
     }
-    game.result = resultOf(end, position.sideToMove);
     return game;
 }
 
