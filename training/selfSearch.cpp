@@ -167,14 +167,24 @@ moveCode sampledMove(gameBoard &board, const std::vector<moveCode> &moves, int t
     useWorkersTables(board);
     moveCode best = noMove;
     int bestValue = -infiniteScore - 1;
-    for (int i = 0; i < tries; ++i)
+    const auto look = [&](moveCode move)
     {
-        const moveCode move = randomMove(moves, random);
         const int value = valueAfter(board, move);
         if (value > bestValue)
         {
             best = move;
             bestValue = value;
+        }
+    };
+    for (int i = 0; i < tries; ++i)
+    {
+        look(randomMove(moves, random));
+    }
+    for (const moveCode move : moves)
+    {
+        if (!isCastling(move) && board.position.board[moveTo(move)] != emptySquare)
+        {
+            look(move & moveIdentityMask);
         }
     }
     return best;

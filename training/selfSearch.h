@@ -44,8 +44,8 @@ struct quietValue
 };
 quietValue quiescenceValue(gameBoard &board);
 
-/// A move chosen quickly and not too badly: the best of `tries` legal moves drawn by chance, by
-/// the quiescence value after them.
+/// A move chosen quickly and not too badly: the best of all captures and `tries` legal moves drawn
+/// by chance, by the quiescence value after them.
 moveCode sampledMove(gameBoard &board, const std::vector<moveCode> &moves, int tries, randomSource &random);
 
 } // namespace tarvonel

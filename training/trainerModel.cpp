@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 
 #include "eval/networkWriter.h"
@@ -80,6 +81,10 @@ void quantiseRow(const float *row, std::int16_t *lanes)
 /// Writes to a neighbour first, so that a cut never leaves half a file under the name.
 template <typename Writer> std::string writeWhole(const std::string &path, const Writer &write)
 {
+    if (std::filesystem::exists(path) && !std::filesystem::is_regular_file(path))
+    {
+        return path + " is no regular file";
+    }
     const std::string draft = path + ".part";
     {
         std::ofstream stream(draft, std::ios::binary);

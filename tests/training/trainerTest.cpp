@@ -219,6 +219,7 @@ TEST_F(trainerTest, checkpointsGoOnWhereTheyStopped)
     EXPECT_EQ(kept.hidden1Weight.weights, resumed.hidden1Weight.weights);
     EXPECT_EQ(kept.levelRows[2].weights, resumed.levelRows[2].weights);
 
+    EXPECT_NE(saveCheckpoint(*model, {}, testing::TempDir()), "") << "a folder is not written over";
     std::filesystem::resize_file(path, std::filesystem::file_size(path) - 1);
     EXPECT_NE(loadCheckpoint(resumed, progress, path), "");
     std::filesystem::resize_file(path, 11);
