@@ -1,0 +1,203 @@
+#include "search/alphaBeta.h"
+
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "board/setup.h"
+#include "eval/evaluate.h"
+#include "search/score.h"
+#include "search/searchSupport.h"
+#include "search/transpositionTable.h"
+
+namespace tarvonel
+{
+namespace
+{
+
+class alphaBetaNode : public testing::Test
+{
+  protected:
+    void SetUp() override { prepareSearchTest(); }
+    void TearDown() override { stopSearch = false; }
+
+    int searched(workbench &bench, int depth, int alpha = -infiniteScore, int beta = infiniteScore)
+    {
+        const std::uint64_t before = bench->searchNodes;
+        const int score = alphaBeta(bench.ply, depth, alpha, beta, *bench);
+        nodes = bench->searchNodes - before;
+        return score;
+    }
+    static workbench quietBench()
+    {
+        workbench bench("r4rk1/pp3ppp/2n2n2/3p4/3P4/2N2N2/PP3PPP/R4RK1 w - - 3 15");
+        bench.play("h2h3");
+        return bench;
+    }
+    std::uint64_t nodes = 0;
+};
+
+TEST_F(alphaBetaNode, tableEntryOfSufficientDepthCutsInAClosedWindow)
+{
+    const struct
+    {
+        const char *reason;
+        ttBound bound;
+        int depth, value, alpha, beta;
+        bool isCut;
+    } cases[] = {
+        {"lower bound at beta", boundLower, 4, 200, 199, 200, true},
+        {"too shallow", boundLower, 3, 200, 199, 200, false},
+        {"lower bound below beta", boundLower, 9, 199, 199, 200, false},
+        {"lower bound below alpha", boundLower, 9, -300, 199, 200, false},
+        {"upper bound at alpha", boundUpper, 4, -200, -200, -199, true},
+        {"upper bound above alpha", boundUpper, 9, 200, -200, -199, false},
+        {"exact above", boundExact, 4, 300, 0, 1, true},
+        {"exact below", boundExact, 4, -300, 0, 1, true},
+        {"exact in an open window", boundExact, 60, 300, -1000, 1000, false},
+    };
+    for (const auto &c : cases)
+    {
+        ttClear();
+        workbench bench = quietBench();
+        ttStore(bench->key, noMove, c.value, c.depth, c.bound, bench.ply);
+        const int score = searched(bench, 4, c.alpha, c.beta);
+        EXPECT_EQ(nodes == 1 && score == c.value, c.isCut) << c.reason;
+    }
+}
+
+TEST_F(alphaBetaNode, noTableCutAfterANullMoveNorAtTheRoot)
+{
+    workbench passed("r4rk1/pp3ppp/2n2n2/3p4/3P4/2N2N2/PP3PPP/R4RK1 w - - 3 15");
+    ttStore(passed->key, noMove, 0, 60, boundExact, 0);
+    searched(passed, 4, 19, 20);
+    EXPECT_GT(nodes, 1U) << "root";
+    passed.pass();
+    ttStore(passed->key, noMove, 0, 60, boundExact, 1);
+    searched(passed, 4, 19, 20);
+    EXPECT_GT(nodes, 1U) << "after a null move";
+}
+
+TEST_F(alphaBetaNode, endsOfTheGame)
+{
+    const struct
+    {
+        const char *reason, *fen, *move;
+        int expected;
+    } cases[] = {
+        {"stalemate", "7k/8/8/8/8/8/5Q2/4K3 w - - 0 1", "f2f7", scoreDraw},
+        {"mate", "7k/6pp/8/8/8/8/8/R3K3 w - - 0 1", "a1a8", 1 - scoreMate},
+        {"mate by the move that completes fifty", "7k/6pp/8/8/8/8/8/R3K3 w - - 99 90", "a1a8", 1 - scoreMate},
+        {"fifty moves", "7k/6pp/8/8/8/8/8/R3K3 w - - 99 90", "a1b1", scoreDraw},
+        {"too little material", "7k/8/8/8/8/8/3p4/3NK3 w - - 0 1", "e1d2", scoreDraw},
+    };
+    for (const auto &c : cases)
+    {
+        ttClear();
+        workbench bench(c.fen);
+        bench.play(c.move);
+        EXPECT_EQ(searched(bench, 1), c.expected) << c.reason;
+    }
+}
+
+TEST_F(alphaBetaNode, fiftyMovesAreNotLookedAtBeforeTheLimit)
+{
+    workbench bench("7k/6pp/8/8/8/8/8/R3K3 w - - 98 90");
+    bench.play("a1b1");
+    EXPECT_LT(searched(bench, 1), -100);
+}
+
+TEST_F(alphaBetaNode, matesTooLateForTheWindowEndTheNode)
+{
+    workbench bench = quietBench();
+    EXPECT_EQ(searched(bench, 5, scoreMate - 1, scoreMate), scoreMate - 1);
+    EXPECT_EQ(nodes, 1U);
+    EXPECT_EQ(searched(bench, 5, -infiniteScore, bench.ply - scoreMate), bench.ply - scoreMate);
+    EXPECT_EQ(nodes, 1U);
+}
+
+TEST_F(alphaBetaNode, stoppedNodeReturnsNothingAndStoresNothing)
+{
+    workbench bench = quietBench();
+    stopSearch = true;
+    EXPECT_EQ(searched(bench, 5), 0);
+    EXPECT_EQ(nodes, 1U);
+    stopSearch = false;
+    searchLimits.infinite = false;
+    searchLimits.maximumTime = 0; // over at the first look at the clock
+    bench->pollCountdown = 0;
+    const std::uint64_t key = bench->key;
+    EXPECT_EQ(searched(bench, 5), 0);
+    EXPECT_TRUE(stopSearch);
+    EXPECT_EQ(bench->key, key);
+    EXPECT_FALSE(ttProbe(key).isHit());
+}
+
+TEST_F(alphaBetaNode, clockIsReadEvery4097Nodes)
+{
+    workbench bench = quietBench();
+    searchLimits.infinite = false;
+    searchLimits.maximumTime = 0;
+    bench->pollCountdown = defaultPollInterval;
+    searched(bench, 30);
+    EXPECT_TRUE(stopSearch);
+    EXPECT_EQ(nodes, 4097U);
+    for (const bool isPondering : {false, true}) // neither state looks at the clock
+    {
+        stopSearch = false;
+        searchLimits.infinite = !isPondering;
+        pondering = isPondering;
+        bench->pollCountdown = 0;
+        searched(bench, 1);
+        EXPECT_FALSE(stopSearch);
+    }
+    pondering = false;
+}
+
+TEST_F(alphaBetaNode, leavesThePositionAsItWas)
+{
+    for (const char *fen : {"r3k2r/p1ppqpb1/bn2pnp1/3PN3/1p2P3/2N2Q1p/PPPBBPPP/R3K2R w KQkq - 0 1",
+                            "8/2p5/3p4/KP5r/1R3p1k/8/4P1P1/8 w - - 0 1", "8/PPP4k/8/8/8/8/4Kppp/8 w - - 0 1"})
+    {
+        workbench bench(fen);
+        const posHead before = *bench;
+        searched(bench, 7);
+        EXPECT_GT(nodes, 500U);
+        EXPECT_TRUE(std::equal(std::begin(before.board), std::end(before.board), bench->board)) << fen;
+        EXPECT_TRUE(std::equal(std::begin(before.bitboards), std::end(before.bitboards), bench->bitboards)) << fen;
+        EXPECT_EQ(before.key, bench->key);
+        EXPECT_EQ(before.pawnKey, bench->pawnKey);
+        EXPECT_EQ(before.phase, bench->phase);
+        EXPECT_EQ(before.keyCount, bench->keyCount);
+        EXPECT_EQ(before.fiftyCount, bench->fiftyCount);
+        EXPECT_EQ(before.sideToMove, bench->sideToMove);
+    }
+}
+
+TEST_F(alphaBetaNode, positionsWithMoreMovesThanAnyGameAreSearched)
+{
+    // Fifteen queens a side, and as many as can move freely on one.
+    const char *const freaks[] = {
+        "qqqqkqqq/qqqqqqqq/8/8/8/8/QQQQQQQQ/QQQQKQQQ w - - 0 1",
+        "k7/8/qqqqqqqq/qqqqqqq1/QQQQQQQ1/QQQQQQQQ/8/7K b - - 0 1",
+        "R6R/3Q4/1Q4Q1/4Q3/2Q4Q/Q4Q2/pp1Q4/kBNN1KB1 w - - 0 1",
+        "Q2Q3Q/8/4Q3/1Q4Q1/8/2Q2Q2/Q5Q1/3Q1K1k b - - 0 1",
+        "Q2Q3Q/1Q6/4Q3/1Q4Q1/k7/2Q2Q2/Q5Q1/3Q1K2 w - - 0 1",
+        "3Q4/1Q4Q1/4Q3/2Q4R/Q4Q2/3Q4/1Q4Rp/1K1BBNNk w - - 0 1",
+    };
+    for (const char *fen : freaks)
+    {
+        workbench bench(fen);
+        if (!isPlayable(*bench))
+            continue;
+        const std::uint64_t key = bench->key;
+        for (int depth = 1; depth <= 3; ++depth)
+            searched(bench, depth);
+        EXPECT_EQ(bench->key, key) << fen;
+        EXPECT_LE(bench.node(1).listStart - bench.node(0).listStart,
+                  moveStackCapacity - moveStackSize + moveListReserve);
+    }
+}
+
+} // namespace
+} // namespace tarvonel

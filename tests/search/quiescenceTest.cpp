@@ -1,0 +1,183 @@
+#include "search/quiescence.h"
+
+#include <random>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "board/setup.h"
+#include "eval/evaluate.h"
+#include "search/alphaBeta.h"
+#include "search/score.h"
+#include "search/searchSupport.h"
+#include "search/transpositionTable.h"
+
+namespace tarvonel
+{
+namespace
+{
+
+class quiescenceSearch : public testing::Test
+{
+  protected:
+    void SetUp() override { prepareSearchTest(); }
+
+    /// Score in the full window; `nodes` becomes the nodes of this call.
+    int resolve(workbench &bench, int qDepth, int alpha = -infiniteScore, int beta = infiniteScore)
+    {
+        const std::uint64_t before = bench->quiescenceNodes;
+        const int score = quiescence(bench.ply, qDepth, alpha, beta, *bench);
+        nodes = bench->quiescenceNodes - before;
+        return score;
+    }
+    std::uint64_t nodes = 0;
+};
+
+TEST_F(quiescenceSearch, nodesWithoutMoves)
+{
+    workbench mated("rnb1kbnr/pppp1ppp/8/4p3/6Pq/5P2/PPPPP2P/RNBQKBNR w KQkq - 0 1");
+    EXPECT_EQ(resolve(mated, 0), -scoreMate);
+    EXPECT_EQ(nodes, 1U);
+    workbench stalemate("7k/5Q2/8/8/8/8/8/4K3 b - - 0 1");
+    EXPECT_EQ(resolve(stalemate, 0), evaluate(0, *stalemate)) << "a stalemate is not seen";
+    workbench bare("4k1n1/8/8/8/8/8/8/4KB2 w - - 0 1");
+    EXPECT_EQ(resolve(bare, 0), scoreDraw);
+}
+
+TEST_F(quiescenceSearch, losingCapturesAreTriedOnlyAsDeepRecaptures)
+{
+    // The queen could take the pawn that has just moved, which another defends.
+    const struct
+    {
+        int qDepth;
+        bool isSearched;
+    } cases[] = {{0, false}, {-4, false}, {-5, true}, {-13, true}, {-14, true}};
+    for (const auto &c : cases)
+    {
+        workbench bench("6k1/3p4/4p3/8/8/8/8/3Q2K1 b - - 0 1");
+        bench.play("d7d5");
+        const int standPat = evaluate(bench.ply, *bench);
+        EXPECT_EQ(resolve(bench, c.qDepth), standPat);
+        EXPECT_EQ(nodes > 1, c.isSearched) << c.qDepth;
+    }
+}
+
+TEST_F(quiescenceSearch, deepNodesTakeOnTheLastSquareAlone)
+{
+    // A free rook stands on h8; black's last move went to a6.
+    workbench bench("1k5r/p7/8/8/3B4/8/8/6K1 b - - 0 1");
+    bench.play("a7a6");
+    EXPECT_GT(resolve(bench, -4), evaluate(bench.ply, *bench));
+    EXPECT_EQ(resolve(bench, -5), evaluate(bench.ply, *bench));
+    EXPECT_EQ(nodes, 1U);
+}
+
+TEST_F(quiescenceSearch, checksAreAnsweredDownToItsLastEvasionDepth)
+{
+    const auto bench = []
+    {
+        workbench made("r5k1/8/8/8/8/8/8/4K3 b - - 0 1");
+        made.play("a8e8");
+        return made;
+    };
+    workbench answered = bench();
+    resolve(answered, -13);
+    EXPECT_EQ(nodes, 6U) << "one for the node and one for each step of the king"; // d1, d2, f1, f2; e-file is barred
+    workbench passedOver = bench();
+    EXPECT_EQ(resolve(passedOver, -14), evaluate(passedOver.ply, *passedOver)) << "no mate score for want of evasions";
+    EXPECT_EQ(nodes, 1U);
+}
+
+TEST_F(quiescenceSearch, tableEntriesCutAtAnyDepthAndInAnyWindow)
+{
+    const struct
+    {
+        const char *reason;
+        ttBound bound;
+        int value, alpha, beta;
+        bool isCut;
+        int expected; ///< when cut
+    } cases[] = {
+        {"exact in an open window", boundExact, 123, -30000, 30000, true, 123},
+        {"exact below alpha", boundExact, -500, 0, 100, true, -500},
+        {"lower bound at beta", boundLower, 100, 0, 100, true, 100},
+        {"lower bound inside", boundLower, 20000, 0, 30000, false, 20000},
+        {"lower bound below alpha", boundLower, -30000, -100, 30000, false, 0},
+        {"upper bound at alpha", boundUpper, -100, -100, 0, true, -100},
+        {"upper bound inside", boundUpper, -20000, -30000, 0, false, -20000},
+        {"upper bound above beta", boundUpper, 30000, -30000, 20000, false, 0},
+    };
+    for (const auto &c : cases)
+    {
+        workbench bench("6k1/5ppp/8/8/8/8/5PPP/6K1 w - - 0 1");
+        ttClear();
+        ttStore(bench->key, noMove, c.value, 1, c.bound, 0);
+        // nothing to capture: what is not cut stands pat at the better of evaluation and bound
+        const int standPat = c.expected != 0 ? c.expected : evaluate(0, *bench);
+        EXPECT_EQ(resolve(bench, 0, c.alpha, c.beta), standPat) << c.reason;
+    }
+}
+
+TEST_F(quiescenceSearch, writesNothingIntoTheTable)
+{
+    workbench bench("r3k2r/p1ppqpb1/bn2pnp1/3PN3/1p2P3/2N2Q1p/PPPBBPPP/R3K2R w KQkq - 0 1");
+    resolve(bench, 0);
+    EXPECT_GT(nodes, 20U);
+    for (std::uint64_t cluster = 0; cluster <= ttMask; ++cluster)
+        for (const auto &word : ttTable[cluster].data)
+            ASSERT_EQ(word, 0U);
+}
+
+TEST_F(quiescenceSearch, repetitionsAreDrawsHereToo)
+{
+    workbench bench(startPositionFen);
+    for (const char *text : {"g1f3", "g8f6", "f3g1", "f6g8", "g1f3"})
+        bench.play(text);
+    EXPECT_EQ(resolve(bench, 0), 1) << "odd count";
+    EXPECT_EQ(resolve(bench, 0), -1) << "even count";
+}
+
+/// Random moves along the stack, as deep as it goes.
+void playToTheEnd(workbench &bench)
+{
+    std::mt19937 random(3);
+    while (bench.ply < maxPly)
+    {
+        const std::vector<moveCode> moves = bench.legalMoves();
+        ASSERT_FALSE(moves.empty()) << "take another seed";
+        bench.play(moves[random() % moves.size()]);
+    }
+}
+
+TEST_F(quiescenceSearch, lastPlyIsEvaluated)
+{
+    workbench bench(startPositionFen);
+    ASSERT_NO_FATAL_FAILURE(playToTheEnd(bench));
+    const int score = evaluate(maxPly, *bench);
+    EXPECT_EQ(resolve(bench, 0), score);
+    EXPECT_EQ(nodes, 1U);
+    EXPECT_EQ(alphaBeta(maxPly, 5, -infiniteScore, infiniteScore, *bench), score);
+    EXPECT_EQ(bench->searchNodes, 1U);
+}
+
+TEST_F(quiescenceSearch, fullMoveStackIsEvaluated)
+{
+    for (const bool isFull : {false, true})
+    {
+        workbench bench("6k1/8/8/3p4/4P3/8/8/6K1 b - - 0 1");
+        bench.play("g8g7");
+        bench.node().listStart = bench.node(0).listStart + moveStackSize - moveListReserve + (isFull ? 1 : 0);
+        resolve(bench, 0);
+        EXPECT_EQ(nodes == 1, isFull);
+        const std::uint64_t before = bench->searchNodes;
+        const int score = alphaBeta(bench.ply, 2, -infiniteScore, infiniteScore, *bench);
+        EXPECT_EQ(bench->searchNodes == before + 1, isFull);
+        if (isFull)
+        {
+            EXPECT_EQ(score, evaluate(bench.ply, *bench));
+        }
+    }
+}
+
+} // namespace
+} // namespace tarvonel

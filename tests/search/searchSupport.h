@@ -1,0 +1,111 @@
+// What the tests of the search share: a bench to call its operations by hand, and whole searches
+// with a recorder in place of the console.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "board/pos.h"
+#include "search/searchLimits.h"
+#include "search/worker.h"
+
+namespace tarvonel
+{
+
+#if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)
+inline constexpr bool isSanitized = true;
+#elif defined(__has_feature)
+inline constexpr bool isSanitized = __has_feature(thread_sanitizer) || __has_feature(address_sanitizer);
+#else
+inline constexpr bool isSanitized = false;
+#endif
+
+/// Loads the test network and an empty transposition table of 1 MiB, and lifts all limits.
+void prepareSearchTest();
+
+/// A position with the tables of a worker, on which a test plays moves and calls the search's
+/// operations at the ply it has reached. Nothing runs in the worker's own thread.
+class workbench
+{
+  public:
+    explicit workbench(const std::string &fen);
+
+    pos &operator*() { return owner->position; }
+    pos *operator->() { return &owner->position; }
+    posinfo &node() { return owner->position.info[ply]; }
+    posinfo &node(int ofPly) { return owner->position.info[ofPly]; }
+
+    /// Writes the legal moves of the ply on to its list.
+    std::vector<moveCode> legalMoves();
+    /// The legal move with that text, its extra byte the moving piece; fails the test if there is none.
+    moveCode move(const std::string &text);
+    /// Plays a move, or passes, as the search does, and goes on to the next ply.
+    void play(moveCode move);
+    void play(const std::string &text) { play(move(text)); }
+    void pass();
+    std::string text(moveCode move) const;
+
+    int ply = 0;
+
+  private:
+    std::unique_ptr<worker> owner;
+};
+
+/// Limits of a search in milliseconds; a time of 0 is none.
+struct searchPlan
+{
+    int depth = 0;
+    int optimalMs = 0;
+    int maximumMs = 0;
+    bool infinite = false;
+    bool ponder = false;
+};
+
+/// What a search has announced, as lines like "info score cp 12 depth 10 seldepth 12 nodes 99 tbhits 0 pv e2e4"
+/// and "bestmove e2e4 ponder e7e5".
+struct searchRecord
+{
+    std::vector<std::string> lines;
+    int answers = 0;
+    moveCode best = noMove;
+    moveCode ponder = noMove;
+    int score = 0;     ///< of the last iteration reported or mate found
+    int lastDepth = 0; ///< the same
+    int mates = 0;     ///< mates found
+    int matedRoots = 0;
+    int tableMoves = 0;
+    std::uint64_t nodes = 0; ///< of all workers, at the answer
+};
+
+/// Runs whole searches. Fixture of the suites that need a pool: `SetUp` gives one thread.
+class searchFixture : public testing::Test
+{
+  protected:
+    void SetUp() override;
+    void TearDown() override;
+
+    static void usePool(int threads);
+    /// Sets the limits and starts; the record starts afresh.
+    static void start(const std::string &fen, const searchPlan &plan);
+    static void start(const pos &root, const searchPlan &plan);
+    /// Waits for the answer and gives the record.
+    static const searchRecord &finish();
+    static const searchRecord &run(const std::string &fen, const searchPlan &plan);
+    static const searchRecord &run(const pos &root, const searchPlan &plan);
+    /// What a controller's commands do.
+    static void stop() { stopSearch = true; }
+    static void ponderHit();
+    static void newGame();
+
+    /// Safe while a search runs.
+    static int answerCount();
+};
+
+/// Whether the move is one of the legal moves of the position.
+bool isLegalIn(const std::string &fen, moveCode move);
+
+} // namespace tarvonel

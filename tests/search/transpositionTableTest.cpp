@@ -1,0 +1,183 @@
+#include "search/transpositionTable.h"
+
+#include <array>
+
+#include <gtest/gtest.h>
+
+#include "board/engineOptions.h"
+#include "search/score.h"
+
+namespace tarvonel
+{
+namespace
+{
+
+class transpositionTable : public testing::Test
+{
+  protected:
+    void SetUp() override
+    {
+        engineOptions.threadCount = 1;
+        ttResize(1);
+        ttAdvanceAge();
+    }
+
+    /// Keys that share a cluster.
+    static std::uint64_t keyOf(std::uint64_t number) { return number << 32 | 77; }
+    static bool isHeld(std::uint64_t number) { return ttProbe(keyOf(number)).isHit(); }
+    static void fill(std::array<int, 4> depths)
+    {
+        for (std::uint64_t slot = 0; slot < 4; ++slot)
+            ttStore(keyOf(slot + 1), encodeMove(8, 16), 0, depths[slot], boundLower, 0);
+    }
+    static void age(int searches)
+    {
+        for (int i = 0; i < searches; ++i)
+            ttAdvanceAge();
+    }
+};
+
+TEST_F(transpositionTable, sizesAreRoundedUpToPowersOfTwo)
+{
+    const struct
+    {
+        int asked;
+        std::uint64_t taken;
+    } cases[] = {{0, 1}, {1, 1}, {2, 2}, {3, 4}, {4, 4}, {5, 8}, {-3, 1}};
+    for (const auto &c : cases)
+    {
+        ttStore(keyOf(1), encodeMove(8, 16), 0, 9, boundExact, 0);
+        EXPECT_EQ(ttResize(c.asked), c.taken);
+        EXPECT_EQ(ttMask, c.taken * 16384 - 1);
+        EXPECT_FALSE(isHeld(1));
+    }
+}
+
+TEST_F(transpositionTable, fieldsComeBackAsStored)
+{
+    const struct
+    {
+        moveCode move;
+        int score, depth;
+        ttBound bound;
+    } cases[] = {
+        {encodeMove(12, 28, doubleStep, whitePawn), -1, 127, boundExact},
+        {noMove, 31871, 1, boundLower},
+        {encodeMove(52, 60, promoteQueen, whitePawn), -31871, 64, boundUpper},
+        {encodeMove(63, 63, castleQueenSide, blackKing), 0, 7, boundExact},
+    };
+    for (const auto &c : cases)
+    {
+        ttStore(keyOf(5), c.move, c.score, c.depth, c.bound, 30);
+        const ttEntry entry = ttProbe(keyOf(5));
+        EXPECT_TRUE(entry.isHit());
+        EXPECT_EQ(entry.move(), c.move);
+        EXPECT_EQ(entry.value(), c.score);
+        EXPECT_EQ(entry.depth(), c.depth);
+        EXPECT_EQ(entry.bound(), c.bound);
+        EXPECT_EQ(entry.age(), ttAge);
+    }
+    EXPECT_FALSE(ttProbe(keyOf(6)).isHit());
+}
+
+TEST_F(transpositionTable, sameKeyIsOverwrittenWhateverItHeld)
+{
+    ttStore(keyOf(1), encodeMove(8, 16), 300, 30, boundExact, 0);
+    ttStore(keyOf(1), noMove, -5, 1, boundUpper, 0);
+    const ttEntry entry = ttProbe(keyOf(1));
+    EXPECT_EQ(entry.move(), noMove);
+    EXPECT_EQ(entry.value(), -5);
+    EXPECT_EQ(entry.depth(), 1);
+}
+
+TEST_F(transpositionTable, replacesTheLeastWorthKeeping)
+{
+    fill({5, 3, 3, 7});
+    ttStore(keyOf(9), noMove, 0, 1, boundUpper, 0);
+    EXPECT_TRUE(isHeld(1) && !isHeld(2) && isHeld(3) && isHeld(4) && isHeld(9)) << "the first of two equals goes";
+
+    fill({5, 3, 3, 7});
+    ttClear();
+    fill({5, 3, 3, 7});
+    ttStore(keyOf(2), noMove, 0, 3, boundExact, 0);
+    ttStore(keyOf(9), noMove, 0, 1, boundUpper, 0);
+    EXPECT_TRUE(isHeld(1) && isHeld(2) && !isHeld(3) && isHeld(4)) << "an exact entry is worth a ply more";
+}
+
+TEST_F(transpositionTable, ageCostsFourPliesASearch)
+{
+    ttStore(keyOf(1), noMove, 0, 70, boundLower, 0);
+    age(16);
+    for (std::uint64_t number = 2; number <= 4; ++number)
+        ttStore(keyOf(number), noMove, 0, 7, boundLower, 0);
+    ttStore(keyOf(9), noMove, 0, 1, boundUpper, 0);
+    EXPECT_TRUE(!isHeld(1) && isHeld(2) && isHeld(3) && isHeld(4));
+
+    ttClear();
+    age(1);
+    ttStore(keyOf(1), noMove, 0, 72, boundLower, 0);
+    age(16);
+    for (std::uint64_t number = 2; number <= 4; ++number)
+        ttStore(keyOf(number), noMove, 0, 7, boundLower, 0);
+    ttStore(keyOf(9), noMove, 0, 1, boundUpper, 0);
+    EXPECT_TRUE(isHeld(1) && !isHeld(2)) << "72 - 64 is more than 7";
+}
+
+TEST_F(transpositionTable, agesWrapAfterSixtyFourSearches)
+{
+    EXPECT_EQ(ttAge, 0);
+    age(63);
+    EXPECT_EQ(ttAge, 63);
+    fill({10, 10, 10, 10});
+    age(1);
+    EXPECT_EQ(ttAge, 0);
+    ttStore(keyOf(1), noMove, 0, 6, boundExact, 0); // young but shallow: worth 7, an old one 10 - 4
+    ttStore(keyOf(9), noMove, 0, 1, boundUpper, 0);
+    EXPECT_TRUE(isHeld(1) && !isHeld(2));
+    age(63); // 64 searches after the fill: looks new
+    EXPECT_EQ(ttProbe(keyOf(3)).age(), ttAge);
+
+    ttClear();
+    EXPECT_EQ(ttAge, 63) << "clearing leaves the age to the next search";
+    ttAdvanceAge();
+    EXPECT_EQ(ttAge, 0);
+}
+
+TEST_F(transpositionTable, mateScoresAreRelativeToTheirNode)
+{
+    const struct
+    {
+        int score, storePly, word, readPly, read;
+    } cases[] = {
+        {32000 - 13, 10, 32000 - 3, 4, 32000 - 7},
+        {13 - 32000, 10, 3 - 32000, 4, 7 - 32000},
+        {31872, 0, 31872, 9, 31872 - 9},
+        {31871, 10, 31871, 4, 31871},
+        {-31872, 5, -31877, 0, -31877},
+        {-31871, 5, -31871, 0, -31871},
+        {31872 - 20, 20, 31872 - 20, 3, 31872 - 20},
+    };
+    for (const auto &c : cases)
+    {
+        ttStore(keyOf(1), noMove, c.score, 5, boundExact, c.storePly);
+        EXPECT_EQ(ttProbe(keyOf(1)).value(), c.word) << c.score;
+        EXPECT_EQ(scoreFromTable(ttProbe(keyOf(1)).value(), c.readPly), c.read) << c.score;
+    }
+}
+
+TEST_F(transpositionTable, clearingReachesEveryClusterWithAnyNumberOfThreads)
+{
+    for (const int threads : {1, 3, 7, 256})
+    {
+        engineOptions.threadCount = threads;
+        for (std::uint64_t cluster = 0; cluster <= ttMask; ++cluster)
+            ttStore(cluster, noMove, 1, 1, boundExact, 0);
+        ttClear();
+        for (std::uint64_t cluster = 0; cluster <= ttMask; ++cluster)
+            ASSERT_EQ(ttTable[cluster].data[0], 0U) << threads << ' ' << cluster;
+    }
+    engineOptions.threadCount = 1;
+}
+
+} // namespace
+} // namespace tarvonel
