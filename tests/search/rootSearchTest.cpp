@@ -1,0 +1,242 @@
+// Whole searches of one thread: what they find, when they end, what they tell.
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "board/makeMove.h"
+#include "board/moveText.h"
+#include "board/setup.h"
+#include "movegen/moveChecks.h"
+#include "platform/clock.h"
+#include "search/score.h"
+#include "search/searchSupport.h"
+#include "search/transpositionTable.h"
+#include "support/randomGames.h"
+
+namespace tarvonel
+{
+namespace
+{
+
+constexpr const char *middleGame = "r1bq1rk1/pp2bppp/2n1pn2/3p4/2PP4/2N2N2/PP2BPPP/R1BQ1RK1 w - - 0 9";
+constexpr const char *matedFen = "rnb1kbnr/pppp1ppp/8/4p3/6Pq/5P2/PPPPP2P/RNBQKBNR w KQkq - 0 1";
+constexpr const char *stalemateFen = "7k/5Q2/8/8/8/8/8/4K3 b - - 0 1";
+constexpr const char *oneMoveFen = "8/8/4k3/8/8/8/r7/7K w - - 0 1";
+
+int countLines(const searchRecord &record, const std::string &prefix)
+{
+    return static_cast<int>(
+        std::ranges::count_if(record.lines, [&](const std::string &line) { return line.starts_with(prefix); }));
+}
+
+class rootSearch : public searchFixture
+{
+};
+
+TEST_F(rootSearch, findsMatesInOneToFive)
+{
+    const struct
+    {
+        int moves;
+        const char *fen, *best;
+    } cases[] = {
+        {1, "6k1/5ppp/8/8/8/8/8/R6K w - - 0 1", "a1a8"},
+        {1, "r1bqkb1r/pppp1ppp/2n2n2/4p2Q/2B1P3/8/PPPP1PPP/RNB1K1NR w KQkq - 0 1", "h5f7"},
+        {2, "kbK5/pp6/1P6/8/8/8/8/R7 w - - 0 1", "a1a6"},
+        {3, "r1b1kb1r/pppp1ppp/5q2/4n3/3KP3/2N3PN/PPP4P/R1BQ1B1R b kq - 0 1", "f8c5"},
+        {3, "r5rk/5p1p/5R2/4B3/8/8/7P/7K w - - 0 1", "f6a6"},
+        {4, "6k1/3Q4/8/8/2K5/8/8/8 w - - 0 1", "c4d5"},
+        {4, "8/8/8/5K2/8/8/1R6/7k w - - 0 1", "f5e4"},
+        {5, "8/k7/8/8/8/1K6/8/3Q4 w - - 0 1", "d1d7"},
+        {5, "7k/8/8/8/6K1/8/8/5R2 w - - 0 1", "g4g5"},
+    };
+    for (const auto &c : cases)
+    {
+        newGame();
+        const searchRecord &record = run(c.fen, {.depth = 30});
+        EXPECT_EQ(record.mates, 1) << c.fen;
+        EXPECT_EQ(record.score, scoreMate - (2 * c.moves - 1)) << c.fen;
+        EXPECT_GE(record.lastDepth, 2 * c.moves - 1) << c.fen;
+        EXPECT_TRUE(record.lines.back().starts_with("bestmove " + std::string(c.best))) << record.lines.back();
+    }
+}
+
+TEST_F(rootSearch, signatureIsTheSameInEveryRun)
+{
+    const std::vector<std::string> fens = {startPositionFen, middleGame, "8/2p5/3p4/KP5r/1R3p1k/8/4P1P1/8 w - - 0 1",
+                                           "4rrk1/pp1n3p/3q2pQ/2p1pb2/2PP4/2P3N1/P2B2PP/4RRK1 b - - 7 19"};
+    std::vector<std::string> first;
+    for (int round = 0; round < 3; ++round)
+    {
+        if (round == 2)
+            usePool(1); // new tables altogether
+        std::vector<std::string> lines;
+        for (const std::string &fen : fens)
+        {
+            newGame();
+            const searchRecord &record = run(fen, {.depth = 10});
+            lines.insert(lines.end(), record.lines.begin(), record.lines.end());
+            lines.push_back(std::to_string(record.nodes));
+        }
+        if (round == 0)
+            first = lines;
+        EXPECT_EQ(lines, first) << round;
+    }
+    EXPECT_EQ(first.size(), 3 * fens.size()) << "one iteration is told of each, then the answer";
+}
+
+TEST_F(rootSearch, whatLastsBetweenSearchesShowsInTheNodes)
+{
+    const std::uint64_t fresh = run(middleGame, {.depth = 9}).nodes;
+    const std::uint64_t repeated = run(middleGame, {.depth = 9}).nodes;
+    EXPECT_NE(repeated, fresh) << "the table still holds the first search";
+    ttClear();
+    const std::uint64_t withHistory = run(middleGame, {.depth = 9}).nodes;
+    EXPECT_NE(withHistory, fresh) << "continuation histories survive";
+    newGame();
+    EXPECT_EQ(run(middleGame, {.depth = 9}).nodes, fresh);
+}
+
+TEST_F(rootSearch, depthsOfReports)
+{
+    EXPECT_EQ(run(middleGame, {.depth = 1}).lines.size(), 1U);
+    EXPECT_EQ(run(middleGame, {.depth = 9}).lines.size(), 1U);
+    const searchRecord &record = run(middleGame, {.depth = 12});
+    EXPECT_EQ(countLines(record, "info score cp "), 3);
+    EXPECT_EQ(record.lastDepth, 12);
+    EXPECT_NE(record.lines.front().find(" depth 10 "), std::string::npos);
+    EXPECT_TRUE(isLegalIn(middleGame, record.best));
+}
+
+TEST_F(rootSearch, reportedVariationsAreLegal)
+{
+    for (const char *fen : {middleGame, startPositionFen, "8/2p5/3p4/KP5r/1R3p1k/8/4P1P1/8 w - - 0 1"})
+    {
+        run(fen, {.depth = 11});
+        const pos &searchedPosition = theBoss().position;
+        ASSERT_GT(searchedPosition.pvLast, 0) << fen;
+        workbench bench(fen);
+        for (int i = 0; i <= searchedPosition.pvLast; ++i)
+            bench.play(bench.text(searchedPosition.info[i].pvMove));
+    }
+}
+
+TEST_F(rootSearch, endsOfTheGameAtTheRoot)
+{
+    const searchRecord mated = run(matedFen, {});
+    EXPECT_EQ(mated.matedRoots, 1);
+    EXPECT_EQ(mated.lines, (std::vector<std::string>{"bestmove a1a1"}));
+
+    const searchRecord stalemate = run(stalemateFen, {.depth = 12});
+    EXPECT_EQ(stalemate.matedRoots, 0);
+    EXPECT_EQ(stalemate.lines.back(), "bestmove a1a1");
+
+    ASSERT_EQ(workbench(oneMoveFen).legalMoves().size(), 1U);
+    const std::uint64_t nodes = run(oneMoveFen, {.depth = 20}).nodes;
+    EXPECT_EQ(theBoss().currentDepth, 3) << "a forced move is not thought about";
+    EXPECT_LT(nodes, 2000U);
+}
+
+TEST_F(rootSearch, scoresOfDrawnRoots)
+{
+    run("7k/8/8/8/8/8/8/K6B w - - 0 1", {.depth = 8});
+    EXPECT_EQ(theBoss().position.rootScore, scoreDraw);
+    run("7k/6pp/8/8/8/8/8/R3K3 w - - 100 90", {.depth = 4});
+    EXPECT_EQ(theBoss().position.rootScore, scoreDraw) << "the count is full, whatever is played";
+}
+
+TEST_F(rootSearch, movesOfALongGameLeaveRoomForTheSearch)
+{
+    ownedPosition root(startPositionFen);
+    for (int i = 0; i < 1200; ++i)
+        playGameMove(*root,
+                     parseMoveText(i % 4 < 2 ? (i % 2 == 0 ? "g1f3" : "g8f6") : (i % 2 == 0 ? "f3g1" : "f6g8"), *root));
+    const searchRecord &record = run(*root, {.depth = 8});
+    EXPECT_TRUE(isLegalIn(startPositionFen, record.best));
+}
+
+TEST_F(rootSearch, answersWithALegalMoveHoweverEarlyItIsStopped)
+{
+    for (int i = 0; i < 40; ++i)
+    {
+        start(middleGame, {.infinite = true});
+        stop();
+        EXPECT_TRUE(isLegalIn(middleGame, finish().best));
+    }
+    for (const int maximum : {-1, 1, 2, 5})
+        EXPECT_TRUE(isLegalIn(middleGame, run(middleGame, {.optimalMs = maximum, .maximumMs = maximum}).best));
+}
+
+// Generous bounds: the machine may be busy with other things.
+constexpr int patienceMs = 20000;
+
+TEST_F(rootSearch, timeLimitsAreKept)
+{
+    std::int64_t begin = millisecondsNow();
+    run(middleGame, {.optimalMs = 100000, .maximumMs = 150});
+    std::int64_t taken = millisecondsNow() - begin;
+    EXPECT_GE(taken, 150) << "the hard limit alone ends it";
+    EXPECT_LT(taken, 150 + patienceMs);
+
+    begin = millisecondsNow();
+    run(middleGame, {.optimalMs = 60, .maximumMs = 10 * patienceMs});
+    taken = millisecondsNow() - begin;
+    EXPECT_GE(taken, 36) << "never below 0.6 of the soft limit";
+    EXPECT_LT(taken, patienceMs);
+    EXPECT_TRUE(timeIsUp);
+}
+
+TEST_F(rootSearch, depthLimitIgnoresTheSoftLimitButNotTheHardOne)
+{
+    EXPECT_EQ(run(middleGame, {.depth = 10, .optimalMs = 1}).lastDepth, 10);
+    EXPECT_TRUE(isLegalIn(middleGame, run(middleGame, {.depth = 100, .optimalMs = 1, .maximumMs = 50}).best));
+    EXPECT_LT(theBoss().currentDepth, 100);
+}
+
+TEST_F(rootSearch, ponderSearchAnswersOnlyWhenToldTo)
+{
+    start(middleGame, {.optimalMs = 1, .maximumMs = 1, .ponder = true});
+    const std::int64_t begin = millisecondsNow();
+    while (!timeIsUp && millisecondsNow() - begin < patienceMs)
+        sleepMilliseconds(1);
+    EXPECT_TRUE(timeIsUp) << "the decision falls while pondering";
+    sleepMilliseconds(30);
+    EXPECT_EQ(answerCount(), 0);
+    EXPECT_TRUE(isSearchRunning());
+    ponderHit();
+    EXPECT_TRUE(stopSearch);
+    EXPECT_TRUE(isLegalIn(middleGame, finish().best));
+
+    start(middleGame, {.optimalMs = 100000, .maximumMs = 120, .ponder = true});
+    sleepMilliseconds(150);
+    EXPECT_EQ(answerCount(), 0) << "the hard limit does not count yet";
+    ponderHit();
+    finish();
+
+    start(middleGame, {.depth = 5, .ponder = true});
+    sleepMilliseconds(30);
+    stop();
+    finish();
+}
+
+TEST_F(rootSearch, infiniteSearchOfADecidedRootWaitsForStop)
+{
+    for (const char *fen : {stalemateFen, oneMoveFen})
+    {
+        start(fen, {.depth = 2, .infinite = true});
+        sleepMilliseconds(60);
+        EXPECT_EQ(answerCount(), 0) << fen;
+        stop();
+        finish();
+    }
+    start("6k1/5ppp/8/8/8/8/8/R6K w - - 0 1", {.infinite = true});
+    sleepMilliseconds(60);
+    EXPECT_EQ(answerCount(), 0);
+    stop();
+    EXPECT_GT(finish().mates, 1) << "told again with every iteration";
+}
+
+} // namespace
+} // namespace tarvonel
