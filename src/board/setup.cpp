@@ -291,6 +291,17 @@ void rebuildBitboards(pos &position)
     }
 }
 
+std::string setupPlayablePosition(const std::string &fen, pos &position)
+{
+    std::string fault = setupPosition(fen, position);
+    if (!fault.empty())
+        return fault;
+    if (!isPlayable(position))
+        return "the side not to move is in check";
+    dropUnfoundedRights(position);
+    return "";
+}
+
 positionSums computeSums(const pos &position)
 {
     positionSums sums;

@@ -16,6 +16,10 @@ inline constexpr const char *startPositionFen = "rnbqkbnr/pppppppp/8/8/8/8/PPPPP
 /// Positions in which the side not to move is in check are accepted.
 std::string setupPosition(const std::string &fen, pos &position);
 
+/// `setupPosition` for positions in which moves are to be made: refuses one in which the side not
+/// to move is in check too, and drops unfounded rights. A refused `position` is of no use.
+std::string setupPlayablePosition(const std::string &fen, pos &position);
+
 /// What `pos` keeps as running sums.
 struct positionSums
 {

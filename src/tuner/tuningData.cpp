@@ -44,14 +44,6 @@ bool readFenWords(const std::string &lineText, std::string &fen)
     return !words.fail();
 }
 
-bool setUpPlayable(const std::string &fen, pos &position)
-{
-    if (!setupPosition(fen, position).empty() || !isPlayable(position))
-        return false;
-    dropUnfoundedRights(position);
-    return true;
-}
-
 /// Adds the position to the list unless it is too one-sided to be labelled.
 void takePosition(const std::string &fen, pos &position)
 {
@@ -99,7 +91,7 @@ void readTuningPositions(std::istream &file, pos &position, const tunerOutput &p
     {
         if (!readFenWords(lineText, fen))
             ++skipped.withoutMarker;
-        else if (!setUpPlayable(fen, position))
+        else if (!setupPlayablePosition(fen, position).empty())
             ++skipped.unplayable;
         else
             takePosition(fen, position);

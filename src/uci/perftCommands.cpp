@@ -119,14 +119,6 @@ std::optional<qtvLine> readQtvLine(const std::string &line)
     return result;
 }
 
-bool setUpToCount(const std::string &fen, pos &position)
-{
-    if (!setupPosition(fen, position).empty() || !isPlayable(position))
-        return false;
-    dropUnfoundedRights(position);
-    return true;
-}
-
 bool reportBadLine(const std::string &line)
 {
     printInfo("The perftFile has a line that cannot be read: " + line);
@@ -159,7 +151,7 @@ template <typename Check> std::optional<bool> checkFile(const std::string &path,
 bool checkRtestLine(const std::string &line, pos &position, bool &isAllGood)
 {
     const std::optional<rtestLine> test = readRtestLine(line);
-    if (!test || !setUpToCount(test->fen, position))
+    if (!test || !setupPlayablePosition(test->fen, position).empty())
         return false;
     const timedCount count = timedPerft(test->depth, position);
     const bool isRight = count.nodes == test->expected;
@@ -175,7 +167,7 @@ bool checkRtestLine(const std::string &line, pos &position, bool &isAllGood)
 bool checkQtvLine(const std::string &line, pos &position, bool &isAllGood)
 {
     const std::optional<qtvLine> test = readQtvLine(line);
-    if (!test || !setUpToCount(test->fen, position))
+    if (!test || !setupPlayablePosition(test->fen, position).empty())
         return false;
     printLine(test->fen);
     for (int depth = 1; depth <= qtvDepths; ++depth)
@@ -204,7 +196,7 @@ void perftCommand(int depth, const std::string &label)
         if (!isMainPositionPlayable())
             return;
     }
-    else if (!setUpToCount(label, *position))
+    else if (!setupPlayablePosition(label, *position).empty())
     {
         printInfo("Invalid position: " + label);
         return;

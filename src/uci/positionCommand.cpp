@@ -75,17 +75,14 @@ void positionCommand(std::istream &words)
         fen = readFenWords(words);
 
     const auto candidate = std::make_unique<pos>(mainPos);
-    std::string fault = setupPosition(fen, *candidate);
-    if (fault.empty() && !isPlayable(*candidate))
-        fault = "the side not to move is in check";
+    const std::string fault = setupPlayablePosition(fen, *candidate);
     if (!fault.empty())
     {
         printInfo("Invalid position: " + fault);
         return;
     }
-    dropUnfoundedRights(*candidate);
     const int played = playMoves(words, *candidate);
-    candidate->key = computeKey(*candidate);
+    dropUnfoundedRights(*candidate); // of moves taken on trust; computes the key anew
     candidate->pawnKey = computePawnKey(*candidate);
     candidate->info[0].inCheck = isSideToMoveInCheck(*candidate) ? 1 : 0;
     searchLimits.gamePlyHint = gamePlyAfter(isFromStart, candidate->keyCount, played);

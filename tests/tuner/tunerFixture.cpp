@@ -100,7 +100,7 @@ std::string randomFileText(int count)
     for (int taken = 0; taken < count;)
     {
         const std::string fen = randomFen(random);
-        if (!setupPosition(fen, *position).empty() || !isPlayable(*position))
+        if (!setupPlayablePosition(fen, *position).empty())
             continue;
         const int size = std::abs(endGameBalance(*position));
         if (size >= outerBalance || (size < handSetBalance && taken % 3 == 0))
