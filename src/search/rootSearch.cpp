@@ -85,7 +85,7 @@ class deepening
     void acceptResult(int result);
     void reportIteration();
     bool isMateProved() const;
-    void adjustTimeFactor(int instability);
+    void adjustTimeFactor(int changes);
     void decideOnTime();
     int instability() const;
 
