@@ -121,7 +121,8 @@ bool isTooLarge(const std::string &text)
     return text.find("quit") != std::string::npos || text.find("texel") != std::string::npos;
 }
 
-/// Sound and damaged lines. A `go` is followed by what may stand beside a search and by a `stop`.
+/// Sound and damaged lines. A `go` is followed by what may stand beside a search and by a `stop`;
+/// damaged positions are also searched, counted and evaluated.
 std::string damagedSession(unsigned seed, int lineCount, const std::string &netFile)
 {
     generator random(seed);
@@ -138,6 +139,8 @@ std::string damagedSession(unsigned seed, int lineCount, const std::string &netF
         std::istringstream(text) >> word;
         if (word == "go")
             session += std::string(below(random, 2) == 0 ? "isready\n" : "position startpos\nponderhit\n") + "stop\n";
+        else if (word == "position" && below(random, 2) == 0)
+            session += "go depth 4 movetime 50\nperft 2\nevil\n";
         if (below(random, 10) == 0)
             session += "setoption name NetFile value " + netFile + '\n';
     }
