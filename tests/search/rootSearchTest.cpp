@@ -67,6 +67,7 @@ TEST_F(rootSearch, signatureIsTheSameInEveryRun)
 {
     const std::vector<std::string> fens = {startPositionFen, middleGame, "8/2p5/3p4/KP5r/1R3p1k/8/4P1P1/8 w - - 0 1",
                                            "4rrk1/pp1n3p/3q2pQ/2p1pb2/2PP4/2P3N1/P2B2PP/4RRK1 b - - 7 19"};
+    constexpr int depth = isSanitized ? 7 : 10;
     std::vector<std::string> first;
     for (int round = 0; round < 3; ++round)
     {
@@ -76,7 +77,7 @@ TEST_F(rootSearch, signatureIsTheSameInEveryRun)
         for (const std::string &fen : fens)
         {
             newGame();
-            const searchRecord &record = run(fen, {.depth = 10});
+            const searchRecord &record = run(fen, {.depth = depth});
             lines.insert(lines.end(), record.lines.begin(), record.lines.end());
             lines.push_back(std::to_string(record.nodes));
         }
@@ -84,7 +85,6 @@ TEST_F(rootSearch, signatureIsTheSameInEveryRun)
             first = lines;
         EXPECT_EQ(lines, first) << round;
     }
-    EXPECT_EQ(first.size(), 3 * fens.size()) << "one iteration is told of each, then the answer";
 }
 
 TEST_F(rootSearch, whatLastsBetweenSearchesShowsInTheNodes)
@@ -103,18 +103,20 @@ TEST_F(rootSearch, depthsOfReports)
 {
     EXPECT_EQ(run(middleGame, {.depth = 1}).lines.size(), 1U);
     EXPECT_EQ(run(middleGame, {.depth = 9}).lines.size(), 1U);
-    const searchRecord &record = run(middleGame, {.depth = 12});
-    EXPECT_EQ(countLines(record, "info score cp "), 3);
-    EXPECT_EQ(record.lastDepth, 12);
+    const searchRecord &record = run(middleGame, {.depth = 11});
+    EXPECT_EQ(countLines(record, "info score cp "), 2);
+    EXPECT_EQ(record.lastDepth, 11);
     EXPECT_NE(record.lines.front().find(" depth 10 "), std::string::npos);
-    EXPECT_TRUE(isLegalIn(middleGame, record.best));
+    workbench bench(middleGame);
+    bench.play(bench.text(record.best));
+    bench.play(bench.text(record.ponder)); // the expected reply
 }
 
 TEST_F(rootSearch, reportedVariationsAreLegal)
 {
-    for (const char *fen : {middleGame, startPositionFen, "8/2p5/3p4/KP5r/1R3p1k/8/4P1P1/8 w - - 0 1"})
+    for (const char *fen : {middleGame, "8/2p5/3p4/KP5r/1R3p1k/8/4P1P1/8 w - - 0 1"})
     {
-        run(fen, {.depth = 11});
+        run(fen, {.depth = 10});
         const pos &searchedPosition = theBoss().position;
         ASSERT_GT(searchedPosition.pvLast, 0) << fen;
         workbench bench(fen);
