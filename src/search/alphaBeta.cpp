@@ -533,16 +533,14 @@ int alphaBeta(int ply, int depth, int alpha, int beta, pos &position)
             return nodeEval;
 
         // Razoring: so far below alpha that quiescence has the last word unless it objects.
-        if (depth <= razorMaxDepth)
-        {
-            if (nodeEval + razorMargin[facts.improving ? 1 : 0][depth] < alpha)
-                if (const int score = quiescence(ply, 0, alpha, beta, position); score < alpha)
-                    return score;
-        }
+        if (depth <= razorMaxDepth && nodeEval + razorMargin[facts.improving ? 1 : 0][depth] < alpha)
+            if (const int score = quiescence(ply, 0, alpha, beta, position); score < alpha)
+                return score;
+
         // Null move: let the opponent move twice. If even the reduced search of that fails high, a
         // real move would too. Not with king and pawns alone, where having to move is what loses.
-        else if (ply >= 2 && node.noNullMove == 0 && position.info[ply - 2].playedMove != noMove && nodeEval >= beta &&
-                 mayPass)
+        if (depth >= nullMoveMinDepth && ply >= 2 && node.noNullMove == 0 &&
+            position.info[ply - 2].playedMove != noMove && nodeEval >= beta && mayPass)
         {
             if (const std::optional<int> score = tryNullMove(ply, depth, beta, nodeEval, position))
                 return *score;
