@@ -333,9 +333,15 @@ std::string gameText(const matchPlan &plan, const finishedGame &game, std::int64
     return pgnText(text);
 }
 
+std::string faultHead(const finishedGame &game, std::int64_t number)
+{
+    return "game " + std::to_string(number + 1) + ": " + game.reason + "\n" + game.positionLine + "\n";
+}
+
+/// With the end of the engine's conversation.
 std::string faultText(const finishedGame &game, std::int64_t number)
 {
-    std::string text = "game " + std::to_string(number + 1) + ": " + game.reason + "\n" + game.positionLine + "\n";
+    std::string text = faultHead(game, number);
     for (const std::string &line : game.lastLines)
     {
         text += "    " + line + "\n";
@@ -363,7 +369,7 @@ void noteGame(matchState &state, const finishedGame &game, std::int64_t number, 
     {
         ++state.faults;
         appendText(plan.faultFile, faultText(game, number));
-        std::printf("FAULT %s", faultText(game, number).c_str());
+        std::printf("FAULT in %s", faultHead(game, number).c_str());
     }
     if (!game.whitePoints)
     {

@@ -80,7 +80,7 @@ class trainerTest : public testing::Test
         workCrew crew(2);
         errorBefore = meanError(*model, crew, validation, settings);
         const workspacePointer workspace = makeWorkspace();
-        for (int epoch = 0; epoch < 8; ++epoch)
+        for (int epoch = 0; epoch < 5; ++epoch)
         {
             for (std::size_t first = 0; first + batchSize <= training.size(); first += batchSize)
             {
