@@ -16,6 +16,7 @@
 #include "search/drawTests.h"
 #include "search/exchange.h"
 #include "search/history.h"
+#include "search/moveDepth.h"
 #include "search/movePicker.h"
 #include "search/quiescence.h"
 #include "search/score.h"
@@ -70,37 +71,6 @@ constexpr int singularMinDepth = 7;
 constexpr int singularDepthSlack = 3; // how much shallower the table's entry may be
 constexpr int singularMaxBadCaptures = 4;
 constexpr int singularMaxOthers = 5;
-
-// Extension of quiet moves that have proved themselves after both earlier moves.
-constexpr int historyExtensionMinimum = 4096;
-constexpr int historyExtensionMaxQuiets = 4;
-
-// Late move reductions.
-constexpr int reductionMinDepth = 3;
-constexpr int reductionMaxExtendedQuiets = 3;
-constexpr int reductionHistoryOffset = 5120;
-constexpr int reductionHistoryStep = 9216;
-constexpr int reductionMinHistory = -2;
-constexpr int reductionMaxHistory = 1;
-
-/// What a node knows before its first move.
-struct nodeFacts
-{
-    int depth; ///< after the internal reduction
-    ttEntry entry;
-    int tableValue;
-    bool improving; ///< better than two plies ago
-    continuationRows rows;
-};
-
-/// Counts of the move loop.
-struct loopCounts
-{
-    int searched = 0;       ///< moves that got past all pruning
-    int late = 0;           ///< the same without bad captures: the move number
-    int quiets = 0;         ///< moves searched that captured nothing
-    int extendedQuiets = 0; ///< of these, the ones that kept their full depth
-};
 
 bool isOpenWindow(int alpha, int beta) { return beta > alpha + 1; }
 
@@ -268,59 +238,6 @@ bool isSingularCandidate(int ply, const posinfo &node, const nodeFacts &facts, c
     return node.stage == stageCaptureInit && ply > 0 && facts.depth >= singularMinDepth && counts.searched == 1 &&
            facts.entry.depth() >= facts.depth - singularDepthSlack && facts.entry.bound() != boundUpper &&
            !isMateScore(facts.tableValue);
-}
-
-/// Checks that do not lose the exchange, and quiet moves with an excellent history.
-bool isExtended(int ply, const pos &position, const nodeFacts &facts, const loopCounts &counts, moveCode move,
-                bool isCheck)
-{
-    const int captured = position.info[ply + 1].captured;
-    if (isCheck)
-        return isExemptFromSee(move) || seeHoldsAfter(move, captured, position);
-    if (captured != emptySquare || counts.quiets > historyExtensionMaxQuiets || facts.rows.one == nullptr ||
-        facts.rows.two == nullptr)
-        return false;
-    const int index = historyIndex(movedPieceAfter(position, move), moveTo(move));
-    return facts.rows.one[index] > historyExtensionMinimum && facts.rows.two[index] > historyExtensionMinimum;
-}
-
-/// Whether a pawn that has just moved has no enemy pawn ahead on its own and the adjacent files.
-bool isPassedAfter(const pos &position, colour mover, int square)
-{
-    return (passedMask[mover][square] & position.bitboards[whitePawn + opponent(mover)]) == 0;
-}
-
-/// Late move reduction of a move that has been made and is not the first; -1 searches it deeper.
-int reductionOf(int ply, const pos &position, const nodeFacts &facts, const loopCounts &counts, moveCode move,
-                bool isPv)
-{
-    if (facts.depth < reductionMinDepth || position.info[ply + 1].captured != emptySquare)
-        return 0;
-    int reduction =
-        reductionTable[std::min(facts.depth, reductionDepths - 1)][std::min(counts.late, reductionMoves - 1)];
-    if (!facts.improving)
-        ++reduction;
-    if (counts.extendedQuiets > reductionMaxExtendedQuiets)
-        ++reduction;
-
-    const int to = moveTo(move);
-    const int index = historyIndex(movedPieceAfter(position, move), to);
-    const int history = (historySum(position, facts.rows, index) - reductionHistoryOffset) / reductionHistoryStep;
-    reduction = std::max(reduction - std::clamp(history, reductionMinHistory, reductionMaxHistory), 0);
-    if (reduction > 0 && isPv)
-        --reduction;
-
-    // Pawns about to promote, just started, or freed by a killer move get a closer look.
-    if (isPawn(position.board[to]))
-    {
-        const colour mover = opponent(position.sideToMove);
-        const posinfo &node = position.info[ply];
-        if (reduction != 0 && (rankOf(to) == rank2 || rankOf(to) == rank7))
-            --reduction;
-        if ((sameMove(move, node.killers[0]) || sameMove(move, node.killers[1])) && isPassedAfter(position, mover, to))
-            --reduction;
-    }
-    return reduction;
 }
 
 /// Late moves of a reduced depth first, then at full depth, then with the open window, as long as
