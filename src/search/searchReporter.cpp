@@ -26,9 +26,12 @@ searchTotals sumUpSearch()
         totals.nodes += each->position.searchNodes + each->position.quiescenceNodes;
         totals.tablebaseHits += each->position.tablebaseHits;
     }
-    if (searchLimits.elapsedMs == 0)
+    totals.elapsedMs = searchLimits.elapsedMs; // read once: other threads may set it to 0 again
+    if (totals.elapsedMs == 0)
+    {
+        totals.elapsedMs = 1;
         searchLimits.elapsedMs = 1;
-    totals.elapsedMs = searchLimits.elapsedMs;
+    }
     totals.nodesPerSecond = totals.nodes * millisecondsPerSecond / totals.elapsedMs;
     return totals;
 }
