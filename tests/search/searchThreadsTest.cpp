@@ -1,4 +1,5 @@
 // Several threads: pools of all sizes, stops at any moment, one answer to every search.
+#include <atomic>
 #include <random>
 #include <string>
 #include <thread>
@@ -10,7 +11,7 @@
 #include "board/setup.h"
 #include "platform/clock.h"
 #include "search/bestThread.h"
-#include "search/score.h"
+#include "search/searchReporter.h"
 #include "search/searchSupport.h"
 #include "search/transpositionTable.h"
 
@@ -174,6 +175,22 @@ TEST_F(searchThreads, countersOfTheWorkersAddUp)
     for (const auto &each : workerPool)
         sum += each->position.searchNodes + each->position.quiescenceNodes;
     EXPECT_EQ(record.nodes, sum);
+}
+
+TEST_F(searchThreads, figuresSurviveAClockThatReadsZeroAgain)
+{
+    // The last search's time still stands there when a thread of the new one writes its first, 0.
+    std::atomic<bool> isDone = false;
+    std::thread clockReader(
+        [&isDone]
+        {
+            for (int time = 0; !isDone; time ^= 7)
+                searchLimits.elapsedMs = static_cast<std::uint64_t>(time);
+        });
+    for (int i = 0; i < 300000; ++i)
+        ASSERT_GT(sumUpSearch().elapsedMs, 0U);
+    isDone = true;
+    clockReader.join();
 }
 
 TEST_F(searchThreads, matedRootEndsAllThreads)
