@@ -1,6 +1,7 @@
 #include "search/worker.h"
 
 #include <cstring>
+#include <new>
 #include <system_error>
 
 #include "board/engineOptions.h"
@@ -116,6 +117,20 @@ void worker::clearEvaluationCaches()
 
 boss &theBoss() { return static_cast<boss &>(*workerPool.front()); }
 
+/// A worker with its thread, or null where the system has no memory or no thread left.
+static std::unique_ptr<worker> tryCreateWorker(int index)
+{
+    try
+    {
+        auto created = std::make_unique<worker>(index);
+        return created->isStarted() ? std::move(created) : nullptr;
+    }
+    catch (const std::bad_alloc &)
+    {
+        return nullptr;
+    }
+}
+
 int rebuildWorkerPool(int count)
 {
     if (!workerPool.empty())
@@ -126,8 +141,8 @@ int rebuildWorkerPool(int count)
         workerPool.push_back(std::make_unique<boss>());
     while (static_cast<int>(workerPool.size()) < count)
     {
-        auto next = std::make_unique<worker>(static_cast<int>(workerPool.size()));
-        if (!next->isStarted())
+        auto next = tryCreateWorker(static_cast<int>(workerPool.size()));
+        if (next == nullptr)
             break;
         workerPool.push_back(std::move(next));
     }
