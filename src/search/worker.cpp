@@ -117,8 +117,11 @@ void worker::clearEvaluationCaches()
 
 boss &theBoss() { return static_cast<boss &>(*workerPool.front()); }
 
+namespace
+{
+
 /// A worker with its thread, or null where the system has no memory or no thread left.
-static std::unique_ptr<worker> tryCreateWorker(int index)
+std::unique_ptr<worker> tryCreateWorker(int index)
 {
     try
     {
@@ -130,6 +133,8 @@ static std::unique_ptr<worker> tryCreateWorker(int index)
         return nullptr;
     }
 }
+
+} // namespace
 
 int rebuildWorkerPool(int count)
 {
