@@ -35,6 +35,7 @@ const programOption trainOptions[] = {
     {"--final-rate", "X", "and at the end, along half a cosine (0.00002)"},
     {"--free-share", "X", "rate of the free rows, as a share of the others' (0.5)"},
     {"--result-share", "X", "weight of the game's result in the target, 0 to 1 (0.3)"},
+    {"--activation-price", "X", "error for each unit of first-layer activation, for a faster engine (0)"},
     {"--score-scale", "X", "centipawns of the target's sigmoid (200)"},
     {"--positions", "N", "learns from at most so many (200000000)"},
     {"--validation", "N", "keeps one game in so many for validation (50)"},
@@ -89,6 +90,7 @@ trainingPlan readPlan(commandLine &given)
     plan.finalRate = realOption(given, "--final-rate", 0.00002, 0, 1);
     plan.settings.freeShare = realOption(given, "--free-share", plan.settings.freeShare, 0, 10);
     plan.settings.resultShare = realOption(given, "--result-share", plan.settings.resultShare, 0, 1);
+    plan.settings.activationPrice = realOption(given, "--activation-price", plan.settings.activationPrice, 0, 1);
     plan.settings.scoreScale = realOption(given, "--score-scale", plan.settings.scoreScale, 1, 10000);
     plan.filter.validationShare = static_cast<int>(numberOption(given, "--validation", 50, 2, 1000000000));
     plan.filter.firstPly = static_cast<int>(numberOption(given, "--first-ply", 16, 0, 10000));
@@ -203,9 +205,10 @@ bool learnEpoch(const trainingPlan &plan, const trainingData &data, trainerModel
     return !interrupted;
 }
 
-std::string saveAll(const trainingPlan &plan, trainerModel &model, const checkpointProgress &progress)
+std::string saveAll(const trainingPlan &plan, trainerModel &model, const std::vector<int> &lanes,
+                    const checkpointProgress &progress)
 {
-    const std::string error = writeNetwork(model, plan.out, "learnt from the engine's own games");
+    const std::string error = writeNetwork(model, lanes, plan.out, "learnt from the engine's own games");
     return !error.empty() || plan.checkpoint.empty() ? error : saveCheckpoint(model, progress, plan.checkpoint);
 }
 
@@ -234,7 +237,7 @@ std::string learn(const trainingPlan &plan)
                     static_cast<unsigned long long>(progress.epoch + (finished ? 0 : 1)),
                     meanError(model, crew, data.validation, plan.settings));
         std::fflush(stdout);
-        error = saveAll(plan, model, progress);
+        error = saveAll(plan, model, lanesByUse(model, crew, data.validation), progress);
         if (!finished)
         {
             break;

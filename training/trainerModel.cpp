@@ -271,10 +271,43 @@ void quantiseModel(const trainerModel &model, networkWeights &weights)
     weights.outputBias = rounded<std::int32_t>(model.outputBias.weights[0] * rawPerOutput, -1e9, 1e9);
 }
 
-std::string writeNetwork(const trainerModel &model, const std::string &path, const std::string &description)
+namespace
+{
+
+/// Puts the values of a row, lane by lane, into another order.
+void orderRow(std::int16_t *row, const std::vector<int> &lanes)
+{
+    std::int16_t ordered[transformerWidth];
+    for (int i = 0; i < transformerWidth; ++i)
+    {
+        ordered[i] = row[lanes[static_cast<std::size_t>(i)]];
+    }
+    std::copy_n(ordered, transformerWidth, row);
+}
+
+/// Lane i becomes what lane lanes[i] was; the network stays the same function.
+void orderLanes(networkWeights &weights, const std::vector<int> &lanes)
+{
+    orderRow(weights.featureBias, lanes);
+    for (auto &row : weights.featureWeight)
+    {
+        orderRow(row, lanes);
+    }
+    for (auto &row : weights.hidden1Weight)
+    {
+        orderRow(row, lanes);
+        orderRow(row + transformerWidth, lanes);
+    }
+}
+
+} // namespace
+
+std::string writeNetwork(const trainerModel &model, const std::vector<int> &lanes, const std::string &path,
+                         const std::string &description)
 {
     const auto weights = std::make_unique<networkWeights>();
     quantiseModel(model, *weights);
+    orderLanes(*weights, lanes);
     return writeWhole(path, [&](std::ostream &stream) { writeNet(stream, *weights, description); });
 }
 

@@ -69,8 +69,10 @@ std::string takeWeights(trainerModel &model, const trainerModel &other);
 /// The network as the engine computes it: rows expanded, all rounded to the file's integers.
 void quantiseModel(const trainerModel &model, networkWeights &weights);
 
-/// Writes the network file of the model. Empty text or what went wrong.
-std::string writeNetwork(const trainerModel &model, const std::string &path, const std::string &description);
+/// Writes the network file of the model, the first layer's lanes in the order given. Empty text or
+/// what went wrong.
+std::string writeNetwork(const trainerModel &model, const std::vector<int> &lanes, const std::string &path,
+                         const std::string &description);
 
 /// A checkpoint holds the weights, the optimiser's memory, the levels, and the caller's two
 /// numbers.

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <atomic>
 #include <cmath>
+#include <functional>
+#include <numeric>
 
 namespace tarvonel
 {
@@ -106,8 +108,18 @@ void passForward(const trainerModel &model, const featureList &list, const float
     }
 }
 
+/// The price of the first layer's activations pulls all that are alive towards 0.
+void priceActivations(passValues &values, float price)
+{
+    for (int i = 0; i < networkInputs; ++i)
+    {
+        values.inputGradient[i] += values.input[i] > 0.0F ? price : 0.0F;
+    }
+}
+
 /// The way back from the gradient of the output; adds to the dense gradients.
-void passBackward(const trainerModel &model, float outputGradient, passValues &values, denseGradients &sums)
+void passBackward(const trainerModel &model, float outputGradient, float activationPrice, passValues &values,
+                  denseGradients &sums)
 {
     sums.outputBias[0] += outputGradient;
     for (int o = 0; o < hiddenWidth; ++o)
@@ -122,6 +134,7 @@ void passBackward(const trainerModel &model, float outputGradient, passValues &v
     addOuterProduct(sums.hidden1Weight.data(), values.input, values.hidden1Gradient, networkInputs);
     backwardLayer(values.inputGradient, model.hidden1Weight.weights.data(), values.hidden1Gradient, values.input,
                   networkInputs);
+    priceActivations(values, activationPrice);
     for (int o = 0; o < hiddenWidth; ++o)
     {
         sums.hidden2Bias[static_cast<std::size_t>(o)] += values.hidden2Gradient[o];
@@ -228,7 +241,8 @@ double passPositions(const trainerModel &model, trainerWorkspace &workspace, wor
                 const predictedResult result = predict(positions[i], values.output, settings);
                 const double error = result.expected - targetOf(positions[i], settings);
                 sums.error += error * error;
-                passBackward(model, static_cast<float>(2 * error * result.slope), values, sums);
+                passBackward(model, static_cast<float>(2 * error * result.slope),
+                             static_cast<float>(settings.activationPrice), values, sums);
                 std::copy_n(values.inputGradient, networkInputs, workspace.sumGradients.data() + rowOffset(2 * i));
             }
         });
@@ -350,6 +364,29 @@ double learnBatch(trainerModel &model, trainerWorkspace &workspace, workCrew &cr
     return error;
 }
 
+namespace
+{
+
+/// All rows of the first layer, each at its feature's place.
+struct summedRows
+{
+    std::vector<float> rows = std::vector<float>(rowOffset(featureCount));
+    std::vector<std::uint32_t> placeOf = std::vector<std::uint32_t>(featureCount);
+};
+summedRows sumAllRows(const trainerModel &model, workCrew &crew)
+{
+    summedRows all;
+    crew.share(featureCount, rowChunk,
+               [&](std::size_t feature)
+               {
+                   all.placeOf[feature] = static_cast<std::uint32_t>(feature);
+                   sumFeatureRow(model, static_cast<int>(feature), all.rows.data() + rowOffset(feature));
+               });
+    return all;
+}
+
+} // namespace
+
 double meanError(const trainerModel &model, workCrew &crew, std::span<const trainingPosition> positions,
                  const learningSettings &settings)
 {
@@ -357,14 +394,7 @@ double meanError(const trainerModel &model, workCrew &crew, std::span<const trai
     {
         return 0;
     }
-    std::vector<float> rows(rowOffset(featureCount));
-    std::vector<std::uint32_t> placeOf(featureCount);
-    crew.share(featureCount, rowChunk,
-               [&](std::size_t feature)
-               {
-                   placeOf[feature] = static_cast<std::uint32_t>(feature);
-                   sumFeatureRow(model, static_cast<int>(feature), rows.data() + rowOffset(feature));
-               });
+    const summedRows rows = sumAllRows(model, crew);
     std::vector<double> errors(static_cast<std::size_t>(crew.size()));
     crew.runOnAll(
         [&](int thread)
@@ -377,7 +407,7 @@ double meanError(const trainerModel &model, workCrew &crew, std::span<const trai
             for (std::size_t i = begin; i < end; ++i)
             {
                 listFeatures(positions[i], list);
-                passForward(model, list, rows.data(), placeOf.data(), values);
+                passForward(model, list, rows.rows.data(), rows.placeOf.data(), values);
                 const double error =
                     predict(positions[i], values.output, settings).expected - targetOf(positions[i], settings);
                 sum += error * error;
@@ -390,6 +420,28 @@ double meanError(const trainerModel &model, workCrew &crew, std::span<const trai
         sum += error;
     }
     return sum / static_cast<double>(positions.size());
+}
+
+std::vector<int> lanesByUse(const trainerModel &model, workCrew &crew, std::span<const trainingPosition> positions)
+{
+    constexpr std::size_t enoughPositions = 10000;
+    const summedRows rows = sumAllRows(model, crew);
+    std::vector<int> uses(transformerWidth);
+    passValues values;
+    featureList list;
+    for (const trainingPosition &position : positions.first(std::min(positions.size(), enoughPositions)))
+    {
+        listFeatures(position, list);
+        passForward(model, list, rows.rows.data(), rows.placeOf.data(), values);
+        for (std::size_t i = 0; i < networkInputs; ++i)
+        {
+            uses[i % transformerWidth] += values.input[i] > 0.0F ? 1 : 0;
+        }
+    }
+    std::vector<int> lanes(transformerWidth);
+    std::iota(lanes.begin(), lanes.end(), 0);
+    std::stable_sort(lanes.begin(), lanes.end(), [&uses](int a, int b) { return uses[a] > uses[b]; });
+    return lanes;
 }
 
 } // namespace tarvonel
