@@ -83,8 +83,7 @@ void releaseTable(tablebaseEntry &entry)
             const unsigned long error = unmapFile(entry.tables[kind]->mapping);
             if (error != 0)
                 tellError("unmap failed, error code " + std::to_string(error) + "\n");
-            delete entry.tables[kind];
-            entry.tables[kind] = nullptr;
+            entry.tables[kind].reset();
         }
         entry.states[kind].store(tableState::untouched, std::memory_order_relaxed);
     }
@@ -241,7 +240,7 @@ bool mapTable(tablebaseEntry &entry, tableKind kind)
             tellError("unmap failed, error code " + std::to_string(error) + "\n");
         return false;
     }
-    entry.tables[kind] = table.release();
+    entry.tables[kind] = std::move(table);
     return true;
 }
 
@@ -303,7 +302,7 @@ const mappedTable *openTable(tablebaseEntry &entry, tableKind kind)
             entry.states[kind].store(state, std::memory_order_release);
         }
     }
-    return state == tableState::ready ? entry.tables[kind] : nullptr;
+    return state == tableState::ready ? entry.tables[kind].get() : nullptr;
 }
 
 void disableTable(tablebaseEntry &entry, tableKind kind)

@@ -8,6 +8,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <memory>
 #include <string>
 
 #include "platform/relaxed.h"
@@ -34,7 +35,7 @@ struct tablebaseEntry
     bool hasDtm = false; ///< the file is there and of a valid size
     bool hasDtz = false;
     std::atomic<tableState> states[tableKindCount] = {}; ///< written last
-    mappedTable *tables[tableKindCount] = {};            ///< null until mapped
+    std::unique_ptr<mappedTable> tables[tableKindCount]; ///< null until mapped
 };
 
 /// The largest number of men, kings included, of any table found; 0 switches all tablebase code off.
