@@ -1,7 +1,8 @@
 // The console in this process, fed with sound lines that were damaged at random: nothing that can
 // be typed may crash it or hang it. Most is gained under sanitizers and in debug builds.
 #include <algorithm>
-#include <filesystem>
+#include <cstdlib>
+#include <cstring>
 #include <iterator>
 #include <random>
 #include <sstream>
@@ -71,7 +72,7 @@ void damage(std::string &text, generator &random)
 {
     constexpr std::string_view alphabet = "abcdefgh12345678 /-wkqQKRrNnBbPp09xo\t\xff\r\"%";
     const std::size_t place = below(random, text.size() + 1);
-    switch (below(random, 6))
+    switch (below(random, 5))
     {
     case 0:
         text.insert(place, 1, alphabet[below(random, alphabet.size())]);
@@ -80,16 +81,12 @@ void damage(std::string &text, generator &random)
         text.erase(place, 1 + below(random, 3));
         break;
     case 2:
-        if (place < text.size())
-            text[place] = alphabet[below(random, alphabet.size())];
-        break;
-    case 3:
         text.insert(place, text.substr(below(random, text.size() + 1), below(random, 20)));
         break;
-    case 4:
+    case 3:
     {
         const std::string other = seedLines[below(random, std::size(seedLines))];
-        text = text.substr(0, place) + other.substr(below(random, other.size() + 1));
+        text.replace(place, std::string::npos, other, below(random, other.size() + 1));
         break;
     }
     default:
@@ -99,25 +96,21 @@ void damage(std::string &text, generator &random)
     }
 }
 
-/// The number behind the word, or `missing`.
-long numberBehind(const std::string &text, const std::string &word, long missing)
-{
-    const std::size_t place = text.rfind(word);
-    long number = missing;
-    if (place != std::string::npos)
-        std::istringstream(text.substr(place + word.size())) >> number;
-    return number;
-}
-
 /// Whether the line would only cost time or memory: that much is the user's to choose.
 bool isTooLarge(const std::string &text)
 {
-    if (text.find("perft") != std::string::npos)
-        return numberBehind(text, "perft", 1) > 2;
-    if (text.find("Hash") != std::string::npos)
-        return numberBehind(text, "value", 1) > 16;
-    if (text.find("Threads") != std::string::npos)
-        return numberBehind(text, "value", 1) > 4;
+    struct
+    {
+        const char *command, *numberWord;
+        long most;
+    } const costs[] = {{"perft", "perft", 2}, {"Hash", "value", 16}, {"Threads", "value", 4}};
+    for (const auto &cost : costs)
+        if (text.find(cost.command) != std::string::npos)
+        {
+            const std::size_t place = text.rfind(cost.numberWord);
+            return place != std::string::npos &&
+                   std::atol(text.c_str() + place + std::strlen(cost.numberWord)) > cost.most;
+        }
     return text.find("quit") != std::string::npos || text.find("texel") != std::string::npos;
 }
 
@@ -147,29 +140,26 @@ std::string damagedSession(unsigned seed, int lineCount, const std::string &netF
     return session;
 }
 
-class slowConsoleFuzz : public testing::TestWithParam<unsigned>
-{
-};
-
-TEST_P(slowConsoleFuzz, survives)
+TEST(slowConsoleFuzz, survives)
 {
     const temporaryDirectory directory;
     const std::string netFile = directory / "net";
     ASSERT_TRUE(writeSyntheticNetwork(netFile));
     engineOptions.hashMegabytes = 1;
     engineOptions.netFileName = netFile;
-    constexpr int lineCount = 1500;
-    std::istringstream session(damagedSession(GetParam(), lineCount, netFile));
-    int status = -1;
-    const std::string output = outputOf([&] { status = runConsole(session, {}); });
-    EXPECT_EQ(status, 0);
-    EXPECT_TRUE(output.ends_with('\n'));
-    EXPECT_NE(output.find("\nbestmove "), std::string::npos);
+    for (const unsigned seed : {1U, 2U, 3U, 4U})
+    {
+        SCOPED_TRACE(seed);
+        std::istringstream session(damagedSession(seed, 1500, netFile));
+        int status = -1;
+        const std::string output = outputOf([&] { status = runConsole(session, {}); });
+        EXPECT_EQ(status, 0);
+        EXPECT_TRUE(output.ends_with('\n'));
+        EXPECT_NE(output.find("\nbestmove "), std::string::npos);
+    }
     engineOptions = engineOptionValues();
     netLoaded = false;
 }
-
-INSTANTIATE_TEST_SUITE_P(seeds, slowConsoleFuzz, testing::Range(1U, 5U));
 
 } // namespace
 } // namespace tarvonel

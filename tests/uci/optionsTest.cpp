@@ -34,19 +34,6 @@ class setOption : public testing::Test
     }
 };
 
-TEST_F(setOption, announcements)
-{
-    EXPECT_EQ(optionAnnouncements(), "option name Threads type spin default 1 min 1 max 256\n"
-                                     "option name Hash type spin default 256 min 1 max 262144\n"
-                                     "option name Ponder type check default false\n"
-                                     "option name MoveOverhead type spin default 100 min 1 max 60000\n"
-                                     "option name SyzygyPath type string default <empty>\n"
-                                     "option name SyzygyProbeDepth type spin default 0 min 0 max 127\n"
-                                     "option name WindowsNumaNode type spin default 0 min 0 max 4\n"
-                                     "option name NetFile type string default <empty>\n"
-                                     "option name UCI_Chess960 type check default false\n");
-}
-
 TEST_F(setOption, answersWithTheValueThatTookEffect)
 {
     struct
@@ -55,23 +42,18 @@ TEST_F(setOption, answersWithTheValueThatTookEffect)
     } const cases[] = {
         {"name MoveOverhead value 50", "info string MoveOverhead set to : 50\n"},
         {"name MoveOverhead value 0", "info string MoveOverhead set to : 1\n"},
-        {"name MoveOverhead value 60001", "info string MoveOverhead set to : 60000\n"},
         {"name MoveOverhead value 99999999999999999999", "info string MoveOverhead set to : 60000\n"},
         {"name MoveOverhead value -99999999999999999999", "info string MoveOverhead set to : 1\n"},
         {"name MoveOverhead value +12abc", "info string MoveOverhead set to : 12\n"},
         {"whatever MoveOverhead value 8 9", "info string MoveOverhead set to : 8\n"},
         {"name Hash value 0", "info string Size of Hashtable set to : 1\n"},
-        {"name Hash value 3", "info string Size of Hashtable set to : 3\n"},
         {"name Threads value 2", "info string Number of threads set to : 2\n"},
         {"name Threads value -1", "info string Number of threads set to : 1\n"},
         {"name Ponder value true", "info string Ponder set to : 1\n"},
         {"name Ponder value True", "info string Ponder set to : 0\n"},
-        {"name Ponder value", "info string Ponder set to : 0\n"},
         {"name Ponder", "info string Ponder set to : 0\n"},
         {"name SyzygyProbeDepth value 200", "info string SyzygyProbeDepth set to: 127\n"},
-        {"name SyzygyProbeDepth value -4", "info string SyzygyProbeDepth set to: 0\n"},
         {"name WindowsNumaNode value 7", "info string WindowsNumaNode set to: 4\n"},
-        {"name WindowsNumaNode value 4", "info string WindowsNumaNode set to: 4\n"},
         {"name UCI_Chess960 value true", "info string UCI_Chess960 set to : 1\n"},
         {"name UCI_Chess960 value 1", "info string UCI_Chess960 set to : 0\n"},
         {"name SyzygyPath value <empty>", "info string No Syzygy tablebases found in directory :<empty>\n"},
@@ -84,10 +66,8 @@ TEST_F(setOption, answersWithTheValueThatTookEffect)
                                  "position.\n"},
         {"name NetFile value <empty>", ""},
         {"name hash value 1", ""},
-        {"name Hash 1", ""},
         {"name Clear Hash", ""},
         {"", ""},
-        {"name", ""},
         {"name value value value", ""},
         {"name Threads value two", "info string Threads needs a number, got: two\n"},
         {"name Threads value", "info string Threads needs a number, got: \n"},

@@ -58,31 +58,24 @@ TEST_F(searchReports, linesOfAnIteration)
 
 TEST_F(searchReports, endsOfASearch)
 {
-    const moveCode castling = encodeMove(e1, c1, castleQueenSide);
+    const moveCode castling = encodeMove(e1, c1, castleQueenSide), reply = encodeMove(e8, g8, castleKingSide);
+    const auto answer = [](moveCode best, moveCode ponder, colour side)
+    { return outputOf([&] { protocolReporter.answer(best, ponder, side, position()); }); };
     EXPECT_EQ(outputOf([] { protocolReporter.matedAtRoot(); }), "info score mate 0\n");
     EXPECT_EQ(outputOf([&] { protocolReporter.tableMove(position(), 31800, castling); }),
               "info score cp 31800 depth 127 seldepth 127 nodes 1 tbhits 1 time 1 pv e1c1\n");
-    EXPECT_EQ(outputOf([&] { protocolReporter.answer(castling, noMove, white, position()); }), "bestmove e1c1\n");
-    EXPECT_EQ(outputOf(
-                  [&] {
-                      protocolReporter.answer(encodeMove(e8, g8, castleKingSide), encodeMove(a7, a8, promoteKnight),
-                                              black, position());
-                  }),
-              "bestmove e8g8 ponder a7a8n\n");
-    EXPECT_EQ(outputOf([&] { protocolReporter.answer(noMove, noMove, white, position()); }), "bestmove a1a1\n");
-
+    EXPECT_EQ(answer(castling, noMove, white), "bestmove e1c1\n");
+    EXPECT_EQ(answer(reply, encodeMove(a7, a8, promoteKnight), black), "bestmove e8g8 ponder a7a8n\n");
+    EXPECT_EQ(answer(noMove, noMove, white), "bestmove a1a1\n");
     engineOptions.chess960 = true;
-    EXPECT_EQ(outputOf([&] { protocolReporter.answer(castling, noMove, white, position()); }), "bestmove e1a1\n");
+    EXPECT_EQ(answer(castling, noMove, white), "bestmove e1a1\n");
 }
 
 TEST(mateScores, countMovesOfTheMatingSide)
 {
-    struct
-    {
-        int value, moves;
-    } const cases[] = {{31999, 1}, {31997, 2}, {31998, 2}, {-31998, -2}, {-31996, -3}, {-32000, -1}, {31873, 64}};
-    for (const auto &c : cases)
-        EXPECT_EQ(movesToMate(c.value), c.moves) << c.value;
+    for (const auto &[value, moves] : std::initializer_list<std::pair<int, int>>{
+             {31999, 1}, {31997, 2}, {31998, 2}, {-31998, -2}, {-31996, -3}, {-32000, -1}, {31873, 64}})
+        EXPECT_EQ(movesToMate(value), moves) << value;
 }
 
 } // namespace

@@ -3,6 +3,7 @@
 #include <fstream>
 #include <limits>
 #include <sstream>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -20,6 +21,12 @@ namespace
 
 constexpr int maxInt = std::numeric_limits<int>::max();
 
+void readGo(const std::string &go, std::int64_t startTime = 0)
+{
+    std::istringstream words(go);
+    prepareSearchLimits(words, startTime);
+}
+
 /// Starts a new game in `position` and reads a `go` line.
 void allotFor(const std::string &position, const std::string &go)
 {
@@ -27,8 +34,15 @@ void allotFor(const std::string &position, const std::string &go)
     searchLimits.newGame = true;
     searchLimits.incrementFactor = 1.37F;
     outputOf(positionCommand, position);
-    std::istringstream words(go);
-    prepareSearchLimits(words, 0);
+    readGo(go);
+}
+
+void expectAllotment(int optimal, int maximum, float scale, float factor)
+{
+    EXPECT_EQ(searchLimits.optimalTime, optimal);
+    EXPECT_EQ(searchLimits.maximumTime, maximum);
+    EXPECT_EQ(searchLimits.timeScale, scale);
+    EXPECT_NEAR(searchLimits.incrementFactor, factor, 1e-5);
 }
 
 class timeAllotment : public testing::Test
@@ -44,19 +58,17 @@ class timeAllotment : public testing::Test
 
 constexpr const char *endgame = "fen 8/2p5/3p4/KP5r/1R3p1k/8/4P1P1/8 w - - 0 ";
 
-struct allotmentCase
-{
-    const char *name;
-    int threads;
-    bool ponder;
-    std::string position, go;
-    int optimal, maximum;
-    float scale, factor;
-};
-
 TEST_F(timeAllotment, sharesTheClockByThreadsPhaseAndControl)
 {
-    const allotmentCase cases[] = {
+    const struct
+    {
+        const char *name;
+        int threads;
+        bool ponder;
+        std::string position, go;
+        int optimal, maximum;
+        float scale, factor;
+    } cases[] = {
         {"defaults", 1, false, "startpos", "", 14850, 74250, 1, 1.75F},
         {"increment", 1, false, "startpos", "wtime 300000 winc 2000", 6798, 33990, 1, 1.44308F},
         {"ponder option", 1, true, "startpos", "wtime 300000 winc 2000", 7477, 37385, 1, 1.44308F},
@@ -65,8 +77,6 @@ TEST_F(timeAllotment, sharesTheClockByThreadsPhaseAndControl)
         {"32 threads", 32, false, "startpos", "wtime 60000", 1290, 6450, 1, 1.75F},
         {"129 threads", 129, false, "startpos", "wtime 60000", 1380, 6900, 1, 1.75F},
         {"unknown ply", 1, false, endgame + std::string("1"), "wtime 60000", 1847, 9235, 1, 1.75F},
-        {"ply 23", 1, false, endgame + std::string("12"), "wtime 60000", 1799, 8995, 1, 1.75F},
-        {"ply 89", 1, false, endgame + std::string("45"), "wtime 60000", 1980, 9900, 1, 1.75F},
         {"ply 239", 1, false, endgame + std::string("120"), "wtime 60000", 2640, 13200, 1, 1.75F},
         {"short clock", 1, false, "startpos", "wtime 10", 0, 1, 5, 1.37F},
         {"short clock, long increment", 1, false, "startpos", "wtime 100 winc 1000", 437, 438, 5, 1.37F},
@@ -83,16 +93,13 @@ TEST_F(timeAllotment, sharesTheClockByThreadsPhaseAndControl)
         {"no number at the end", 1, false, "startpos", "wtime 60000 winc", 990, 4950, 1, 1.75F},
         {"last of equal words", 1, false, "startpos", "wtime 5 wtime 60000", 990, 4950, 1, 1.75F},
     };
-    for (const allotmentCase &c : cases)
+    for (const auto &c : cases)
     {
         SCOPED_TRACE(c.name);
         engineOptions.threadCount = c.threads;
         engineOptions.ponderEnabled = c.ponder;
         allotFor(c.position, c.go);
-        EXPECT_EQ(searchLimits.optimalTime, c.optimal);
-        EXPECT_EQ(searchLimits.maximumTime, c.maximum);
-        EXPECT_EQ(searchLimits.timeScale, c.scale);
-        EXPECT_NEAR(searchLimits.incrementFactor, c.factor, 1e-5);
+        expectAllotment(c.optimal, c.maximum, c.scale, c.factor);
     }
 }
 
@@ -101,68 +108,63 @@ TEST_F(timeAllotment, incrementFactorHoldsForTheGame)
 {
     allotFor("startpos", "wtime 60000 winc 600");
     EXPECT_FLOAT_EQ(searchLimits.incrementFactor, 1.37F);
-    std::istringstream later("wtime 60000");
-    prepareSearchLimits(later, 0);
+    readGo("wtime 60000");
     EXPECT_FLOAT_EQ(searchLimits.incrementFactor, 1.37F);
     searchLimits.newGame = true;
-    std::istringstream nextGame("wtime 60000");
-    prepareSearchLimits(nextGame, 0);
+    readGo("wtime 60000");
     EXPECT_FLOAT_EQ(searchLimits.incrementFactor, 1.75F);
 }
 
 TEST_F(timeAllotment, goWordsFillTheirLimits)
 {
-    std::istringstream words("depth 7 nodes 18446744073709551615 mate -3 ponder wtime 1 btime 2 winc 3 binc 4 "
-                             "infinite movestogo 5 movetime 6");
-    prepareSearchLimits(words, 12345);
+    const auto switches = []
+    {
+        return std::vector<int>{pondering,
+                                searchLimits.infinite,
+                                searchLimits.depthLimit,
+                                searchLimits.mateLimit,
+                                searchLimits.moveTime,
+                                searchLimits.movesToGoGiven};
+    };
+    readGo("depth 7 nodes 18446744073709551615 mate -3 ponder wtime 1 btime 2 winc 3 binc 4 infinite movestogo 5 "
+           "movetime 6",
+           12345);
+    EXPECT_EQ(switches(), (std::vector<int>{1, 1, 7, -3, 6, 1}));
     EXPECT_EQ(searchLimits.startTimeMs, 12345);
-    EXPECT_TRUE(pondering);
-    EXPECT_TRUE(searchLimits.infinite);
-    EXPECT_EQ(searchLimits.depthLimit, 7);
     EXPECT_EQ(searchLimits.nodes, std::numeric_limits<std::uint64_t>::max());
-    EXPECT_EQ(searchLimits.mateLimit, -3);
     EXPECT_EQ(searchLimits.clock[white], 1);
     EXPECT_EQ(searchLimits.clock[black], 2);
     EXPECT_EQ(searchLimits.increment[white], 3);
     EXPECT_EQ(searchLimits.increment[black], 4);
     EXPECT_EQ(searchLimits.movesToGo, 5);
-    EXPECT_TRUE(searchLimits.movesToGoGiven);
-    EXPECT_EQ(searchLimits.moveTime, 6);
-
-    std::istringstream none("");
-    prepareSearchLimits(none, 0);
-    EXPECT_FALSE(pondering);
-    EXPECT_FALSE(searchLimits.infinite);
-    EXPECT_EQ(searchLimits.depthLimit, 0);
+    readGo("");
+    EXPECT_EQ(switches(), std::vector<int>(6, 0)) << "nothing is left of the line before";
     EXPECT_EQ(searchLimits.nodes, 0U);
-    EXPECT_EQ(searchLimits.mateLimit, 0);
-    EXPECT_EQ(searchLimits.moveTime, 0);
-    EXPECT_FALSE(searchLimits.movesToGoGiven);
 }
 
 // The promise that all else rests on: some time, and a hard limit beyond the soft one.
 TEST_F(timeAllotment, anyNumbersGiveSoundLimits)
 {
-    const char *numbers[] = {"-2147483648", "-1", "0", "1", "99", "2147483647"};
-    for (const char *time : numbers)
-        for (const char *increment : numbers)
-            for (const char *moves : numbers)
-                for (const char *overhead : {"1", "60000"})
-                {
-                    engineOptions.moveOverhead = std::stoi(overhead);
-                    for (const bool isGiven : {true, false})
-                    {
-                        const std::string go = std::string("wtime ") + time + " winc " + increment +
-                                               (isGiven ? std::string(" movestogo ") + moves : "");
-                        SCOPED_TRACE(go);
-                        allotFor("startpos", go);
-                        EXPECT_GE(searchLimits.optimalTime, 0);
-                        EXPECT_TRUE(searchLimits.maximumTime > searchLimits.optimalTime ||
-                                    searchLimits.optimalTime == maxInt);
-                        EXPECT_GE(searchLimits.incrementFactor, 1.37F);
-                        EXPECT_LE(searchLimits.incrementFactor, 1.75F);
-                    }
-                }
+    const std::string numbers[] = {"-2147483648", "-1", "0", "1", "99", "2147483647"};
+    std::vector<std::string> lines;
+    for (const std::string &time : numbers)
+        for (const std::string &increment : numbers)
+        {
+            lines.push_back("wtime " + time + " winc " + increment);
+            for (const std::string &moves : numbers)
+                lines.push_back("wtime " + time + " winc " + increment + " movestogo " + moves);
+        }
+    for (const int overhead : {minMoveOverhead, maxMoveOverhead})
+        for (const std::string &go : lines)
+        {
+            SCOPED_TRACE(go);
+            engineOptions.moveOverhead = overhead;
+            allotFor("startpos", go);
+            EXPECT_GE(searchLimits.optimalTime, 0);
+            EXPECT_TRUE(searchLimits.maximumTime > searchLimits.optimalTime || searchLimits.optimalTime == maxInt);
+            EXPECT_GE(searchLimits.incrementFactor, 1.37F);
+            EXPECT_LE(searchLimits.incrementFactor, 1.75F);
+        }
 }
 
 /// "threads N ponder B; position ...; go ...; optimal maximum scale factor"
@@ -191,10 +193,7 @@ TEST_F(timeAllotment, agreesWithRecordedFigures)
         engineOptions.threadCount = threads;
         engineOptions.ponderEnabled = ponder == "true";
         allotFor(position.substr(std::string(" position ").size()), go.substr(std::string(" go ").size()));
-        EXPECT_EQ(searchLimits.optimalTime, optimal);
-        EXPECT_EQ(searchLimits.maximumTime, maximum);
-        EXPECT_EQ(searchLimits.timeScale, scale);
-        EXPECT_NEAR(searchLimits.incrementFactor, factor, 1e-5);
+        expectAllotment(optimal, maximum, scale, factor);
         ++compared;
     }
     EXPECT_GT(compared, 0);
