@@ -1,11 +1,9 @@
 // Files of games: what they hold comes back, and damage costs no more than what it hits.
 
-#include <cstdio>
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
-#include <set>
 #include <string>
-#include <unistd.h>
 
 #include <gtest/gtest.h>
 
@@ -13,6 +11,7 @@
 #include "gameFile.h"
 #include "randomOpening.h"
 #include "support/randomGames.h"
+#include "support/temporaryDirectory.h"
 
 namespace tarvonel
 {
@@ -22,8 +21,6 @@ namespace
 class gameFileTest : public testing::Test
 {
   protected:
-    void TearDown() override { std::filesystem::remove(path); }
-
     /// A game of random moves from a random start, with scores that tell plies apart.
     storedGame randomGame(int plies)
     {
@@ -38,9 +35,7 @@ class gameFileTest : public testing::Test
         {
             const std::vector<moveCode> moves = legalMoves(*board);
             if (moves.empty())
-            {
                 break;
-            }
             const moveCode move = randomMove(moves, random);
             game.moves.push_back({packMove(move), static_cast<std::int16_t>(ply % 2 == 0 ? -ply * 7 : unscored)});
             playGameMove(board->position, move);
@@ -62,15 +57,14 @@ class gameFileTest : public testing::Test
         gameReader reader;
         EXPECT_TRUE(openGames(reader, path));
         for (storedGame game; nextGame(reader, game);)
-        {
             games.push_back(game);
-        }
         summary = reader.summary;
         closeGames(reader);
         return games;
     }
 
-    std::string path = testing::TempDir() + "games" + std::to_string(getpid());
+    temporaryDirectory directory;
+    std::string path = directory / "games";
     randomSource random{17};
     variantScope variant{true};
     std::unique_ptr<gameBoard> board = std::make_unique<gameBoard>();
@@ -80,12 +74,9 @@ void expectEqual(const storedGame &left, const storedGame &right)
 {
     EXPECT_EQ(encodeGame(left), encodeGame(right));
     EXPECT_EQ(left.whitePoints, right.whitePoints);
-    ASSERT_EQ(left.moves.size(), right.moves.size());
-    for (std::size_t i = 0; i < left.moves.size(); ++i)
-    {
-        EXPECT_EQ(left.moves[i].move, right.moves[i].move);
-        EXPECT_EQ(left.moves[i].score, right.moves[i].score);
-    }
+    EXPECT_TRUE(std::ranges::equal(left.moves, right.moves,
+                                   [](const auto &one, const auto &other)
+                                   { return one.move == other.move && one.score == other.score; }));
 }
 
 TEST_F(gameFileTest, startPositionsComeBackWhole)
@@ -94,9 +85,7 @@ TEST_F(gameFileTest, startPositionsComeBackWhole)
     for (int i = 0; i < 200; ++i)
     {
         if (drawOpening(*board, {i % 30, 0.5}, random) < 0)
-        {
             continue;
-        }
         ASSERT_EQ(unpackStart(packStart(board->position), *copy), "");
         EXPECT_EQ(copy->position.key, board->position.key);
         EXPECT_EQ(fenOf(copy->position, true, 1), fenOf(board->position, true, 1));
@@ -115,9 +104,7 @@ TEST_F(gameFileTest, gamesComeBackInFourBytesAPosition)
     const std::vector<storedGame> read = readAll(summary);
     ASSERT_EQ(read.size(), games.size());
     for (std::size_t i = 0; i < games.size(); ++i)
-    {
         expectEqual(read[i], games[i]);
-    }
     EXPECT_EQ(summary.soundEnd, std::filesystem::file_size(path));
     EXPECT_EQ(summary.soundEnd, games.size() * 54 + summary.positions * 4);
 }
@@ -151,25 +138,24 @@ TEST_F(gameFileTest, damageInTheMiddleIsPassedOver)
 {
     const storedGame games[] = {randomGame(30), randomGame(30), randomGame(30)};
     for (const storedGame &game : games)
-    {
         append(game);
-    }
     const std::size_t first = encodeGame(games[0]).size();
     const std::size_t second = encodeGame(games[1]).size();
     for (const std::size_t hit : {first, first + 5, first + 20, first + second - 1})
     {
-        std::fstream file(path, std::ios::in | std::ios::out | std::ios::binary);
-        file.seekg(static_cast<std::streamoff>(hit));
-        const int before = file.get();
-        file.seekp(static_cast<std::streamoff>(hit));
-        file.put(static_cast<char>(before ^ 0x40)).flush();
+        const auto flip = [&]
+        {
+            std::fstream file(path, std::ios::in | std::ios::out | std::ios::binary);
+            const int before = file.seekg(static_cast<std::streamoff>(hit)).get();
+            file.seekp(static_cast<std::streamoff>(hit)).put(static_cast<char>(before ^ 0x40));
+        };
+        flip();
         gameFileSummary summary;
         const std::vector<storedGame> read = readAll(summary);
         ASSERT_EQ(read.size(), 2U) << hit;
         expectEqual(read[1], games[2]);
         EXPECT_EQ(summary.damagedBytes, second);
-        file.seekp(static_cast<std::streamoff>(hit));
-        file.put(static_cast<char>(before)).flush();
+        flip();
     }
 }
 
@@ -186,19 +172,10 @@ TEST_F(gameFileTest, filesThatCannotBeUsedAreRefused)
     EXPECT_NE(unpackStart(start, *board), "") << "no such piece";
 }
 
-TEST(chess960Fen, numbersAllStartsOnce)
+TEST(chess960Fen, numbersTheStartsAsTheOracleDoes)
 {
-    std::set<std::string> rows;
     for (int number = 0; number < chess960Starts; ++number)
-    {
-        const std::string row = chess960Fen(number).substr(0, 8);
-        rows.insert(row);
-        EXPECT_NE(row.find('b') % 2, row.rfind('b') % 2) << row;
-        EXPECT_LT(row.find('r'), row.find('k')) << row;
-        EXPECT_LT(row.find('k'), row.rfind('r')) << row;
-        EXPECT_EQ(row + "/", startFen960(number).substr(0, 9));
-    }
-    EXPECT_EQ(rows.size(), 960U);
+        EXPECT_EQ(chess960Fen(number).substr(0, 9), startFen960(number).substr(0, 9));
     EXPECT_EQ(chess960Fen(518), "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq - 0 1");
 }
 

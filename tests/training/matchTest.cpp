@@ -4,15 +4,14 @@
 #include <cmath>
 #include <fstream>
 #include <string>
-#include <unistd.h>
 
 #include <gtest/gtest.h>
 
-#include "board/attackTables.h"
-#include "board/engineOptions.h"
 #include "board/setup.h"
 #include "elo.h"
 #include "matchGame.h"
+#include "support/randomGames.h"
+#include "support/temporaryDirectory.h"
 
 namespace tarvonel
 {
@@ -42,18 +41,7 @@ done
 class matchGameTest : public testing::Test
 {
   protected:
-    static void SetUpTestSuite() { initTables(); }
-
-    void SetUp() override
-    {
-        script = testing::TempDir() + "scriptedPlayer" + std::to_string(getpid()) + ".sh";
-        std::ofstream(script) << scriptedPlayer;
-    }
-    void TearDown() override
-    {
-        unlink(script.c_str());
-        engineOptions.chess960 = false;
-    }
+    void SetUp() override { std::ofstream(script) << scriptedPlayer; }
 
     finishedGame play(const gamePlan &plan, const std::string &whiteMoves, const std::string &blackMoves) const
     {
@@ -71,20 +59,19 @@ class matchGameTest : public testing::Test
         return game;
     }
 
-    std::string script;
+    temporaryDirectory directory;
+    std::string script = directory / "player.sh";
 };
 
-struct knownGame
+const char *const start = startPositionFen;
+const struct
 {
     const char *fen, *whiteMoves, *blackMoves;
     int whitePoints;
     gameFault fault;
     const char *reason; ///< part of it
     const char *lastMove;
-};
-
-const char *const start = startPositionFen;
-const knownGame knownGames[] = {
+} knownGames[] = {
     {start, "f2f3 g2g4", "e7e5 d8h4", 0, gameFault::none, "checkmate", "Qh4#"},
     {start, "e2e4 d1h5 f1c4 h5f7", "e7e5 b8c6 g8f6", 2, gameFault::none, "checkmate", "Qxf7#"},
     {start, "g1f3 f3g1 g1f3 f3g1", "g8f6 f6g8 g8f6 f6g8", 1, gameFault::none, "threefold", "Ng8"},
@@ -102,7 +89,7 @@ const knownGame knownGames[] = {
 TEST_F(matchGameTest, knownGamesAreScoredRightly)
 {
     matchTally tally;
-    for (const knownGame &known : knownGames)
+    for (const auto &known : knownGames)
     {
         SCOPED_TRACE(std::string(known.fen) + ": " + known.whiteMoves);
         gamePlan plan;
@@ -124,7 +111,8 @@ TEST_F(matchGameTest, knownGamesAreScoredRightly)
 TEST_F(matchGameTest, chess960CastlingIsKingTakesRook)
 {
     gamePlan plan;
-    plan.chess960 = engineOptions.chess960 = true;
+    const variantScope variant{true};
+    plan.chess960 = true;
     plan.openingFen = "1k6/8/8/8/8/8/8/R4KR1 w GA - 0 1";
     plan.limits.moveTime = 1500;
     plan.rules.maxPlies = 2;
@@ -152,18 +140,16 @@ TEST_F(matchGameTest, pgnHoldsMovesScoresAndNumbers)
     EXPECT_EQ(pgnText(text), "[White \"first\"]\n\n31... Ng3 {+0.12/10} 32. exf3 O-O-O 1/2-1/2\n\n");
 }
 
-struct judgedGame
-{
-    const char *name;
-    std::vector<std::optional<int>> scores; ///< each from the mover's view, white first
-    std::optional<int> whitePoints;         ///< after the last of them; before it, the game goes on
-};
-
 TEST(adjudication, endsGamesOnlyWhenBothEnginesAgree)
 {
     const adjudicationRules rules{
         .resignScore = 500, .resignMoves = 2, .drawScore = 10, .drawMoves = 2, .drawPly = 6, .maxPlies = 8};
-    const judgedGame games[] = {
+    const struct
+    {
+        const char *name;
+        std::vector<std::optional<int>> scores; ///< each from the mover's view, white first
+        std::optional<int> whitePoints;         ///< after the last of them; before it, the game goes on
+    } games[] = {
         {"white winning", {600, -600, 700, -500}, 2},
         {"black winning", {-600, 600, -700, 500}, 0},
         {"one of them doubts", {600, -600, 700, -499, 600, -600, 700}, std::nullopt},
@@ -172,7 +158,7 @@ TEST(adjudication, endsGamesOnlyWhenBothEnginesAgree)
         {"level, but not before the ply", {0, 0, 0, 0, 10, -10}, 1},
         {"too long", {100, 100, 100, 100, 100, 100, 100, 100}, 1},
     };
-    for (const judgedGame &judged : games)
+    for (const auto &judged : games)
     {
         SCOPED_TRACE(judged.name);
         adjudicator judge{rules};
@@ -212,13 +198,12 @@ TEST(elo, likelihoodRatioFollowsTheEvidence)
 
 TEST(matchEngine, reportsAreReadWithTheirMates)
 {
-    struct reportCase
+    const struct
     {
         const char *line;
         std::optional<int> score;
         int depth;
-    };
-    const reportCase cases[] = {
+    } cases[] = {
         {"info score cp -31 depth 12 seldepth 20 nodes 4000 nps 1 time 1 tbhits 0 pv e2e4 depth 99", -31, 12},
         {"info score mate 2 depth 13 nodes 5", 31997, 13},
         {"info score mate -2 depth 13 nodes 5", -31996, 13},
@@ -226,7 +211,7 @@ TEST(matchEngine, reportsAreReadWithTheirMates)
         {"info score cp", std::nullopt, 0},
         {"info score cp x depth 3", std::nullopt, 3},
     };
-    for (const reportCase &report : cases)
+    for (const auto &report : cases)
     {
         engineAnswer answer;
         readReport(report.line, answer);
@@ -237,16 +222,19 @@ TEST(matchEngine, reportsAreReadWithTheirMates)
 
 TEST(matchEngine, programsThatCannotPlayAreToldApart)
 {
-    const engineSettings settings[] = {{"missing", {"/no/such/program"}, "", {}, false},
-                                       {"mute", {"true"}, "", {}, false},
-                                       {"lost", {"sh"}, "/no/such/directory", {}, false}};
-    const char *const messages[] = {"cannot start /no/such/program", "ended with exit code 0", "cannot start sh"};
-    for (int i = 0; i < 3; ++i)
+    struct
+    {
+        engineSettings settings;
+        const char *message;
+    } const cases[] = {{{"missing", {"/no/such/program"}, "", {}, false}, "cannot start /no/such/program"},
+                       {{"mute", {"true"}, "", {}, false}, "ended with exit code 0"},
+                       {{"lost", {"sh"}, "/no/such/directory", {}, false}, "cannot start sh"}};
+    for (const auto &c : cases)
     {
         matchEngine engine;
-        engine.settings = &settings[i];
+        engine.settings = &c.settings;
         const std::string error = startEngine(engine);
-        EXPECT_NE(error.find(messages[i]), std::string::npos) << error;
+        EXPECT_NE(error.find(c.message), std::string::npos) << error;
     }
 }
 

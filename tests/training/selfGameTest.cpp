@@ -1,8 +1,6 @@
 // Games of the engine against itself, and which of their positions are learnt from.
 
-#include <filesystem>
 #include <string>
-#include <unistd.h>
 
 #include <gtest/gtest.h>
 
@@ -10,6 +8,7 @@
 #include "eval/evaluate.h"
 #include "selfGame.h"
 #include "support/randomGames.h"
+#include "support/temporaryDirectory.h"
 #include "trainingData.h"
 
 namespace tarvonel
@@ -36,9 +35,7 @@ class selfGameTest : public testing::Test
         randomSource random(seed);
         std::optional<storedGame> game;
         while (!game)
-        {
             game = playSelfGame(*board, plan, random);
-        }
         return *game;
     }
 
@@ -48,7 +45,8 @@ class selfGameTest : public testing::Test
 
 TEST_F(selfGameTest, gamesAreLegalReproducibleAndLearntFrom)
 {
-    const std::string path = testing::TempDir() + "selfGames" + std::to_string(getpid());
+    const temporaryDirectory directory;
+    const std::string path = directory / "games";
     gameWriter writer;
     ASSERT_EQ(openForAppending(writer, path), "");
     for (const bool quick : {true, false})
@@ -63,9 +61,7 @@ TEST_F(selfGameTest, gamesAreLegalReproducibleAndLearntFrom)
             EXPECT_GT(game.moves.size(), 0U);
             ASSERT_TRUE(appendGame(writer, game));
             if (seed == 3)
-            {
                 EXPECT_EQ(encodeGame(play(plan, seed)), encodeGame(game));
-            }
         }
     }
     closeWriter(writer);
@@ -76,8 +72,7 @@ TEST_F(selfGameTest, gamesAreLegalReproducibleAndLearntFrom)
     EXPECT_EQ(data.positions, writer.summary.positions);
     EXPECT_GT(data.training.size(), data.positions / 20);
     EXPECT_LT(data.training.size(), data.positions);
-    std::filesystem::remove(path);
-    EXPECT_NE(loadPositions(data, path, {}, 1000000), "");
+    EXPECT_NE(loadPositions(data, directory / "none", {}, 1000000), "");
 }
 
 TEST_F(selfGameTest, searchFindsMatesAndKeepsItsBudget)
