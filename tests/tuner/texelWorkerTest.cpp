@@ -13,46 +13,19 @@
 namespace tarvonel
 {
 
-namespace
-{
-
-/// The mean error by its definition, by the shipped terms.
-double errorByDefinition()
-{
-    double sum = 0;
-    for (const tuningPosition &each : tuningPositions)
-    {
-        const double probability = 1 / (1 + std::exp(-tuningK * freshWhiteScore(each.fen) / 400));
-        sum += std::pow(each.label - probability, 2);
-    }
-    return sum / static_cast<double>(tuningPositions.size());
-}
-
-} // namespace
-
 class texelWorkerTest : public tunerFixture
 {
 };
 
 TEST(tuningSliceTest, theLastThreadTakesTheRemainder)
 {
-    struct sliceCase
+    const std::size_t cases[][5] = {{10, 3, 0, 0, 3}, {10, 3, 1, 3, 6}, {10, 3, 2, 6, 10}, {2, 4, 0, 0, 0},
+                                    {2, 4, 3, 0, 2},  {7, 1, 0, 0, 7},  {0, 2, 1, 0, 0}};
+    for (const auto &[positions, threads, index, first, end] : cases)
     {
-        std::size_t positions;
-        int threads, index;
-        std::size_t first, end;
-    };
-    for (const sliceCase &each : {sliceCase{10, 3, 0, 0, 3},
-                                  {10, 3, 1, 3, 6},
-                                  {10, 3, 2, 6, 10},
-                                  {2, 4, 0, 0, 0},
-                                  {2, 4, 3, 0, 2},
-                                  {7, 1, 0, 0, 7},
-                                  {0, 2, 1, 0, 0}})
-    {
-        const tuningSlice slice = sliceOf(each.positions, each.threads, each.index);
-        EXPECT_EQ(slice.first, each.first) << each.positions << " on " << each.threads << ", " << each.index;
-        EXPECT_EQ(slice.end, each.end) << each.positions << " on " << each.threads << ", " << each.index;
+        const tuningSlice slice = sliceOf(positions, static_cast<int>(threads), static_cast<int>(index));
+        EXPECT_EQ(std::pair(slice.first, slice.end), std::pair(first, end))
+            << positions << " on " << threads << ", " << index;
     }
 }
 
@@ -78,12 +51,6 @@ TEST_F(texelWorkerTest, theErrorIsThatOfTheDefinitionOnAnyNumberOfThreads)
     }
 }
 
-TEST_F(texelWorkerTest, eachThreadAnnouncesItselfInALineOfItsOwn)
-{
-    createTexelWorkers(3, print);
-    EXPECT_EQ(printed, "Lets go\nLets go\nLets go\n");
-}
-
 TEST_F(texelWorkerTest, cachesHideNoChangeOfATerm)
 {
     read(randomFileText(200));
@@ -102,6 +69,7 @@ TEST_F(texelWorkerTest, cachesHideNoChangeOfATerm)
 TEST_F(texelWorkerTest, noPositionsGiveNoNumber)
 {
     createTexelWorkers(2, print);
+    EXPECT_EQ(printed, "Lets go\nLets go\n") << "each thread in a line of its own";
     EXPECT_TRUE(std::isnan(meanError()));
 }
 

@@ -1,5 +1,6 @@
 #include "tuner/tunerFixture.h"
 
+#include <cmath>
 #include <cstdlib>
 #include <random>
 #include <sstream>
@@ -49,6 +50,14 @@ std::string randomFen(std::mt19937 &random)
     return squares + (random() % 2 == 0 ? " w" : " b") + " - - 0 1";
 }
 
+/// The score with fresh tables, from white's view.
+int freshWhiteScore(const std::string &fen, int (*evaluator)(int, pos &))
+{
+    evaluationPosition fresh(fen);
+    const int score = evaluator(0, *fresh);
+    return fresh->sideToMove == white ? score : -score;
+}
+
 void resetTuner()
 {
     tuningPositions.clear();
@@ -85,11 +94,7 @@ void tunerFixture::keepHandSetPositions()
 void tunerFixture::labelByTerms()
 {
     for (tuningPosition &each : tuningPositions)
-    {
-        evaluationPosition fresh(each.fen);
-        const int score = evaluateTunable(0, *fresh);
-        each.label = winProbability(fresh->sideToMove == white ? score : -score);
-    }
+        each.label = winProbability(freshWhiteScore(each.fen, evaluateTunable));
 }
 
 std::string randomFileText(int count)
@@ -116,11 +121,15 @@ int endGameBalance(const posHead &head)
     return egOf(head.material[white] - head.material[black] + head.squareScore[white] - head.squareScore[black]);
 }
 
-int freshWhiteScore(const std::string &fen)
+double errorByDefinition()
 {
-    evaluationPosition fresh(fen);
-    const int score = evaluate(0, *fresh);
-    return fresh->sideToMove == white ? score : -score;
+    double sum = 0;
+    for (const tuningPosition &each : tuningPositions)
+    {
+        const int score = freshWhiteScore(each.fen, evaluate);
+        sum += std::pow(each.label - 1 / (1 + std::exp(-tuningK * score / 400)), 2);
+    }
+    return sum / static_cast<double>(tuningPositions.size());
 }
 
 std::vector<std::string> linesOf(const std::string &text)

@@ -36,8 +36,8 @@ class tunerFixture : public testing::Test
 /// unbalanced that the hand-set terms score them.
 std::string randomFileText(int count);
 
-/// The score by `evaluate` with fresh tables, from white's view.
-int freshWhiteScore(const std::string &fen);
+/// The mean error of the positions read by its definition, by the shipped terms and the K in force.
+double errorByDefinition();
 
 /// The end-game balance, which chooses between the evaluators.
 int endGameBalance(const posHead &head);

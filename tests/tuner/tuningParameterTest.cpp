@@ -21,52 +21,30 @@ std::string textOf(const parameterList &parameters)
 std::int32_t pairs[] = {X(1, -2), X(-30, 40), X(500, -600)};
 std::int32_t integers[] = {7, -8, 9, 10, 11, 12, 13, 14, 15};
 
-struct printCase
+const struct
 {
-    const char *reason;
-    tuningTable table;
-    const char *expected;
-};
-
-const printCase printCases[] = {
-    {"a braced table",
-     {.name = "pairs[3]", .first = pairs, .size = 3},
-     "TCONST combEval pairs[3] = \n{\nX(   1,  -2), X( -30,  40), X( 500,-600)\n};\n"},
-    {"one half alone prints the whole entries",
-     {.name = "pairs[3]", .first = pairs, .size = 3, .halves = tunedHalves::endGame},
-     "TCONST combEval pairs[3] = \n{\nX(   1,  -2), X( -30,  40), X( 500,-600)\n};\n"},
-    {"integers, a line after eight",
-     {.name = "integers[9]", .first = integers, .size = 9, .halves = tunedHalves::integer},
-     "TCONST combEval integers[9] = \n{\n7, -8, 9, 10, 11, 12, 13, 14, \n15\n};\n"},
-    {"no line end behind the eighth entry if it is the last",
-     {.name = "integers[8]", .first = integers, .size = 8, .halves = tunedHalves::integer},
-     "TCONST combEval integers[8] = \n{\n7, -8, 9, 10, 11, 12, 13, 14\n};\n"},
-    {"a constant", {.name = "one", .first = pairs, .printKind = 1}, "TCONST combEval one = X(   1,  -2);\n"},
-    {"a constant", {.name = "one", .first = pairs, .printKind = 3}, "TCONST combEval one = X(   1,  -2);\n"},
-    {"a leading zero",
-     {.name = "t", .first = pairs, .size = 2, .printKind = 5},
-     "TCONST combEval t = \n{\n X(   0,   0), X(   1,  -2), X( -30,  40)\n};\n"},
-    {"zeros around",
-     {.name = "t", .first = pairs, .size = 2, .printKind = 6},
-     "TCONST combEval t = \n{\n X(   0,   0), X(   1,  -2), X( -30,  40), X( 0, 0) \n};\n"},
-    {"two leading zeros",
-     {.name = "t", .first = pairs, .size = 2, .printKind = 7},
-     "TCONST combEval t = \n{\n X(   0,   0),  X(   0,   0), X(   1,  -2), X( -30,  40), X( 0, 0) \n};\n"},
-    {"a leading integer zero",
-     {.name = "t", .first = integers, .size = 2, .halves = tunedHalves::integer, .printKind = 8},
-     "TCONST combEval t = \n{\n 0, 7, -8\n};\n"},
-    {"piece values",
-     {.name = "pieceValue[6]", .first = pairs, .size = 2, .printKind = 9},
-     "TCONST combEval pieceValue[6] = \n{\n X(  82,  94), X(   1,  -2), X( -30,  40), X(12000, 12000) \n};\n"},
-    {"the first table of a board",
-     {.name = "pawns", .first = pairs, .size = 2, .printKind = 10},
-     "TCONST combEval pieceSquareScore[6][NOFSQUARES] = \n{\nX(   1,  -2), X( -30,  40),\n"},
-    {"a middle one",
-     {.name = "rooks", .first = pairs, .size = 2, .printKind = 11},
-     "// rooks\nX(   1,  -2), X( -30,  40),\n"},
-    {"the last one",
-     {.name = "kings", .first = pairs, .size = 2, .printKind = 12},
-     "// kings\nX(   1,  -2), X( -30,  40)\n};\n"},
+    const char *reason, *name;
+    int printKind;
+    std::uint32_t size;
+    bool isInteger;
+    const char *text; ///< behind "TCONST combEval ", if it is not a table further down in a board
+} printCases[] = {
+    {"entries of both halves", "t[3]", 0, 3, false, "t[3] = \n{\nX(   1,  -2), X( -30,  40), X( 500,-600)\n};\n"},
+    {"a line after eight", "t[9]", 0, 9, true, "t[9] = \n{\n7, -8, 9, 10, 11, 12, 13, 14, \n15\n};\n"},
+    {"but not if the eighth is the last", "t[8]", 0, 8, true, "t[8] = \n{\n7, -8, 9, 10, 11, 12, 13, 14\n};\n"},
+    {"a constant", "one", 1, 1, false, "one = X(   1,  -2);\n"},
+    {"a constant", "one", 3, 1, false, "one = X(   1,  -2);\n"},
+    {"a leading zero", "t", 5, 2, false, "t = \n{\n X(   0,   0), X(   1,  -2), X( -30,  40)\n};\n"},
+    {"zeros around", "t", 6, 2, false, "t = \n{\n X(   0,   0), X(   1,  -2), X( -30,  40), X( 0, 0) \n};\n"},
+    {"two leading zeros", "t", 7, 2, false,
+     "t = \n{\n X(   0,   0),  X(   0,   0), X(   1,  -2), X( -30,  40), X( 0, 0) \n};\n"},
+    {"a leading integer zero", "t", 8, 2, true, "t = \n{\n 0, 7, -8\n};\n"},
+    {"piece values", "pieceValue[6]", 9, 2, false,
+     "pieceValue[6] = \n{\n X(  82,  94), X(   1,  -2), X( -30,  40), X(12000, 12000) \n};\n"},
+    {"the first table of a board", "pawns", 10, 2, false,
+     "pieceSquareScore[6][NOFSQUARES] = \n{\nX(   1,  -2), X( -30,  40),\n"},
+    {"a middle one", "rooks", 11, 2, false, "// rooks\nX(   1,  -2), X( -30,  40),\n"},
+    {"the last one", "kings", 12, 2, false, "// kings\nX(   1,  -2), X( -30,  40)\n};\n"},
 };
 
 /// A board of pawns, each entry of the six middle ranks with a value of its own.
@@ -93,11 +71,16 @@ struct pawnBoard
 
 TEST(tuningParameterTest, sourceTextKindByKind)
 {
-    for (const printCase &each : printCases)
+    for (const auto &each : printCases)
     {
         parameterList parameters;
-        addTable(parameters, each.table);
-        EXPECT_EQ(textOf(parameters), each.expected) << each.reason << ", kind " << each.table.printKind;
+        addTable(parameters, {.name = each.name,
+                              .first = each.isInteger ? integers : pairs,
+                              .size = each.size,
+                              .halves = each.isInteger ? tunedHalves::integer : tunedHalves::both,
+                              .printKind = each.printKind});
+        const bool isBelow = std::string_view(each.text).starts_with("//");
+        EXPECT_EQ(textOf(parameters), std::string(isBelow ? "" : "TCONST combEval ") + each.text) << each.reason;
     }
 }
 
@@ -129,38 +112,32 @@ TEST(tuningParameterTest, mirroredPawnBoardPrintsAllSixtyFourEntries)
     EXPECT_EQ(textOf(board.parameters), expected + ",\n");
 }
 
-TEST(tuningParameterTest, stepsChangeOneHalf)
+TEST(tuningParameterTest, stepsChangeOneHalfOrAWholeInteger)
 {
-    struct stepCase
+    struct
     {
         std::int32_t before;
         int amount;
-        std::int32_t middleGame, endGame;
-    };
-    for (const stepCase &each : {stepCase{X(3, 4), 9, X(12, 4), X(3, 13)},
-                                 {X(-1, 0), 1, X(0, 0), X(-1, 1)},
-                                 {X(-1, 0), -3, X(-4, 0), X(-1, -3)},
-                                 {X(0, -1), 2, X(2, -1), X(0, 1)}})
+        std::vector<std::int32_t> after; ///< by each of the parameters of the entry
+        tunedHalves halves = tunedHalves::both;
+    } const cases[] = {{X(3, 4), 9, {X(12, 4), X(3, 13)}},
+                       {X(-1, 0), 1, {X(0, 0), X(-1, 1)}},
+                       {X(-1, 0), -3, {X(-4, 0), X(-1, -3)}},
+                       {X(0, -1), 2, {X(2, -1), X(0, 1)}},
+                       {-1, 70000, {69999}, tunedHalves::integer}};
+    for (const auto &c : cases)
     {
-        std::int32_t value = each.before;
+        std::int32_t value = c.before;
         parameterList parameters;
-        addTable(parameters, {.name = "t", .first = &value});
-        ASSERT_EQ(parameters.size(), 2U);
-        applyStep(parameters, 0, each.amount);
-        EXPECT_EQ(value, each.middleGame);
-        value = each.before;
-        applyStep(parameters, 1, each.amount);
-        EXPECT_EQ(value, each.endGame);
+        addTable(parameters, {.name = "t", .first = &value, .halves = c.halves});
+        ASSERT_EQ(parameters.size(), c.after.size());
+        for (std::size_t i = 0; i < parameters.size(); ++i)
+        {
+            value = c.before;
+            applyStep(parameters, i, c.amount);
+            EXPECT_EQ(value, c.after[i]);
+        }
     }
-}
-
-TEST(tuningParameterTest, stepsOnIntegersAreWhole)
-{
-    std::int32_t value = -1;
-    parameterList parameters;
-    addTable(parameters, {.name = "t", .first = &value, .halves = tunedHalves::integer});
-    applyStep(parameters, 0, 70000);
-    EXPECT_EQ(value, 69999);
 }
 
 TEST(tuningParameterTest, mirrorImagesFollowTheirParameter)
@@ -176,13 +153,6 @@ TEST(tuningParameterTest, mirrorImagesFollowTheirParameter)
         for (int i = 0; i < 64; ++i)
             EXPECT_EQ(board.entries[i], i == 18 || i == 21 ? expected : i < 8 || i >= 56 ? 0 : X(i, -i)) << i;
     }
-}
-
-TEST(tuningParameterTest, nothingIsRegistered)
-{
-    parameterList parameters;
-    registerParameters(parameters);
-    EXPECT_TRUE(parameters.empty());
 }
 
 } // namespace tarvonel
