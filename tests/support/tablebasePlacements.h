@@ -10,8 +10,6 @@
 namespace tarvonel::endings
 {
 
-inline const std::string menLetters = "PNBRQK"; ///< by pieceType
-
 /// The order of the men in a sub-table and of the groups' factors; the default takes the men in a
 /// fixed order and puts the leading group first.
 struct placing

@@ -1,83 +1,12 @@
 #include "support/tablebaseRules.h"
 
-#include <array>
+#include "board/attackTables.h"
 
 namespace tarvonel::endings
 {
 
 namespace
 {
-
-bool onBoard(int file, int rank) { return file >= 0 && file < 8 && rank >= 0 && rank < 8; }
-
-struct step
-{
-    int file, rank;
-};
-
-const std::vector<step> kingSteps = {{1, 0}, {-1, 0}, {0, 1}, {0, -1}, {1, 1}, {1, -1}, {-1, 1}, {-1, -1}};
-const std::vector<step> knightSteps = {{1, 2}, {2, 1}, {-1, 2}, {-2, 1}, {1, -2}, {2, -1}, {-1, -2}, {-2, -1}};
-const std::vector<step> rookSteps(kingSteps.begin(), kingSteps.begin() + 4);
-const std::vector<step> bishopSteps(kingSteps.begin() + 4, kingSteps.end());
-
-bool slides(int type) { return type == queen || type == rook || type == bishop; }
-
-/// Attacks on an empty board, and what lies between two squares.
-struct geometry
-{
-    std::array<std::array<bitboard, squareCount>, pieceTypeCount> reach{};
-    std::array<std::array<bitboard, squareCount>, 2> pawnReach{};
-    std::array<std::array<bitboard, squareCount>, squareCount> within{};
-
-    geometry()
-    {
-        for (int square = 0; square < squareCount; ++square)
-        {
-            addSteps(knight, square, knightSteps);
-            addSteps(king, square, kingSteps);
-            addSteps(rook, square, rookSteps);
-            addSteps(bishop, square, bishopSteps);
-            reach[queen][square] = reach[rook][square] | reach[bishop][square];
-            for (const int file : {fileOf(square) - 1, fileOf(square) + 1})
-                for (const colour side : {white, black})
-                    if (const int rank = rankOf(square) + (side == white ? 1 : -1); onBoard(file, rank))
-                        pawnReach[side][square] |= bit(squareAt(file, rank));
-        }
-    }
-
-    void addSteps(int type, int square, const std::vector<step> &steps)
-    {
-        for (const auto &[file, rank] : steps)
-        {
-            bitboard passed = 0;
-            int toFile = fileOf(square) + file, toRank = rankOf(square) + rank;
-            while (onBoard(toFile, toRank))
-            {
-                const int to = squareAt(toFile, toRank);
-                reach[type][square] |= bit(to);
-                within[square][to] = slides(type) ? passed : 0;
-                passed |= bit(to);
-                if (!slides(type))
-                    break;
-                toFile += file;
-                toRank += rank;
-            }
-        }
-    }
-};
-
-const geometry &board()
-{
-    static const geometry instance;
-    return instance;
-}
-
-bool attacksSquare(int type, colour side, int from, int to, bitboard men)
-{
-    if (type == pawn)
-        return (board().pawnReach[side][from] & bit(to)) != 0;
-    return (board().reach[type][from] & bit(to)) != 0 && (!slides(type) || !(board().within[from][to] & men));
-}
 
 int manOn(const ending &position, int square)
 {
@@ -119,7 +48,7 @@ void addMove(std::vector<endingMove> &moves, const ending &position, int man, in
         const int skipped = (from + to) / 2;
         for (int i = 0; i < next.count; ++i)
             if (next.types[i] == pawn && next.sides[i] == next.turn &&
-                attacksSquare(pawn, next.turn, next.squares[i], skipped, 0))
+                (attacks(pawn, next.turn, next.squares[i], 0) & bit(skipped)))
                 next.ep = skipped;
     }
     moves.push_back(move);
@@ -128,7 +57,7 @@ void addMove(std::vector<endingMove> &moves, const ending &position, int man, in
 void addPawnMoves(std::vector<endingMove> &moves, const ending &position, int man, bitboard men, bitboard enemy)
 {
     const int from = position.squares[man], ahead = from + forward(position.turn);
-    bitboard targets = board().pawnReach[position.turn][from] & (enemy | (position.ep != noEp ? bit(position.ep) : 0));
+    bitboard targets = attacks(pawn, position.turn, from, men) & (enemy | (position.ep != noEp ? bit(position.ep) : 0));
     if (!(men & bit(ahead)))
     {
         targets |= bit(ahead);
@@ -151,7 +80,6 @@ void addPawnMoves(std::vector<endingMove> &moves, const ending &position, int ma
 
 ending menOfName(const std::string &name)
 {
-    static const std::string letters = "PNBRQK";
     ending position;
     colour side = white;
     for (const char letter : name)
@@ -161,7 +89,7 @@ ending menOfName(const std::string &name)
             side = black;
             continue;
         }
-        position.types[position.count] = static_cast<int>(letters.find(letter));
+        position.types[position.count] = static_cast<int>(menLetters.find(letter));
         position.sides[position.count++] = side;
     }
     return position;
@@ -227,28 +155,34 @@ bitboard occupied(const ending &position)
 
 bitboard attacks(int type, colour side, int square, bitboard men)
 {
-    if (type == pawn)
-        return board().pawnReach[side][square];
-    bitboard result = board().reach[type][square];
-    if (slides(type))
-        for (bitboard targets = result; targets;)
-            if (const int to = popLowest(targets); board().within[square][to] & men)
-                result &= ~bit(to);
-    return result;
+    const bitboard ahead = type == pawn ? bit(square + forward(side)) : 0;
+    switch (type)
+    {
+    case pawn:
+        return (ahead & ~fileBits(fileA)) >> 1 | (ahead & ~fileBits(fileH)) << 1;
+    case knight:
+        return knightAttacks[square];
+    case bishop:
+        return bishopAttacks(square, men);
+    case rook:
+        return rookAttacks(square, men);
+    case queen:
+        return queenAttacks(square, men);
+    default:
+        return kingAttacks[square];
+    }
 }
 
 bool isInCheck(const ending &position, colour side)
 {
     const bitboard men = occupied(position);
-    int square = 0;
+    bitboard kings = 0, attacked = 0;
     for (int i = 0; i < position.count; ++i)
-        if (position.types[i] == king && position.sides[i] == side)
-            square = position.squares[i];
-    for (int i = 0; i < position.count; ++i)
-        if (position.sides[i] != side &&
-            attacksSquare(position.types[i], position.sides[i], position.squares[i], square, men))
-            return true;
-    return false;
+        if (position.sides[i] != side)
+            attacked |= attacks(position.types[i], position.sides[i], position.squares[i], men);
+        else if (position.types[i] == king)
+            kings |= bit(position.squares[i]);
+    return (kings & attacked) != 0;
 }
 
 bool isPossible(const ending &position)

@@ -1,5 +1,5 @@
-// The rules of chess for a handful of men, written apart from the engine: what the tests of the
-// endgame tables hold the engine's answers against.
+// The rules of chess for a handful of men: what the tests of the endgame tables hold the engine's
+// answers against. Only the attack tables are the engine's own; tests of theirs hold those.
 #pragma once
 
 #include <string>
@@ -12,6 +12,7 @@ namespace tarvonel::endings
 
 inline constexpr int maxMen = 7;
 inline constexpr int noEp = -1;
+inline const std::string menLetters = "PNBRQK"; ///< by pieceType
 
 /// A position as a list of men. `ep` is the skipped square.
 struct ending

@@ -1,7 +1,6 @@
 #include "support/tablebaseSolver.h"
 
 #include <algorithm>
-#include <stdexcept>
 
 namespace tarvonel::endings
 {
@@ -9,15 +8,13 @@ namespace tarvonel::endings
 namespace
 {
 
-constexpr std::int8_t impossible = -128;
-constexpr std::uint8_t neverLost = 255;
-constexpr int maxLevel = 127;
+constexpr std::int8_t mated = -127; ///< stored for it, so that the move before counts as the last
 
-std::uint32_t materialKey(const ending &position, bool swapped)
+std::uint32_t materialKey(const ending &position)
 {
     std::uint32_t key = 0;
     for (int i = 0; i < position.count; ++i)
-        key += 1u << (3 * position.types[i] + (((position.sides[i] == black) != swapped) ? 16 : 0));
+        key += 1u << (3 * position.types[i] + (position.sides[i] == black ? 16 : 0));
     return key;
 }
 
@@ -27,21 +24,20 @@ int canonicalChange(int firstSquare, bool pawns)
     return (fileOf(firstSquare) > fileD ? 7 : 0) | (!pawns && rankOf(firstSquare) > rank4 ? 56 : 0);
 }
 
-std::size_t indexOf(const ending &position, const ending &men, bool pawns, bool swapped)
+std::size_t indexOf(const ending &position, const ending &men)
 {
     int squares[maxMen];
     unsigned used = 0;
     for (int slot = 0; slot < men.count; ++slot)
         for (int i = 0; i < position.count; ++i)
-            if (!(used >> i & 1) && position.types[i] == men.types[slot] &&
-                (position.sides[i] == men.sides[slot]) != swapped)
+            if (!(used >> i & 1) && position.types[i] == men.types[slot] && position.sides[i] == men.sides[slot])
             {
                 used |= 1u << i;
-                squares[slot] = position.squares[i] ^ (swapped ? flipRanks : 0);
+                squares[slot] = position.squares[i];
                 break;
             }
-    std::size_t index = (position.turn == white) != swapped ? 0 : 1;
-    const int change = canonicalChange(squares[0], pawns);
+    const int change = canonicalChange(squares[0], men.types[0] == pawn);
+    std::size_t index = position.turn;
     for (int slot = 0; slot < men.count; ++slot)
         index = index * squareCount + static_cast<std::size_t>(squares[slot] ^ change);
     return index;
@@ -61,76 +57,48 @@ ending indexOrder(const ending &men)
     return ordered;
 }
 
-int pawnCount(const ending &men) { return static_cast<int>(std::count(men.types, men.types + men.count, pawn)); }
-
-int advance(const ending &position)
+int advance(const ending &position, int pawns)
 {
     int total = 0;
-    for (int i = 0; i < position.count && position.types[i] == pawn; ++i)
+    for (int i = 0; i < pawns; ++i)
         total += relativeRank(position.sides[i], position.squares[i]);
     return total;
 }
 
-/// Runs through all squares of the men from `first` on.
-template <typename F> void forAllSquares(ending &position, int first, F &&use)
+/// Runs through all squares of the men from `first` to before `last`, without mirror images.
+template <typename F> void forAllSquares(ending &position, int first, int last, F &&use)
 {
-    if (first == position.count)
-    {
-        use(position);
-        return;
-    }
+    if (first == last)
+        return use();
     for (int square = 0; square < squareCount; ++square)
     {
         position.squares[first] = square;
         if (first > 0 || canonicalChange(square, position.types[0] == pawn) == 0)
-            forAllSquares(position, first + 1, use);
+            forAllSquares(position, first + 1, last, use);
     }
-}
-
-std::string nameOf(const ending &position)
-{
-    static const std::string letters = "PNBRQK";
-    std::string names[2];
-    for (int type = king; type >= pawn; --type)
-        for (int i = 0; i < position.count; ++i)
-            if (position.types[i] == type)
-                names[position.sides[i]] += letters[static_cast<std::size_t>(type)];
-    return names[0] + "v" + names[1];
 }
 
 } // namespace
 
-const endingSolver::solved *endingSolver::find(const ending &position, bool &swapped) const
-{
-    for (const bool swap : {false, true})
-        if (const auto found = tables.find(materialKey(position, swap)); found != tables.end())
-        {
-            swapped = swap;
-            return &found->second;
-        }
-    return nullptr;
-}
-
 void endingSolver::assume(const std::string &name, int firstSideResult)
 {
-    solved table;
-    table.men = menOfName(name);
-    table.assumed = true;
-    table.result = firstSideResult;
-    tables[materialKey(table.men, false)] = table;
+    const ending men = menOfName(name);
+    tables[materialKey(men)] = {men, firstSideResult, {}};
 }
 
 int endingSolver::valueWithoutEp(const ending &position) const
 {
     if (position.count == 2)
         return 0;
-    bool swapped = false;
-    const solved *table = find(position, swapped);
-    if (table == nullptr)
-        throw std::logic_error("not solved: " + nameOf(position));
-    if (!table->assumed)
-        return table->values[indexOf(position, table->men, table->pawns, swapped)];
-    int best = (position.turn == white) != swapped ? table->result : -table->result;
+    const bool turned = tables.count(materialKey(position)) == 0;
+    const ending given = turned ? swappedColours(position) : position;
+    const solved &table = tables.at(materialKey(given));
+    if (!table.values.empty())
+    {
+        const int stored = table.values[indexOf(given, table.men)];
+        return stored == mated ? -1 : stored;
+    }
+    int best = given.turn == white ? table.assumed : -table.assumed;
     for (const endingMove &move : legalMoves(position))
         if (move.capture)
             best = std::max(best, -signOf(value(move.next)));
@@ -144,197 +112,96 @@ int endingSolver::value(const ending &position) const
     bool ordinary = false;
     int bestEnPassant = -2;
     for (const endingMove &move : legalMoves(position))
-    {
         if (move.enPassant)
             bestEnPassant = std::max(bestEnPassant, -signOf(value(move.next)));
         else
             ordinary = true;
-    }
     if (bestEnPassant == -2)
         return valueWithoutEp(position);
     const int others = ordinary ? valueWithoutEp(position) : -2;
-    if (!ordinary || bestEnPassant > signOf(others))
-        return bestEnPassant;
-    return bestEnPassant == 1 ? 1 : others;
+    return bestEnPassant > signOf(others) || bestEnPassant == 1 ? bestEnPassant : others;
 }
 
-void endingSolver::solve(const std::string &name, const pawnFilter &wanted)
+void endingSolver::solve(const std::string &name, pawnFilter wanted)
 {
-    const ending men = menOfName(name);
-    bool swapped = false;
-    if (men.count <= 2 || find(men, swapped) != nullptr)
-        return;
-    solved table;
-    table.men = indexOrder(men);
-    for (int i = 0; i < men.count; ++i)
-    {
-        const ending &from = table.men;
-        if (from.types[i] == king)
-            continue;
-        ending fewer = from;
-        --fewer.count;
-        for (int j = i; j < fewer.count; ++j)
-        {
-            fewer.types[j] = from.types[j + 1];
-            fewer.sides[j] = from.sides[j + 1];
-        }
-        solve(nameOf(fewer));
-        if (from.types[i] != pawn)
-            continue;
-        for (const int promotion : {queen, rook, bishop, knight})
-        {
-            ending promoted = from;
-            promoted.types[i] = promotion;
-            solve(nameOf(promoted));
-        }
-    }
-
-    const int pawns = pawnCount(table.men);
-    table.pawns = pawns > 0;
-    table.values.assign(std::size_t{2} << (6 * table.men.count), impossible);
+    ending placement = indexOrder(menOfName(name));
+    solved &table = tables[materialKey(placement)];
+    table.men = placement;
+    table.values.assign(std::size_t{2} << (6 * placement.count), 0);
+    const auto pawns = static_cast<int>(std::count(placement.types, placement.types + placement.count, pawn));
     std::vector<ending> slices;
-    if (pawns == 0)
-        slices.push_back(table.men);
-    else
-    {
-        ending placement = table.men;
-        placement.count = pawns;
-        forAllSquares(placement, 0,
-                      [&](const ending &placed)
-                      {
-                          for (int i = 0; i < pawns; ++i)
-                              if (rankOf(placed.squares[i]) == rank1 || rankOf(placed.squares[i]) == rank8)
-                                  return;
-                          if (popCount(occupied(placed)) == pawns && (!wanted || wanted(placed)))
-                          {
-                              slices.push_back(table.men);
-                              std::copy(placed.squares, placed.squares + pawns, slices.back().squares);
-                          }
-                      });
-        // A pawn move leads to a slice solved before.
-        std::stable_sort(slices.begin(), slices.end(),
-                         [](const ending &a, const ending &b) { return advance(a) > advance(b); });
-    }
-    solved &entry = tables[materialKey(men, false)] = std::move(table);
-    for (const ending &slice : slices)
-        solveSlice(entry, slice);
+    forAllSquares(placement, 0, pawns,
+                  [&]
+                  {
+                      bitboard squares = 0;
+                      for (int i = 0; i < pawns; ++i)
+                          squares |= bit(placement.squares[i]) & ~(rankBits(rank1) | rankBits(rank8));
+                      if (popCount(squares) == pawns && (!wanted || wanted(placement)))
+                          slices.push_back(placement);
+                  });
+    // A pawn move leads to a slice solved before.
+    std::stable_sort(slices.begin(), slices.end(),
+                     [&](const ending &a, const ending &b) { return advance(a, pawns) > advance(b, pawns); });
+    for (ending &slice : slices)
+        solveSlice(table, slice, pawns);
 }
 
-void endingSolver::solveSlice(solved &table, const ending &pawns) const
+/// Settles what is won or lost in one move, then in two, and so on, the pawns staying where they are.
+void endingSolver::solveSlice(solved &table, ending &position, int pawns) const
 {
-    const int firstFree = pawnCount(table.men);
-    std::vector<std::vector<ending>> wins(maxLevel + 2), losses(maxLevel + 2);
-    std::vector<ending> mates;
-    // Moves of each placement that might yet save it, by the index without the pawns.
-    std::vector<std::uint8_t> open(std::size_t{2} << (6 * (table.men.count - firstFree)), 0);
-    const auto at = [&](const ending &position) { return indexOf(position, table.men, table.pawns, false); };
-    const auto openAt = [&](const ending &position) -> std::uint8_t &
+    struct node
     {
-        std::size_t index = position.turn == white ? 0 : 1;
-        const int change = canonicalChange(position.squares[0], table.pawns);
-        for (int i = firstFree; i < position.count; ++i)
-            index = index * squareCount + static_cast<std::size_t>(position.squares[i] ^ change);
-        return open[index];
+        std::size_t index, firstNext, lastNext; ///< what follows by moves that zero nothing
+        bool saved;                             ///< by a zeroing move that draws, or by stalemate
     };
-
-    const auto start = [&](const ending &position)
+    std::vector<node> nodes;
+    std::vector<std::size_t> nexts;
+    const auto start = [&]
     {
-        std::int8_t &value = table.values[at(position)];
-        value = impossible;
         if (!isPossible(position))
             return;
-        value = 0;
         const std::vector<endingMove> moves = legalMoves(position);
-        if (moves.empty())
-        {
-            if (isInCheck(position, position.turn))
-            {
-                value = -1;
-                mates.push_back(position);
-            }
-            openAt(position) = neverLost;
-            return;
-        }
-        int quiet = 0;
-        bool wins1 = false, saved = false;
+        const bool isMated = moves.empty() && isInCheck(position, position.turn);
+        node made{indexOf(position, table.men), nexts.size(), 0, moves.empty() && !isMated};
+        std::int8_t &value = table.values[made.index];
+        value = isMated ? mated : 0;
         for (const endingMove &move : moves)
-        {
-            if (!move.capture && !move.pawnMove)
+            if (move.capture || move.pawnMove)
             {
-                ++quiet;
-                continue;
+                const int result = -this->value(move.next);
+                value = result > 0 ? 1 : value;
+                made.saved |= result == 0;
             }
-            const int result = -this->value(move.next);
-            wins1 |= result > 0;
-            saved |= result == 0;
-        }
-        openAt(position) = saved ? neverLost : static_cast<std::uint8_t>(quiet);
-        if (wins1)
-        {
-            value = 1;
-            wins[1].push_back(position);
-        }
-        else if (!saved && quiet == 0)
-        {
-            value = -1;
-            losses[1].push_back(position);
-        }
+            else
+                nexts.push_back(indexOf(move.next, table.men));
+        made.lastNext = nexts.size();
+        if (value == 0)
+            nodes.push_back(made);
     };
-    ending position = pawns;
     for (const colour turn : {white, black})
     {
         position.turn = turn;
-        forAllSquares(position, firstFree, start);
+        forAllSquares(position, pawns, position.count, start);
     }
-
-    // Takes back a move of a piece in all ways that lead to a placement not yet settled.
-    const auto forPredecessors = [&](const ending &after, auto &&use)
+    bool changed = true;
+    for (int level = 1; changed || level <= 2; ++level)
     {
-        ending before = after;
-        before.turn = opponent(after.turn);
-        const bitboard men = occupied(after);
-        for (int i = firstFree; i < after.count; ++i)
+        changed = false;
+        for (const node &open : nodes)
         {
-            if (after.sides[i] != before.turn)
-                continue;
-            for (bitboard from = attacks(after.types[i], before.turn, after.squares[i], men) & ~men; from;)
+            bool wins = false, loses = !open.saved;
+            for (std::size_t i = open.firstNext; i < open.lastNext; ++i)
             {
-                before.squares[i] = popLowest(from);
-                const int change = canonicalChange(before.squares[0], table.pawns);
-                const ending canonical = change ? mirrored(before, change) : before;
-                if (std::int8_t &value = table.values[at(canonical)]; value == 0)
-                    use(canonical, value);
+                const int next = table.values[nexts[i]];
+                wins |= next == mated || (next < 0 && next > -level);
+                loses &= next > 0 && next < level;
             }
-            before.squares[i] = after.squares[i];
+            if (std::int8_t &value = table.values[open.index]; value == 0 && (wins || loses))
+            {
+                value = static_cast<std::int8_t>(wins ? level : -level);
+                changed = true;
+            }
         }
-    };
-    for (const ending &mate : mates)
-        forPredecessors(mate,
-                        [&](const ending &before, std::int8_t &value)
-                        {
-                            value = 1;
-                            wins[1].push_back(before);
-                        });
-    for (int level = 1; level < maxLevel; ++level)
-    {
-        for (const ending &won : wins[level])
-            forPredecessors(won,
-                            [&](const ending &before, std::int8_t &value)
-                            {
-                                std::uint8_t &moves = openAt(before);
-                                if (moves != neverLost && --moves == 0)
-                                {
-                                    value = static_cast<std::int8_t>(-(level + 1));
-                                    losses[level + 1].push_back(before);
-                                }
-                            });
-        for (const ending &lost : losses[level])
-            forPredecessors(lost,
-                            [&](const ending &before, std::int8_t &value)
-                            {
-                                value = static_cast<std::int8_t>(level + 1);
-                                wins[level + 1].push_back(before);
-                            });
     }
 }
 

@@ -1,12 +1,11 @@
-// Retrograde analysis of endings of three and four men: the truth that the endgame tables are held
-// against, and what the tests' own table files are written from.
+// Solves endings of three and four men: the truth that the endgame tables are held against, and what
+// the tests' own table files are written from.
 //
 // A value is a distance to a zeroing move in plies, from the side to move's view: above 0 for wins, 1
 // for a zeroing move or mate at once; below 0 for losses, -1 when mated; 0 for draws.
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <map>
 #include <string>
 #include <vector>
@@ -21,12 +20,12 @@ constexpr int signOf(int value) { return (value > 0) - (value < 0); }
 class endingSolver
 {
   public:
-    /// Which pawn placements to solve; the men stand as in the name.
-    using pawnFilter = std::function<bool(const ending &)>;
+    /// Which placements of the pawns to solve.
+    using pawnFilter = bool (*)(const ending &);
 
-    /// Solves an ending, after those that it can turn into. With a filter that every pawn move keeps to
-    /// only the placements that pass.
-    void solve(const std::string &name, const pawnFilter &wanted = nullptr);
+    /// Solves an ending; what it can turn into is solved or assumed before. With a filter that every
+    /// pawn move keeps to only the placements that pass.
+    void solve(const std::string &name, pawnFilter wanted = nullptr);
 
     /// Takes an ending as won (1), drawn (0) or lost (-1) for the first side, but for what captures at
     /// once change: cuts off what would be too long to solve.
@@ -39,15 +38,12 @@ class endingSolver
   private:
     struct solved
     {
-        ending men; ///< the order of the squares in the index
-        bool pawns = false;
-        bool assumed = false;
-        int result = 0;
+        ending men;                      ///< the order of the squares in the index
+        int assumed = 0;                 ///< the result, where there are no values
         std::vector<std::int8_t> values; ///< by side to move and squares
     };
 
-    const solved *find(const ending &position, bool &swapped) const;
-    void solveSlice(solved &table, const ending &pawns) const;
+    void solveSlice(solved &table, ending &position, int pawns) const;
 
     std::map<std::uint32_t, solved> tables;
 };

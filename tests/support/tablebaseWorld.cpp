@@ -1,6 +1,8 @@
 #include "support/tablebaseWorld.h"
 
-#include <cstdlib>
+#include <random>
+
+#include "tablebase/probe.h"
 
 namespace tarvonel::endings
 {
@@ -9,6 +11,45 @@ namespace
 {
 
 using freedom = choice::freedom;
+
+const char *const threeMenNames[] = {"KQvK", "KRvK", "KBvK", "KNvK", "KPvK"};
+
+/// The answers that a table may store for what the solver found.
+chooser wdlChooser(const endingSolver &solver)
+{
+    return [&solver](const ending &position)
+    {
+        const int truth = signOf(solver.valueWithoutEp(position));
+        for (const endingMove &move : legalMoves(position))
+            if (move.capture && -signOf(solver.value(move.next)) == truth)
+                return choice{2 * truth, freedom::orLess};
+        return choice{2 * truth, freedom::exact};
+    };
+}
+
+chooser dtzChooser(const endingSolver &solver)
+{
+    return [&solver](const ending &position)
+    {
+        const int truth = solver.valueWithoutEp(position);
+        if (truth == 0)
+            return choice{};
+        if (truth == 1)
+            for (const endingMove &move : legalMoves(position))
+                if ((move.capture || move.pawnMove) && solver.value(move.next) < 0)
+                    return choice{};
+        return choice{truth, freedom::exact};
+    };
+}
+
+bool isOfPawnsWorld(const ending &position)
+{
+    unsigned files = 0;
+    for (int i = 0; i < position.count; ++i)
+        if (position.types[i] == pawn)
+            files |= 1u << fileOf(position.squares[i]);
+    return files == 0b11 || files == 0b11000000;
+}
 
 void writeBoth(const solvedWorld &world, const std::string &name, const recipe &how)
 {
@@ -19,7 +60,7 @@ void writeBoth(const solvedWorld &world, const std::string &name, const recipe &
 /// Each file in another of the format's forms.
 void writeThreeMen(solvedWorld &world)
 {
-    for (const char *name : {"KQvK", "KRvK", "KBvK", "KNvK", "KPvK"})
+    for (const char *name : threeMenNames)
         world.solver.solve(name);
     recipe how;
     writeBoth(world, "KQvK", how);
@@ -62,78 +103,83 @@ void writePawns(solvedWorld &world)
 
 } // namespace
 
-chooser wdlChooser(const endingSolver &solver)
+solvedWorld::solvedWorld(bool withPawns)
 {
-    return [&solver](const ending &position)
-    {
-        const int truth = signOf(solver.valueWithoutEp(position));
-        for (const endingMove &move : legalMoves(position))
-            if (move.capture && -signOf(solver.value(move.next)) == truth)
-                return choice{2 * truth, freedom::orLess};
-        return choice{2 * truth, freedom::exact};
-    };
-}
-
-chooser dtzChooser(const endingSolver &solver)
-{
-    return [&solver](const ending &position)
-    {
-        const int truth = solver.valueWithoutEp(position);
-        if (truth == 0)
-            return choice{};
-        if (truth == 1)
-            for (const endingMove &move : legalMoves(position))
-                if ((move.capture || move.pawnMove) && solver.value(move.next) < 0)
-                    return choice{};
-        return choice{truth, freedom::exact};
-    };
+    writeThreeMen(*this);
+    if (withPawns)
+        writePawns(*this);
 }
 
 const solvedWorld &threeMenWorld()
 {
-    struct threeMen : solvedWorld
-    {
-        threeMen() { writeThreeMen(*this); }
-    };
-    static const threeMen world;
+    static const solvedWorld world(false);
     return world;
-}
-
-bool isOfPawnsWorld(const ending &position)
-{
-    unsigned files = 0;
-    for (int i = 0; i < position.count; ++i)
-        if (position.types[i] == pawn)
-            files |= 1u << fileOf(position.squares[i]);
-    return files == 0b11 || files == 0b11000000;
 }
 
 const solvedWorld &pawnsWorld()
 {
-    struct pawns : solvedWorld
-    {
-        pawns()
-        {
-            writeThreeMen(*this);
-            writePawns(*this);
-        }
-    };
-    static const pawns world;
+    static const solvedWorld world(true);
     return world;
+}
+
+ending threeMen(const std::string &name, int first, int second, int third, colour turn)
+{
+    ending position = menOfName(name);
+    position.squares[0] = first;
+    position.squares[1] = second;
+    position.squares[2] = third;
+    position.turn = turn;
+    return position;
+}
+
+void tally::compare(const ending &position, int wanted, int got, int success)
+{
+    ++compared;
+    if ((wanted != got || success == 0) && wrong++ == 0)
+        first = describe(position) + ": wanted " + std::to_string(wanted) + ", got " + std::to_string(got) +
+                ", success " + std::to_string(success);
+}
+
+void tally::expectNoneWrong(const std::string &what, long atLeast) const
+{
+    EXPECT_GE(compared, atLeast) << what;
+    EXPECT_EQ(wrong, 0) << what << ", " << first;
+}
+
+void expectThreeMenAgree()
+{
+    const endingSolver &solver = threeMenWorld().solver;
+    std::mt19937_64 random(1);
+    for (const char *name : threeMenNames)
+    {
+        tally wdl, dtz;
+        forAllPositions(name,
+                        [&](const ending &position)
+                        {
+                            const ending asked = random() % 2 ? swappedColours(position) : position;
+                            const int truth = solver.value(asked);
+                            int success = 0;
+                            const int result = probeWdl(toTbPosition(asked), success);
+                            wdl.compare(asked, 2 * signOf(truth), result, success);
+                            if (random() % 4 != 0)
+                                return;
+                            const int distance = probeDtz(toTbPosition(asked), success);
+                            dtz.compare(asked, truth, distance, success);
+                        });
+        wdl.expectNoneWrong(name, 40000);
+        dtz.expectNoneWrong(name, 10000);
+    }
 }
 
 void forAllPositions(const std::string &name, const std::function<void(const ending &)> &use)
 {
     ending position = menOfName(name);
     // The first pawn, or else the first man, on the left half of the board; without pawns on the lower half.
-    int first = 0;
-    for (int i = 0; i < position.count; ++i)
-        if (position.types[i] == pawn && position.types[first] != pawn)
-            first = i;
-    const bool pawns = position.types[first] == pawn;
-    const int total = 1 << (6 * position.count);
+    const auto pawnAt = static_cast<int>(name.find('P'));
+    const bool pawns = pawnAt >= 0;
+    const int first = pawns ? pawnAt - (pawnAt > static_cast<int>(name.find('v'))) : 0;
     for (const colour turn : {white, black})
-        for (int number = 0; number < total; ++number)
+        for (int number = 0; number < 1 << (6 * position.count); ++number)
         {
             for (int i = 0; i < position.count; ++i)
                 position.squares[i] = number >> (6 * i) & 63;

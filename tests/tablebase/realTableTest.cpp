@@ -1,4 +1,4 @@
-// The published tables of three and four men, where they are there: against retrograde analysis, and
+// The published tables of three and four men, where they are there: against the solver, and
 // against themselves one move on.
 
 #include <gtest/gtest.h>
@@ -8,7 +8,6 @@
 #include <random>
 
 #include "support/sharedData.h"
-#include "support/tablebaseSolver.h"
 #include "support/tablebaseWorld.h"
 #include "tablebase/probe.h"
 #include "tablebase/tableRegistry.h"
@@ -36,21 +35,15 @@ struct realTableTest : testing::Test
 using realTables3And4 = realTableTest;
 using slowTablebaseRealFiles = realTableTest;
 
-int wdlOf(const ending &position)
+int probed(int (*probe)(const tbPosition &, int &), const ending &position)
 {
     int success = 0;
-    const int wdl = probeWdl(toTbPosition(position), success);
+    const int answer = probe(toTbPosition(position), success);
     EXPECT_NE(success, 0) << describe(position);
-    return wdl;
+    return answer;
 }
-
-int dtzOf(const ending &position)
-{
-    int success = 0;
-    const int dtz = probeDtz(toTbPosition(position), success);
-    EXPECT_NE(success, 0) << describe(position);
-    return dtz;
-}
+int wdlOf(const ending &position) { return probed(probeWdl, position); }
+int dtzOf(const ending &position) { return probed(probeDtz, position); }
 
 bool isMated(const ending &position) { return isInCheck(position, position.turn) && legalMoves(position).empty(); }
 
@@ -125,78 +118,13 @@ void expectConsistency(int positionsPerTable)
 
 } // namespace
 
-TEST_F(realTables3And4, threeMenAgreeWithRetrogradeAnalysis)
+TEST_F(realTables3And4, threeMenAgreeWithTheSolver)
 {
     ASSERT_EQ(tableCardinality, 4u);
-    endingSolver solver;
-    std::mt19937_64 random(3);
-    for (const char *name : {"KQvK", "KRvK", "KBvK", "KNvK", "KPvK"})
-    {
-        solver.solve(name);
-        long compared = 0, wrong = 0;
-        std::string first;
-        forAllPositions(name,
-                        [&](const ending &position)
-                        {
-                            if (random() % 4 != 0)
-                                return;
-                            const ending asked = random() % 2 ? swappedColours(position) : position;
-                            const int truth = solver.value(asked);
-                            ++compared;
-                            if ((wdlOf(asked) != 2 * signOf(truth) || dtzOf(asked) != truth) && wrong++ == 0)
-                                first = describe(asked);
-                        });
-        EXPECT_GT(compared, 10000);
-        EXPECT_EQ(wrong, 0) << name << ", " << first;
-    }
+    expectThreeMenAgree();
 }
 
 TEST_F(realTables3And4, valuesAgreeWithThoseOneMoveOn) { expectConsistency(60); }
-
-TEST_F(slowTablebaseRealFiles, everyThreeMenValueAgreesWithRetrogradeAnalysis)
-{
-    endingSolver solver;
-    for (const char *name : {"KQvK", "KRvK", "KBvK", "KNvK", "KPvK"})
-    {
-        solver.solve(name);
-        long compared = 0, wrong = 0;
-        forAllPositions(name,
-                        [&](const ending &position)
-                        {
-                            for (const ending &asked : {position, swappedColours(position), mirrored(position, 7)})
-                            {
-                                const int truth = solver.value(asked);
-                                ++compared;
-                                wrong += wdlOf(asked) != 2 * signOf(truth) || dtzOf(asked) != truth;
-                            }
-                        });
-        EXPECT_GT(compared, 200000);
-        EXPECT_EQ(wrong, 0) << name;
-    }
-}
-
-TEST_F(slowTablebaseRealFiles, rookAgainstRookAgreesWithRetrogradeAnalysis)
-{
-    endingSolver solver;
-    solver.solve("KRvKR");
-    std::mt19937_64 random(5);
-    long compared = 0, wrong = 0;
-    ending position = menOfName("KRvKR");
-    while (compared < 1000000)
-    {
-        for (int i = 0; i < position.count; ++i)
-            position.squares[i] = static_cast<int>(random() % 64);
-        position.turn = static_cast<colour>(random() % 2);
-        if (!isPossible(position))
-            continue;
-        const int truth = solver.value(position);
-        ++compared;
-        wrong += wdlOf(position) != 2 * signOf(truth);
-        if (compared % 16 == 0)
-            wrong += std::abs(dtzOf(position) - truth) > 1;
-    }
-    EXPECT_EQ(wrong, 0);
-}
 
 TEST_F(slowTablebaseRealFiles, valuesAgreeWithThoseOneMoveOnManyTimes) { expectConsistency(3000); }
 
