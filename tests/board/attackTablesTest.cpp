@@ -63,25 +63,6 @@ TEST(attackTables, slidersSeeUpToTheFirstMan)
     }
 }
 
-/// Slices that overlap, or lie apart, would show in their distances.
-template <typename Entries> void checkSlices(const Entries &entries, int total)
-{
-    int length = 0;
-    for (int square = 0; square < squareCount; ++square)
-    {
-        EXPECT_EQ(entries[square].attackSlice - entries[0].attackSlice, length);
-        EXPECT_EQ(entries[square].shift, 64U - static_cast<unsigned>(popCount(entries[square].mask)));
-        length += 1 << popCount(entries[square].mask);
-    }
-    EXPECT_EQ(length, total);
-}
-
-TEST(attackTables, slicesLieBackToBack)
-{
-    checkSlices(rookMagics, 102400);
-    checkSlices(bishopMagics, 5248);
-}
-
 TEST(attackTables, leapersDoNotWrapAroundTheBoard)
 {
     for (int square = 0; square < squareCount; ++square)

@@ -89,19 +89,14 @@ TEST(moveText, readsWhatControllersSend)
     }
 }
 
-TEST(moveText, castlingIsWrittenByVariant)
+TEST(moveText, castlingIsWrittenByVariantAndNoMoveAsA1)
 {
     ownedPosition position(bothRooks);
     const moveCode move = encodeMove(e1, c1, castleQueenSide);
     EXPECT_EQ(moveText(move, white, *position), "e1c1");
+    EXPECT_EQ(moveText(noMove, white, *position), "a1a1");
     const variantScope variant(true);
     EXPECT_EQ(moveText(move, white, *position), "e1a1");
-}
-
-TEST(moveText, noMoveIsWrittenAsA1)
-{
-    ownedPosition position(startPositionFen);
-    EXPECT_EQ(moveText(noMove, white, *position), "a1a1");
 }
 
 } // namespace

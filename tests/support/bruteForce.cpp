@@ -3,6 +3,7 @@
 #include <cctype>
 #include <cstdlib>
 #include <sstream>
+#include <string_view>
 
 namespace tarvonel::bruteForce
 {
@@ -15,9 +16,22 @@ struct direction
     int files, ranks;
 };
 
-constexpr direction straight[] = {{1, 0}, {-1, 0}, {0, 1}, {0, -1}};
-constexpr direction diagonal[] = {{1, 1}, {-1, 1}, {1, -1}, {-1, -1}};
-constexpr direction jumps[] = {{1, 2}, {2, 1}, {2, -1}, {1, -2}, {-1, -2}, {-2, -1}, {-2, 1}, {-1, 2}};
+/// How the men other than pawns move.
+struct gait
+{
+    char kind;
+    bool slides;
+    std::vector<direction> steps;
+};
+
+const std::vector<direction> straight = {{1, 0}, {-1, 0}, {0, 1}, {0, -1}};
+const std::vector<direction> diagonal = {{1, 1}, {-1, 1}, {1, -1}, {-1, -1}};
+const std::vector<direction> allAround = {{1, 1}, {-1, 1}, {1, -1}, {-1, -1}, {1, 0}, {-1, 0}, {0, 1}, {0, -1}};
+const gait gaits[] = {{'n', false, {{1, 2}, {2, 1}, {2, -1}, {1, -2}, {-1, -2}, {-2, -1}, {-2, 1}, {-1, 2}}},
+                      {'b', true, diagonal},
+                      {'r', true, straight},
+                      {'q', true, allAround},
+                      {'k', false, allAround}};
 
 bool isWhiteLetter(char letter) { return std::isupper(static_cast<unsigned char>(letter)) != 0; }
 char lower(char letter) { return static_cast<char>(std::tolower(static_cast<unsigned char>(letter))); }
@@ -50,43 +64,18 @@ int findKing(const letterBoard &board, bool isWhite)
     return nowhere;
 }
 
-template <std::size_t N> bool isSeenAlong(const letterBoard &board, int square, const direction (&steps)[N],
-                                          bool slides, char first, char second)
+/// Calls `use` for every square that the man would attack, until one of the calls returns true.
+template <typename F> bool anyAttacked(const letterBoard &board, int from, const gait &how, F &&use)
 {
-    for (const direction step : steps)
-    {
-        int target = stepFrom(square, step);
-        while (target != nowhere)
-        {
-            const char letter = board.squares[target];
-            if (letter != noPiece)
-            {
-                if (letter == first || letter == second)
-                    return true;
-                break;
-            }
-            if (!slides)
-                break;
-            target = stepFrom(target, step);
-        }
-    }
-    return false;
-}
-
-template <std::size_t N> void addPieceMoves(const letterBoard &board, int from, const direction (&steps)[N],
-                                            bool slides, std::vector<letterMove> &moves)
-{
-    for (const direction step : steps)
-    {
+    for (const direction step : how.steps)
         for (int to = stepFrom(from, step); to != nowhere; to = stepFrom(to, step))
         {
-            if (isOwn(board, to, board.whiteToMove))
-                break;
-            moves.push_back({from, to});
-            if (board.squares[to] != noPiece || !slides)
+            if (use(to))
+                return true;
+            if (board.squares[to] != noPiece || !how.slides)
                 break;
         }
-    }
+    return false;
 }
 
 void addPawnMove(const letterBoard &board, int from, int to, std::vector<letterMove> &moves)
@@ -213,17 +202,13 @@ std::string writeFen(const letterBoard &board, bool fileLetters)
     {
         int empty = 0;
         for (int file = 0; file < 8; ++file)
-        {
-            const char letter = board.squares[rank * 8 + file];
-            if (letter == noPiece)
-            {
+            if (const char letter = board.squares[rank * 8 + file]; letter == noPiece)
                 ++empty;
-                continue;
+            else
+            {
+                text += (empty > 0 ? std::to_string(empty) : "") + letter;
+                empty = 0;
             }
-            text += empty > 0 ? std::to_string(empty) : "";
-            text += letter;
-            empty = 0;
-        }
         text += empty > 0 ? std::to_string(empty) : "";
         text += rank > 0 ? "/" : "";
     }
@@ -243,15 +228,7 @@ std::string writeFen(const letterBoard &board, bool fileLetters)
     }
     text += rights.empty() ? "-" : rights;
     text += ' ';
-    if (board.skippedSquare == nowhere)
-    {
-        text += '-';
-    }
-    else
-    {
-        text += static_cast<char>('a' + board.skippedSquare % 8);
-        text += static_cast<char>('1' + board.skippedSquare / 8);
-    }
+    text += board.skippedSquare == nowhere ? "-" : squareText(board.skippedSquare);
     return text + ' ' + std::to_string(board.halfMoves) + ' ' + std::to_string(board.moveNumber);
 }
 
@@ -263,12 +240,11 @@ bool isAttackedBy(const letterBoard &board, int square, bool byWhite)
         if (origin != nowhere && board.squares[origin] == coloured('p', byWhite))
             return true;
     }
-    const auto piece = [byWhite](char letter) { return coloured(letter, byWhite); };
-    return isSeenAlong(board, square, straight, true, piece('r'), piece('q')) ||
-           isSeenAlong(board, square, diagonal, true, piece('b'), piece('q')) ||
-           isSeenAlong(board, square, jumps, false, piece('n'), piece('n')) ||
-           isSeenAlong(board, square, straight, false, piece('k'), piece('k')) ||
-           isSeenAlong(board, square, diagonal, false, piece('k'), piece('k'));
+    for (const gait &how : gaits)
+        if (const char attacker = coloured(how.kind, byWhite);
+            anyAttacked(board, square, how, [&](int from) { return board.squares[from] == attacker; }))
+            return true;
+    return false;
 }
 
 bool isInCheck(const letterBoard &board, bool whiteKing)
@@ -288,30 +264,21 @@ std::vector<letterMove> pseudoLegalMoves(const letterBoard &board)
     {
         if (!isOwn(board, from, board.whiteToMove))
             continue;
-        switch (lower(board.squares[from]))
-        {
-        case 'p':
+        const char kind = lower(board.squares[from]);
+        if (kind == 'p')
             addPawnMoves(board, from, moves);
-            break;
-        case 'n':
-            addPieceMoves(board, from, jumps, false, moves);
-            break;
-        case 'b':
-            addPieceMoves(board, from, diagonal, true, moves);
-            break;
-        case 'r':
-            addPieceMoves(board, from, straight, true, moves);
-            break;
-        case 'q':
-            addPieceMoves(board, from, diagonal, true, moves);
-            addPieceMoves(board, from, straight, true, moves);
-            break;
-        default:
-            addPieceMoves(board, from, diagonal, false, moves);
-            addPieceMoves(board, from, straight, false, moves);
-            addCastling(board, 0, moves);
-            addCastling(board, 1, moves);
-        }
+        for (const gait &how : gaits)
+            if (how.kind == kind)
+                anyAttacked(board, from, how,
+                            [&](int to)
+                            {
+                                if (!isOwn(board, to, board.whiteToMove))
+                                    moves.push_back({from, to});
+                                return false;
+                            });
+        if (kind == 'k')
+            for (const int wing : {0, 1})
+                addCastling(board, wing, moves);
     }
     return moves;
 }
@@ -376,19 +343,9 @@ moveCode codeOf(const letterBoard &board, const letterMove &move)
         return encodeMove(move.from, kingGoal(isWhite, move.castlingWing), castleKingSide + move.castlingWing);
     if (move.isEnPassant)
         return encodeMove(move.from, move.to + (isWhite ? -8 : 8), enPassantCapture);
-    switch (move.promotion)
-    {
-    case 'q':
-        return encodeMove(move.from, move.to, promoteQueen);
-    case 'r':
-        return encodeMove(move.from, move.to, promoteRook);
-    case 'b':
-        return encodeMove(move.from, move.to, promoteBishop);
-    case 'n':
-        return encodeMove(move.from, move.to, promoteKnight);
-    default:
-        break;
-    }
+    if (move.promotion != 0)
+        return encodeMove(move.from, move.to,
+                          promoteKnight + 2 * static_cast<int>(std::string_view("nbrq").find(move.promotion)));
     const bool isDoubleStep = lower(board.squares[move.from]) == 'p' && std::abs(move.to - move.from) == 16;
     return encodeMove(move.from, move.to, isDoubleStep ? doubleStep : plainMove);
 }
