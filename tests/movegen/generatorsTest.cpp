@@ -80,14 +80,7 @@ captureRules recaptureRules(int square) { return {true, false, true, true, false
 
 moveVector expectedCaptures(const letterBoard &board, const captureRules &rules)
 {
-    enum
-    {
-        pawnsBy9 = 0,
-        pawnsBy7 = 2,
-        pieces = 3,
-        kingGroup = 10,
-        pushes = 20
-    };
+    constexpr int pawnsBy9 = 0, pawnsBy7 = 2, pieces = 3, kingGroup = 10, pushes = 20;
     std::vector<placedMove> moves;
     for (const letterMove &move : bruteForce::pseudoLegalMoves(board))
     {
@@ -122,7 +115,7 @@ moveVector expectedCaptures(const letterBoard &board, const captureRules &rules)
                              withExtra(code, victim - (isPromotion ? 14 : 2))});
             continue;
         }
-        const int group = kind == 'k' ? +kingGroup : pieces + pieceRank(kind);
+        const int group = kind == 'k' ? kingGroup : pieces + pieceRank(kind);
         moves.push_back({{group, move.from, move.to}, withExtra(code, victim - 2 * (pieceRank(kind) + 1))});
     }
     return inOrder(moves);
@@ -130,14 +123,7 @@ moveVector expectedCaptures(const letterBoard &board, const captureRules &rules)
 
 moveVector expectedQuiets(const letterBoard &board)
 {
-    enum
-    {
-        promotionPushes,
-        singleSteps,
-        doubleSteps,
-        castling,
-        pieces
-    };
+    constexpr int promotionPushes = 0, singleSteps = 1, doubleSteps = 2, castling = 3, pieces = 4;
     std::vector<placedMove> moves;
     for (const letterMove &move : bruteForce::pseudoLegalMoves(board))
     {
@@ -172,16 +158,7 @@ bool isAdjacentChecker(const letterBoard &board, int square)
 
 moveVector expectedEvasions(const letterBoard &board)
 {
-    enum
-    {
-        kingMoves,
-        pawnsBy9,
-        pawnsBy7,
-        enPassant,
-        pawnPushes,
-        doubleSteps = pawnPushes + 2,
-        pieces
-    };
+    constexpr int kingMoves = 0, pawnsBy9 = 1, pawnsBy7 = 2, enPassant = 3, pawnPushes = 4, doubleSteps = 6, pieces = 7;
     std::vector<placedMove> moves;
     for (const letterMove &move : bruteForce::legalMoves(board))
     {
@@ -210,8 +187,7 @@ moveVector expectedEvasions(const letterBoard &board)
         }
         else
         {
-            const int group =
-                moveFlagOf(code) == doubleStep ? +doubleSteps : pawnPushes + (move.promotion != 0 ? 0 : 1);
+            const int group = moveFlagOf(code) == doubleStep ? doubleSteps : pawnPushes + (move.promotion != 0 ? 0 : 1);
             moves.push_back({{group, move.to, promotion}, withExtra(code, 210)});
         }
     }

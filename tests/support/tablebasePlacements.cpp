@@ -5,6 +5,8 @@
 #include <map>
 #include <vector>
 
+#include "board/attackTables.h"
+
 namespace tarvonel::endings
 {
 
@@ -21,14 +23,11 @@ const std::vector<int> cornerDiagonal = {a1, b2, c3, d4};
 std::vector<std::vector<int>> kingPairs()
 {
     std::vector<std::vector<int>> pairs, bothOnDiagonal;
-    std::vector<int> first = cornerTriangle;
-    first.insert(first.end(), cornerDiagonal.begin(), cornerDiagonal.end());
-    for (const int a : first)
+    for (const int a : {b1, c1, d1, c2, d2, d3, a1, b2, c3, d4})
         for (int b = a1; b <= h8; ++b)
         {
             const bool onDiagonal = aboveDiagonal(a) == 0;
-            if (std::max(std::abs(fileOf(a) - fileOf(b)), std::abs(rankOf(a) - rankOf(b))) <= 1 ||
-                (onDiagonal && aboveDiagonal(b) > 0))
+            if (distance[a][b] <= 1 || (onDiagonal && aboveDiagonal(b) > 0))
                 continue;
             (onDiagonal && aboveDiagonal(b) == 0 ? bothOnDiagonal : pairs).push_back({a, b});
         }
@@ -126,11 +125,7 @@ grouping groupsOf(const std::string &name, const placing &places, int file)
     groups.places = placesOf(name, places);
     const std::string &row = groups.places;
     const auto runFrom = [&](std::size_t at)
-    {
-        return static_cast<int>(row.find_first_not_of(row[at], at) == std::string::npos
-                                    ? row.size() - at
-                                    : row.find_first_not_of(row[at], at) - at);
-    };
+    { return static_cast<int>(std::min(row.find_first_not_of(row[at], at), row.size()) - at); };
     const bool pawns = std::tolower(row[0]) == 'p';
     const bool kings =
         std::tolower(row[0]) == 'k' && std::tolower(row[1]) == 'k' && (row.size() == 4 && row[2] == row[3]);
@@ -139,20 +134,14 @@ grouping groupsOf(const std::string &name, const placing &places, int file)
     groups.counts.push_back(groups.lead.size());
     auto at = static_cast<std::size_t>(groups.sizes[0]);
     groups.secondPawns = pawns && at < row.size() && std::tolower(row[at]) == 'p';
-    int freeSquares = squareCount - groups.sizes[0];
-    if (groups.secondPawns)
+    for (int freeSquares = squareCount - groups.sizes[0]; at < row.size();)
     {
-        groups.sizes.push_back(runFrom(at));
-        groups.counts.push_back(choose(48 - groups.sizes[0], groups.sizes[1]));
-        freeSquares -= groups.sizes[1];
-        at += static_cast<std::size_t>(groups.sizes[1]);
-    }
-    while (at < row.size())
-    {
-        groups.sizes.push_back(runFrom(at));
-        groups.counts.push_back(choose(freeSquares, groups.sizes.back()));
-        freeSquares -= groups.sizes.back();
-        at += static_cast<std::size_t>(groups.sizes.back());
+        const int size = runFrom(at);
+        const bool ofPawns = groups.secondPawns && groups.sizes.size() == 1;
+        groups.counts.push_back(choose(ofPawns ? 48 - groups.sizes[0] : freeSquares, size));
+        groups.sizes.push_back(size);
+        freeSquares -= size;
+        at += static_cast<std::size_t>(size);
     }
     // Each group's place among the factors.
     std::vector<int> byPlace(groups.sizes.size(), -1);
@@ -228,10 +217,8 @@ void forAllIndices(const std::string &name, const placing &places, int side, int
         {
             auto number = static_cast<std::size_t>(index / groups.factors[group] % groups.counts[group]);
             if (group == 0)
-            {
                 for (const int square : groups.lead[number])
                     position.squares[man++] = square;
-            }
             else
             {
                 // Unrank among the squares still free: the largest member first.

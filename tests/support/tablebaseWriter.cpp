@@ -5,7 +5,6 @@
 #include <fstream>
 #include <map>
 #include <queue>
-#include <stdexcept>
 
 #include "tablebase/tableFile.h"
 
@@ -18,21 +17,19 @@ namespace
 using symbolRow = std::vector<std::uint16_t>;
 constexpr int constantFlag = 0x80;
 
-void put16(std::vector<std::uint8_t> &out, unsigned value)
+/// Appends numbers of so many bytes, the lowest first.
+template <typename... Numbers> void put(std::vector<std::uint8_t> &out, int bytesEach, Numbers... numbers)
 {
-    out.push_back(static_cast<std::uint8_t>(value));
-    out.push_back(static_cast<std::uint8_t>(value >> 8));
+    for (std::uint64_t number : {static_cast<std::uint64_t>(numbers)...})
+        for (int i = 0; i < bytesEach; ++i, number >>= 8)
+            out.push_back(static_cast<std::uint8_t>(number));
 }
-void put32(std::vector<std::uint8_t> &out, std::uint32_t value)
+void append(std::vector<std::uint8_t> &out, const std::vector<std::uint8_t> &more)
 {
-    put16(out, value & 0xFFFF);
-    put16(out, value >> 16);
+    out.insert(out.end(), more.begin(), more.end());
 }
-void alignTo(std::vector<std::uint8_t> &out, std::size_t unit)
-{
-    while (out.size() % unit != 0)
-        out.push_back(0);
-}
+void alignTo(std::vector<std::uint8_t> &out, std::size_t unit) { out.resize((out.size() + unit - 1) / unit * unit); }
+bool hasPawns(const std::string &name) { return name.find('P') != std::string::npos; }
 
 /// The four stretches of a compressed sub-table.
 struct compressed
@@ -40,10 +37,12 @@ struct compressed
     std::vector<std::uint8_t> header, sparse, lengths, data;
 };
 
+constexpr std::size_t none = ~std::size_t{0};
+
 struct symbol
 {
-    int left, right; ///< right -1: a leaf with the value `left`
-    int values;
+    std::size_t left, right; ///< right `none`: a leaf with the value `left`
+    std::size_t values;
 };
 
 /// Replaces the most frequent neighbours by a new symbol, over and over.
@@ -60,14 +59,12 @@ void pairUp(symbolRow &row, std::vector<symbol> &symbols, int maxPairs)
         for (std::size_t pair = 0; pair < counts.size(); ++pair)
             if (counts[pair] > counts[best] && symbols[pair / room].values + symbols[pair % room].values <= 256)
                 best = pair;
-        const int left = static_cast<int>(best / room), right = static_cast<int>(best % room);
-        if (counts[best] < minPairs ||
-            symbols[static_cast<std::size_t>(left)].values + symbols[static_cast<std::size_t>(right)].values > 256)
+        const std::size_t left = best / room, right = best % room;
+        const std::size_t values = symbols[left].values + symbols[right].values;
+        if (counts[best] < minPairs || values > 256)
             return;
         const auto made = static_cast<std::uint16_t>(symbols.size());
-        symbols.push_back(
-            {left, right,
-             symbols[static_cast<std::size_t>(left)].values + symbols[static_cast<std::size_t>(right)].values});
+        symbols.push_back({left, right, values});
         std::size_t kept = 0;
         for (std::size_t i = 0; i < row.size(); ++i, ++kept)
             if (row[i] == left && i + 1 < row.size() && row[i + 1] == right)
@@ -125,10 +122,7 @@ compressed compress(const symbolRow &values, const recipe &how, int flags)
     if (std::equal(values.begin() + 1, values.end(), values.begin()))
     {
         // Only the stored side goes with it; a distance is then 0.
-        if (flags != 0 && values[0] != 0)
-            throw std::logic_error("one distance for a whole table has no form");
-        result.header = {static_cast<std::uint8_t>((flags & dtzSideFlag) | constantFlag),
-                         static_cast<std::uint8_t>(values[0])};
+        put(result.header, 1, (flags & dtzSideFlag) | constantFlag, values[0]);
         return result;
     }
     std::vector<symbol> symbols;
@@ -138,7 +132,7 @@ compressed compress(const symbolRow &values, const recipe &how, int flags)
     {
         const auto [leaf, added] = leaves.try_emplace(value, static_cast<std::uint16_t>(symbols.size()));
         if (added)
-            symbols.push_back({value, -1, 1});
+            symbols.push_back({value, none, 1});
         row.push_back(leaf->second);
     }
     pairUp(row, symbols, how.maxPairs);
@@ -203,33 +197,26 @@ compressed compress(const symbolRow &values, const recipe &how, int flags)
     {
         const std::uint64_t middle = i * span + span / 2;
         const auto block = std::upper_bound(starts.begin(), starts.end(), middle) - starts.begin() - 1;
-        put32(result.sparse, static_cast<std::uint32_t>(block));
-        put16(result.sparse, static_cast<unsigned>(middle - starts[static_cast<std::size_t>(block)]));
+        put(result.sparse, 4, block);
+        put(result.sparse, 2, middle - starts[static_cast<std::size_t>(block)]);
     }
     for (const unsigned count : blockValues)
-        put16(result.lengths, count - 1);
+        put(result.lengths, 2, count - 1);
 
-    result.header = {static_cast<std::uint8_t>(flags), static_cast<std::uint8_t>(how.blockSizeBits),
-                     static_cast<std::uint8_t>(how.indexBits), static_cast<std::uint8_t>(starts.size() - blocks)};
-    put32(result.header, static_cast<std::uint32_t>(blocks));
-    result.header.push_back(static_cast<std::uint8_t>(longest));
-    result.header.push_back(static_cast<std::uint8_t>(shortest));
+    put(result.header, 1, flags, how.blockSizeBits, how.indexBits, starts.size() - blocks);
+    put(result.header, 4, blocks);
+    put(result.header, 1, longest, shortest);
     for (const unsigned entry : first)
-        put16(result.header, entry);
-    put16(result.header, static_cast<unsigned>(symbols.size()));
+        put(result.header, 2, entry);
+    put(result.header, 2, symbols.size());
     for (const std::size_t at : byNumber)
     {
         const symbol &entry = symbols[at];
-        const auto left = static_cast<unsigned>(entry.right < 0 ? static_cast<std::size_t>(entry.left)
-                                                                : number[static_cast<std::size_t>(entry.left)]);
-        const auto right =
-            static_cast<unsigned>(entry.right < 0 ? std::size_t{0xFFF} : number[static_cast<std::size_t>(entry.right)]);
-        result.header.push_back(static_cast<std::uint8_t>(left));
-        result.header.push_back(static_cast<std::uint8_t>(left >> 8 | (right & 0xF) << 4));
-        result.header.push_back(static_cast<std::uint8_t>(right >> 4));
+        const bool leaf = entry.right == none;
+        const std::size_t left = leaf ? entry.left : number[entry.left], right = leaf ? 0xFFF : number[entry.right];
+        put(result.header, 3, left | right << 12);
     }
-    if (symbols.size() % 2 != 0)
-        result.header.push_back(0);
+    alignTo(result.header, 2);
     return result;
 }
 
@@ -267,13 +254,12 @@ symbolRow rowOf(const std::string &name, const recipe &how, const placing &place
 std::vector<std::uint8_t> startFile(const std::string &name, tableKind kind, const recipe &how, int sides)
 {
     std::vector<std::uint8_t> out;
-    put32(out, tableMagics[kind]);
-    const bool pawns = name.find('P') != std::string::npos;
+    put(out, 4, tableMagics[kind]);
+    const bool pawns = hasPawns(name);
     const bool pawnsOnBoth =
         pawns && name.find('P') < name.find('v') && name.find('P', name.find('v')) != std::string::npos;
-    out.push_back(static_cast<std::uint8_t>((sides == 2 ? 1 : 0) | (pawns ? 2 : 0)));
-    const auto both = [&](int low, int high)
-    { out.push_back(static_cast<std::uint8_t>(low | (sides == 2 ? high : low) << 4)); };
+    put(out, 1, (sides == 2 ? 1 : 0) | (pawns ? 2 : 0));
+    const auto both = [&](int low, int high) { put(out, 1, low | (sides == 2 ? high : low) << 4); };
     for (int file = 0; file < (pawns ? 4 : 1); ++file)
     {
         both(how.places[0].order, how.places[1].order);
@@ -294,17 +280,15 @@ std::vector<std::uint8_t> startFile(const std::string &name, tableKind kind, con
 
 void finishFile(std::vector<std::uint8_t> &out, const std::vector<compressed> &parts)
 {
-    const auto append = [&](const std::vector<std::uint8_t> &bytes)
-    { out.insert(out.end(), bytes.begin(), bytes.end()); };
     alignTo(out, 2);
     for (const compressed &part : parts)
-        append(part.sparse);
+        append(out, part.sparse);
     for (const compressed &part : parts)
-        append(part.lengths);
+        append(out, part.lengths);
     for (const compressed &part : parts)
     {
         alignTo(out, 64);
-        append(part.data);
+        append(out, part.data);
     }
     alignTo(out, 64);
     out.insert(out.end(), 16, 0xA5);
@@ -317,13 +301,13 @@ std::vector<std::uint8_t> makeWdlTable(const std::string &name, const recipe &ho
     const int sides = how.bothSides ? 2 : 1;
     std::vector<std::uint8_t> out = startFile(name, wdlKind, how, sides);
     std::vector<compressed> parts;
-    for (int file = 0; file < (name.find('P') != std::string::npos ? 4 : 1); ++file)
+    for (int file = 0; file < (hasPawns(name) ? 4 : 1); ++file)
         for (int side = 0; side < sides; ++side)
         {
             parts.push_back(compress(rowOf(name, how, how.places[side], side, file, choose,
                                            [](const ending &, int value) { return value + 2; }),
                                      how, 0));
-            out.insert(out.end(), parts.back().header.begin(), parts.back().header.end());
+            append(out, parts.back().header);
         }
     finishFile(out, parts);
     return out;
@@ -332,12 +316,9 @@ std::vector<std::uint8_t> makeWdlTable(const std::string &name, const recipe &ho
 std::vector<std::uint8_t> makeConstantWdlTable(const std::string &name, int firstSideValue, int secondSideValue)
 {
     std::vector<std::uint8_t> out = startFile(name, wdlKind, {}, 2);
-    for (int file = 0; file < (name.find('P') != std::string::npos ? 4 : 1); ++file)
+    for (int file = 0; file < (hasPawns(name) ? 4 : 1); ++file)
         for (const int value : {firstSideValue, secondSideValue})
-        {
-            out.push_back(constantFlag);
-            out.push_back(static_cast<std::uint8_t>(value + 2));
-        }
+            put(out, 1, constantFlag, value + 2);
     finishFile(out, {});
     return out;
 }
@@ -349,7 +330,7 @@ std::vector<std::uint8_t> makeDtzTable(const std::string &name, const recipe &ho
     const int flags = how.storedSide | (how.mapped ? dtzMappedFlag : 0) | (how.winPlies ? dtzWinPliesFlag : 0) |
                       (how.lossPlies ? dtzLossPliesFlag : 0) | (how.mapped && how.wide ? dtzWideMapFlag : 0);
     std::vector<std::vector<unsigned>> mapsOfFile[4];
-    const int files = name.find('P') != std::string::npos ? 4 : 1;
+    const int files = hasPawns(name) ? 4 : 1;
     for (int file = 0; file < files; ++file)
     {
         // Wins, losses, spoilt wins, saved losses.
@@ -370,7 +351,7 @@ std::vector<std::uint8_t> makeDtzTable(const std::string &name, const recipe &ho
             return static_cast<int>(map.size()) - 1;
         };
         parts.push_back(compress(rowOf(name, how, how.places[0], how.storedSide, file, choose, encode), how, flags));
-        out.insert(out.end(), parts.back().header.begin(), parts.back().header.end());
+        append(out, parts.back().header);
     }
     for (int file = 0; file < files && how.mapped; ++file)
     {
@@ -380,16 +361,9 @@ std::vector<std::uint8_t> makeDtzTable(const std::string &name, const recipe &ho
             alignTo(out, 2);
         for (const auto &map : mapsOfFile[file])
         {
-            const auto put = [&](unsigned value)
-            {
-                if (how.wide)
-                    put16(out, value);
-                else
-                    out.push_back(static_cast<std::uint8_t>(value));
-            };
-            put(static_cast<unsigned>(map.size()));
+            put(out, how.wide ? 2 : 1, map.size());
             for (const unsigned value : map)
-                put(value);
+                put(out, how.wide ? 2 : 1, value);
         }
     }
     finishFile(out, parts);
