@@ -52,22 +52,17 @@ void expectSameHead(const posHead &a, const posHead &b)
 std::vector<pieceCode> applyChanges(const pieceCode *board, const pieceChange &changes)
 {
     std::vector<pieceCode> after(board, board + squareCount);
-    for (int entry = 0; entry < changes.count; ++entry)
+    const auto change = [&](int square, int before, int next)
     {
-        if (changes.from[entry] != noSquare)
-        {
-            EXPECT_EQ(after[changes.from[entry]], changes.piece[entry]);
-            after[changes.from[entry]] = emptySquare;
-        }
-    }
+        if (square == noSquare)
+            return;
+        EXPECT_EQ(after[square], before);
+        after[square] = static_cast<pieceCode>(next);
+    };
     for (int entry = 0; entry < changes.count; ++entry)
-    {
-        if (changes.to[entry] != noSquare)
-        {
-            EXPECT_EQ(after[changes.to[entry]], emptySquare);
-            after[changes.to[entry]] = changes.piece[entry];
-        }
-    }
+        change(changes.from[entry], changes.piece[entry], emptySquare);
+    for (int entry = 0; entry < changes.count; ++entry)
+        change(changes.to[entry], emptySquare, changes.piece[entry]);
     return after;
 }
 

@@ -163,20 +163,16 @@ void expectDtzReadBack(const char *name, const recipe &how)
                   const bool exact = (wdl == 2 && how.winPlies) || (wdl == -2 && how.lossPlies);
                   return exact ? made.plies : made.plies / 2 * 2;
               });
-    // The other side to move is not there.
-    long asked = 0, refused = 0;
     forAllIndices(name, how.places[0], opponent(how.storedSide), 0,
                   [&](const ending &position)
                   {
-                      if (mixed(position, 5) % 64 != 0 || !isPossible(position))
-                          return;
                       int success = 1;
-                      probeTable(toTbPosition(position), 2, success, dtzKind);
-                      ++asked;
-                      refused += success == -1;
+                      if (mixed(position, 5) % 64 == 0 && isPossible(position))
+                      {
+                          probeTable(toTbPosition(position), 2, success, dtzKind);
+                          EXPECT_EQ(success, -1) << "the side to move that is not stored";
+                      }
                   });
-    EXPECT_GT(asked, 100);
-    EXPECT_EQ(refused, asked);
 }
 
 } // namespace

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <barrier>
 #include <filesystem>
 #include <fstream>
@@ -35,21 +36,13 @@ tbPosition anyPosition(const std::string &name)
 
 tablebaseEntry *entryOf(const std::string &name) { return findTable(materialSignature(anyPosition(name), white)); }
 
-struct printed
-{
-    std::string out, error;
-};
-
-/// What a piece of code writes to standard output and standard error.
-template <typename F> printed capture(F &&run)
+/// What a piece of code writes to standard output, then to standard error.
+template <typename F> std::array<std::string, 2> capture(F &&run)
 {
     testing::internal::CaptureStdout();
     testing::internal::CaptureStderr();
     run();
-    printed text;
-    text.out = testing::internal::GetCapturedStdout();
-    text.error = testing::internal::GetCapturedStderr();
-    return text;
+    return {testing::internal::GetCapturedStdout(), testing::internal::GetCapturedStderr()};
 }
 
 /// Rows of up to five men, none stronger than the one before it.
@@ -110,35 +103,22 @@ TEST(tableRegistry, everyMaterialOfUpToSevenMenHasItsName)
     EXPECT_EQ(withPawns, 861);
     EXPECT_EQ(symmetric, 20);
 
+    // The leading pawns are those of the side with fewer; then the others, and the code of the leading.
+    const std::pair<const char *, std::array<int, 3>> pawnCases[] = {{"KPvK", {1, 0, 1}},   {"KRvKP", {1, 0, 9}},
+                                                                     {"KPPvKP", {1, 2, 9}}, {"KPvKP", {1, 1, 1}},
+                                                                     {"KPPvKR", {2, 0, 1}}, {"KQPvKPP", {1, 2, 1}}};
+    for (const auto &[name, expected] : pawnCases)
+    {
+        const auto &material = entryOf(name)->material;
+        EXPECT_EQ((std::array<int, 3>{material.pawnCounts[0], material.pawnCounts[1], material.leadingPawn}), expected)
+            << name;
+    }
+
     initTablebases("");
     EXPECT_EQ(tableCardinality, 0u);
     EXPECT_EQ(entryOf("KQvK"), nullptr);
     EXPECT_TRUE(initTablebases("<empty>"));
     EXPECT_EQ(tableCardinality, 0u);
-}
-
-TEST(tableRegistry, leadingPawnsAreThoseOfTheSideWithFewer)
-{
-    const temporaryDirectory directory;
-    struct pawnCase
-    {
-        const char *name;
-        int leading, others, code;
-    };
-    const pawnCase cases[] = {{"KPvK", 1, 0, 1},  {"KRvKP", 1, 0, 9},  {"KPPvKP", 1, 2, 9},
-                              {"KPvKP", 1, 1, 1}, {"KPPvKR", 2, 0, 1}, {"KQPvKPP", 1, 2, 1}};
-    for (const pawnCase &c : cases)
-        writeBytes(directory / (std::string(c.name) + ".rtbw"), bytes(smallestSize));
-    initTablebases(directory.path);
-    for (const pawnCase &c : cases)
-    {
-        const tablebaseEntry *entry = entryOf(c.name);
-        ASSERT_NE(entry, nullptr) << c.name;
-        EXPECT_EQ(entry->material.pawnCounts[0], c.leading) << c.name;
-        EXPECT_EQ(entry->material.pawnCounts[1], c.others) << c.name;
-        EXPECT_EQ(entry->material.leadingPawn, c.code) << c.name;
-    }
-    initTablebases("");
 }
 
 TEST(tableRegistry, filesComeFromTheFirstDirectoryThatHasThem)
@@ -175,10 +155,10 @@ TEST(tableRegistry, filesOfAWrongSizeAreToldOfAndLeftOut)
     writeBytes(directory / "KRvK.rtbm", bytes(64 + smallestSize));
     writeBytes(directory / "KRvK.rtbz", bytes(17));
     writeBytes(directory / "KBvK.rtbz", bytes(17)); // not looked at without its WDL file
-    const printed text = capture([&] { initTablebases(directory.path); });
-    EXPECT_EQ(text.error, "Incomplete tablebase file KQvK.rtbw\nIncomplete tablebase file KRvK.rtbz\n");
-    EXPECT_EQ(text.out, "info string Incomplete tablebase file KQvK.rtbw\n"
-                        "info string Incomplete tablebase file KRvK.rtbz\n");
+    const auto [out, error] = capture([&] { initTablebases(directory.path); });
+    EXPECT_EQ(error, "Incomplete tablebase file KQvK.rtbw\nIncomplete tablebase file KRvK.rtbz\n");
+    EXPECT_EQ(out, "info string Incomplete tablebase file KQvK.rtbw\n"
+                   "info string Incomplete tablebase file KRvK.rtbz\n");
     EXPECT_EQ(entryOf("KQvK"), nullptr);
     EXPECT_EQ(entryOf("KBvK"), nullptr);
     ASSERT_NE(entryOf("KRvK"), nullptr);
@@ -195,7 +175,7 @@ TEST(tableRegistry, aCorruptFileCostsOneMessageAndItsOwnKindOnly)
     initTablebases(directory.path);
 
     int success = 0;
-    const printed text = capture(
+    const auto [out, error] = capture(
         [&]
         {
             for (int i = 0; i < 3; ++i)
@@ -206,8 +186,8 @@ TEST(tableRegistry, aCorruptFileCostsOneMessageAndItsOwnKindOnly)
                 EXPECT_EQ(success, 1);
             }
         });
-    EXPECT_EQ(text.error, "Corrupted table.\n");
-    EXPECT_EQ(text.out, "");
+    EXPECT_EQ(error, "Corrupted table.\n");
+    EXPECT_EQ(out, "");
     EXPECT_GT(probeDtz(toTbPosition(threeMen("KRvK", c2, d3, e5)), success), 0) << "another table";
     EXPECT_EQ(success, 1);
     // What could not be used is tried again after the next setting.
@@ -225,7 +205,7 @@ TEST(tableRegistry, aFileThatGoesOrShrinksAfterTheScanIsNoTable)
     std::filesystem::remove(directory / "KQvK.rtbw");
     std::filesystem::resize_file(directory / "KRvK.rtbw", 0);
     int success = 1;
-    const printed text = capture(
+    const auto [out, error] = capture(
         [&]
         {
             wdlOf(winningQueen(), success);
@@ -234,7 +214,7 @@ TEST(tableRegistry, aFileThatGoesOrShrinksAfterTheScanIsNoTable)
             probeTable(anyPosition("KRvK"), 0, success, wdlKind);
             EXPECT_EQ(success, 0);
         });
-    EXPECT_EQ(text.error, "Corrupted table.\n");
+    EXPECT_EQ(error, "Corrupted table.\n");
     initTablebases("");
 }
 
