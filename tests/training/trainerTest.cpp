@@ -115,6 +115,8 @@ TEST_F(trainerTest, engineAndTrainerAgreeOnTenThousandPositions)
                              scoreSquares += score * score;
                              differenceSquares += difference * difference;
                          });
+    RecordProperty("shareOfTheSquares", std::to_string(differenceSquares / scoreSquares));
+    RecordProperty("worstDifference", std::to_string(worst));
     EXPECT_GT(scoreSquares / count, 100.0 * 100.0) << "the outputs say too little to compare them";
     EXPECT_LT(differenceSquares, scoreSquares / 500);
     EXPECT_LT(worst, 60) << "centipawns";
