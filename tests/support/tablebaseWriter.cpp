@@ -225,7 +225,7 @@ symbolRow rowOf(const std::string &name, const recipe &how, const placing &place
                 const chooser &choose, const std::function<int(const ending &, int)> &encode)
 {
     if (file >= how.files)
-        return {0};
+        return {how.filler[side]};
     symbolRow row;
     choice last{0, choice::freedom::exact};
     int stored = -1;
@@ -315,12 +315,11 @@ std::vector<std::uint8_t> makeWdlTable(const std::string &name, const recipe &ho
 
 std::vector<std::uint8_t> makeConstantWdlTable(const std::string &name, int firstSideValue, int secondSideValue)
 {
-    std::vector<std::uint8_t> out = startFile(name, wdlKind, {}, 2);
-    for (int file = 0; file < (hasPawns(name) ? 4 : 1); ++file)
-        for (const int value : {firstSideValue, secondSideValue})
-            put(out, 1, constantFlag, value + 2);
-    finishFile(out, {});
-    return out;
+    recipe how;
+    how.files = 0;
+    how.filler[0] = static_cast<std::uint16_t>(firstSideValue + 2);
+    how.filler[1] = static_cast<std::uint16_t>(secondSideValue + 2);
+    return makeWdlTable(name, how, nullptr);
 }
 
 std::vector<std::uint8_t> makeDtzTable(const std::string &name, const recipe &how, const chooser &choose)

@@ -32,7 +32,8 @@ struct recipe
     int blockSizeBits = 5;
     int indexBits = 8;
     int maxPairs = 60;
-    int files = 4; ///< with pawns: sub-tables beyond these hold no position that is asked for
+    int files = 4;                ///< with pawns: sub-tables beyond these hold no position that is asked for,
+    std::uint16_t filler[2] = {}; ///< but everywhere this stored value, by side to move
     // WDL: whether both sides to move are stored.
     bool bothSides = true;
     // DTZ
