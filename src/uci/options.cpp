@@ -43,7 +43,6 @@ void setHash(int megabytes)
     if (!awaitSearchEnd("setoption name Hash"))
         return;
     engineOptions.hashMegabytes = megabytes;
-    engineOptions.hashMegabytes = megabytes;
     const std::uint64_t taken = ttResize(megabytes);
     printInfo("Size of Hashtable set to : " + std::to_string(megabytes));
     if (taken < static_cast<std::uint64_t>(megabytes))
