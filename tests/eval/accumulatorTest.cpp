@@ -44,11 +44,6 @@ sumLanes sumByDefinition(const pos &position, colour view)
     return wrapped;
 }
 
-sumLanes lanesOf(const std::int16_t (&accumulator)[accumulatorLanes])
-{
-    return {std::begin(accumulator), std::end(accumulator)};
-}
-
 void expectRightSums(pos &position, int ply)
 {
     std::int16_t input[networkInputs];
@@ -59,7 +54,8 @@ void expectRightSums(pos &position, int ply)
     for (const colour view : {colour{position.sideToMove}, opponent(position.sideToMove)})
     {
         const sumLanes expected = sumByDefinition(position, view);
-        ASSERT_EQ(lanesOf(block.accumulator[view]), expected) << "view " << view << " ply " << ply;
+        ASSERT_EQ(sumLanes(std::begin(block.accumulator[view]), std::end(block.accumulator[view])), expected)
+            << "view " << view << " ply " << ply;
         for (const int lane : expected)
             expectedInput.push_back(std::clamp(lane, 0, 127));
     }
@@ -134,12 +130,11 @@ const walkPlan walks[] = {
 
 TEST(accumulator, featureRows)
 {
-    struct featureCase
+    const struct
     {
         colour view;
         int king, piece, square, row;
-    };
-    const featureCase cases[] = {
+    } cases[] = {
         {white, a1, whitePawn, a1, 0},
         {white, a1, blackPawn, b1, 65},
         {white, h8, whiteKing, h8, 63 * 768 + 10 * 64 + 63},
@@ -149,7 +144,7 @@ TEST(accumulator, featureRows)
         {black, e8, whiteQueen, d1, 4 * 768 + 9 * 64 + 59},
         {black, h1, whiteKing, h1, 49151},
     };
-    for (const featureCase &c : cases)
+    for (const auto &c : cases)
         EXPECT_EQ(featureIndex(c.view, c.king, c.piece, c.square), c.row);
 }
 
@@ -167,7 +162,7 @@ TEST(accumulator, sumsFollowTheMoves)
     }
 }
 
-TEST(accumulator, cachedSumsDoNotOutliveTheirNetwork)
+TEST(accumulator, sumsOutliveNeitherTheirNetworkNorTheirPosition)
 {
     std::vector<accumulatorCacheEntry> cache(accumulatorCacheSize);
     ownedPosition position(startPositionFen);
@@ -178,13 +173,6 @@ TEST(accumulator, cachedSumsDoNotOutliveTheirNetwork)
         position->accumulatorBlocks[0].computed = false;
         expectRightSums(*position, 0);
     }
-}
-
-TEST(accumulator, anotherPositionSetUpIsSummedAnew)
-{
-    useSyntheticNetwork();
-    ownedPosition position(startPositionFen);
-    expectRightSums(*position, 0);
     ASSERT_EQ(setupPosition("8/5k2/8/3P4/8/8/2K5/8 b - - 0 1", *position), "");
     expectRightSums(*position, 0);
 }

@@ -1,13 +1,18 @@
 #include "eval/evaluate.h"
 
-#include <cstdlib>
+#include <algorithm>
+#include <fstream>
+#include <sstream>
 
 #include <gtest/gtest.h>
 
 #include "board/pieceValues.h"
+#include "eval/accumulator.h"
 #include "eval/evaluationSupport.h"
 #include "eval/network.h"
 #include "eval/networkFile.h"
+#include "eval/pieceEvaluation.h"
+#include "support/randomGames.h"
 #include "support/sharedData.h"
 
 namespace tarvonel
@@ -17,117 +22,67 @@ namespace
 {
 
 constexpr const char *queenUp = "4k3/pp3ppp/8/8/8/8/PP3PPP/3QK3 w - - 0 1";
-constexpr const char *bareKings = "4k3/8/8/8/8/8/8/4K3 w - - 0 1";
-constexpr const char *rookEnding = "4k3/8/8/8/8/8/8/R3K3 w - - 0 1";
+constexpr const char *bareKings = "4k3/8/8/8/8/8/8/4K3";
+constexpr const char *rookEnding = "4k3/8/8/8/8/8/8/R3K3";
 
 /// Makes the running sums say what a test wants, whatever stands on the board.
-void setBalance(pos &position, combEval value)
+void setBalance(pos &position, combEval value, int phase)
 {
     position.material[white] = value;
     position.material[black] = 0;
     position.squareScore[white] = position.squareScore[black] = 0;
+    position.phase = static_cast<std::int16_t>(phase);
 }
 
-/// The score by hand, whatever the balance, with the terms as a test has set them.
-int tunableHandSet(evaluationPosition &position)
+/// The score by hand with the terms as a test has set them, white to move.
+int tunableHandSet(const char *board, combEval balance, int phase)
 {
-    networkLimit = 0;
+    evaluationPosition position(std::string(board) + " w - - 0 1");
+    setBalance(*position, balance, phase);
+    networkLimit = 0; // whatever the balance
     const int score = evaluateTunable(0, *position);
     networkLimit = defaultNetworkLimit;
     return score;
 }
 
-struct choiceCase
-{
-    combEval balance;
-    bool byNetwork;
-};
-
-const choiceCase choiceCases[] = {
-    {X(0, 399), true},   {X(0, 400), false},   {X(0, -399), true},  {X(0, -400), false},
-    {X(500, 300), true}, {X(-500, 399), true}, {X(0, 4000), false}, {X(-1, 400), false},
-};
-
-struct complexityCase
-{
-    const char *reason, *fen;
-    int before, after; ///< end-game scores
-};
-
-const complexityCase complexityCases[] = {
-    {"with pieces -102, held at 0", rookEnding, 10, 0},
-    {"held at 0 from below", rookEnding, -10, 0},
-    {"-102 in full", rookEnding, 1000, 898},
-    {"a pawn ending: -24", bareKings, 1000, 976},
-    {"nothing to change", rookEnding, 0, 0},
-    {"pawns on both wings: 8 + 67 - 24", "4k3/p7/8/8/8/8/7P/4K3 w - - 0 1", 1000, 1051},
-    {"the loser's score falls by as much", "4k3/p7/8/8/8/8/7P/4K3 w - - 0 1", -1000, -1051},
-    {"d and e file are different wings", "4k3/8/8/8/8/8/3PP3/4K3 w - - 0 1", 1000, 1051},
-    {"one wing: 8 - 24", "4k3/p7/8/8/8/8/3P4/4K3 w - - 0 1", 1000, 984},
-    {"a black knight is a piece too: 8 + 67 - 102", "1n2k3/p7/8/8/8/8/7P/4K3 w - - 0 1", 1000, 973},
-};
-
-struct taperCase
-{
-    int mg, eg, phase, expected;
-};
-
-const taperCase taperCases[] = {
-    {500, 0, 24, 500}, {500, 0, 26, 500}, {500, 0, 0, 0},  {0, 500, 0, 500},
-    {100, 0, 12, 50},  {100, 10, 6, 32},  {-5, 0, 12, -2}, {-1, 0, 24, -1},
-};
-
-struct bishopCase
-{
-    const char *fen;
-    int pairs; ///< white's minus black's
-};
-
-const bishopCase bishopCases[] = {
-    {"4k3/8/8/8/8/8/8/B3K3 w - - 0 1", 0},      {"4k3/8/8/8/8/8/8/BB2K3 w - - 0 1", 1},
-    {"4k3/8/8/8/8/8/8/B1B1K3 w - - 0 1", 1},    {"4k3/8/8/8/8/8/8/BBB1K3 w - - 0 1", 0},
-    {"bb2k3/8/8/8/8/8/8/4K3 w - - 0 1", -1},    {"bb2k3/8/8/8/8/8/8/BB2K3 w - - 0 1", 0},
-    {"bb2k3/8/8/8/8/8/8/BBBBK3 w - - 0 1", -1},
-};
-
 } // namespace
 
 TEST(evaluate, endGameBalanceChoosesTheEvaluator)
 {
-    for (const choiceCase &c : choiceCases)
-        for (const char *side : {"w", "b"})
+    const struct
+    {
+        combEval balance;
+        int limit;
+        bool byNetwork;
+    } cases[] = {
+        {X(0, 399), 400, true},   {X(0, 400), 400, false},   {X(0, -399), 400, true},  {X(0, -400), 400, false},
+        {X(500, 300), 400, true}, {X(-500, 399), 400, true}, {X(0, 4000), 400, false}, {X(0, 0), 0, false},
+    };
+    for (const auto &c : cases)
+        for (const std::string &fen : {std::string(queenUp), mirrorFen(queenUp)})
         {
-            evaluationPosition position(std::string("4k3/pp3ppp/8/8/8/8/PP3PPP/3QK3 ") + side + " - - 0 1");
-            setBalance(*position, c.balance);
-            const int byHand = (*side == 'w' ? 1 : -1) * handSetScore(*position);
+            evaluationPosition position(fen);
+            setBalance(*position, c.balance, 4);
+            const int byHand = (position->sideToMove == white ? 1 : -1) * handSetScore(*position);
             const int byNetwork = networkScore(*position, 0, position->phase);
             ASSERT_NE(byHand, byNetwork) << "the two evaluators cannot be told apart here";
-            EXPECT_EQ(evaluate(0, *position), c.byNetwork ? byNetwork : byHand) << termText(c.balance) << side;
+            networkLimit = c.limit;
+            EXPECT_EQ(evaluate(0, *position), c.byNetwork ? byNetwork : byHand) << termText(c.balance) << fen;
+            networkLimit = defaultNetworkLimit;
         }
-}
-
-TEST(evaluate, networkLimitOfZeroScoresEverythingByHand)
-{
-    evaluationPosition position(bareKings);
-    networkLimit = 0;
-    EXPECT_EQ(evaluate(0, *position), handSetScore(*position));
-    networkLimit = defaultNetworkLimit;
 }
 
 TEST(evaluate, cacheHoldsWhitesViewOfBothEvaluators)
 {
-    for (const char *fen : {queenUp, bareKings})
+    for (const std::string &fen : {std::string(queenUp), std::string(bareKings) + " w - - 0 1"})
         for (const bool mirrored : {false, true})
         {
             evaluationPosition position(mirrored ? mirrorFen(fen) : fen);
             evalCacheEntry &slot = position.evalCache[position->key % evalCacheSize];
             const int score = evaluate(0, *position);
-            EXPECT_EQ(slot.key, position->key);
             EXPECT_EQ(slot.score, mirrored ? -score : score);
-
             slot.score = 123;
             EXPECT_EQ(evaluate(0, *position), mirrored ? -123 : 123) << "a hit is believed";
-
             slot.key ^= std::uint64_t{1} << 63;
             EXPECT_EQ(evaluate(0, *position), score) << "only the whole key is a hit";
             EXPECT_EQ(slot.key, position->key) << "and what stood there goes";
@@ -137,94 +92,117 @@ TEST(evaluate, cacheHoldsWhitesViewOfBothEvaluators)
 TEST(evaluate, tempoGoesToTheSideToMove)
 {
     evaluationPosition toMove(queenUp), waiting("4k3/pp3ppp/8/8/8/8/PP3PPP/3QK3 b - - 0 1");
-    for (evaluationPosition *position : {&toMove, &waiting})
+    for (const auto &[phase, tempo] : {std::pair{0, 17}, std::pair{fullPhase, 25}})
     {
-        position->position->phase = 0;
-        setBalance(**position, X(0, 1000));
+        for (evaluationPosition *position : {&toMove, &waiting})
+            setBalance(**position, X(0, 1000), phase);
+        EXPECT_EQ(handSetScore(*toMove) - handSetScore(*waiting), 2 * tempo);
     }
-    EXPECT_EQ(handSetScore(*toMove) - handSetScore(*waiting), 2 * 17);
-    toMove->phase = waiting->phase = fullPhase;
-    EXPECT_EQ(handSetScore(*toMove) - handSetScore(*waiting), 2 * 25);
 }
 
 TEST(evaluate, complexityMovesTheEndGameScoreButNeverItsSign)
 {
+    const struct
+    {
+        const char *reason, *board;
+        int before, after; ///< end-game scores
+    } cases[] = {
+        {"with pieces -102, held at 0", rookEnding, 10, 0},
+        {"held at 0 from below", rookEnding, -10, 0},
+        {"-102 in full", rookEnding, 1000, 898},
+        {"a pawn ending: -24", bareKings, 1000, 976},
+        {"nothing to change", rookEnding, 0, 0},
+        {"pawns on both wings: 8 + 67 - 24", "4k3/p7/8/8/8/8/7P/4K3", 1000, 1051},
+        {"the loser's score falls by as much", "4k3/p7/8/8/8/8/7P/4K3", -1000, -1051},
+        {"d and e file are different wings", "4k3/8/8/8/8/8/3PP3/4K3", 1000, 1051},
+        {"one wing: 8 - 24", "4k3/p7/8/8/8/8/3P4/4K3", 1000, 984},
+        {"a black knight is a piece too: 8 + 67 - 102", "1n2k3/p7/8/8/8/8/7P/4K3", 1000, 973},
+    };
     const isolatedTerms guard;
     tunableTerms.frame = shippedTerms.frame;
     tunableTerms.frame.tempo = 0;
-    for (const complexityCase &c : complexityCases)
-    {
-        evaluationPosition position(c.fen);
-        setBalance(*position, X(0, c.before));
-        position->phase = 0;
-        EXPECT_EQ(tunableHandSet(position), c.after) << c.reason;
-    }
+    for (const auto &c : cases)
+        EXPECT_EQ(tunableHandSet(c.board, X(0, c.before), 0), c.after) << c.reason;
 }
 
 TEST(evaluate, phaseTapersTowardZero)
 {
-    const isolatedTerms guard;
-    for (const taperCase &c : taperCases)
+    const struct
     {
-        evaluationPosition position(bareKings);
-        setBalance(*position, X(c.mg, c.eg));
-        position->phase = static_cast<std::int16_t>(c.phase);
-        EXPECT_EQ(tunableHandSet(position), c.expected) << c.mg << ", " << c.eg << ", phase " << c.phase;
-    }
+        int mg, eg, phase, expected;
+    } cases[] = {
+        {500, 0, 24, 500}, {500, 0, 26, 500}, {500, 0, 0, 0},  {0, 500, 0, 500},
+        {100, 0, 12, 50},  {100, 10, 6, 32},  {-5, 0, 12, -2}, {-1, 0, 24, -1},
+    };
+    const isolatedTerms guard;
+    for (const auto &c : cases)
+        EXPECT_EQ(tunableHandSet(bareKings, X(c.mg, c.eg), c.phase), c.expected)
+            << c.mg << ", " << c.eg << ", phase " << c.phase;
 }
 
 TEST(evaluate, bishopPairIsExactlyTwoBishops)
 {
+    const struct
+    {
+        const char *board;
+        int pairs; ///< white's minus black's
+    } cases[] = {
+        {"4k3/8/8/8/8/8/8/B3K3", 0},      {"4k3/8/8/8/8/8/8/BB2K3", 1},  {"4k3/8/8/8/8/8/8/B1B1K3", 1},
+        {"4k3/8/8/8/8/8/8/BBB1K3", 0},    {"bb2k3/8/8/8/8/8/8/4K3", -1}, {"bb2k3/8/8/8/8/8/8/BB2K3", 0},
+        {"bb2k3/8/8/8/8/8/8/BBBBK3", -1},
+    };
     const isolatedTerms guard;
     tunableTerms.frame.bishopPair = X(0, 58);
-    for (const bishopCase &c : bishopCases)
-    {
-        evaluationPosition position(c.fen);
-        setBalance(*position, 0);
-        position->phase = 0;
-        EXPECT_EQ(tunableHandSet(position), 58 * c.pairs) << c.fen;
-    }
+    for (const auto &c : cases)
+        EXPECT_EQ(tunableHandSet(c.board, 0, 0), 58 * c.pairs) << c.board;
 }
 
 TEST(evaluate, tunableTermsStartAsTheShippedOnesAndMoveAlone)
 {
-    for (const std::string &fen : mixedPositions)
-    {
-        evaluationPosition position(fen), fresh(fen), changed(fen);
-        const int side = position->sideToMove == white ? 1 : -1;
-        const int score = side * handSetScore(*position);
-        EXPECT_EQ(tunableHandSet(fresh), score) << fen;
-
-        tunableTerms.frame.tempo += X(48, 48);
-        EXPECT_NEAR(tunableHandSet(changed), score + 48, 1) << fen; // it may cross 0, where rounding turns
-        EXPECT_EQ(side * handSetScore(*changed), score) << fen;
-        tunableTerms = shippedTerms;
-    }
+    evaluationPosition position(queenUp), fresh(queenUp), changed(queenUp);
+    const int score = handSetScore(*position);
+    EXPECT_EQ(evaluateTunable(0, *fresh), score);
+    tunableTerms.frame.tempo += X(48, 48);
+    EXPECT_EQ(evaluateTunable(0, *changed), score + 48);
+    EXPECT_EQ(handSetScore(*changed), score);
+    tunableTerms = shippedTerms;
 }
 
-// Without the network that the figures were computed with, the unbalanced positions alone.
+// FEN;variant;network output;network score;pawn terms;piece terms;score. Terms are "mg,eg" from
+// white's view. Without the network that the figures were computed with, what is by hand alone.
 TEST(evaluate, equalsReferenceFigures)
 {
-    const std::vector<evaluationVector> references = readEvaluationVectors();
-    if (references.empty())
+    std::ifstream file(sharedDataPath("vectors/evaluation.txt"));
+    if (!file)
         GTEST_SKIP() << "no reference figures here";
     const bool withNetwork = !vectorNetwork().empty();
-    if (withNetwork)
-    {
-        ::testing::internal::CaptureStdout();
-        ASSERT_TRUE(loadNetFile(vectorNetwork()));
-        ::testing::internal::GetCapturedStdout();
-    }
+    ASSERT_TRUE(!withNetwork || loadNetFile(vectorNetwork()));
+    std::vector<accumulatorCacheEntry> cache(accumulatorCacheSize);
     int compared = 0;
-    for (const evaluationVector &reference : references)
+    for (std::string line; std::getline(file, line); ++compared)
     {
-        evaluationPosition position = positionOf(reference);
-        if (!withNetwork && std::abs(egOf(balance(*position))) < defaultNetworkLimit)
-            continue;
-        ++compared;
-        EXPECT_EQ(evaluate(0, *position), reference.score) << reference.fen;
+        std::istringstream fields(line);
+        std::string fen, variant, output, networkFigure, pawnTerms, pieceTerms, score;
+        for (std::string *field : {&fen, &variant, &output, &networkFigure, &pawnTerms, &pieceTerms, &score})
+            std::getline(fields, *field, ';');
+        const variantScope scope(variant == "960");
+        evaluationPosition position(fen);
+        position->accumulatorCache = cache.data();
+        const pawnEntry &pawns = evaluatePawns<shippedTerms>(*position);
+        EXPECT_EQ(termText(pawns.score), pawnTerms) << fen;
+        EXPECT_EQ(termText(evaluatePieces<shippedTerms>(*position, pawns)), pieceTerms) << fen;
+        if (withNetwork)
+        {
+            const int phase = std::min<int>(position->phase, fullPhase);
+            EXPECT_EQ(std::to_string(networkOutput(*position, 0)), output) << fen;
+            EXPECT_EQ(std::to_string(networkScore(*position, 0, phase)), networkFigure) << fen;
+        }
+        if (withNetwork || std::abs(egOf(balance(*position))) >= defaultNetworkLimit)
+        {
+            EXPECT_EQ(std::to_string(evaluate(0, *position)), score) << fen;
+        }
     }
-    EXPECT_GT(compared, 0);
+    EXPECT_GT(compared, 100);
 }
 
 } // namespace tarvonel

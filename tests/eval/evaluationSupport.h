@@ -1,8 +1,9 @@
 // What the tests of the hand-set evaluation share: positions with tables of their own, terms to
-// play with, colours exchanged, and the reference figures.
+// play with, and colours exchanged.
 #pragma once
 
 #include <memory>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -36,46 +37,24 @@ struct isolatedTerms
     isolatedTerms &operator=(const isolatedTerms &) = delete;
 };
 
-/// One term or a few, and what they make of a position when all others are 0.
+/// One term or a few, and what they make of a board when all others are 0.
 struct isolatedCase
 {
-    const char *reason;
-    const char *fen;
-    void (*set)(evalTerms &terms);
+    const char *reason, *board;
+    void (*set)();     ///< sets tunable terms
     combEval expected; ///< from white's view
 };
 
-template <typename number, std::size_t Size> void fill(number (&table)[Size], int value)
-{
-    for (number &entry : table)
-        entry = value;
-}
+using termScore = combEval (*)(evaluationPosition &);
 
-/// Entry n becomes n, so that a sum of entries is a count of squares.
-template <typename number, std::size_t Size> void count(number (&table)[Size])
-{
-    for (std::size_t i = 0; i < Size; ++i)
-        table[i] = static_cast<number>(i);
-}
+/// Holds every case to its figure, and with colours exchanged to the opposite.
+void expectIsolatedTerms(std::span<const isolatedCase> cases, termScore score);
+
+/// Holds a few full positions of all kinds to the opposite score with colours exchanged.
+void expectColoursAlike(termScore score);
 
 /// The position with colours, ranks and side to move exchanged, castling rights left out.
 std::string mirrorFen(const std::string &fen);
-
-/// A few full positions of all kinds.
-extern const std::vector<std::string> mixedPositions;
-
-/// A line of the reference figures; the terms are "mg,eg" from white's view.
-struct evaluationVector
-{
-    std::string fen, variant, pawnTerms, pieceTerms;
-    int score; ///< for the side to move
-};
-
-/// All lines, or none where the file is missing. Sets nothing up.
-std::vector<evaluationVector> readEvaluationVectors();
-
-/// Sets the position up under the rules that the line names; the rules go back afterwards.
-evaluationPosition positionOf(const evaluationVector &reference);
 
 /// "mg,eg".
 std::string termText(combEval value);

@@ -10,109 +10,87 @@ namespace tarvonel
 namespace
 {
 
-combEval isolatedPawnScore(const isolatedCase &c, const std::string &fen)
-{
-    const isolatedTerms guard;
-    c.set(tunableTerms);
-    evaluationPosition position(fen);
-    return evaluatePawns<tunableTerms>(*position).score;
-}
+auto &pawns = tunableTerms.pawns;
 
 // clang-format off
 const isolatedCase pawnCases[] = {
-    {"isolated: no own pawn on the files beside", "4k3/pp6/8/8/8/8/PP1P4/4K3 w - - 0 1",
-     [](evalTerms &t) { t.pawns.isolated[fileA] = t.pawns.isolated[fileB] = 1; t.pawns.isolated[fileD] = 10; }, 10},
-    {"isolated, near the king", "4k3/pp6/8/8/8/8/PP1P4/4K3 w - - 0 1",
-     [](evalTerms &t) { t.pawns.isolatedNearKing = 1; }, 1},
-    {"isolated, two files from the king", "4k3/pp6/8/8/8/8/PP1P4/5K2 w - - 0 1",
-     [](evalTerms &t) { t.pawns.isolatedNearKing = 1; }, 0},
-    {"a king on the edge has the c file near", "4k3/8/8/8/8/8/2P5/K7 w - - 0 1",
-     [](evalTerms &t) { t.pawns.isolatedNearKing = 1; }, 1},
-    {"three pawns on a file: two are doubled", "4k3/8/8/8/4P3/4P3/4P3/4K3 w - - 0 1",
-     [](evalTerms &t) { t.pawns.doubled[fileE] = 1; t.pawns.doubledNearKing = 10; }, 22},
-    {"backward: stop square covered, nobody behind; open for both, near for white",
-     "4k3/8/8/2p5/4P3/3P4/8/4K3 w - - 0 1",
-     [](evalTerms &t) { t.pawns.backwardOpen[fileD] = 10; t.pawns.backwardOpen[fileC] = 1;
-                        t.pawns.backwardNearKing = 100; }, 109},
-    {"backward beside a neighbour on the same rank", "4k3/8/8/2p5/8/3PP3/8/4K3 w - - 0 1",
-     [](evalTerms &t) { t.pawns.backwardNearKing = 1; }, 1},
-    {"not backward with a pawn behind", "4k3/8/8/2p5/8/3P4/4P3/4K3 w - - 0 1",
-     [](evalTerms &t) { t.pawns.backwardNearKing = 1; }, 0},
-    {"an enemy pawn on the file closes it", "4k3/8/3p4/2p5/8/3P4/8/4K3 w - - 0 1",
-     [](evalTerms &t) { t.pawns.backwardOpen[fileD] = 1; }, 0},
-    {"supported counts the supported one, on its rank", "4k3/8/8/8/3P4/2P5/8/4K3 w - - 0 1",
-     [](evalTerms &t) { t.pawns.supported[rank4] = 1; t.pawns.supported[rank3] = 10; }, 1},
-    {"side by side counts both", "4k3/8/8/8/2PP4/8/8/4K3 w - - 0 1",
-     [](evalTerms &t) { t.pawns.sideBySide[rank4] = 1; }, 2},
-    {"passed on the seventh: the enemy king is measured to the promotion square",
-     "7k/P7/2K5/8/8/8/8/8 w - - 0 1",
-     [](evalTerms &t) { t.pawns.passedEnemyKing[rank7] = 1; }, 7},
-    {"and so is the own king", "7k/P7/2K5/8/8/8/8/8 w - - 0 1",
-     [](evalTerms &t) { t.pawns.passedOwnKing[rank7] = 1; }, 2},
-    {"passed square, seen from the owner's side", "7k/P7/2K5/8/8/8/1p6/8 w - - 0 1",
-     [](evalTerms &t) { t.pawns.passedSquare[a2] = 10; t.pawns.passedSquare[b2] = 1; }, 9},
-    {"candidate with more attackers than supporters", "4k3/8/8/3p4/4P3/8/2P5/4K3 w - - 0 1",
-     [](evalTerms &t) { t.pawns.candidate[0][rank4] = 1; t.pawns.candidate[1][rank4] = 10; }, 1},
-    {"candidate with a supporter", "4k3/8/8/3p4/4P3/3P4/8/4K3 w - - 0 1",
-     [](evalTerms &t) { t.pawns.candidate[0][rank4] = 1; t.pawns.candidate[1][rank4] = 10; }, 10},
-    {"candidate whose covered stop square a neighbour helps to win", "4k3/8/3p4/8/4PP2/8/8/4K3 w - - 0 1",
-     [](evalTerms &t) { t.pawns.candidate[1][rank4] = 1; t.pawns.candidate[1][rank3] = 10; }, 1},
-    {"no candidate without that neighbour", "4k3/8/3p4/8/4P3/8/8/4K3 w - - 0 1",
-     [](evalTerms &t) { t.pawns.candidate[1][rank4] = 1; }, 0},
-    {"no candidate against a pawn on the file", "4k3/8/4p3/8/4P3/8/8/4K3 w - - 0 1",
-     [](evalTerms &t) { t.pawns.candidate[1][rank4] = 1; }, 0},
-    {"storm with no pawns: three files for each king, held inside the board", "7k/8/8/8/8/8/8/K7 w - - 0 1",
-     [](evalTerms &t) { int digit = 1; for (const int file : {fileA, fileB, fileC, fileF, fileG, fileH})
-                        { t.pawns.storm[0][file][7] = digit; digit *= 10; } }, 111 - 111000},
-    {"kings on the same wing", "k7/8/8/8/8/8/8/3K4 w - - 0 1",
-     [](evalTerms &t) { t.pawns.storm[2][fileE][7] = 1; t.pawns.storm[0][fileE][7] = 10; }, 1},
-    {"an enemy pawn beside the king is at distance 0", "k7/8/8/8/3Kp3/8/8/8 w - - 0 1",
-     [](evalTerms &t) { t.pawns.storm[2][fileE][0] = 1; }, 1},
-    {"an enemy pawn behind the king is none", "k7/8/8/8/3K4/4p3/8/8 w - - 0 1",
-     [](evalTerms &t) { t.pawns.storm[2][fileE][7] = 1; }, 1},
-    {"the nearest of two enemy pawns", "k7/8/4p3/8/4p3/8/8/3K4 w - - 0 1",
-     [](evalTerms &t) { t.pawns.storm[2][fileE][3] = 1; t.pawns.storm[2][fileE][5] = 10; }, 1},
-    {"blocked by an own pawn right before it", "6k1/8/8/8/8/6p1/6P1/6K1 w - - 0 1",
-     [](evalTerms &t) { t.pawns.storm[3][fileG][2] = 1; t.pawns.storm[2][fileG][2] = 10; }, 1},
-    {"not blocked by one farther back", "6k1/8/8/8/6p1/8/6P1/6K1 w - - 0 1",
-     [](evalTerms &t) { t.pawns.storm[3][fileG][3] = 1; t.pawns.storm[2][fileG][3] = 10; }, 10},
-    {"nothing is blocked where no enemy pawn is", "7k/P7/8/8/8/8/8/K7 w - - 0 1",
-     [](evalTerms &t) { t.pawns.storm[0][fileA][7] = 1; t.pawns.storm[1][fileA][7] = 10; }, 1},
-    {"no own pawn but an enemy pawn six ranks off is not blocked", "7k/6p1/8/8/8/8/8/6K1 w - - 0 1",
-     [](evalTerms &t) { t.pawns.storm[3][fileG][6] = 1; t.pawns.storm[2][fileG][6] = 10; }, 10},
+    {"isolated: no own pawn on the files beside", "4k3/pp6/8/8/8/8/PP1P4/4K3",
+     [] { pawns.isolated[fileA] = pawns.isolated[fileB] = 1; pawns.isolated[fileD] = 10; }, 10},
+    {"isolated, near the king", "4k3/pp6/8/8/8/8/PP1P4/4K3", [] { pawns.isolatedNearKing = 1; }, 1},
+    {"isolated, two files from the king", "4k3/pp6/8/8/8/8/PP1P4/5K2", [] { pawns.isolatedNearKing = 1; }, 0},
+    {"a king on the edge has the c file near", "4k3/8/8/8/8/8/2P5/K7", [] { pawns.isolatedNearKing = 1; }, 1},
+    {"three pawns on a file: two are doubled", "4k3/8/8/8/4P3/4P3/4P3/4K3",
+     [] { pawns.doubled[fileE] = 1; pawns.doubledNearKing = 10; }, 22},
+    {"backward: stop square covered, nobody behind; open for both, near for white", "4k3/8/8/2p5/4P3/3P4/8/4K3",
+     [] { pawns.backwardOpen[fileD] = 10; pawns.backwardOpen[fileC] = 1; pawns.backwardNearKing = 100; }, 109},
+    {"backward beside a neighbour on the same rank", "4k3/8/8/2p5/8/3PP3/8/4K3", [] { pawns.backwardNearKing = 1; }, 1},
+    {"not backward with a pawn behind", "4k3/8/8/2p5/8/3P4/4P3/4K3", [] { pawns.backwardNearKing = 1; }, 0},
+    {"an enemy pawn on the file closes it", "4k3/8/3p4/2p5/8/3P4/8/4K3", [] { pawns.backwardOpen[fileD] = 1; }, 0},
+    {"supported counts the supported one, on its rank", "4k3/8/8/8/3P4/2P5/8/4K3",
+     [] { pawns.supported[rank4] = 1; pawns.supported[rank3] = 10; }, 1},
+    {"side by side counts both", "4k3/8/8/8/2PP4/8/8/4K3", [] { pawns.sideBySide[rank4] = 1; }, 2},
+    {"passed on the seventh: the enemy king is measured to the promotion square", "7k/P7/2K5/8/8/8/8/8",
+     [] { pawns.passedEnemyKing[rank7] = 1; }, 7},
+    {"and so is the own king", "7k/P7/2K5/8/8/8/8/8", [] { pawns.passedOwnKing[rank7] = 1; }, 2},
+    {"passed square, seen from the owner's side", "7k/P7/2K5/8/8/8/1p6/8",
+     [] { pawns.passedSquare[a2] = 10; pawns.passedSquare[b2] = 1; }, 9},
+    {"candidate with more attackers than supporters", "4k3/8/8/3p4/4P3/8/2P5/4K3",
+     [] { pawns.candidate[0][rank4] = 1; pawns.candidate[1][rank4] = 10; }, 1},
+    {"candidate with a supporter", "4k3/8/8/3p4/4P3/3P4/8/4K3",
+     [] { pawns.candidate[0][rank4] = 1; pawns.candidate[1][rank4] = 10; }, 10},
+    {"candidate whose covered stop square a neighbour helps to win", "4k3/8/3p4/8/4PP2/8/8/4K3",
+     [] { pawns.candidate[1][rank4] = 1; pawns.candidate[1][rank3] = 10; }, 1},
+    {"no candidate without that neighbour", "4k3/8/3p4/8/4P3/8/8/4K3", [] { pawns.candidate[1][rank4] = 1; }, 0},
+    {"no candidate against a pawn on the file", "4k3/8/4p3/8/4P3/8/8/4K3", [] { pawns.candidate[1][rank4] = 1; }, 0},
+    {"storm with no pawns: three files for each king, held inside the board", "7k/8/8/8/8/8/8/K7",
+     [] { int digit = 1; for (const int file : {fileA, fileB, fileC, fileF, fileG, fileH})
+          { pawns.storm[0][file][7] = digit; digit *= 10; } }, 111 - 111000},
+    {"kings on the same wing", "k7/8/8/8/8/8/8/3K4",
+     [] { pawns.storm[2][fileE][7] = 1; pawns.storm[0][fileE][7] = 10; }, 1},
+    {"an enemy pawn beside the king is at distance 0", "k7/8/8/8/3Kp3/8/8/8", [] { pawns.storm[2][fileE][0] = 1; }, 1},
+    {"an enemy pawn behind the king is none", "k7/8/8/8/3K4/4p3/8/8", [] { pawns.storm[2][fileE][7] = 1; }, 1},
+    {"the nearest of two enemy pawns", "k7/8/4p3/8/4p3/8/8/3K4",
+     [] { pawns.storm[2][fileE][3] = 1; pawns.storm[2][fileE][5] = 10; }, 1},
+    {"blocked by an own pawn right before it", "6k1/8/8/8/8/6p1/6P1/6K1",
+     [] { pawns.storm[3][fileG][2] = 1; pawns.storm[2][fileG][2] = 10; }, 1},
+    {"not blocked by one farther back", "6k1/8/8/8/6p1/8/6P1/6K1",
+     [] { pawns.storm[3][fileG][3] = 1; pawns.storm[2][fileG][3] = 10; }, 10},
+    {"nothing is blocked where no enemy pawn is", "7k/P7/8/8/8/8/8/K7",
+     [] { pawns.storm[0][fileA][7] = 1; pawns.storm[1][fileA][7] = 10; }, 1},
+    {"no own pawn but an enemy pawn six ranks off is not blocked", "7k/6p1/8/8/8/8/8/6K1",
+     [] { pawns.storm[3][fileG][6] = 1; pawns.storm[2][fileG][6] = 10; }, 10},
 };
 // clang-format on
-
-struct passedCase
-{
-    const char *reason, *fen;
-    bitboard passed;
-};
-
-const passedCase passedCases[] = {
-    {"nothing ahead", "4k3/8/8/8/8/8/P7/4K3 w - - 0 1", bit(a2)},
-    {"each bars the other", "4k3/8/8/8/8/1p6/P7/4K3 w - - 0 1", 0},
-    {"beside is not ahead", "4k3/8/8/8/8/8/Pp6/4K3 w - - 0 1", bit(a2) | bit(b2)},
-    {"the seventh rank is always passed", "4k3/ppp4P/8/8/8/8/8/4K3 w - - 0 1", bit(h7) | bit(a7) | bit(b7) | bit(c7)},
-    {"two files away does not matter", "4k3/8/2p5/8/8/8/P7/4K3 w - - 0 1", bit(a2) | bit(c6)},
-};
 
 } // namespace
 
 TEST(pawnEvaluation, termsByThemselves)
 {
-    for (const isolatedCase &c : pawnCases)
-    {
-        EXPECT_EQ(isolatedPawnScore(c, c.fen), c.expected) << c.reason;
-        EXPECT_EQ(isolatedPawnScore(c, mirrorFen(c.fen)), -c.expected) << c.reason << ", colours exchanged";
-    }
+    expectIsolatedTerms(pawnCases,
+                        [](evaluationPosition &position) { return evaluatePawns<tunableTerms>(*position).score; });
+}
+
+TEST(pawnEvaluation, coloursAreAlike)
+{
+    expectColoursAlike([](evaluationPosition &position) { return evaluatePawns<shippedTerms>(*position).score; });
 }
 
 TEST(pawnEvaluation, passedPawnsOfBothColours)
 {
-    for (const passedCase &c : passedCases)
+    const struct
     {
-        evaluationPosition position(c.fen);
+        const char *reason, *board;
+        bitboard passed;
+    } cases[] = {
+        {"nothing ahead", "4k3/8/8/8/8/8/P7/4K3", bit(a2)},
+        {"each bars the other", "4k3/8/8/8/8/1p6/P7/4K3", 0},
+        {"beside is not ahead", "4k3/8/8/8/8/8/Pp6/4K3", bit(a2) | bit(b2)},
+        {"the seventh rank is always passed", "4k3/ppp4P/8/8/8/8/8/4K3", bit(h7) | bit(a7) | bit(b7) | bit(c7)},
+        {"two files away does not matter", "4k3/8/2p5/8/8/8/P7/4K3", bit(a2) | bit(c6)},
+    };
+    for (const auto &c : cases)
+    {
+        evaluationPosition position(std::string(c.board) + " w - - 0 1");
         EXPECT_EQ(evaluatePawns<shippedTerms>(*position).passed, c.passed) << c.reason;
     }
 }
@@ -122,37 +100,13 @@ TEST(pawnEvaluation, tableIsBelievedOnlyForTheWholeKey)
     evaluationPosition position("4k3/8/8/8/8/8/P7/4K3 w - - 0 1");
     pawnEntry &slot = position.pawnTable[position->pawnKey % pawnTableSize];
     const combEval computed = evaluatePawns<shippedTerms>(*position).score;
-    EXPECT_EQ(slot.pawnKey, position->pawnKey);
-
     slot.score = computed + 77;
     EXPECT_EQ(evaluatePawns<shippedTerms>(*position).score, computed + 77);
-
     slot.pawnKey ^= std::uint64_t{1} << 63;
     slot.passed = ~bitboard{0};
     EXPECT_EQ(evaluatePawns<shippedTerms>(*position).score, computed);
     EXPECT_EQ(slot.passed, bit(a2));
     EXPECT_EQ(slot.pawnKey, position->pawnKey);
-}
-
-TEST(pawnEvaluation, coloursAreAlike)
-{
-    for (const std::string &fen : mixedPositions)
-    {
-        evaluationPosition position(fen), mirrored(mirrorFen(fen));
-        EXPECT_EQ(evaluatePawns<shippedTerms>(*position).score, -evaluatePawns<shippedTerms>(*mirrored).score) << fen;
-    }
-}
-
-TEST(pawnEvaluation, equalsReferenceFigures)
-{
-    const std::vector<evaluationVector> references = readEvaluationVectors();
-    if (references.empty())
-        GTEST_SKIP() << "no reference figures here";
-    for (const evaluationVector &reference : references)
-    {
-        evaluationPosition position = positionOf(reference);
-        EXPECT_EQ(termText(evaluatePawns<shippedTerms>(*position).score), reference.pawnTerms) << reference.fen;
-    }
 }
 
 } // namespace tarvonel

@@ -15,13 +15,21 @@ template <const evalTerms &Terms> combEval pieceScore(evaluationPosition &positi
     return evaluatePieces<Terms>(*position, evaluatePawns<Terms>(*position));
 }
 
-combEval isolatedPieceScore(const isolatedCase &c, const std::string &fen)
+template <typename number, std::size_t Size> void fill(number (&table)[Size], int value)
 {
-    const isolatedTerms guard;
-    c.set(tunableTerms);
-    evaluationPosition position(fen);
-    return pieceScore<tunableTerms>(position);
+    for (number &entry : table)
+        entry = value;
 }
+
+/// Entry n becomes n, so that a sum of entries is a count of squares.
+template <typename number, std::size_t Size> void count(number (&table)[Size])
+{
+    for (std::size_t i = 0; i < Size; ++i)
+        table[i] = static_cast<number>(i);
+}
+
+auto &pieces = tunableTerms.pieces;
+auto &danger = tunableTerms.pieces.danger;
 
 /// What 640 points of danger cost the side whose king is in danger.
 constexpr combEval danger640 = X(100, 20);
@@ -29,186 +37,133 @@ constexpr combEval danger640 = X(100, 20);
 // clang-format off
 const isolatedCase pieceCases[] = {
     // pins and discovered checks
-    {"a pinned knight has no squares", "4k3/4r3/8/8/8/4N3/8/4K3 w - - 0 1",
-     [](evalTerms &t) { t.pieces.knightMobility[0] = 1; t.pieces.pinned[knight] = 10; }, 11},
-    {"a pinned knight under a pawn", "4k3/4r3/8/8/3p4/4N3/8/4K3 w - - 0 1",
-     [](evalTerms &t) { t.pieces.pinnedUnderPawn[knight] = 1; t.pieces.pinned[knight] = 10; }, 1},
-    {"two men between are no pin", "4k3/4r3/8/8/8/4N3/4P3/4K3 w - - 0 1",
-     [](evalTerms &t) { t.pieces.knightMobility[0] = 1; t.pieces.pinned[knight] = 10; }, 0},
-    {"pinned rooks move on their line: 5 squares against 4", "4k3/4r3/8/8/8/4R3/8/4K3 w - - 0 1",
-     [](evalTerms &t) { count(t.pieces.rookMobility); }, 5 - 4},
-    {"discoverer of an own rook", "4k3/8/8/8/4N3/8/8/K3R3 w - - 0 1",
-     [](evalTerms &t) { t.pieces.discoverer[knight] = 1; t.pieces.pinned[knight] = 10; }, 1},
+    {"a pinned knight has no squares", "4k3/4r3/8/8/8/4N3/8/4K3",
+     [] { pieces.knightMobility[0] = 1; pieces.pinned[knight] = 10; }, 11},
+    {"a pinned knight under a pawn", "4k3/4r3/8/8/3p4/4N3/8/4K3",
+     [] { pieces.pinnedUnderPawn[knight] = 1; pieces.pinned[knight] = 10; }, 1},
+    {"two men between are no pin", "4k3/4r3/8/8/8/4N3/4P3/4K3",
+     [] { pieces.knightMobility[0] = 1; pieces.pinned[knight] = 10; }, 0},
+    {"pinned rooks move on their line: 5 squares against 4", "4k3/4r3/8/8/8/4R3/8/4K3",
+     [] { count(pieces.rookMobility); }, 5 - 4},
+    {"discoverer of an own rook", "4k3/8/8/8/4N3/8/8/K3R3",
+     [] { pieces.discoverer[knight] = 1; pieces.pinned[knight] = 10; }, 1},
 
     // mobility
-    {"a bishop sees through its queen", "8/7k/8/8/8/2Q5/1B6/K7 w - - 0 1",
-     [](evalTerms &t) { count(t.pieces.bishopMobility); }, 8},
-    {"but not through its rook", "8/7k/8/8/8/2R5/1B6/K7 w - - 0 1",
-     [](evalTerms &t) { count(t.pieces.bishopMobility); }, 3},
-    {"rooks see through each other", "7k/8/8/8/R7/R7/8/K7 w - - 0 1",
-     [](evalTerms &t) { count(t.pieces.rookMobility); }, 26},
-    {"a queen does not see through a rook on a diagonal", "7k/8/8/8/8/2R5/8/Q3K3 w - - 0 1",
-     [](evalTerms &t) { count(t.pieces.queenMobility); }, 12},
-    {"but does on a file", "7k/8/8/8/8/R7/8/Q3K3 w - - 0 1",
-     [](evalTerms &t) { count(t.pieces.queenMobility); }, 17},
-    {"squares under pawns and of blocked pawns do not count", "4k3/8/8/8/1p6/3p4/3P4/1N2K3 w - - 0 1",
-     [](evalTerms &t) { t.pieces.knightMobility[0] = 1; }, 1},
-    {"squares of free own pawns do", "4k3/8/8/8/8/8/3P4/1N2K3 w - - 0 1",
-     [](evalTerms &t) { count(t.pieces.knightMobility); }, 3},
-    {"pawn mobility: one step and two", "4k3/8/8/8/8/8/P7/4K3 w - - 0 1",
-     [](evalTerms &t) { t.pieces.pawnMobility = 1; }, 2},
-    {"an attack on the square between bars the double step only", "4k3/8/8/8/1p6/8/P7/1N2K3 w - - 0 1",
-     [](evalTerms &t) { t.pieces.pawnMobility = 1; }, 1},
-    {"an attack on its target does not bar it", "4k3/8/8/1p6/8/2N5/P7/4K3 w - - 0 1",
-     [](evalTerms &t) { t.pieces.pawnMobility = 1; }, 2 - 1},
-    {"an undefended step into an attack is not safe", "4k3/8/8/r7/8/8/P7/4K3 w - - 0 1",
-     [](evalTerms &t) { t.pieces.pawnMobility = 1; }, 0},
+    {"a bishop sees through its queen", "8/7k/8/8/8/2Q5/1B6/K7", [] { count(pieces.bishopMobility); }, 8},
+    {"but not through its rook", "8/7k/8/8/8/2R5/1B6/K7", [] { count(pieces.bishopMobility); }, 3},
+    {"rooks see through each other", "7k/8/8/8/R7/R7/8/K7", [] { count(pieces.rookMobility); }, 26},
+    {"a queen does not see through a rook on a diagonal", "7k/8/8/8/8/2R5/8/Q3K3",
+     [] { count(pieces.queenMobility); }, 12},
+    {"but does on a file", "7k/8/8/8/8/R7/8/Q3K3", [] { count(pieces.queenMobility); }, 17},
+    {"squares under pawns and of blocked pawns do not count", "4k3/8/8/8/1p6/3p4/3P4/1N2K3",
+     [] { pieces.knightMobility[0] = 1; }, 1},
+    {"squares of free own pawns do", "4k3/8/8/8/8/8/3P4/1N2K3", [] { count(pieces.knightMobility); }, 3},
+    {"pawn mobility: one step and two", "4k3/8/8/8/8/8/P7/4K3", [] { pieces.pawnMobility = 1; }, 2},
+    {"an attack on the square between bars the double step only", "4k3/8/8/8/1p6/8/P7/1N2K3",
+     [] { pieces.pawnMobility = 1; }, 1},
+    {"an attack on its target does not bar it", "4k3/8/8/1p6/8/2N5/P7/4K3", [] { pieces.pawnMobility = 1; }, 2 - 1},
+    {"an undefended step into an attack is not safe", "4k3/8/8/r7/8/8/P7/4K3", [] { pieces.pawnMobility = 1; }, 0},
 
     // placement
-    {"shelter against a queen", "3qk3/8/8/8/8/6P1/5PP1/6K1 w - - 0 1",
-     [](evalTerms &t) { fill(t.pieces.kingShelter, 10); }, 20},
-    {"shelter counts half without one", "4k3/8/8/8/8/6P1/5PP1/6K1 w - - 0 1",
-     [](evalTerms &t) { fill(t.pieces.kingShelter, 10); }, 10},
-    {"the pawn nearest to the back rank shelters", "3qk3/8/8/8/8/6P1/5PP1/6K1 w - - 0 1",
-     [](evalTerms &t) { t.pieces.kingShelter[g7] = 1; t.pieces.kingShelter[g6] = 10; }, 1},
-    {"supported outpost", "4k3/8/8/3N4/4P3/8/8/4K3 w - - 0 1",
-     [](evalTerms &t) { t.pieces.outpostSupported[knight] = 1; t.pieces.outpostBare[knight] = 10; }, 1},
-    {"outpost by itself", "4k3/8/8/3B4/8/8/8/4K3 w - - 0 1",
-     [](evalTerms &t) { t.pieces.outpostSupported[bishop] = 1; t.pieces.outpostBare[bishop] = 10; }, 10},
-    {"no outpost that a pawn may still drive off", "4k3/2p5/8/3N4/4P3/8/8/4K3 w - - 0 1",
-     [](evalTerms &t) { t.pieces.outpostSupported[knight] = 1; }, 0},
-    {"a pawn on the file or beside cannot", "4k3/3p4/8/2pN4/4P3/8/8/4K3 w - - 0 1",
-     [](evalTerms &t) { t.pieces.outpostSupported[knight] = 1; }, 1},
-    {"no outpost on the third rank", "4k3/8/8/8/8/3N4/4P3/4K3 w - - 0 1",
-     [](evalTerms &t) { t.pieces.outpostSupported[knight] = t.pieces.outpostBare[knight] = 1; }, 0},
-    {"minors keep near their king", "4k3/7r/8/3N4/8/6B1/8/4K3 w - - 0 1",
-     [](evalTerms &t) { t.pieces.minorKingDistance = 1; }, 4 + 2},
-    {"blocked pawns on the bishop's colour", "4k3/8/8/3ppp2/3PPP2/8/8/2B1K3 w - - 0 1",
-     [](evalTerms &t) { t.pieces.bishopBlockedPawn = 1; }, 2},
-    {"open and half-open files", "4k3/3p4/8/8/8/8/P7/R2RK2R w - - 0 1",
-     [](evalTerms &t) { t.pieces.rookOpenFile = 1; t.pieces.rookHalfOpenFile = 10; }, 11},
-    {"the seventh rank with the king behind", "4k3/R6Q/8/8/8/8/8/4K3 w - - 0 1",
-     [](evalTerms &t) { t.pieces.rookOnSeventh = 1; t.pieces.queenOnSeventh = 10; }, 11},
-    {"or on it", "8/R3k3/8/8/8/8/8/4K3 w - - 0 1",
-     [](evalTerms &t) { t.pieces.rookOnSeventh = 1; }, 1},
-    {"but not before it, and not on the eighth", "3R4/R7/4k3/8/8/8/8/4K3 w - - 0 1",
-     [](evalTerms &t) { t.pieces.rookOnSeventh = 1; }, 0},
-    {"passed pawn with its stop square held", "k7/8/8/4P3/3N4/8/8/4K3 w - - 0 1",
-     [](evalTerms &t) { t.pieces.passedStopAttacked = 1; }, 1},
-    {"passed pawn left alone", "k7/8/8/4P3/8/8/8/4K3 w - - 0 1",
-     [](evalTerms &t) { t.pieces.passedStopAttacked = 1; }, 0},
-    {"minor behind a pawn: the minor's rank counts", "4k3/8/2P1P3/2B1N3/4P3/4N3/8/4K3 w - - 0 1",
-     [](evalTerms &t) { t.pieces.minorBehindPawn = 1; }, 1},
-    {"a minor on the first rank does not", "4k3/8/8/8/8/8/1P6/1N2K3 w - - 0 1",
-     [](evalTerms &t) { t.pieces.minorBehindPawn = 1; }, 0},
-    {"space: by the number of own men", "4k3/8/8/8/4P3/8/8/4K3 w - - 0 1",
-     [](evalTerms &t) { t.pieces.spaceWeight[2] = 1; }, 2},
-    {"a square behind two pawns counts once, an attacked one not", "4k3/8/8/4P3/8/3pP3/8/4K3 w - - 0 1",
-     [](evalTerms &t) { fill(t.pieces.spaceWeight, 1); }, 1 - 2},
-    {"space reaches four ranks and lies on the centre files", "4k3/8/2P5/8/1P6/8/8/7K w - - 0 1",
-     [](evalTerms &t) { fill(t.pieces.spaceWeight, 1); }, 4},
+    {"shelter against a queen", "3qk3/8/8/8/8/6P1/5PP1/6K1", [] { fill(pieces.kingShelter, 10); }, 20},
+    {"shelter counts half without one", "4k3/8/8/8/8/6P1/5PP1/6K1", [] { fill(pieces.kingShelter, 10); }, 10},
+    {"the pawn nearest to the back rank shelters", "3qk3/8/8/8/8/6P1/5PP1/6K1",
+     [] { pieces.kingShelter[g7] = 1; pieces.kingShelter[g6] = 10; }, 1},
+    {"supported outpost", "4k3/8/8/3N4/4P3/8/8/4K3",
+     [] { pieces.outpostSupported[knight] = 1; pieces.outpostBare[knight] = 10; }, 1},
+    {"outpost by itself", "4k3/8/8/3B4/8/8/8/4K3",
+     [] { pieces.outpostSupported[bishop] = 1; pieces.outpostBare[bishop] = 10; }, 10},
+    {"no outpost that a pawn may still drive off", "4k3/2p5/8/3N4/4P3/8/8/4K3",
+     [] { pieces.outpostSupported[knight] = 1; }, 0},
+    {"a pawn on the file or beside cannot", "4k3/3p4/8/2pN4/4P3/8/8/4K3",
+     [] { pieces.outpostSupported[knight] = 1; }, 1},
+    {"no outpost on the third rank", "4k3/8/8/8/8/3N4/4P3/4K3",
+     [] { pieces.outpostSupported[knight] = pieces.outpostBare[knight] = 1; }, 0},
+    {"minors keep near their king", "4k3/7r/8/3N4/8/6B1/8/4K3", [] { pieces.minorKingDistance = 1; }, 4 + 2},
+    {"blocked pawns on the bishop's colour", "4k3/8/8/3ppp2/3PPP2/8/8/2B1K3", [] { pieces.bishopBlockedPawn = 1; }, 2},
+    {"open and half-open files", "4k3/3p4/8/8/8/8/P7/R2RK2R",
+     [] { pieces.rookOpenFile = 1; pieces.rookHalfOpenFile = 10; }, 11},
+    {"the seventh rank with the king behind", "4k3/R6Q/8/8/8/8/8/4K3",
+     [] { pieces.rookOnSeventh = 1; pieces.queenOnSeventh = 10; }, 11},
+    {"or on it", "8/R3k3/8/8/8/8/8/4K3", [] { pieces.rookOnSeventh = 1; }, 1},
+    {"but not before it, and not on the eighth", "3R4/R7/4k3/8/8/8/8/4K3", [] { pieces.rookOnSeventh = 1; }, 0},
+    {"passed pawn with its stop square held", "k7/8/8/4P3/3N4/8/8/4K3", [] { pieces.passedStopAttacked = 1; }, 1},
+    {"passed pawn left alone", "k7/8/8/4P3/8/8/8/4K3", [] { pieces.passedStopAttacked = 1; }, 0},
+    {"minor behind a pawn: the minor's rank counts", "4k3/8/2P1P3/2B1N3/4P3/4N3/8/4K3",
+     [] { pieces.minorBehindPawn = 1; }, 1},
+    {"a minor on the first rank does not", "4k3/8/8/8/8/8/1P6/1N2K3", [] { pieces.minorBehindPawn = 1; }, 0},
+    {"space: by the number of own men", "4k3/8/8/8/4P3/8/8/4K3", [] { pieces.spaceWeight[2] = 1; }, 2},
+    {"a square behind two pawns counts once, an attacked one not", "4k3/8/8/4P3/8/3pP3/8/4K3",
+     [] { fill(pieces.spaceWeight, 1); }, 1 - 2},
+    {"space reaches four ranks and lies on the centre files", "4k3/8/2P5/8/1P6/8/8/7K",
+     [] { fill(pieces.spaceWeight, 1); }, 4},
 
     // threats
-    {"a safe push attacks a knight", "4k3/8/8/4n3/8/8/3P4/4K3 w - - 0 1",
-     [](evalTerms &t) { t.pieces.pushThreat = 1; }, 1},
-    {"or a king", "8/8/4k3/8/2PP4/8/8/4K3 w - - 0 1",
-     [](evalTerms &t) { t.pieces.pushThreat = 1; }, 1},
-    {"a push under a pawn threatens nothing", "4k3/8/8/4p3/2P5/8/3P4/4K3 w - - 0 1",
-     [](evalTerms &t) { t.pieces.pushThreat = 1; }, 0},
-    {"what is attacked already is no push threat", "4k3/8/8/4n3/3P1P2/3P4/8/4K3 w - - 0 1",
-     [](evalTerms &t) { t.pieces.pushThreat = 1; }, 0},
-    {"loose: attacked, defended once", "4k3/8/8/3N3r/4P3/8/8/4K3 w - - 0 1",
-     [](evalTerms &t) { t.pieces.loosePiece = 1; }, 1},
-    {"not loose: defended twice", "4k3/8/8/3N3r/2P1P3/8/8/4K3 w - - 0 1",
-     [](evalTerms &t) { t.pieces.loosePiece = 1; }, 0},
-    {"not loose: defended by pawn and king", "4k3/8/8/3N3r/3KP3/8/8/8 w - - 0 1",
-     [](evalTerms &t) { t.pieces.loosePiece = 1; }, 0},
-    {"not loose but weak: undefended under a rook", "4k3/8/8/3N3r/8/8/8/4K3 w - - 0 1",
-     [](evalTerms &t) { t.pieces.loosePiece = 1; t.pieces.weakMinorUnderHeavy = 10; }, 10},
-    {"not weak: defended by a pawn against two", "3rk3/8/8/3N3r/4P3/8/8/4K3 w - - 0 1",
-     [](evalTerms &t) { t.pieces.weakMinorUnderHeavy = 1; }, 0},
-    {"weak: defended by the king alone against two", "3rk3/8/8/3N3r/4K3/8/8/8 w - - 0 1",
-     [](evalTerms &t) { t.pieces.weakMinorUnderHeavy = 1; }, 1},
-    {"queen attacked by a rook", "4k3/8/8/3Q3r/8/8/8/4K3 w - - 0 1",
-     [](evalTerms &t) { t.pieces.queenAttacked = 1; t.pieces.rookAttacked = 10; }, 1},
-    {"rook attacked by knight and pawn", "4k3/8/2p2n2/3R4/8/8/8/4K3 w - - 0 1",
-     [](evalTerms &t) { t.pieces.rookAttacked = 1; }, 1},
-    {"rook attacked by a queen", "4k3/8/8/3R3q/8/8/8/4K3 w - - 0 1",
-     [](evalTerms &t) { t.pieces.rookAttacked = 1; }, 0},
-    {"minor attacked by bishop and pawn", "4k3/1b6/4p3/3N4/8/8/8/4K3 w - - 0 1",
-     [](evalTerms &t) { t.pieces.minorUnderMinor = 1; t.pieces.minorUnderPawn = 10; }, 11},
-    {"weak pawn", "r3k3/8/8/8/P7/8/8/4K3 w - - 0 1",
-     [](evalTerms &t) { t.pieces.weakPawn = 1; }, 1},
-    {"a pawn under a pawn is not counted as weak", "r3k3/8/8/1p6/P7/8/8/4K3 w - - 0 1",
-     [](evalTerms &t) { t.pieces.weakPawn = 1; }, 0},
+    {"a safe push attacks a knight", "4k3/8/8/4n3/8/8/3P4/4K3", [] { pieces.pushThreat = 1; }, 1},
+    {"or a king", "8/8/4k3/8/2PP4/8/8/4K3", [] { pieces.pushThreat = 1; }, 1},
+    {"a push under a pawn threatens nothing", "4k3/8/8/4p3/2P5/8/3P4/4K3", [] { pieces.pushThreat = 1; }, 0},
+    {"what is attacked already is no push threat", "4k3/8/8/4n3/3P1P2/3P4/8/4K3", [] { pieces.pushThreat = 1; }, 0},
+    {"loose: attacked, defended once", "4k3/8/8/3N3r/4P3/8/8/4K3", [] { pieces.loosePiece = 1; }, 1},
+    {"not loose: defended twice", "4k3/8/8/3N3r/2P1P3/8/8/4K3", [] { pieces.loosePiece = 1; }, 0},
+    {"not loose: defended by pawn and king", "4k3/8/8/3N3r/3KP3/8/8/8", [] { pieces.loosePiece = 1; }, 0},
+    {"not loose but weak: undefended under a rook", "4k3/8/8/3N3r/8/8/8/4K3",
+     [] { pieces.loosePiece = 1; pieces.weakMinorUnderHeavy = 10; }, 10},
+    {"not weak: defended by a pawn against two", "3rk3/8/8/3N3r/4P3/8/8/4K3",
+     [] { pieces.weakMinorUnderHeavy = 1; }, 0},
+    {"weak: defended by the king alone against two", "3rk3/8/8/3N3r/4K3/8/8/8",
+     [] { pieces.weakMinorUnderHeavy = 1; }, 1},
+    {"queen attacked by a rook", "4k3/8/8/3Q3r/8/8/8/4K3",
+     [] { pieces.queenAttacked = 1; pieces.rookAttacked = 10; }, 1},
+    {"rook attacked by knight and pawn", "4k3/8/2p2n2/3R4/8/8/8/4K3", [] { pieces.rookAttacked = 1; }, 1},
+    {"rook attacked by a queen", "4k3/8/8/3R3q/8/8/8/4K3", [] { pieces.rookAttacked = 1; }, 0},
+    {"minor attacked by bishop and pawn", "4k3/1b6/4p3/3N4/8/8/8/4K3",
+     [] { pieces.minorUnderMinor = 1; pieces.minorUnderPawn = 10; }, 11},
+    {"weak pawn", "r3k3/8/8/8/P7/8/8/4K3", [] { pieces.weakPawn = 1; }, 1},
+    {"a pawn under a pawn is not counted as weak", "r3k3/8/8/1p6/P7/8/8/4K3", [] { pieces.weakPawn = 1; }, 0},
 
     // king danger
-    {"own pawns on the king's flank only", "4k3/4p3/8/8/8/8/P7/4K3 w - - 0 1",
-     [](evalTerms &t) { t.pieces.pawnlessFlank = 1; }, 1},
-    {"a queen that bears on nothing is no danger", "q3k3/1p6/8/8/8/8/8/6K1 w - - 0 1",
-     [](evalTerms &t) { t.pieces.danger.withQueen = 640; }, 0},
-    {"two such queens are", "qq2k3/1pp5/8/8/8/8/8/6K1 w - - 0 1",
-     [](evalTerms &t) { t.pieces.danger.withQueen = 640; }, -danger640},
-    {"a queen that bears on the zone is", "4k3/8/8/7q/8/8/8/6K1 w - - 0 1",
-     [](evalTerms &t) { t.pieces.danger.withQueen = 640; }, -danger640},
-    {"one attacker without a queen is none", "4k3/8/8/7r/8/8/8/6K1 w - - 0 1",
-     [](evalTerms &t) { t.pieces.danger.withoutQueen = 640; }, 0},
-    {"two are", "4k3/8/7r/7r/8/8/8/6K1 w - - 0 1",
-     [](evalTerms &t) { t.pieces.danger.withoutQueen = 640; }, -danger640},
-    {"squares under pawns are attackers, each by itself", "4k3/8/8/6p1/8/8/8/6K1 w - - 0 1",
-     [](evalTerms &t) { t.pieces.danger.withoutQueen = 640; }, -danger640},
-    {"danger up to the limit is harmless", "4k3/8/8/7q/8/8/8/6K1 w - - 0 1",
-     [](evalTerms &t) { t.pieces.danger.harmless = t.pieces.danger.withQueen = 100; }, 0},
-    {"one more is not", "4k3/8/8/7q/8/8/8/6K1 w - - 0 1",
-     [](evalTerms &t) { t.pieces.danger.harmless = 100; t.pieces.danger.withQueen = 101; }, -X(2, 3)},
-    {"attackers times their weights", "4k3/8/7r/7r/8/8/8/6K1 w - - 0 1",
-     [](evalTerms &t) { t.pieces.danger.attackWeight[rook] = 160; }, -danger640},
-    {"four attacks next to the king", "4k3/8/7r/7r/8/8/8/6K1 w - - 0 1",
-     [](evalTerms &t) { t.pieces.danger.adjacentAttack = 160; }, -danger640},
-    {"eight squares of the flank, four of them twice", "4k3/8/7r/7r/8/8/8/6K1 w - - 0 1",
-     [](evalTerms &t) { t.pieces.danger.flankAttack = 40; }, -danger640},
-    {"not twice what a pawn holds", "4k3/8/7r/7r/8/8/6P1/6K1 w - - 0 1",
-     [](evalTerms &t) { t.pieces.danger.flankAttack = 64; }, -X(196, 28)},
-    {"four weak squares in the zone", "4k3/8/7r/7r/8/8/8/6K1 w - - 0 1",
-     [](evalTerms &t) { t.pieces.danger.weakInZone = 160; }, -danger640},
-    {"a pinned pawn in the zone", "4k3/8/8/6rr/8/8/6P1/6K1 w - - 0 1",
-     [](evalTerms &t) { t.pieces.danger.pinnedInZone = 640; }, -danger640},
-    {"but not one farther up", "k5r1/8/7r/6Pr/8/8/8/6K1 w - - 0 1",
-     [](evalTerms &t) { t.pieces.danger.pinnedInZone = 640; }, 0},
-    {"a safe check by either rook counts once", "4k3/8/7r/7r/8/8/8/6K1 w - - 0 1",
-     [](evalTerms &t) { t.pieces.danger.rookCheck = 640; }, -danger640},
-    {"a safe check by the queen, and none by rooks", "4k3/8/8/7q/8/8/8/6K1 w - - 0 1",
-     [](evalTerms &t) { t.pieces.danger.queenCheck = 640; t.pieces.danger.rookCheck = 6400; }, -danger640},
-    {"e1 is held by the queen alone: safe for the rook behind, not for the queen",
-     "4r1k1/4qp1p/8/8/8/8/5PPP/1Q4K1 w - - 0 1",
-     [](evalTerms &t) { t.pieces.danger.rookCheck = 640; t.pieces.danger.queenCheck = 6400; }, -danger640},
-    {"the own queen hides no check behind it: c5", "4k3/8/8/7q/8/b7/5Q2/6K1 w - - 0 1",
-     [](evalTerms &t) { t.pieces.danger.bishopCheck = 640; }, -danger640},
-    {"a knight's safe check on e2", "4k3/8/8/6n1/3n4/8/6P1/6K1 w - - 0 1",
-     [](evalTerms &t) { t.pieces.danger.knightCheck = 640; t.pieces.danger.unsafeCheck = 6400; }, -danger640},
-    {"an own pawn stands on e2", "4k3/8/8/6n1/3n4/8/4p1P1/6K1 w - - 0 1",
-     [](evalTerms &t) { t.pieces.danger.knightCheck = 6400; t.pieces.danger.unsafeCheck = 640; }, -danger640},
-    {"the bishop makes it unsafe; f3 and h3 lie under a pawn", "4k3/8/8/6n1/3n4/8/6P1/5BK1 w - - 0 1",
-     [](evalTerms &t) { t.pieces.danger.knightCheck = 6400; t.pieces.danger.unsafeCheck = 640; }, -danger640},
+    {"own pawns on the king's flank only", "4k3/4p3/8/8/8/8/P7/4K3", [] { pieces.pawnlessFlank = 1; }, 1},
+    {"a queen that bears on nothing is no danger", "q3k3/1p6/8/8/8/8/8/6K1", [] { danger.withQueen = 640; }, 0},
+    {"two such queens are", "qq2k3/1pp5/8/8/8/8/8/6K1", [] { danger.withQueen = 640; }, -danger640},
+    {"a queen that bears on the zone is", "4k3/8/8/7q/8/8/8/6K1", [] { danger.withQueen = 640; }, -danger640},
+    {"one attacker without a queen is none", "4k3/8/8/7r/8/8/8/6K1", [] { danger.withoutQueen = 640; }, 0},
+    {"two are", "4k3/8/7r/7r/8/8/8/6K1", [] { danger.withoutQueen = 640; }, -danger640},
+    {"squares under pawns are attackers, each by itself", "4k3/8/8/6p1/8/8/8/6K1",
+     [] { danger.withoutQueen = 640; }, -danger640},
+    {"danger up to the limit is harmless", "4k3/8/8/7q/8/8/8/6K1", [] { danger.harmless = danger.withQueen = 100; }, 0},
+    {"one more is not", "4k3/8/8/7q/8/8/8/6K1", [] { danger.harmless = 100; danger.withQueen = 101; }, -X(2, 3)},
+    {"attackers times their weights", "4k3/8/7r/7r/8/8/8/6K1", [] { danger.attackWeight[rook] = 160; }, -danger640},
+    {"four attacks next to the king", "4k3/8/7r/7r/8/8/8/6K1", [] { danger.adjacentAttack = 160; }, -danger640},
+    {"eight squares of the flank, four of them twice", "4k3/8/7r/7r/8/8/8/6K1",
+     [] { danger.flankAttack = 40; }, -danger640},
+    {"not twice what a pawn holds", "4k3/8/7r/7r/8/8/6P1/6K1", [] { danger.flankAttack = 64; }, -X(196, 28)},
+    {"four weak squares in the zone", "4k3/8/7r/7r/8/8/8/6K1", [] { danger.weakInZone = 160; }, -danger640},
+    {"a pinned pawn in the zone", "4k3/8/8/6rr/8/8/6P1/6K1", [] { danger.pinnedInZone = 640; }, -danger640},
+    {"but not one farther up", "k5r1/8/7r/6Pr/8/8/8/6K1", [] { danger.pinnedInZone = 640; }, 0},
+    {"a safe check by either rook counts once", "4k3/8/7r/7r/8/8/8/6K1", [] { danger.rookCheck = 640; }, -danger640},
+    {"a safe check by the queen, and none by rooks", "4k3/8/8/7q/8/8/8/6K1",
+     [] { danger.queenCheck = 640; danger.rookCheck = 6400; }, -danger640},
+    {"e1 is held by the queen alone: safe for the rook behind, not for the queen", "4r1k1/4qp1p/8/8/8/8/5PPP/1Q4K1",
+     [] { danger.rookCheck = 640; danger.queenCheck = 6400; }, -danger640},
+    {"the own queen hides no check behind it: c5", "4k3/8/8/7q/8/b7/5Q2/6K1",
+     [] { danger.bishopCheck = 640; }, -danger640},
+    {"a knight's safe check on e2", "4k3/8/8/6n1/3n4/8/6P1/6K1",
+     [] { danger.knightCheck = 640; danger.unsafeCheck = 6400; }, -danger640},
+    {"an own pawn stands on e2", "4k3/8/8/6n1/3n4/8/4p1P1/6K1",
+     [] { danger.knightCheck = 6400; danger.unsafeCheck = 640; }, -danger640},
+    {"the bishop makes it unsafe; f3 and h3 lie under a pawn", "4k3/8/8/6n1/3n4/8/6P1/5BK1",
+     [] { danger.knightCheck = 6400; danger.unsafeCheck = 640; }, -danger640},
 };
 // clang-format on
 
 } // namespace
 
-TEST(pieceEvaluation, termsByThemselves)
-{
-    for (const isolatedCase &c : pieceCases)
-    {
-        EXPECT_EQ(termText(isolatedPieceScore(c, c.fen)), termText(c.expected)) << c.reason;
-        EXPECT_EQ(termText(isolatedPieceScore(c, mirrorFen(c.fen))), termText(-c.expected))
-            << c.reason << ", colours exchanged";
-    }
-}
+TEST(pieceEvaluation, termsByThemselves) { expectIsolatedTerms(pieceCases, pieceScore<tunableTerms>); }
 
 TEST(pieceEvaluation, whiteKingsDangerDoesNotKnowBlacksPawnMobility)
 {
     const isolatedTerms guard;
-    tunableTerms.pieces.pawnMobility = X(640, 0);
+    pieces.pawnMobility = X(640, 0);
     const char *attackedWhiteKing = "4k3/p7/7r/7r/8/8/8/6K1 w - - 0 1";
     evaluationPosition position(attackedWhiteKing), mirrored(mirrorFen(attackedWhiteKing));
     EXPECT_EQ(pieceScore<tunableTerms>(position), -X(1280, 0));
@@ -217,25 +172,9 @@ TEST(pieceEvaluation, whiteKingsDangerDoesNotKnowBlacksPawnMobility)
 
 TEST(pieceEvaluation, coloursAreAlikeApartFromPawnMobilityInDanger)
 {
-    tunableTerms.pieces.pawnMobility = 0;
-    for (const std::string &fen : mixedPositions)
-    {
-        evaluationPosition position(fen), mirrored(mirrorFen(fen));
-        EXPECT_EQ(pieceScore<tunableTerms>(position), -pieceScore<tunableTerms>(mirrored)) << fen;
-    }
+    pieces.pawnMobility = 0;
+    expectColoursAlike(pieceScore<tunableTerms>);
     tunableTerms = shippedTerms;
-}
-
-TEST(pieceEvaluation, equalsReferenceFigures)
-{
-    const std::vector<evaluationVector> references = readEvaluationVectors();
-    if (references.empty())
-        GTEST_SKIP() << "no reference figures here";
-    for (const evaluationVector &reference : references)
-    {
-        evaluationPosition position = positionOf(reference);
-        EXPECT_EQ(termText(pieceScore<shippedTerms>(position)), reference.pieceTerms) << reference.fen;
-    }
 }
 
 } // namespace tarvonel

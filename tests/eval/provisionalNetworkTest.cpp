@@ -6,36 +6,12 @@
 #include <gtest/gtest.h>
 
 #include "board/pieceValues.h"
-#include "board/setup.h"
+#include "eval/evaluate.h"
 #include "eval/network.h"
 #include "support/randomGames.h"
 
 namespace tarvonel
 {
-
-namespace
-{
-
-constexpr combEval tempo = X(25, 17);
-
-/// Material, piece squares and tempo of the hand-set evaluation, for the side to move.
-int handSetBalance(const pos &position, int phase)
-{
-    const colour me = position.sideToMove;
-    const colour enemy = opponent(me);
-    const combEval balance = position.material[me] - position.material[enemy] + position.squareScore[me] -
-                             position.squareScore[enemy] + tempo;
-    return (mgOf(balance) * phase + egOf(balance) * (fullPhase - phase)) / fullPhase;
-}
-
-bool isAskedOfTheNetwork(const pos &position)
-{
-    constexpr int networkRange = 400;
-    return std::abs(egOf(position.material[white] - position.material[black] + position.squareScore[white] -
-                         position.squareScore[black])) < networkRange;
-}
-
-} // namespace
 
 TEST(provisionalNetwork, scoresAsTheHandSetBalanceDoes)
 {
@@ -47,11 +23,13 @@ TEST(provisionalNetwork, scoresAsTheHandSetBalanceDoes)
     playRandomGames({5, 30, 250, false},
                     [&](pos &position, const bruteForce::letterBoard &)
                     {
-                        if (!isAskedOfTheNetwork(position))
+                        const combEval whites = balance(position);
+                        if (std::abs(egOf(whites)) >= defaultNetworkLimit)
                             return;
+                        const combEval own = (position.sideToMove == white ? whites : -whites) + X(25, 17); // tempo
                         const int phase = std::min<int>(position.phase, fullPhase);
+                        const int expected = (mgOf(own) * phase + egOf(own) * (fullPhase - phase)) / fullPhase;
                         position.accumulatorBlocks[0].computed = false;
-                        const int expected = handSetBalance(position, phase);
                         const int score = networkScore(position, 0, phase);
                         differences += std::abs(score - expected);
                         magnitudes += std::abs(expected);

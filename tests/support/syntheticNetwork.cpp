@@ -77,8 +77,7 @@ template <int Inputs> std::int32_t biasFor(const std::int16_t (&row)[Inputs], in
     return (target << simd::hiddenShift) - typical * weightSum;
 }
 
-} // namespace
-
+/// Fills the rows of a record.
 void makeSyntheticWeights(networkWeights &weights, const syntheticNetworkPlan &plan)
 {
     constexpr int half = hiddenOutputs / 2; // output o + 16 is output o with the two sides exchanged
@@ -127,6 +126,8 @@ void makeSyntheticWeights(networkWeights &weights, const syntheticNetworkPlan &p
     }
     weights.outputBias = random.around(200);
 }
+
+} // namespace
 
 void useSyntheticNetwork(const syntheticNetworkPlan &plan)
 {

@@ -18,9 +18,6 @@ struct syntheticNetworkPlan
     std::size_t descriptionLength = 0;
 };
 
-/// Fills the rows of a record.
-void makeSyntheticWeights(networkWeights &weights, const syntheticNetworkPlan &plan = {});
-
 /// Makes it the network in force, as if it had been loaded, but with no file.
 void useSyntheticNetwork(const syntheticNetworkPlan &plan = {});
 
