@@ -1,11 +1,11 @@
 #include "search/alphaBeta.h"
 
-#include <string>
+#include <algorithm>
+#include <tuple>
+#include <utility>
 
 #include <gtest/gtest.h>
 
-#include "board/setup.h"
-#include "eval/evaluate.h"
 #include "search/score.h"
 #include "search/searchSupport.h"
 #include "search/transpositionTable.h"
@@ -91,6 +91,9 @@ TEST_F(alphaBetaNode, endsOfTheGame)
         {"fifty moves", "7k/6pp/8/8/8/8/8/R3K3 w - - 99 90", "a1b1", scoreDraw},
         {"too little material", "7k/8/8/8/8/8/3p4/3NK3 w - - 0 1", "e1d2", scoreDraw},
     };
+    workbench before("7k/6pp/8/8/8/8/8/R3K3 w - - 98 90");
+    before.play("a1b1");
+    EXPECT_LT(searched(before, 1), -100) << "a move before the fiftieth";
     for (const auto &c : cases)
     {
         ttClear();
@@ -98,13 +101,6 @@ TEST_F(alphaBetaNode, endsOfTheGame)
         bench.play(c.move);
         EXPECT_EQ(searched(bench, 1), c.expected) << c.reason;
     }
-}
-
-TEST_F(alphaBetaNode, fiftyMovesAreNotLookedAtBeforeTheLimit)
-{
-    workbench bench("7k/6pp/8/8/8/8/8/R3K3 w - - 98 90");
-    bench.play("a1b1");
-    EXPECT_LT(searched(bench, 1), -100);
 }
 
 TEST_F(alphaBetaNode, matesTooLateForTheWindowEndTheNode)
@@ -163,13 +159,10 @@ TEST_F(alphaBetaNode, leavesThePositionAsItWas)
         const posHead before = *bench;
         searched(bench, 7);
         EXPECT_GT(nodes, 500U);
-        EXPECT_TRUE(std::equal(std::begin(before.board), std::end(before.board), bench->board)) << fen;
-        EXPECT_TRUE(std::equal(std::begin(before.bitboards), std::end(before.bitboards), bench->bitboards)) << fen;
-        EXPECT_EQ(before.key, bench->key);
-        EXPECT_EQ(before.pawnKey, bench->pawnKey);
-        EXPECT_EQ(before.phase, bench->phase);
-        EXPECT_EQ(before.keyCount, bench->keyCount);
-        EXPECT_EQ(before.fiftyCount, bench->fiftyCount);
+        EXPECT_TRUE(std::ranges::equal(before.board, bench->board)) << fen;
+        EXPECT_TRUE(std::ranges::equal(before.bitboards, bench->bitboards)) << fen;
+        EXPECT_EQ(std::tuple(before.key, before.pawnKey, before.phase, before.keyCount, before.fiftyCount),
+                  std::tuple(bench->key, bench->pawnKey, bench->phase, bench->keyCount, bench->fiftyCount));
         EXPECT_EQ(before.sideToMove, bench->sideToMove);
     }
 }
@@ -177,24 +170,19 @@ TEST_F(alphaBetaNode, leavesThePositionAsItWas)
 TEST_F(alphaBetaNode, positionsWithMoreMovesThanAnyGameAreSearched)
 {
     // Fifteen queens a side, where quiescence alone is enormous, and the most moves a side can have.
-    const struct
-    {
-        const char *fen;
-        int depth;
-    } freaks[] = {
+    const std::pair<const char *, int> freaks[] = {
         {"qqqqkqqq/qqqqqqqq/8/8/8/8/QQQQQQQQ/QQQQKQQQ w - - 0 1", 1},
         {"R6R/3Q4/1Q4Q1/4Q3/2Q4Q/Q4Q2/pp1Q4/kBNN1KB1 w - - 0 1", 3},
         {"3Q4/1Q4Q1/4Q3/2Q4Q/Q4Q2/3Q4/1Q4Rp/1K1QBNNk w - - 0 1", 3},
     };
-    for (const auto &c : freaks)
+    for (const auto &[fen, lastDepth] : freaks)
     {
-        workbench bench(c.fen);
-        ASSERT_TRUE(isPlayable(*bench)) << c.fen;
+        workbench bench(fen);
         const std::uint64_t key = bench->key;
-        for (int depth = 1; depth <= c.depth; ++depth)
+        for (int depth = 1; depth <= lastDepth; ++depth)
             searched(bench, depth);
         EXPECT_FALSE(stopSearch);
-        EXPECT_EQ(bench->key, key) << c.fen;
+        EXPECT_EQ(bench->key, key) << fen;
     }
 }
 

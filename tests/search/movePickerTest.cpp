@@ -25,10 +25,18 @@ namespace
 constexpr const char *captureFen = "7k/p6p/4p3/3p4/4P3/2N5/6P1/R5K1 b - - 0 1";
 constexpr const char *blackMove = "h7h6";
 
-/// All moves of the ply as "text/stage", in the order of the picker.
-std::vector<std::string> pickAll(workbench &bench, bool skipQuiets = false)
+using texts = std::vector<std::string>;
+
+texts firstOf(texts list, std::size_t count)
 {
-    std::vector<std::string> picked;
+    list.resize(std::min(count, list.size()));
+    return list;
+}
+
+/// All moves of the ply as "text/stage", in the order of the picker.
+texts pickAll(workbench &bench, bool skipQuiets = false)
+{
+    texts picked;
     prepareMovePicker(bench.ply, *bench);
     for (moveCode move = nextMove(bench.ply, *bench, skipQuiets); move != noMove;
          move = nextMove(bench.ply, *bench, skipQuiets))
@@ -36,27 +44,12 @@ std::vector<std::string> pickAll(workbench &bench, bool skipQuiets = false)
     return picked;
 }
 
-std::vector<std::string> firstOf(std::vector<std::string> list, std::size_t count)
-{
-    list.resize(std::min(count, list.size()));
-    return list;
-}
-
-void forgetMoves(workbench &bench)
-{
-    posinfo &node = bench.node();
-    node.hashMove = node.killers[0] = node.killers[1] = node.nodeCounterMove = noMove;
-}
-
 workbench captureBench()
 {
     workbench bench(captureFen);
     bench.play(blackMove);
-    forgetMoves(bench);
     return bench;
 }
-
-using texts = std::vector<std::string>;
 
 TEST(movePicker, stagesComeInOrder)
 {
@@ -78,18 +71,11 @@ TEST(movePicker, secondKillerAndNoCounterMoveAfterANullMove)
 {
     workbench bench(captureFen);
     bench.pass();
-    bench.pass();
-    bench.play(blackMove); // ply 3 with a real previous move
-    forgetMoves(bench);
+    std::fill_n(bench->counterMoves, historyRows, bench.move("c3b5"));
     bench.node().killers[1] = bench.move("g1h1");
-    EXPECT_EQ(firstOf(pickAll(bench), 3), (texts{"e4d5/2", "a1a7/2", "g1h1/5"}));
-
-    workbench passed(captureFen);
-    passed.pass();
-    forgetMoves(passed);
-    std::fill_n(passed->counterMoves, historyRows, passed.move("c3b5"));
-    const texts picked = pickAll(passed);
-    EXPECT_TRUE(std::none_of(picked.begin(), picked.end(), [](const std::string &each) { return each.back() == '6'; }));
+    const texts picked = pickAll(bench);
+    EXPECT_EQ(firstOf(picked, 3), (texts{"e4d5/2", "a1a7/2", "g1h1/5"}));
+    EXPECT_TRUE(std::ranges::none_of(picked, [](const std::string &each) { return each.back() == '6'; }));
 }
 
 TEST(movePicker, quietsFollowTheSumOfThreeHistories)
@@ -97,7 +83,6 @@ TEST(movePicker, quietsFollowTheSumOfThreeHistories)
     workbench bench(startPositionFen);
     bench.play("g1f3");
     bench.play("g8f6");
-    forgetMoves(bench);
     const continuationRows rows = continuationOf(bench.ply, *bench);
     ASSERT_NE(rows.one, nullptr);
     ASSERT_NE(rows.two, nullptr);
@@ -115,28 +100,9 @@ TEST(movePicker, quietsFollowTheSumOfThreeHistories)
     EXPECT_EQ(std::set(unsorted.begin(), unsorted.end()), std::set(picked.begin(), picked.end()));
 }
 
-TEST(movePicker, movesThatFailedTheirTestAreSkippedInEveryStage)
-{
-    workbench bench = captureBench();
-    const auto isPicked = [&](const std::string &text)
-    {
-        const texts picked = pickAll(bench);
-        return std::ranges::any_of(picked, [&](const std::string &each) { return each.starts_with(text); });
-    };
-    EXPECT_TRUE(isPicked("e4d5"));
-    bench.node().hashMove = withExtra(bench.move("e4d5"), whiteKnight); // not what stands on e4
-    EXPECT_FALSE(isPicked("e4d5"));
-    bench.node().hashMove = withExtra(bench.move("c3b5"), whiteBishop);
-    EXPECT_FALSE(isPicked("c3b5"));
-    EXPECT_TRUE(isPicked("g1f1"));
-    bench.node().killers[1] = withExtra(bench.move("g1f1"), whiteRook);
-    EXPECT_FALSE(isPicked("g1f1"));
-}
-
 TEST(movePicker, hashMoveThatLeavesTheKingInCheckIsNotHandedOut)
 {
     workbench bench("4r2k/8/8/8/8/8/4R3/4K3 w - - 0 1");
-    forgetMoves(bench);
     bench.node().hashMove = encodeMove(e2, a2, plainMove, whiteRook);
     const texts picked = pickAll(bench);
     EXPECT_EQ(picked.front(), "e2e8/2");
@@ -148,7 +114,6 @@ TEST(movePicker, evasionsGoByScoreAndLosingOnesLast)
     // The rook on e8 checks; the knight's block on e3 and those of the queen lose the exchange.
     workbench simple("k3r3/8/8/1B6/8/8/Q5N1/4K3 w - - 0 1");
     ASSERT_EQ(simple.node().inCheck, 1);
-    forgetMoves(simple);
     const texts picked = pickAll(simple);
     ASSERT_EQ(picked.size(), 9U);
     EXPECT_EQ(firstOf(picked, 2), (texts{"b5e8/99", "b5e2/99"}));
@@ -167,7 +132,6 @@ TEST(movePicker, oneThreadInFourWalksTheRootsCapturesUnsorted)
 {
     // Generated with the pawn's capture first; by victim the queen on a8 comes first.
     workbench queen("q6k/7p/4p3/3p4/4P3/2N5/6P1/R5K1 w - - 0 1");
-    forgetMoves(queen);
     for (const int thread : {0, 1, 2, 3, 4, 6, 7, 11})
     {
         queen->threadIndex = thread;
@@ -175,17 +139,12 @@ TEST(movePicker, oneThreadInFourWalksTheRootsCapturesUnsorted)
     }
 }
 
-/// Puts a move into a slot of the node if it was quiet and its target is empty now as well.
-void addSpecial(moveCode &slot, moveCode candidate, const pos &position)
-{
-    slot = position.board[moveTo(candidate)] == emptySquare ? candidate : noMove;
-}
-
 TEST(movePicker, everyLegalMoveComesOnceWhateverIsRemembered)
 {
     std::mt19937 random(5);
     std::vector<moveCode> pool{noMove};
     int nodes = 0;
+    std::size_t hidden = 0;
     for (const bool chess960 : {false, true})
         playRandomGames(
             {.seed = 21, .games = isSanitized ? 2 : 8, .chess960 = chess960},
@@ -204,8 +163,9 @@ TEST(movePicker, everyLegalMoveComesOnceWhateverIsRemembered)
                     pool.erase(pool.begin(), pool.begin() + 100);
 
                 const auto drawn = [&] { return pool[random() % pool.size()]; };
-                addSpecial(node.killers[0], drawn(), position);
-                addSpecial(node.killers[1], drawn(), position);
+                for (moveCode &killer : node.killers) // quiet then, and to a square that is empty now as well
+                    if (killer = drawn(); position.board[moveTo(killer)] != emptySquare)
+                        killer = noMove;
                 if (sameMove(node.killers[0], node.killers[1]))
                     node.killers[1] = noMove;
                 node.hashMove = random() % 2 == 0 || legal.empty() ? drawn() : legal[random() % legal.size()];
@@ -215,6 +175,7 @@ TEST(movePicker, everyLegalMoveComesOnceWhateverIsRemembered)
                 std::vector<moveCode> expected;
                 for (const moveCode move : legal)
                 {
+                    // A remembered move of another piece fails its test and hides the move of this one.
                     const moveCode own = withExtra(move, position.board[moveFrom(move)]);
                     const auto isForeign = [&](moveCode special) { return sameMove(special, own) && special != own; };
                     const bool isQuiet = position.board[moveTo(move)] == emptySquare && node.inCheck == 0;
@@ -223,6 +184,7 @@ TEST(movePicker, everyLegalMoveComesOnceWhateverIsRemembered)
                         expected.push_back(move & moveIdentityMask);
                 }
 
+                hidden += legal.size() - expected.size();
                 std::vector<moveCode> found;
                 prepareMovePicker(0, position);
                 for (moveCode move = nextMove(0, position, false); move != noMove; move = nextMove(0, position, false))
@@ -235,6 +197,7 @@ TEST(movePicker, everyLegalMoveComesOnceWhateverIsRemembered)
                 ++nodes;
             });
     EXPECT_GT(nodes, 300);
+    EXPECT_GT(hidden, 10U);
 }
 
 TEST(probCutPicker, tableMoveFirstThenTheCapturesThatGainEnough)

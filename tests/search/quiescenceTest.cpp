@@ -17,6 +17,10 @@ namespace tarvonel
 namespace
 {
 
+constexpr const char *losing = "6k1/3p4/4p3/8/8/8/8/3Q2K1 b - - 0 1";
+constexpr const char *freeRook = "1k5r/p7/8/8/3B4/8/8/6K1 b - - 0 1";
+constexpr const char *check = "r5k1/8/8/8/8/8/8/4K3 b - - 0 1";
+
 class quiescenceSearch : public testing::Test
 {
   protected:
@@ -44,48 +48,34 @@ TEST_F(quiescenceSearch, nodesWithoutMoves)
     EXPECT_EQ(resolve(bare, 0), scoreDraw);
 }
 
-TEST_F(quiescenceSearch, losingCapturesAreTriedOnlyAsDeepRecaptures)
+TEST_F(quiescenceSearch, whatIsTriedByDepth)
 {
-    // The queen could take the pawn that has just moved, which another defends.
     const struct
     {
+        const char *reason, *fen, *move;
         int qDepth;
         bool isSearched;
-    } cases[] = {{0, false}, {-4, false}, {-5, true}, {-13, true}, {-14, true}};
+    } cases[] = {
+        {"a defended pawn that has just moved: a losing capture", losing, "d7d5", 0, false},
+        {"still", losing, "d7d5", -4, false},
+        {"tried as a deep recapture", losing, "d7d5", -5, true},
+        {"however deep", losing, "d7d5", -14, true},
+        {"a free rook elsewhere", freeRook, "a7a6", -4, true},
+        {"deep nodes take on the last square alone", freeRook, "a7a6", -5, false},
+        {"a check is answered", check, "a8e8", -13, true},
+        {"down to the last evasion depth: no mate score for want of evasions", check, "a8e8", -14, false},
+    };
     for (const auto &c : cases)
     {
-        workbench bench("6k1/3p4/4p3/8/8/8/8/3Q2K1 b - - 0 1");
-        bench.play("d7d5");
-        const int standPat = evaluate(bench.ply, *bench);
-        EXPECT_EQ(resolve(bench, c.qDepth), standPat);
-        EXPECT_EQ(nodes > 1, c.isSearched) << c.qDepth;
+        workbench bench(c.fen);
+        bench.play(c.move);
+        const int score = resolve(bench, c.qDepth);
+        EXPECT_EQ(nodes > 1, c.isSearched) << c.reason;
+        if (c.fen != check || !c.isSearched)
+        {
+            EXPECT_EQ(score > evaluate(bench.ply, *bench), c.fen == freeRook && c.isSearched) << c.reason;
+        }
     }
-}
-
-TEST_F(quiescenceSearch, deepNodesTakeOnTheLastSquareAlone)
-{
-    // A free rook stands on h8; black's last move went to a6.
-    workbench bench("1k5r/p7/8/8/3B4/8/8/6K1 b - - 0 1");
-    bench.play("a7a6");
-    EXPECT_GT(resolve(bench, -4), evaluate(bench.ply, *bench));
-    EXPECT_EQ(resolve(bench, -5), evaluate(bench.ply, *bench));
-    EXPECT_EQ(nodes, 1U);
-}
-
-TEST_F(quiescenceSearch, checksAreAnsweredDownToItsLastEvasionDepth)
-{
-    const auto bench = []
-    {
-        workbench made("r5k1/8/8/8/8/8/8/4K3 b - - 0 1");
-        made.play("a8e8");
-        return made;
-    };
-    workbench answered = bench();
-    resolve(answered, -13);
-    EXPECT_GE(nodes, 5U) << "one for the node and one for each of the king's four steps";
-    workbench passedOver = bench();
-    EXPECT_EQ(resolve(passedOver, -14), evaluate(passedOver.ply, *passedOver)) << "no mate score for want of evasions";
-    EXPECT_EQ(nodes, 1U);
 }
 
 TEST_F(quiescenceSearch, tableEntriesCutAtAnyDepthAndInAnyWindow)
@@ -137,9 +127,9 @@ TEST_F(quiescenceSearch, repetitionsAreDrawsHereToo)
     EXPECT_EQ(resolve(bench, 0), -1) << "even count";
 }
 
-/// Random moves along the stack, as deep as it goes.
-void playToTheEnd(workbench &bench)
+TEST_F(quiescenceSearch, lastPlyIsEvaluated)
 {
+    workbench bench(startPositionFen);
     std::mt19937 random(3);
     while (bench.ply < maxPly)
     {
@@ -147,12 +137,6 @@ void playToTheEnd(workbench &bench)
         ASSERT_FALSE(moves.empty()) << "take another seed";
         bench.play(moves[random() % moves.size()]);
     }
-}
-
-TEST_F(quiescenceSearch, lastPlyIsEvaluated)
-{
-    workbench bench(startPositionFen);
-    ASSERT_NO_FATAL_FAILURE(playToTheEnd(bench));
     const int score = evaluate(maxPly, *bench);
     EXPECT_EQ(resolve(bench, 0), score);
     EXPECT_EQ(nodes, 1U);

@@ -1,5 +1,4 @@
 // Whole searches of one thread: what they find, when they end, what they tell.
-#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -23,13 +22,8 @@ namespace
 constexpr const char *middleGame = "r1bq1rk1/pp2bppp/2n1pn2/3p4/2PP4/2N2N2/PP2BPPP/R1BQ1RK1 w - - 0 9";
 constexpr const char *matedFen = "rnb1kbnr/pppp1ppp/8/4p3/6Pq/5P2/PPPPP2P/RNBQKBNR w KQkq - 0 1";
 constexpr const char *stalemateFen = "7k/5Q2/8/8/8/8/8/4K3 b - - 0 1";
+constexpr const char *mateInOneFen = "6k1/5ppp/8/8/8/8/8/R6K w - - 0 1";
 constexpr const char *oneMoveFen = "8/8/4k3/8/8/8/r7/7K w - - 0 1";
-
-int countLines(const searchRecord &record, const std::string &prefix)
-{
-    return static_cast<int>(
-        std::ranges::count_if(record.lines, [&](const std::string &line) { return line.starts_with(prefix); }));
-}
 
 class rootSearch : public searchFixture
 {
@@ -42,7 +36,7 @@ TEST_F(rootSearch, findsMatesInOneToFive)
         int moves;
         const char *fen, *best;
     } cases[] = {
-        {1, "6k1/5ppp/8/8/8/8/8/R6K w - - 0 1", "a1a8"},
+        {1, mateInOneFen, "a1a8"},
         {1, "r1bqkb1r/pppp1ppp/2n2n2/4p2Q/2B1P3/8/PPPP1PPP/RNB1K1NR w KQkq - 0 1", "h5f7"},
         {2, "kbK5/pp6/1P6/8/8/8/8/R7 w - - 0 1", "a1a6"},
         {3, "r1b1kb1r/pppp1ppp/5q2/4n3/3KP3/2N3PN/PPP4P/R1BQ1B1R b kq - 0 1", "f8c5"},
@@ -99,29 +93,23 @@ TEST_F(rootSearch, whatLastsBetweenSearchesShowsInTheNodes)
     EXPECT_EQ(run(middleGame, {.depth = 9}).nodes, fresh);
 }
 
-TEST_F(rootSearch, depthsOfReports)
+TEST_F(rootSearch, reportsFromDepthTenAndLegalVariations)
 {
-    EXPECT_EQ(run(middleGame, {.depth = 1}).lines.size(), 1U);
     EXPECT_EQ(run(middleGame, {.depth = 9}).lines.size(), 1U);
-    const searchRecord &record = run(middleGame, {.depth = 11});
-    EXPECT_EQ(countLines(record, "info score cp "), 2);
-    EXPECT_EQ(record.lastDepth, 11);
-    EXPECT_NE(record.lines.front().find(" depth 10 "), std::string::npos);
-    workbench bench(middleGame);
-    bench.play(bench.text(record.best));
-    bench.play(bench.text(record.ponder)); // the expected reply
-}
-
-TEST_F(rootSearch, reportedVariationsAreLegal)
-{
     for (const char *fen : {middleGame, "8/2p5/3p4/KP5r/1R3p1k/8/4P1P1/8 w - - 0 1"})
     {
-        run(fen, {.depth = 10});
-        const pos &searchedPosition = theBoss().position;
-        ASSERT_GT(searchedPosition.pvLast, 0) << fen;
+        const searchRecord &record = run(fen, {.depth = 11});
+        ASSERT_EQ(record.lines.size(), 3U);
+        EXPECT_NE(record.lines[0].find(" depth 10 "), std::string::npos);
+        EXPECT_NE(record.lines[1].find(" depth 11 "), std::string::npos);
+        const pos &searched = theBoss().position;
+        ASSERT_GT(searched.pvLast, 0) << fen;
         workbench bench(fen);
-        for (int i = 0; i <= searchedPosition.pvLast; ++i)
-            bench.play(bench.text(searchedPosition.info[i].pvMove));
+        for (int i = 0; i <= searched.pvLast; ++i)
+            bench.play(bench.text(searched.info[i].pvMove));
+        workbench answer(fen);
+        answer.play(answer.text(record.best));
+        answer.play(answer.text(record.ponder));
     }
 }
 
@@ -135,26 +123,23 @@ TEST_F(rootSearch, endsOfTheGameAtTheRoot)
     EXPECT_EQ(stalemate.matedRoots, 0);
     EXPECT_EQ(stalemate.lines.back(), "bestmove a1a1");
 
-    ASSERT_EQ(workbench(oneMoveFen).legalMoves().size(), 1U);
     const std::uint64_t nodes = run(oneMoveFen, {.depth = 20}).nodes;
     EXPECT_EQ(theBoss().currentDepth, 3) << "a forced move is not thought about";
     EXPECT_LT(nodes, 2000U);
-}
 
-TEST_F(rootSearch, scoresOfDrawnRoots)
-{
-    run("7k/8/8/8/8/8/8/K6B w - - 0 1", {.depth = 8});
-    EXPECT_EQ(theBoss().position.rootScore, scoreDraw);
-    run("7k/6pp/8/8/8/8/8/R3K3 w - - 100 90", {.depth = 4});
-    EXPECT_EQ(theBoss().position.rootScore, scoreDraw) << "the count is full, whatever is played";
+    for (const char *drawn : {"7k/8/8/8/8/8/8/K6B w - - 0 1", "7k/6pp/8/8/8/8/8/R3K3 w - - 100 90"})
+    {
+        run(drawn, {.depth = 4});
+        EXPECT_EQ(theBoss().position.rootScore, scoreDraw) << drawn;
+    }
 }
 
 TEST_F(rootSearch, movesOfALongGameLeaveRoomForTheSearch)
 {
     ownedPosition root(startPositionFen);
+    constexpr const char *circle[] = {"g1f3", "g8f6", "f3g1", "f6g8"};
     for (int i = 0; i < 1200; ++i)
-        playGameMove(*root,
-                     parseMoveText(i % 4 < 2 ? (i % 2 == 0 ? "g1f3" : "g8f6") : (i % 2 == 0 ? "f3g1" : "f6g8"), *root));
+        playGameMove(*root, parseMoveText(circle[i % 4], *root));
     const searchRecord &record = run(*root, {.depth = 8});
     EXPECT_TRUE(isLegalIn(startPositionFen, record.best));
 }
@@ -176,25 +161,24 @@ constexpr int patienceMs = 20000;
 
 TEST_F(rootSearch, timeLimitsAreKept)
 {
-    std::int64_t begin = millisecondsNow();
-    run(middleGame, {.optimalMs = 100000, .maximumMs = 150});
-    std::int64_t taken = millisecondsNow() - begin;
-    EXPECT_GE(taken, 150) << "the hard limit alone ends it";
-    EXPECT_LT(taken, 150 + patienceMs);
-
-    begin = millisecondsNow();
-    run(middleGame, {.optimalMs = 60, .maximumMs = 10 * patienceMs});
-    taken = millisecondsNow() - begin;
-    EXPECT_GE(taken, 36) << "never below 0.6 of the soft limit";
-    EXPECT_LT(taken, patienceMs);
-    EXPECT_TRUE(timeIsUp);
-}
-
-TEST_F(rootSearch, depthLimitIgnoresTheSoftLimitButNotTheHardOne)
-{
-    EXPECT_EQ(run(middleGame, {.depth = 10, .optimalMs = 1}).lastDepth, 10);
-    EXPECT_TRUE(isLegalIn(middleGame, run(middleGame, {.depth = 100, .optimalMs = 1, .maximumMs = 50}).best));
-    EXPECT_LT(theBoss().currentDepth, 100);
+    const struct
+    {
+        const char *reason;
+        searchPlan plan;
+        int least;
+    } cases[] = {
+        {"the hard limit alone ends it", {.optimalMs = 100000, .maximumMs = 150}, 150},
+        {"never below 0.6 of the soft limit", {.optimalMs = 60, .maximumMs = 10 * patienceMs}, 36},
+        {"a depth limit ignores the soft limit, not the hard one", {.depth = 100, .optimalMs = 1, .maximumMs = 50}, 50},
+    };
+    for (const auto &c : cases)
+    {
+        const std::int64_t begin = millisecondsNow();
+        EXPECT_TRUE(isLegalIn(middleGame, run(middleGame, c.plan).best));
+        const std::int64_t taken = millisecondsNow() - begin;
+        EXPECT_GE(taken, c.least) << c.reason;
+        EXPECT_LT(taken, c.least + patienceMs) << c.reason;
+    }
 }
 
 TEST_F(rootSearch, ponderSearchAnswersOnlyWhenToldTo)
@@ -225,19 +209,15 @@ TEST_F(rootSearch, ponderSearchAnswersOnlyWhenToldTo)
 
 TEST_F(rootSearch, infiniteSearchOfADecidedRootWaitsForStop)
 {
-    for (const char *fen : {stalemateFen, oneMoveFen})
+    for (const char *fen : {stalemateFen, oneMoveFen, mateInOneFen})
     {
-        start(fen, {.depth = 2, .infinite = true});
+        start(fen, {.depth = fen == mateInOneFen ? 0 : 2, .infinite = true});
         sleepMilliseconds(60);
         EXPECT_EQ(answerCount(), 0) << fen;
         stop();
-        finish();
+        const int mates = finish().mates;
+        EXPECT_TRUE(fen != mateInOneFen || mates > 1) << "told again with every iteration";
     }
-    start("6k1/5ppp/8/8/8/8/8/R6K w - - 0 1", {.infinite = true});
-    sleepMilliseconds(60);
-    EXPECT_EQ(answerCount(), 0);
-    stop();
-    EXPECT_GT(finish().mates, 1) << "told again with every iteration";
 }
 
 } // namespace

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <utility>
 
 #include "board/attackTables.h"
 #include "board/engineOptions.h"
@@ -9,6 +10,7 @@
 #include "board/moveText.h"
 #include "movegen/moveChecks.h"
 #include "platform/clock.h"
+#include "search/score.h"
 #include "search/searchReporter.h"
 #include "search/transpositionTable.h"
 #include "support/randomGames.h"
@@ -25,13 +27,6 @@ constexpr int noTimeLimit = 1'000'000'000;
 searchRecord record;          // written by the boss, read when it is idle
 std::atomic<int> answerTally; // of the present search
 
-std::string figures(int depth)
-{
-    const searchTotals totals = sumUpSearch();
-    return " depth " + std::to_string(depth) + "%" + " nodes " + std::to_string(totals.nodes) + " tbhits " +
-           std::to_string(totals.tablebaseHits) + " pv";
-}
-
 std::string variationText(const pos &position)
 {
     std::string text;
@@ -43,9 +38,10 @@ std::string variationText(const pos &position)
 
 void recordLine(const pos &position, const std::string &head, int score, int depth, const std::string &selDepth)
 {
-    std::string line = head + figures(depth) + variationText(position);
-    line.replace(line.find('%'), 1, selDepth);
-    record.lines.push_back(line);
+    const searchTotals totals = sumUpSearch();
+    record.lines.push_back(head + " depth " + std::to_string(depth) + selDepth + " nodes " +
+                           std::to_string(totals.nodes) + " tbhits " + std::to_string(totals.tablebaseHits) + " pv" +
+                           variationText(position));
     record.score = score;
     record.lastDepth = depth;
 }
@@ -58,16 +54,9 @@ void recordIteration(const pos &position, int score, int depth, int selDepth)
 
 void recordMate(const pos &position, int score, int depth)
 {
-    constexpr int mateScore = 32000;
-    const int moves = (mateScore - std::abs(score)) / 2 + 1;
+    const int moves = (scoreMate - std::abs(score)) / 2 + 1;
     recordLine(position, "info score mate " + std::to_string(score > 0 ? moves : -moves), score, depth, "");
     ++record.mates;
-}
-
-void recordTableMove(const pos & /*position*/, int score, moveCode /*move*/)
-{
-    record.score = score;
-    ++record.tableMoves;
 }
 
 void recordAnswer(moveCode best, moveCode ponder, colour side, const pos &rooks)
@@ -86,7 +75,12 @@ void recordAnswer(moveCode best, moveCode ponder, colour side, const pos &rooks)
 const searchReporter recorder{.iterationDone = recordIteration,
                               .mateFound = recordMate,
                               .matedAtRoot = [] { ++record.matedRoots; },
-                              .tableMove = recordTableMove,
+                              .tableMove =
+                                  [](const pos &, int score, moveCode)
+                              {
+                                  record.score = score;
+                                  ++record.tableMoves;
+                              },
                               .answer = recordAnswer,
                               .isBudgetSpent = nullptr};
 
@@ -94,12 +88,9 @@ const searchReporter recorder{.iterationDone = recordIteration,
 
 void prepareSearchTest()
 {
-    static const bool isNetworkMade = []
-    {
+    static bool isNetworkMade = false;
+    if (!std::exchange(isNetworkMade, true))
         useSyntheticNetwork();
-        return true;
-    }();
-    ASSERT_TRUE(isNetworkMade);
     engineOptions.threadCount = 1;
     ttResize(1);
     ttAdvanceAge();
@@ -205,8 +196,7 @@ const searchRecord &searchFixture::finish()
 
 const searchRecord &searchFixture::run(const std::string &fen, const searchPlan &plan)
 {
-    start(fen, plan);
-    return finish();
+    return run(*ownedPosition(fen), plan);
 }
 
 const searchRecord &searchFixture::run(const pos &root, const searchPlan &plan)

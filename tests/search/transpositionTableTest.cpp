@@ -1,6 +1,8 @@
 #include "search/transpositionTable.h"
 
 #include <array>
+#include <tuple>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -25,11 +27,6 @@ class transpositionTable : public testing::Test
     /// Keys that share a cluster.
     static std::uint64_t keyOf(std::uint64_t number) { return number << 32 | 77; }
     static bool isHeld(std::uint64_t number) { return ttProbe(keyOf(number)).isHit(); }
-    static void fill(std::array<int, 4> depths)
-    {
-        for (std::uint64_t slot = 0; slot < 4; ++slot)
-            ttStore(keyOf(slot + 1), encodeMove(8, 16), 0, depths[slot], boundLower, 0);
-    }
     static void age(int searches)
     {
         for (int i = 0; i < searches; ++i)
@@ -39,21 +36,16 @@ class transpositionTable : public testing::Test
 
 TEST_F(transpositionTable, sizesAreRoundedUpToPowersOfTwo)
 {
-    const struct
-    {
-        int asked;
-        std::uint64_t taken;
-    } cases[] = {{0, 1}, {1, 1}, {2, 2}, {3, 4}, {4, 4}, {5, 8}, {-3, 1}};
-    for (const auto &c : cases)
+    for (const auto &[asked, taken] : {std::pair{0, 1}, {1, 1}, {2, 2}, {3, 4}, {4, 4}, {5, 8}, {-3, 1}})
     {
         ttStore(keyOf(1), encodeMove(8, 16), 0, 9, boundExact, 0);
-        EXPECT_EQ(ttResize(c.asked), c.taken);
-        EXPECT_EQ(ttMask, c.taken * 16384 - 1);
+        EXPECT_EQ(ttResize(asked), taken);
+        EXPECT_EQ(ttMask, taken * 16384 - 1);
         EXPECT_FALSE(isHeld(1));
     }
 }
 
-TEST_F(transpositionTable, fieldsComeBackAsStored)
+TEST_F(transpositionTable, fieldsComeBackAsStoredWhateverTheKeyHeld)
 {
     const struct
     {
@@ -71,56 +63,38 @@ TEST_F(transpositionTable, fieldsComeBackAsStored)
         ttStore(keyOf(5), c.move, c.score, c.depth, c.bound, 30);
         const ttEntry entry = ttProbe(keyOf(5));
         EXPECT_TRUE(entry.isHit());
-        EXPECT_EQ(entry.move(), c.move);
-        EXPECT_EQ(entry.value(), c.score);
-        EXPECT_EQ(entry.depth(), c.depth);
-        EXPECT_EQ(entry.bound(), c.bound);
-        EXPECT_EQ(entry.age(), ttAge);
+        EXPECT_EQ(std::tuple(entry.move(), entry.value(), entry.depth(), entry.bound(), entry.age()),
+                  std::tuple(c.move, c.score, c.depth, c.bound, int{ttAge}));
     }
     EXPECT_FALSE(ttProbe(keyOf(6)).isHit());
 }
 
-TEST_F(transpositionTable, sameKeyIsOverwrittenWhateverItHeld)
-{
-    ttStore(keyOf(1), encodeMove(8, 16), 300, 30, boundExact, 0);
-    ttStore(keyOf(1), noMove, -5, 1, boundUpper, 0);
-    const ttEntry entry = ttProbe(keyOf(1));
-    EXPECT_EQ(entry.move(), noMove);
-    EXPECT_EQ(entry.value(), -5);
-    EXPECT_EQ(entry.depth(), 1);
-}
-
 TEST_F(transpositionTable, replacesTheLeastWorthKeeping)
 {
-    fill({5, 3, 3, 7});
-    ttStore(keyOf(9), noMove, 0, 1, boundUpper, 0);
-    EXPECT_TRUE(isHeld(1) && !isHeld(2) && isHeld(3) && isHeld(4) && isHeld(9)) << "the first of two equals goes";
-
-    fill({5, 3, 3, 7});
-    ttClear();
-    fill({5, 3, 3, 7});
-    ttStore(keyOf(2), noMove, 0, 3, boundExact, 0);
-    ttStore(keyOf(9), noMove, 0, 1, boundUpper, 0);
-    EXPECT_TRUE(isHeld(1) && isHeld(2) && !isHeld(3) && isHeld(4)) << "an exact entry is worth a ply more";
-}
-
-TEST_F(transpositionTable, ageCostsFourPliesASearch)
-{
-    ttStore(keyOf(1), noMove, 0, 70, boundLower, 0);
-    age(16);
-    for (std::uint64_t number = 2; number <= 4; ++number)
-        ttStore(keyOf(number), noMove, 0, 7, boundLower, 0);
-    ttStore(keyOf(9), noMove, 0, 1, boundUpper, 0);
-    EXPECT_TRUE(!isHeld(1) && isHeld(2) && isHeld(3) && isHeld(4));
-
-    ttClear();
-    age(1);
-    ttStore(keyOf(1), noMove, 0, 72, boundLower, 0);
-    age(16);
-    for (std::uint64_t number = 2; number <= 4; ++number)
-        ttStore(keyOf(number), noMove, 0, 7, boundLower, 0);
-    ttStore(keyOf(9), noMove, 0, 1, boundUpper, 0);
-    EXPECT_TRUE(isHeld(1) && !isHeld(2)) << "72 - 64 is more than 7";
+    const struct
+    {
+        const char *reason;
+        int firstDepth, searchesLater; ///< of the first entry; the other three come then
+        std::array<int, 3> depths;
+        std::uint64_t exact, replaced; ///< numbers of entries
+    } cases[] = {
+        {"the first of two equals goes", 5, 0, {3, 3, 7}, 0, 2},
+        {"an exact entry is worth a ply more", 5, 0, {3, 3, 7}, 2, 3},
+        {"a search costs four plies: 70 - 64 is less than 7", 70, 16, {7, 7, 7}, 0, 1},
+        {"72 - 64 is more", 72, 16, {7, 7, 7}, 0, 2},
+    };
+    for (const auto &c : cases)
+    {
+        ttClear();
+        age(1);
+        ttStore(keyOf(1), noMove, 0, c.firstDepth, boundLower, 0);
+        age(c.searchesLater);
+        for (std::uint64_t number = 2; number <= 4; ++number)
+            ttStore(keyOf(number), noMove, 0, c.depths[number - 2], number == c.exact ? boundExact : boundLower, 0);
+        ttStore(keyOf(9), noMove, 0, 1, boundUpper, 0);
+        for (const std::uint64_t number : {1, 2, 3, 4, 9})
+            EXPECT_EQ(isHeld(number), number != c.replaced) << c.reason << ", entry " << number;
+    }
 }
 
 TEST_F(transpositionTable, agesWrapAfterSixtyFourSearches)
@@ -128,7 +102,8 @@ TEST_F(transpositionTable, agesWrapAfterSixtyFourSearches)
     EXPECT_EQ(ttAge, 0);
     age(63);
     EXPECT_EQ(ttAge, 63);
-    fill({10, 10, 10, 10});
+    for (std::uint64_t number = 1; number <= 4; ++number)
+        ttStore(keyOf(number), noMove, 0, 10, boundLower, 0);
     age(1);
     EXPECT_EQ(ttAge, 0);
     ttStore(keyOf(1), noMove, 0, 6, boundExact, 0); // young but shallow: worth 7, an old one 10 - 4
