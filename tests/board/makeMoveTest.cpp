@@ -152,6 +152,7 @@ TEST_P(makeMoveInBothVariants, nullMovePassesTheTurnAndComesBack)
                         EXPECT_EQ(position.info[1].castling, position.info[0].castling);
                         EXPECT_EQ(position.pieceChanges[1].count, 0);
                         EXPECT_EQ(position.fiftyCount, before.head.fiftyCount);
+                        EXPECT_EQ(position.keyCount, before.head.keyCount) << "no key is recorded";
                         unmakeNullMove(position, savedKey);
                         expectSameHead(before.head, position);
                     });
