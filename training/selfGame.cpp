@@ -76,7 +76,8 @@ std::optional<storedGame> playSelfGame(gameBoard &board, const selfPlayPlan &pla
             game.whitePoints = end != gameEnd::checkmate ? 1 : side == white ? 0 : 2;
             return game;
         }
-        const searchedMove chosen = plan.quick ? quickMove(board, moves, plan, random) : searchMove(board, plan.budget);
+        const searchedMove chosen =
+            plan.quick ? quickMove(board, moves, plan, random) : searchMove(board.position, plan.budget);
         if (game.moves.empty() && std::abs(chosen.score) > plan.openingLimit && chosen.score != unscored)
         {
             return std::nullopt;

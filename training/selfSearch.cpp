@@ -34,9 +34,9 @@ std::uint64_t nodesOf(const pos &position) { return position.searchNodes + posit
 bool isHardBudgetSpent(const pos &position) { return nodesOf(position) >= hardNodes; }
 
 /// Takes over the position as the root of a search. Returns the number of legal moves.
-int prepareRoot(const gameBoard &board)
+int prepareRoot(const pos &start)
 {
-    theBoss().adopt(board.position);
+    theBoss().adopt(start);
     pos &position = theBoss().position;
     position.searchNodes = 0;
     position.quiescenceNodes = 0;
@@ -130,12 +130,12 @@ void forgetSearches()
     clearWorkerHistory();
 }
 
-searchedMove searchMove(const gameBoard &board, const nodeBudget &budget)
+searchedMove searchMove(const pos &start, const nodeBudget &budget)
 {
     stopSearch = false;
     hardNodes = budget.hard;
     ttAdvanceAge();
-    const int moveCount = prepareRoot(board);
+    const int moveCount = prepareRoot(start);
     pos &position = theBoss().position;
     searchedMove found;
     for (int depth = 1; depth <= (moveCount == 1 ? forcedDepth : deepest); ++depth)
@@ -151,6 +151,7 @@ searchedMove searchMove(const gameBoard &board, const nodeBudget &budget)
         }
     }
     found.move = position.info[0].pvMove & moveIdentityMask;
+    found.nodes = nodesOf(position);
     return found;
 }
 

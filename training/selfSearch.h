@@ -23,6 +23,7 @@ struct searchedMove
     moveCode move = noMove;
     int score = 0; ///< of the last whole iteration, from the side to move's view
     int depth = 0; ///< of that iteration
+    std::uint64_t nodes = 0;
 };
 
 /// Prepares the process: table of `hashMegabytes`, one worker. Before any search.
@@ -33,7 +34,7 @@ void endSelfSearch();
 void forgetSearches();
 
 /// The best move of a position that has legal moves.
-searchedMove searchMove(const gameBoard &board, const nodeBudget &budget);
+searchedMove searchMove(const pos &start, const nodeBudget &budget);
 
 /// The value of the position with all captures played out, and the static evaluation that it
 /// starts from. The side to move must not be in check.

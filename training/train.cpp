@@ -14,6 +14,8 @@
 #include "board/attackTables.h"
 #include "board/engineOptions.h"
 #include "commandLine.h"
+#include "eval/networkFile.h"
+#include "modelNetwork.h"
 #include "platform/clock.h"
 #include "trainerStep.h"
 
@@ -27,7 +29,7 @@ const programOption trainOptions[] = {
     {"--out", "FILE", "the network file, written after each epoch (network.nnue)"},
     {"--checkpoint", "FILE", "weights and optimiser, written after each epoch and on an interrupt"},
     {"--resume", "", "goes on from the checkpoint, if it is there"},
-    {"--from", "FILE", "starts a new run from the weights of another run's checkpoint"},
+    {"--from", "FILE", "starts a new run from the weights of a checkpoint or a network file"},
     {"--levels", "NAMES", "what rows are sums of: base,region,mirror,free (base,region,free)"},
     {"--epochs", "N", "passes over the data (10)"},
     {"--batch", "N", "positions for each step (16384)"},
@@ -131,7 +133,7 @@ std::string loadData(const trainingPlan &plan, trainingData &data)
     return data.training.empty() ? "no positions to learn from" : "";
 }
 
-/// Fresh weights, or those of a checkpoint. Empty text or what went wrong.
+/// Fresh weights, or those of a checkpoint or network. Empty text or what went wrong.
 std::string prepareModel(const trainingPlan &plan, trainerModel &model, checkpointProgress &progress)
 {
     progress = {0, plan.seed};
@@ -144,6 +146,15 @@ std::string prepareModel(const trainingPlan &plan, trainerModel &model, checkpoi
     initialiseModel(model, plan.levels, plan.seed);
     if (plan.from.empty())
     {
+        return {};
+    }
+    if (!isCheckpoint(plan.from))
+    {
+        if (!loadNetFile(plan.from))
+        {
+            return plan.from + " is neither checkpoint nor network";
+        }
+        takeNetwork(model, netWeights);
         return {};
     }
     trainerModel other;

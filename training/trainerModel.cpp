@@ -7,7 +7,7 @@
 #include <filesystem>
 #include <fstream>
 
-#include "eval/networkWriter.h"
+#include "wholeFile.h"
 
 namespace tarvonel
 {
@@ -37,64 +37,11 @@ template <typename Number> void putNumber(std::ostream &stream, Number value)
     stream.write(reinterpret_cast<const char *>(bytes), sizeof bytes);
 }
 
-template <typename Number> Number rounded(double value, double low, double high)
+bool readMark(std::istream &stream)
 {
-    return static_cast<Number>(std::lround(std::clamp(value, low, high)));
-}
-
-/// A hidden bias carries half a step more, as the engine's shift rounds towards minus infinity.
-std::int32_t hiddenBias(float bias)
-{
-    constexpr double halfStep = weightScale / 2;
-    return rounded<std::int32_t>(bias * rawPerOutput + halfStep, -1e9, 1e9);
-}
-
-std::int16_t denseWeight(float weight)
-{
-    constexpr double largest = 127; // of a signed byte, the same for both signs
-    return rounded<std::int16_t>(weight * weightScale, -largest, largest);
-}
-
-/// Transposed: the engine has a row for each output.
-template <std::size_t Inputs> void quantiseLayer(const learntArray &weights, const learntArray &biases,
-                                                 std::int16_t (&rows)[hiddenWidth][Inputs],
-                                                 std::int32_t (&sums)[hiddenWidth])
-{
-    for (std::size_t o = 0; o < hiddenWidth; ++o)
-    {
-        sums[o] = hiddenBias(biases.weights[o]);
-        for (std::size_t i = 0; i < Inputs; ++i)
-        {
-            rows[o][i] = denseWeight(weights.weights[i * hiddenWidth + o]);
-        }
-    }
-}
-
-void quantiseRow(const float *row, std::int16_t *lanes)
-{
-    for (int i = 0; i < transformerWidth; ++i)
-    {
-        lanes[i] = rounded<std::int16_t>(row[i] * activationScale, -32767, 32767);
-    }
-}
-
-/// Writes to a neighbour first, so that a cut never leaves half a file under the name.
-template <typename Writer> std::string writeWhole(const std::string &path, const Writer &write)
-{
-    if (std::filesystem::exists(path) && !std::filesystem::is_regular_file(path))
-    {
-        return path + " is no regular file";
-    }
-    const std::string draft = path + ".part";
-    {
-        std::ofstream stream(draft, std::ios::binary);
-        write(stream);
-        if (!stream.flush())
-        {
-            return "cannot write " + draft;
-        }
-    }
-    return std::rename(draft.c_str(), path.c_str()) == 0 ? "" : "cannot rename " + draft + " to " + path;
+    char mark[sizeof checkpointMark] = {};
+    stream.read(mark, sizeof mark);
+    return stream && std::memcmp(mark, checkpointMark, sizeof mark) == 0;
 }
 
 std::string joinNames(const std::vector<featureLevel> &levels)
@@ -253,78 +200,26 @@ std::string takeWeights(trainerModel &model, const trainerModel &other)
     return {};
 }
 
-void quantiseModel(const trainerModel &model, networkWeights &weights)
-{
-    quantiseRow(model.featureBias.weights.data(), weights.featureBias);
-    float row[transformerWidth];
-    for (int feature = 0; feature < featureCount; ++feature)
-    {
-        sumFeatureRow(model, feature, row);
-        quantiseRow(row, weights.featureWeight[feature]);
-    }
-    quantiseLayer(model.hidden1Weight, model.hidden1Bias, weights.hidden1Weight, weights.hidden1Bias);
-    quantiseLayer(model.hidden2Weight, model.hidden2Bias, weights.hidden2Weight, weights.hidden2Bias);
-    for (std::size_t o = 0; o < hiddenWidth; ++o)
-    {
-        weights.outputWeight[o] = denseWeight(model.outputWeight.weights[o]);
-    }
-    weights.outputBias = rounded<std::int32_t>(model.outputBias.weights[0] * rawPerOutput, -1e9, 1e9);
-}
-
-namespace
-{
-
-/// Puts the values of a row, lane by lane, into another order.
-void orderRow(std::int16_t *row, const std::vector<int> &lanes)
-{
-    std::int16_t ordered[transformerWidth];
-    for (int i = 0; i < transformerWidth; ++i)
-    {
-        ordered[i] = row[lanes[static_cast<std::size_t>(i)]];
-    }
-    std::copy_n(ordered, transformerWidth, row);
-}
-
-/// Lane i becomes what lane lanes[i] was; the network stays the same function.
-void orderLanes(networkWeights &weights, const std::vector<int> &lanes)
-{
-    orderRow(weights.featureBias, lanes);
-    for (auto &row : weights.featureWeight)
-    {
-        orderRow(row, lanes);
-    }
-    for (auto &row : weights.hidden1Weight)
-    {
-        orderRow(row, lanes);
-        orderRow(row + transformerWidth, lanes);
-    }
-}
-
-} // namespace
-
-std::string writeNetwork(const trainerModel &model, const std::vector<int> &lanes, const std::string &path,
-                         const std::string &description)
-{
-    const auto weights = std::make_unique<networkWeights>();
-    quantiseModel(model, *weights);
-    orderLanes(*weights, lanes);
-    return writeWhole(path, [&](std::ostream &stream) { writeNet(stream, *weights, description); });
-}
-
 std::string saveCheckpoint(trainerModel &model, const checkpointProgress &progress, const std::string &path)
 {
-    return writeWhole(path,
-                      [&](std::ostream &stream)
-                      {
-                          const std::string names = joinNames(model.levels);
-                          stream.write(checkpointMark, sizeof checkpointMark);
-                          putNumber(stream, static_cast<std::uint32_t>(names.size()));
-                          stream << names;
-                          putNumber(stream, progress.epoch);
-                          putNumber(stream, progress.seed);
-                          putNumber(stream, model.steps);
-                          transferArrays(stream, model);
-                      });
+    return writeWholeFile(path,
+                          [&](std::ostream &stream)
+                          {
+                              const std::string names = joinNames(model.levels);
+                              stream.write(checkpointMark, sizeof checkpointMark);
+                              putNumber(stream, static_cast<std::uint32_t>(names.size()));
+                              stream << names;
+                              putNumber(stream, progress.epoch);
+                              putNumber(stream, progress.seed);
+                              putNumber(stream, model.steps);
+                              transferArrays(stream, model);
+                          });
+}
+
+bool isCheckpoint(const std::string &path)
+{
+    std::ifstream stream(path, std::ios::binary);
+    return readMark(stream);
 }
 
 std::string loadCheckpoint(trainerModel &model, checkpointProgress &progress, const std::string &path)
@@ -340,11 +235,10 @@ std::string loadCheckpoint(trainerModel &model, checkpointProgress &progress, co
         }
     };
     std::ifstream stream(path, std::ios::binary);
-    char mark[sizeof checkpointMark] = {};
     std::uint32_t length = 0;
-    stream.read(mark, sizeof mark);
+    const bool isMarked = readMark(stream);
     getNumber(stream, length);
-    if (!stream || std::memcmp(mark, checkpointMark, sizeof mark) != 0 || length > longestText)
+    if (!stream || !isMarked || length > longestText)
     {
         return path + " is no checkpoint";
     }

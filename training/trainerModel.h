@@ -66,14 +66,6 @@ float modelOutput(const trainerModel &model, const trainingPosition &position);
 /// lacks begin at 0; a level that only the other has is an error, told in the text.
 std::string takeWeights(trainerModel &model, const trainerModel &other);
 
-/// The network as the engine computes it: rows expanded, all rounded to the file's integers.
-void quantiseModel(const trainerModel &model, networkWeights &weights);
-
-/// Writes the network file of the model, the first layer's lanes in the order given. Empty text or
-/// what went wrong.
-std::string writeNetwork(const trainerModel &model, const std::vector<int> &lanes, const std::string &path,
-                         const std::string &description);
-
 /// A checkpoint holds the weights, the optimiser's memory, the levels, and the caller's two
 /// numbers.
 struct checkpointProgress
@@ -82,6 +74,8 @@ struct checkpointProgress
     std::uint64_t seed = 0;
 };
 std::string saveCheckpoint(trainerModel &model, const checkpointProgress &progress, const std::string &path);
+/// Whether the file begins as checkpoints do.
+bool isCheckpoint(const std::string &path);
 std::string loadCheckpoint(trainerModel &model, checkpointProgress &progress, const std::string &path);
 
 } // namespace tarvonel

@@ -78,17 +78,17 @@ TEST_F(selfGameTest, gamesAreLegalReproducibleAndLearntFrom)
 TEST_F(selfGameTest, searchFindsMatesAndKeepsItsBudget)
 {
     ASSERT_EQ(setupGame(*board, "6k1/5ppp/8/8/8/8/5PPP/3R2K1 w - - 0 1"), "");
-    const searchedMove mate = searchMove(*board, {2000, 10000});
+    const searchedMove mate = searchMove(board->position, {2000, 10000});
     EXPECT_EQ(mate.score, 31999);
     EXPECT_EQ(moveTo(mate.move), 59) << "Rd8";
 
     ASSERT_EQ(setupGame(*board, "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq - 0 1"), "");
-    const searchedMove shallow = searchMove(*board, {300, 100000});
+    const searchedMove shallow = searchMove(board->position, {300, 100000});
     forgetSearches();
-    const searchedMove deep = searchMove(*board, {20000, 1000000});
+    const searchedMove deep = searchMove(board->position, {20000, 1000000});
     EXPECT_GT(deep.depth, shallow.depth);
     forgetSearches();
-    const searchedMove cut = searchMove(*board, {20000, 400});
+    const searchedMove cut = searchMove(board->position, {20000, 400});
     EXPECT_LT(cut.depth, deep.depth);
     EXPECT_NE(cut.move, noMove);
 }

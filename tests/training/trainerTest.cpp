@@ -2,8 +2,11 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <filesystem>
 #include <memory>
+#include <numeric>
+#include <span>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -12,6 +15,7 @@
 #include "eval/network.h"
 #include "eval/networkFile.h"
 #include "eval/pawnEvaluation.h"
+#include "modelNetwork.h"
 #include "randomOpening.h"
 #include "support/randomGames.h"
 #include "support/temporaryDirectory.h"
@@ -200,6 +204,45 @@ TEST_F(trainerTest, checkpointsGoOnWhereTheyStopped)
     }
     std::filesystem::remove(path);
     EXPECT_NE(loadCheckpoint(resumed, progress, path), "");
+}
+
+TEST_F(trainerTest, takesANetworkOver)
+{
+    const auto written = std::make_unique<networkWeights>();
+    const auto again = std::make_unique<networkWeights>();
+    const auto meanSquare = [](const learntArray &array)
+    {
+        return std::inner_product(array.weights.begin(), array.weights.end(), array.weights.begin(), 0.0) /
+               static_cast<double>(array.weights.size());
+    };
+    quantiseModel(*model, *written);
+    trainerModel taken;
+    initialiseModel(taken, model->levels, 1);
+    takeNetwork(taken, *written);
+    EXPECT_LT(meanSquare(taken.levelRows[2]), meanSquare(taken.levelRows[0]) / 20) << "the free rows hold a correction";
+    quantiseModel(taken, *again);
+    EXPECT_TRUE(std::ranges::equal(std::span(written->featureBias), std::span(again->featureBias)));
+    EXPECT_EQ(std::memcmp(written->featureWeight, again->featureWeight, sizeof again->featureWeight), 0);
+    EXPECT_EQ(std::memcmp(written->hidden1Weight, again->hidden1Weight, sizeof again->hidden1Weight), 0);
+    EXPECT_EQ(std::memcmp(written->hidden2Weight, again->hidden2Weight, sizeof again->hidden2Weight), 0);
+    EXPECT_TRUE(std::ranges::equal(std::span(written->hidden1Bias), std::span(again->hidden1Bias)));
+    EXPECT_TRUE(std::ranges::equal(std::span(written->hidden2Bias), std::span(again->hidden2Bias)));
+    EXPECT_TRUE(std::ranges::equal(std::span(written->outputWeight), std::span(again->outputWeight)));
+    EXPECT_EQ(written->outputBias, again->outputBias);
+
+    // Learnt without free rows, the network needs none.
+    trainerModel plain = *model;
+    std::ranges::fill(plain.levelRows[2].weights, 0.0F);
+    quantiseModel(plain, *written);
+    initialiseModel(taken, levelsOf("base,region"), 1);
+    takeNetwork(taken, *written);
+    quantiseModel(taken, *again);
+    int worst = 0;
+    for (std::size_t feature = 0; feature < featureCount; ++feature)
+        for (std::size_t lane = 0; lane < transformerWidth; ++lane)
+            worst =
+                std::max(worst, std::abs(written->featureWeight[feature][lane] - again->featureWeight[feature][lane]));
+    EXPECT_LE(worst, 1);
 }
 
 TEST_F(trainerTest, theFactorOfTheTargetIsTheEngines)
