@@ -10,8 +10,6 @@ namespace tarvonel
 namespace
 {
 
-constexpr int flipFiles = 7;
-
 // By the king's square with its file mirrored to a to d; a8 at top left, the own first rank below.
 constexpr std::uint8_t kingRegion[8][4] = {
     // clang-format off

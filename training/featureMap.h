@@ -22,6 +22,8 @@
 namespace tarvonel
 {
 
+inline constexpr int flipFiles = 7; ///< exclusive-or with a square: left and right exchanged
+
 struct featureLevel
 {
     std::string name;

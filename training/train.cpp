@@ -38,6 +38,7 @@ const programOption trainOptions[] = {
     {"--free-share", "X", "rate of the free rows, as a share of the others' (0.5)"},
     {"--result-share", "X", "weight of the game's result in the target, 0 to 1 (0.3)"},
     {"--activation-price", "X", "error for each unit of first-layer activation, for a faster engine (0)"},
+    {"--mirror-share", "X", "share of positions without castling rights to be shown mirrored (0.5)"},
     {"--score-scale", "X", "centipawns of the target's sigmoid (200)"},
     {"--positions", "N", "learns from at most so many (200000000)"},
     {"--validation", "N", "keeps one game in so many for validation (50)"},
@@ -62,6 +63,7 @@ struct trainingPlan
     learningSettings settings;
     double firstRate = 0;
     double finalRate = 0;
+    double mirrorShare = 0;
     std::size_t capacity = 0;
     std::size_t batch = 0;
     std::uint64_t epochs = 0;
@@ -90,6 +92,7 @@ trainingPlan readPlan(commandLine &given)
     plan.threads = static_cast<int>(numberOption(given, "--threads", cores, 1, 256));
     plan.firstRate = realOption(given, "--rate", 0.001, 1e-9, 1);
     plan.finalRate = realOption(given, "--final-rate", 0.00002, 0, 1);
+    plan.mirrorShare = realOption(given, "--mirror-share", 0.5, 0, 1);
     plan.settings.freeShare = realOption(given, "--free-share", plan.settings.freeShare, 0, 10);
     plan.settings.resultShare = realOption(given, "--result-share", plan.settings.resultShare, 0, 1);
     plan.settings.activationPrice = realOption(given, "--activation-price", plan.settings.activationPrice, 0, 1);
@@ -175,6 +178,17 @@ void tellProgress(std::uint64_t epoch, double share, double error, double rate, 
     std::fflush(stdout);
 }
 
+/// Shows the share of those positions that nothing but the files tells apart from their mirror image
+/// as that image.
+void mirrorSome(std::vector<trainingPosition> &batch, double share, std::mt19937_64 &random)
+{
+    std::bernoulli_distribution isChosen(share);
+    for (trainingPosition &position : batch)
+    {
+        position.isMirrored = position.hasCastling == 0 && isChosen(random) ? 1 : 0;
+    }
+}
+
 /// One pass over the data in an order of its own; false when interrupted.
 bool learnEpoch(const trainingPlan &plan, const trainingData &data, trainerModel &model, trainerWorkspace &workspace,
                 workCrew &crew, const checkpointProgress &progress)
@@ -198,6 +212,7 @@ bool learnEpoch(const trainingPlan &plan, const trainingData &data, trainerModel
         const std::size_t count = std::min(plan.batch, order.size() - learnt);
         batch.resize(count);
         crew.share(count, 1024, [&](std::size_t i) { batch[i] = data.training[order[learnt + i]]; });
+        mirrorSome(batch, plan.mirrorShare, random);
         const double share = static_cast<double>(learnt) / static_cast<double>(order.size());
         settings.rate = rateAt(
             plan, std::min((static_cast<double>(progress.epoch) + share) / static_cast<double>(plan.epochs), 1.0));

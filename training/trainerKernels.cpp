@@ -20,6 +20,14 @@ void addRow(float *__restrict sum, const float *__restrict row)
     }
 }
 
+void roundValues(float *values, int count, float steps)
+{
+    for (int i = 0; i < count; ++i)
+    {
+        values[i] = std::nearbyint(values[i] * steps) / steps;
+    }
+}
+
 void clampRow(float *__restrict output, const float *__restrict sum)
 {
     for (int i = 0; i < transformerWidth; ++i)

@@ -11,6 +11,9 @@ inline constexpr int hiddenWidth = 32;
 /// sum[i] += row[i], over a transformer row.
 void addRow(float *sum, const float *row);
 
+/// Rounds each value to the nearest multiple of 1 / steps.
+void roundValues(float *values, int count, float steps);
+
 /// output[i] = sum[i] held within 0 to 1, over a transformer row.
 void clampRow(float *output, const float *sum);
 

@@ -143,8 +143,25 @@ void sumFeatureRow(const trainerModel &model, int feature, float *row)
     }
 }
 
+roundedWeights roundDense(const trainerModel &model)
+{
+    roundedWeights rounded{model.hidden1Weight.weights, model.hidden2Weight.weights, model.outputWeight.weights};
+    for (std::vector<float> *weights : {&rounded.hidden1, &rounded.hidden2, &rounded.output})
+    {
+        roundValues(weights->data(), static_cast<int>(weights->size()), weightScale);
+    }
+    return rounded;
+}
+
+void roundFeatureRow(const trainerModel &model, int feature, float *row)
+{
+    sumFeatureRow(model, feature, row);
+    roundValues(row, transformerWidth, activationScale);
+}
+
 float modelOutput(const trainerModel &model, const trainingPosition &position)
 {
+    const roundedWeights dense = roundDense(model);
     featureList list;
     listFeatures(position, list);
     float input[networkInputs];
@@ -154,7 +171,7 @@ float modelOutput(const trainerModel &model, const trainingPosition &position)
         std::vector<float> sum = model.featureBias.weights;
         for (int i = 0; i < list.count; ++i)
         {
-            sumFeatureRow(model, list.features[half][i], row.data());
+            roundFeatureRow(model, list.features[half][i], row.data());
             addRow(sum.data(), row.data());
         }
         clampRow(input + half * transformerWidth, sum.data());
@@ -162,14 +179,14 @@ float modelOutput(const trainerModel &model, const trainingPosition &position)
     float sums[hiddenWidth];
     float hidden1[hiddenWidth];
     float hidden2[hiddenWidth];
-    forwardLayer(sums, input, model.hidden1Weight.weights.data(), model.hidden1Bias.weights.data(), networkInputs);
+    forwardLayer(sums, input, dense.hidden1.data(), model.hidden1Bias.weights.data(), networkInputs);
     clampHidden(hidden1, sums);
-    forwardLayer(sums, hidden1, model.hidden2Weight.weights.data(), model.hidden2Bias.weights.data(), hiddenWidth);
+    forwardLayer(sums, hidden1, dense.hidden2.data(), model.hidden2Bias.weights.data(), hiddenWidth);
     clampHidden(hidden2, sums);
     float output = model.outputBias.weights[0];
     for (int o = 0; o < hiddenWidth; ++o)
     {
-        output += hidden2[o] * model.outputWeight.weights[static_cast<std::size_t>(o)];
+        output += hidden2[o] * dense.output[static_cast<std::size_t>(o)];
     }
     return output;
 }

@@ -56,8 +56,23 @@ std::vector<learntArray *> arraysOf(trainerModel &model);
 /// A fresh model with small random weights; the free rows begin at 0.
 void initialiseModel(trainerModel &model, const std::vector<featureLevel> &levels, std::uint64_t seed);
 
-/// The row of a feature: the sum of its rows in all levels.
+/// The exact row of a feature: the sum of its rows in all levels.
 void sumFeatureRow(const trainerModel &model, int feature, float *row);
+
+/// What positions are computed with, in learning as in judging: the weights rounded to what the file
+/// can hold. Their gradients go to the exact weights (straight-through estimator), so the model
+/// learns to do with the rounded ones: rounding some weights of the last layers afterwards shifts all
+/// scores, and has doubled a network's error.
+struct roundedWeights
+{
+    std::vector<float> hidden1;
+    std::vector<float> hidden2;
+    std::vector<float> output;
+};
+roundedWeights roundDense(const trainerModel &model);
+
+/// The row of a feature, rounded likewise.
+void roundFeatureRow(const trainerModel &model, int feature, float *row);
 
 /// Output of the model for a position, computed from nothing: for tests and single positions.
 float modelOutput(const trainerModel &model, const trainingPosition &position);

@@ -81,8 +81,8 @@ void groupItems(groupedItems &grouped, const std::vector<std::uint32_t> &groupOf
 
 /// The network's pass for one position. `rows` holds the row of a feature at the place that
 /// `placeOf` gives.
-void passForward(const trainerModel &model, const featureList &list, const float *rows, const std::uint32_t *placeOf,
-                 passValues &values)
+void passForward(const trainerModel &model, const roundedWeights &dense, const featureList &list, const float *rows,
+                 const std::uint32_t *placeOf, passValues &values)
 {
     for (const int half : {0, 1})
     {
@@ -95,16 +95,14 @@ void passForward(const trainerModel &model, const featureList &list, const float
         clampRow(values.input + half * transformerWidth, sum);
     }
     float sums[hiddenWidth];
-    forwardLayer(sums, values.input, model.hidden1Weight.weights.data(), model.hidden1Bias.weights.data(),
-                 networkInputs);
+    forwardLayer(sums, values.input, dense.hidden1.data(), model.hidden1Bias.weights.data(), networkInputs);
     clampHidden(values.hidden1, sums);
-    forwardLayer(sums, values.hidden1, model.hidden2Weight.weights.data(), model.hidden2Bias.weights.data(),
-                 hiddenWidth);
+    forwardLayer(sums, values.hidden1, dense.hidden2.data(), model.hidden2Bias.weights.data(), hiddenWidth);
     clampHidden(values.hidden2, sums);
     values.output = model.outputBias.weights[0];
     for (int o = 0; o < hiddenWidth; ++o)
     {
-        values.output += values.hidden2[o] * model.outputWeight.weights[static_cast<std::size_t>(o)];
+        values.output += values.hidden2[o] * dense.output[static_cast<std::size_t>(o)];
     }
 }
 
@@ -118,22 +116,20 @@ void priceActivations(passValues &values, float price)
 }
 
 /// The way back from the gradient of the output; adds to the dense gradients.
-void passBackward(const trainerModel &model, float outputGradient, float activationPrice, passValues &values,
+void passBackward(const roundedWeights &dense, float outputGradient, float activationPrice, passValues &values,
                   denseGradients &sums)
 {
     sums.outputBias[0] += outputGradient;
     for (int o = 0; o < hiddenWidth; ++o)
     {
         sums.outputWeight[static_cast<std::size_t>(o)] += outputGradient * values.hidden2[o];
-        values.hidden2Gradient[o] = outputGradient * model.outputWeight.weights[static_cast<std::size_t>(o)];
+        values.hidden2Gradient[o] = outputGradient * dense.output[static_cast<std::size_t>(o)];
     }
     passClamp(values.hidden2Gradient, values.hidden2, hiddenWidth);
     addOuterProduct(sums.hidden2Weight.data(), values.hidden1, values.hidden2Gradient, hiddenWidth);
-    backwardLayer(values.hidden1Gradient, model.hidden2Weight.weights.data(), values.hidden2Gradient, values.hidden1,
-                  hiddenWidth);
+    backwardLayer(values.hidden1Gradient, dense.hidden2.data(), values.hidden2Gradient, values.hidden1, hiddenWidth);
     addOuterProduct(sums.hidden1Weight.data(), values.input, values.hidden1Gradient, networkInputs);
-    backwardLayer(values.inputGradient, model.hidden1Weight.weights.data(), values.hidden1Gradient, values.input,
-                  networkInputs);
+    backwardLayer(values.inputGradient, dense.hidden1.data(), values.hidden1Gradient, values.input, networkInputs);
     priceActivations(values, activationPrice);
     for (int o = 0; o < hiddenWidth; ++o)
     {
@@ -217,8 +213,8 @@ void sumTouchedRows(const trainerModel &model, trainerWorkspace &workspace, work
     workspace.rowGradients.resize(rowOffset(slots));
     crew.share(slots, rowChunk,
                [&](std::size_t slot) {
-                   sumFeatureRow(model, static_cast<int>(workspace.slotFeatures[slot]),
-                                 workspace.rows.data() + rowOffset(slot));
+                   roundFeatureRow(model, static_cast<int>(workspace.slotFeatures[slot]),
+                                   workspace.rows.data() + rowOffset(slot));
                });
 }
 
@@ -226,6 +222,7 @@ void sumTouchedRows(const trainerModel &model, trainerWorkspace &workspace, work
 double passPositions(const trainerModel &model, trainerWorkspace &workspace, workCrew &crew,
                      std::span<const trainingPosition> positions, const learningSettings &settings)
 {
+    const roundedWeights rounded = roundDense(model);
     workspace.sumGradients.resize(rowOffset(2 * positions.size()));
     workspace.dense.assign(static_cast<std::size_t>(crew.size()), {});
     crew.runOnAll(
@@ -237,11 +234,11 @@ double passPositions(const trainerModel &model, trainerWorkspace &workspace, wor
             const std::size_t end = positions.size() * static_cast<std::size_t>(thread + 1) / workspace.dense.size();
             for (std::size_t i = begin; i < end; ++i)
             {
-                passForward(model, workspace.lists[i], workspace.rows.data(), workspace.slotOf.data(), values);
+                passForward(model, rounded, workspace.lists[i], workspace.rows.data(), workspace.slotOf.data(), values);
                 const predictedResult result = predict(positions[i], values.output, settings);
                 const double error = result.expected - targetOf(positions[i], settings);
                 sums.error += error * error;
-                passBackward(model, static_cast<float>(2 * error * result.slope),
+                passBackward(rounded, static_cast<float>(2 * error * result.slope),
                              static_cast<float>(settings.activationPrice), values, sums);
                 std::copy_n(values.inputGradient, networkInputs, workspace.sumGradients.data() + rowOffset(2 * i));
             }
@@ -380,7 +377,7 @@ summedRows sumAllRows(const trainerModel &model, workCrew &crew)
                [&](std::size_t feature)
                {
                    all.placeOf[feature] = static_cast<std::uint32_t>(feature);
-                   sumFeatureRow(model, static_cast<int>(feature), all.rows.data() + rowOffset(feature));
+                   roundFeatureRow(model, static_cast<int>(feature), all.rows.data() + rowOffset(feature));
                });
     return all;
 }
@@ -394,6 +391,7 @@ double meanError(const trainerModel &model, workCrew &crew, std::span<const trai
     {
         return 0;
     }
+    const roundedWeights rounded = roundDense(model);
     const summedRows rows = sumAllRows(model, crew);
     std::vector<double> errors(static_cast<std::size_t>(crew.size()));
     crew.runOnAll(
@@ -407,7 +405,7 @@ double meanError(const trainerModel &model, workCrew &crew, std::span<const trai
             for (std::size_t i = begin; i < end; ++i)
             {
                 listFeatures(positions[i], list);
-                passForward(model, list, rows.rows.data(), rows.placeOf.data(), values);
+                passForward(model, rounded, list, rows.rows.data(), rows.placeOf.data(), values);
                 const double error =
                     predict(positions[i], values.output, settings).expected - targetOf(positions[i], settings);
                 sum += error * error;
@@ -425,6 +423,7 @@ double meanError(const trainerModel &model, workCrew &crew, std::span<const trai
 std::vector<int> lanesByUse(const trainerModel &model, workCrew &crew, std::span<const trainingPosition> positions)
 {
     constexpr std::size_t enoughPositions = 10000;
+    const roundedWeights rounded = roundDense(model);
     const summedRows rows = sumAllRows(model, crew);
     std::vector<int> uses(transformerWidth);
     passValues values;
@@ -432,7 +431,7 @@ std::vector<int> lanesByUse(const trainerModel &model, workCrew &crew, std::span
     for (const trainingPosition &position : positions.first(std::min(positions.size(), enoughPositions)))
     {
         listFeatures(position, list);
-        passForward(model, list, rows.rows.data(), rows.placeOf.data(), values);
+        passForward(model, rounded, list, rows.rows.data(), rows.placeOf.data(), values);
         for (std::size_t i = 0; i < networkInputs; ++i)
         {
             uses[i % transformerWidth] += values.input[i] > 0.0F ? 1 : 0;

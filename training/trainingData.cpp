@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <iterator>
+#include <numeric>
 
 #include "board/makeMove.h"
 #include "board/pieceValues.h"
@@ -27,6 +29,16 @@ bool isLegal(gameBoard &board, moveCode move)
 {
     const std::vector<moveCode> moves = legalMoves(board);
     return std::any_of(moves.begin(), moves.end(), [&](moveCode other) { return sameMove(move, other); });
+}
+
+/// Of the men's places (FNV-1a). Chooses the games for validation: those of one start go together, and
+/// stay there whatever other files a later run reads.
+std::uint64_t hashOf(const storedStart &start)
+{
+    constexpr std::uint64_t offset = 14695981039346656037U;
+    constexpr std::uint64_t prime = 1099511628211;
+    return std::accumulate(std::begin(start.board), std::end(start.board), offset,
+                           [](std::uint64_t hash, std::uint8_t byte) { return (hash ^ byte) * prime; });
 }
 
 /// Replays a game; false if it holds a move that is not legal.
@@ -71,6 +83,7 @@ trainingPosition packPosition(const pos &position, int score, int points)
     packed.pawns =
         static_cast<std::uint8_t>(popCount(position.bitboards[whitePawn]) + popCount(position.bitboards[blackPawn]));
     packed.phase = static_cast<std::uint8_t>(std::clamp<int>(position.phase, 0, fullPhase));
+    packed.hasCastling = position.info[0].castling != 0 ? 1 : 0;
     return packed;
 }
 
@@ -91,7 +104,7 @@ std::string loadPositions(trainingData &data, const std::string &path, const dat
     const auto board = std::make_unique<gameBoard>();
     for (storedGame game; data.training.size() < capacity && nextGame(reader, game);)
     {
-        const bool validates = data.games % static_cast<std::uint64_t>(filter.validationShare) == 0;
+        const bool validates = hashOf(game.start) % static_cast<std::uint64_t>(filter.validationShare) == 0;
         if (!unpackStart(game.start, *board).empty() ||
             !takeGame(game, *board, filter, validates ? data.validation : data.training))
         {
@@ -107,11 +120,12 @@ std::string loadPositions(trainingData &data, const std::string &path, const dat
 
 void listFeatures(const trainingPosition &position, featureList &list)
 {
+    const int flip = position.isMirrored != 0 ? flipFiles : 0;
     int kings[colourCount] = {0, 0};
     int index = 0;
     for (bitboard left = position.occupied; left != 0; ++index)
     {
-        const int square = popLowest(left);
+        const int square = popLowest(left) ^ flip;
         const int code = codeOf(position, index);
         if (isKing(code))
         {
@@ -122,7 +136,7 @@ void listFeatures(const trainingPosition &position, featureList &list)
     index = 0;
     for (bitboard left = position.occupied; left != 0; ++index)
     {
-        const int square = popLowest(left);
+        const int square = popLowest(left) ^ flip;
         const int code = codeOf(position, index);
         for (const int half : {0, 1})
         {

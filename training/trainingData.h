@@ -19,8 +19,9 @@ struct trainingPosition
     std::uint8_t points = 1;   ///< half points of the side to move at the end of its game
     std::uint8_t sideToMove = white;
     std::uint8_t pawns = 0;
-    std::uint8_t phase = 0; ///< 0 to 24
-    std::uint8_t spare[2] = {};
+    std::uint8_t phase = 0;       ///< 0 to 24
+    std::uint8_t hasCastling = 0; ///< any right to castle: then left and right differ
+    std::uint8_t isMirrored = 0;  ///< to be seen with left and right exchanged
 };
 static_assert(sizeof(trainingPosition) == 32);
 
@@ -34,7 +35,7 @@ struct dataFilter
     int firstPly = 16;        ///< of the game, opening moves included
     int highestScore = 3000;  ///< centipawns for either side
     int widestBalance = 550;  ///< end-game half of material and placement; the network is asked up to 400
-    int validationShare = 50; ///< one game in so many is kept for validation
+    int validationShare = 50; ///< one start in so many has its games kept for validation
 };
 
 struct trainingData
