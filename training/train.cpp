@@ -30,18 +30,18 @@ const programOption trainOptions[] = {
     {"--checkpoint", "FILE", "weights and optimiser, written after each epoch and on an interrupt"},
     {"--resume", "", "goes on from the checkpoint, if it is there"},
     {"--from", "FILE", "starts a new run from the weights of a checkpoint or a network file"},
-    {"--levels", "NAMES", "what rows are sums of: base,region,mirror,free (base,region,free)"},
-    {"--epochs", "N", "passes over the data (10)"},
-    {"--batch", "N", "positions for each step (16384)"},
+    {"--levels", "NAMES", "what rows are sums of: base,region,mirror,free (base,region)"},
+    {"--epochs", "N", "passes over the data (2)"},
+    {"--batch", "N", "positions for each step (8192)"},
     {"--rate", "X", "learning rate at the start (0.001)"},
     {"--final-rate", "X", "and at the end, along half a cosine (0.00002)"},
     {"--free-share", "X", "rate of the free rows, as a share of the others' (0.5)"},
-    {"--result-share", "X", "weight of the game's result in the target, 0 to 1 (0.3)"},
+    {"--result-share", "X", "weight of the game's result in the target, 0 to 1 (0)"},
     {"--activation-price", "X", "error for each unit of first-layer activation, for a faster engine (0)"},
     {"--mirror-share", "X", "share of positions without castling rights to be shown mirrored (0.5)"},
-    {"--score-scale", "X", "centipawns of the target's sigmoid (200)"},
+    {"--score-scale", "X", "centipawns of the target's sigmoid (250)"},
     {"--positions", "N", "learns from at most so many (200000000)"},
-    {"--validation", "N", "keeps one game in so many for validation (50)"},
+    {"--validation", "N", "keeps the games of one start in so many for validation (50)"},
     {"--first-ply", "N", "leaves out earlier plies of games (16)"},
     {"--widest-balance", "N", "leaves out larger material and placement, centipawns (550)"},
     {"--highest-score", "N", "leaves out larger scores, centipawns (3000)"},
@@ -84,8 +84,8 @@ trainingPlan readPlan(commandLine &given)
     plan.checkpoint = textOption(given, "--checkpoint", "");
     plan.from = textOption(given, "--from", "");
     plan.resumes = isGiven(given, "--resume");
-    plan.epochs = static_cast<std::uint64_t>(numberOption(given, "--epochs", 10, 1, 100000));
-    plan.batch = static_cast<std::size_t>(numberOption(given, "--batch", 16384, 1, 1000000));
+    plan.epochs = static_cast<std::uint64_t>(numberOption(given, "--epochs", 2, 1, 100000));
+    plan.batch = static_cast<std::size_t>(numberOption(given, "--batch", 8192, 1, 1000000));
     plan.capacity = static_cast<std::size_t>(numberOption(given, "--positions", 200000000, 1, 4000000000));
     plan.seed = static_cast<std::uint64_t>(numberOption(given, "--seed", 1, 0, 1000000000));
     const int cores = static_cast<int>(std::clamp(std::thread::hardware_concurrency(), 1U, 256U));
@@ -102,7 +102,7 @@ trainingPlan readPlan(commandLine &given)
     plan.filter.widestBalance = static_cast<int>(numberOption(given, "--widest-balance", 550, 0, 32767));
     plan.filter.highestScore = static_cast<int>(numberOption(given, "--highest-score", 3000, 0, 32767));
     std::string error;
-    plan.levels = makeLevels(textOption(given, "--levels", "base,region,free"), error);
+    plan.levels = makeLevels(textOption(given, "--levels", "base,region"), error);
     if (given.error.empty())
     {
         given.error = !error.empty()                            ? error
