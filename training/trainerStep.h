@@ -19,7 +19,7 @@ namespace tarvonel
 
 struct learningSettings
 {
-    double resultShare = 0; ///< weight of the game's result in the target, the rest is the score's
+    double resultShare = 0;  ///< weight of the game's result in the target, the rest is the score's
     double scoreScale = 250; ///< centipawns whose sigmoid is 1 / (1 + 1/e)
     double rate = 0.001;
     /// Added to a position's error for each unit of first-layer activation: fewer living inputs make
