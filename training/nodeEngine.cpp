@@ -10,7 +10,6 @@
 #include "board/setup.h"
 #include "commandLine.h"
 #include "eval/evaluate.h"
-#include "eval/networkFile.h"
 #include "selfSearch.h"
 #include "uci/netFile.h"
 #include "uci/options.h"
@@ -92,9 +91,9 @@ int nodeEngineMain(int wordCount, char **words)
     const commandLine given = readCommandLine(wordCount, words, nodeEngineOptions);
     if (isGiven(given, "--help"))
     {
-        std::printf("%s", usageText("nodeEngine [options]", "A UCI engine that plays by exact numbers of nodes.",
-                                    nodeEngineOptions)
-                              .c_str());
+        std::printf("%s",
+                    usageText("nodeEngine [options]", "A UCI engine that plays by numbers of nodes.", nodeEngineOptions)
+                        .c_str());
         return 0;
     }
     if (!given.error.empty())
