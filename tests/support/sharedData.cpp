@@ -47,6 +47,13 @@ std::string findOrMake()
 
 } // namespace
 
+std::string sharedDataPath(const std::string &relative)
+{
+    const char *directory = std::getenv("TARVONEL_TEST_DATA");
+    return (directory != nullptr ? std::string(directory) : std::string(TARVONEL_SOURCE_DIR) + "/../shared") + "/" +
+           relative;
+}
+
 const std::string &vectorNetwork()
 {
     static const std::string file = findOrMake();

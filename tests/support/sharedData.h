@@ -1,7 +1,6 @@
 // Where the test data lies that is not part of the project.
 #pragma once
 
-#include <cstdlib>
 #include <string>
 
 namespace tarvonel
@@ -9,12 +8,7 @@ namespace tarvonel
 
 /// Path of a file below the directory named by the environment variable TARVONEL_TEST_DATA, or
 /// else below `../shared` beside the project's root. The file need not exist.
-inline std::string sharedDataPath(const std::string &relative)
-{
-    const char *directory = std::getenv("TARVONEL_TEST_DATA");
-    return (directory != nullptr ? std::string(directory) : std::string(TARVONEL_SOURCE_DIR) + "/../shared") + "/" +
-           relative;
-}
+std::string sharedDataPath(const std::string &relative);
 
 /// Path of the network file that the figures of the test data were computed with: the one named by
 /// the environment variable TARVONEL_TEST_NET, or one that the generator beside the test data
