@@ -7,7 +7,7 @@
 
 #include "board/makeMove.h"
 #include "board/setup.h"
-#include "gameBoard.h"
+#include "games/gameBoard.h"
 
 namespace tarvonel
 {

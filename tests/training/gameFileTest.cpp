@@ -8,8 +8,8 @@
 #include <gtest/gtest.h>
 
 #include "board/makeMove.h"
-#include "gameFile.h"
-#include "randomOpening.h"
+#include "games/gameFile.h"
+#include "games/randomOpening.h"
 #include "support/randomGames.h"
 #include "support/temporaryDirectory.h"
 

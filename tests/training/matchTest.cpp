@@ -8,8 +8,8 @@
 #include <gtest/gtest.h>
 
 #include "board/setup.h"
-#include "elo.h"
-#include "matchGame.h"
+#include "match/elo.h"
+#include "match/matchGame.h"
 #include "support/randomGames.h"
 #include "support/temporaryDirectory.h"
 

@@ -6,10 +6,10 @@
 
 #include "board/makeMove.h"
 #include "eval/evaluate.h"
-#include "selfGame.h"
+#include "games/selfGame.h"
+#include "learning/trainingData.h"
 #include "support/randomGames.h"
 #include "support/temporaryDirectory.h"
-#include "trainingData.h"
 
 namespace tarvonel
 {

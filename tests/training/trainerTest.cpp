@@ -16,11 +16,11 @@
 #include "eval/network.h"
 #include "eval/networkFile.h"
 #include "eval/pawnEvaluation.h"
-#include "modelNetwork.h"
-#include "randomOpening.h"
+#include "games/randomOpening.h"
+#include "learning/modelNetwork.h"
+#include "learning/trainerStep.h"
 #include "support/randomGames.h"
 #include "support/temporaryDirectory.h"
-#include "trainerStep.h"
 
 namespace tarvonel
 {

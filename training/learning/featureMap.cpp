@@ -1,0 +1,100 @@
+#include "learning/featureMap.h"
+
+#include <algorithm>
+
+#include "commandLine.h"
+
+namespace tarvonel
+{
+
+namespace
+{
+
+// By the king's square with its file mirrored to a to d; a8 at top left, the own first rank below.
+constexpr std::uint8_t kingRegion[8][4] = {
+    // clang-format off
+    {7, 7, 7, 7},
+    {7, 7, 7, 7},
+    {7, 7, 7, 7},
+    {7, 7, 7, 7},
+    {6, 6, 6, 6},
+    {5, 5, 5, 5},
+    {3, 3, 4, 4},
+    {0, 0, 1, 2},
+    // clang-format on
+};
+constexpr int regionCount = 8;
+constexpr int mirroredKings = 32;
+
+/// The parts of a feature, mirrored so that the king stands on files a to d.
+struct mirroredFeature
+{
+    int king, kind, square;
+};
+
+constexpr mirroredFeature mirrored(int feature)
+{
+    const int king = feature / kingSquareFeatures;
+    const int flip = fileOf(king) >= 4 ? flipFiles : 0;
+    return {king ^ flip, feature / squareCount % pieceKinds, (feature % squareCount) ^ flip};
+}
+
+int baseRow(int feature) { return feature % kingSquareFeatures; }
+int regionRow(int feature)
+{
+    const mirroredFeature parts = mirrored(feature);
+    const int region = kingRegion[7 - rankOf(parts.king)][fileOf(parts.king)];
+    return (region * pieceKinds + parts.kind) * squareCount + parts.square;
+}
+int mirrorRow(int feature)
+{
+    const mirroredFeature parts = mirrored(feature);
+    const int king = rankOf(parts.king) * 4 + fileOf(parts.king);
+    return (king * pieceKinds + parts.kind) * squareCount + parts.square;
+}
+int freeRow(int feature) { return feature; }
+
+struct knownLevel
+{
+    const char *name;
+    int rows;
+    int (*rowOf)(int feature);
+};
+const knownLevel knownLevels[] = {{"base", kingSquareFeatures, baseRow},
+                                  {"region", regionCount *kingSquareFeatures, regionRow},
+                                  {"mirror", mirroredKings *kingSquareFeatures, mirrorRow},
+                                  {"free", featureCount, freeRow}};
+
+featureLevel makeLevel(const knownLevel &known)
+{
+    featureLevel level{known.name, known.rows, std::vector<std::uint16_t>(featureCount)};
+    for (int feature = 0; feature < featureCount; ++feature)
+    {
+        level.rowOf[static_cast<std::size_t>(feature)] = static_cast<std::uint16_t>(known.rowOf(feature));
+    }
+    return level;
+}
+
+} // namespace
+
+std::vector<featureLevel> makeLevels(const std::string &names, std::string &error)
+{
+    std::string list = names;
+    std::replace(list.begin(), list.end(), ',', ' ');
+    std::vector<featureLevel> levels;
+    for (const std::string &name : splitWords(list))
+    {
+        const auto *known =
+            std::find_if(std::begin(knownLevels), std::end(knownLevels), [&](const auto &k) { return name == k.name; });
+        if (known == std::end(knownLevels))
+        {
+            error = "unknown level of features: " + name;
+            return {};
+        }
+        levels.push_back(makeLevel(*known));
+    }
+    error = levels.empty() ? "no level of features named" : "";
+    return levels;
+}
+
+} // namespace tarvonel

@@ -1,0 +1,197 @@
+#include "learning/modelNetwork.h"
+
+#include <algorithm>
+#include <cmath>
+#include <functional>
+#include <memory>
+
+#include "eval/networkWriter.h"
+#include "wholeFile.h"
+
+namespace tarvonel
+{
+
+namespace
+{
+
+template <typename Number> Number rounded(double value, double low, double high)
+{
+    return static_cast<Number>(std::lround(std::clamp(value, low, high)));
+}
+
+constexpr double halfStep = weightScale / 2;
+
+/// A hidden bias carries half a step more, as the engine's shift rounds towards minus infinity.
+std::int32_t hiddenBias(float bias) { return rounded<std::int32_t>(bias * rawPerOutput + halfStep, -1e9, 1e9); }
+
+std::int16_t denseWeight(float weight)
+{
+    constexpr double largest = 127; // of a signed byte, the same for both signs
+    return rounded<std::int16_t>(weight * weightScale, -largest, largest);
+}
+
+/// Transposed: the engine has a row for each output.
+template <std::size_t Inputs> void quantiseLayer(const learntArray &weights, const learntArray &biases,
+                                                 std::int16_t (&rows)[hiddenWidth][Inputs],
+                                                 std::int32_t (&sums)[hiddenWidth])
+{
+    for (std::size_t o = 0; o < hiddenWidth; ++o)
+    {
+        sums[o] = hiddenBias(biases.weights[o]);
+        for (std::size_t i = 0; i < Inputs; ++i)
+        {
+            rows[o][i] = denseWeight(weights.weights[i * hiddenWidth + o]);
+        }
+    }
+}
+
+void quantiseRow(const float *row, std::int16_t *lanes)
+{
+    for (int i = 0; i < transformerWidth; ++i)
+    {
+        lanes[i] = rounded<std::int16_t>(row[i] * activationScale, -32767, 32767);
+    }
+}
+
+/// Puts the values of a row, lane by lane, into another order.
+void orderRow(std::int16_t *row, const std::vector<int> &lanes)
+{
+    std::int16_t ordered[transformerWidth];
+    for (int i = 0; i < transformerWidth; ++i)
+    {
+        ordered[i] = row[lanes[static_cast<std::size_t>(i)]];
+    }
+    std::copy_n(ordered, transformerWidth, row);
+}
+
+/// Lane i becomes what lane lanes[i] was; the network stays the same function.
+void orderLanes(networkWeights &weights, const std::vector<int> &lanes)
+{
+    orderRow(weights.featureBias, lanes);
+    for (auto &row : weights.featureWeight)
+    {
+        orderRow(row, lanes);
+    }
+    for (auto &row : weights.hidden1Weight)
+    {
+        orderRow(row, lanes);
+        orderRow(row + transformerWidth, lanes);
+    }
+}
+
+/// The inverse of `quantiseLayer`.
+template <std::size_t Inputs> void takeLayer(learntArray &weights, learntArray &biases,
+                                             const std::int16_t (&rows)[hiddenWidth][Inputs],
+                                             const std::int32_t (&sums)[hiddenWidth])
+{
+    for (std::size_t o = 0; o < hiddenWidth; ++o)
+    {
+        biases.weights[o] = static_cast<float>((sums[o] - halfStep) / rawPerOutput);
+        for (std::size_t i = 0; i < Inputs; ++i)
+        {
+            weights.weights[i * hiddenWidth + o] = static_cast<float>(rows[o][i] / weightScale);
+        }
+    }
+}
+
+void takeRow(float *row, const std::int16_t *lanes)
+{
+    for (int i = 0; i < transformerWidth; ++i)
+    {
+        row[i] = static_cast<float>(lanes[i] / activationScale);
+    }
+}
+
+/// Moves the mean of what is left of the features that share a row into that row.
+void fitLevel(const featureLevel &level, std::vector<float> &rows, std::vector<float> &left)
+{
+    std::vector<float> means(rows.size(), 0.0F);
+    std::vector<int> sharers(static_cast<std::size_t>(level.rows), 0);
+    const auto meanOf = [&](std::size_t feature) { return means.data() + level.rowOf[feature] * transformerWidth; };
+    for (std::size_t feature = 0; feature < featureCount; ++feature)
+    {
+        addRow(meanOf(feature), left.data() + feature * transformerWidth);
+        ++sharers[level.rowOf[feature]];
+    }
+    for (std::size_t i = 0; i < means.size(); ++i)
+    {
+        means[i] /= static_cast<float>(std::max(sharers[i / transformerWidth], 1));
+        rows[i] += means[i];
+    }
+    for (std::size_t feature = 0; feature < featureCount; ++feature)
+    {
+        float *row = left.data() + feature * transformerWidth;
+        std::transform(row, row + transformerWidth, meanOf(feature), row, std::minus<>{});
+    }
+}
+
+/// Splits the rows of all features among the levels: the shared ones by turns, as they overlap, and
+/// then what is left to those that nobody shares.
+void splitRows(trainerModel &model, std::vector<float> rows)
+{
+    constexpr int turns = 16;
+    for (int turn = 0; turn <= turns; ++turn)
+    {
+        for (std::size_t i = 0; i < model.levels.size(); ++i)
+        {
+            const bool isShared = model.levels[i].rows < featureCount;
+            if (isShared == (turn < turns))
+            {
+                fitLevel(model.levels[i], model.levelRows[i].weights, rows);
+            }
+        }
+    }
+}
+
+} // namespace
+
+void quantiseModel(const trainerModel &model, networkWeights &weights)
+{
+    quantiseRow(model.featureBias.weights.data(), weights.featureBias);
+    float row[transformerWidth];
+    for (int feature = 0; feature < featureCount; ++feature)
+    {
+        sumFeatureRow(model, feature, row);
+        quantiseRow(row, weights.featureWeight[feature]);
+    }
+    quantiseLayer(model.hidden1Weight, model.hidden1Bias, weights.hidden1Weight, weights.hidden1Bias);
+    quantiseLayer(model.hidden2Weight, model.hidden2Bias, weights.hidden2Weight, weights.hidden2Bias);
+    for (std::size_t o = 0; o < hiddenWidth; ++o)
+    {
+        weights.outputWeight[o] = denseWeight(model.outputWeight.weights[o]);
+    }
+    weights.outputBias = rounded<std::int32_t>(model.outputBias.weights[0] * rawPerOutput, -1e9, 1e9);
+}
+
+std::string writeNetwork(const trainerModel &model, const std::vector<int> &lanes, const std::string &path,
+                         const std::string &description)
+{
+    const auto weights = std::make_unique<networkWeights>();
+    quantiseModel(model, *weights);
+    orderLanes(*weights, lanes);
+    return writeWholeFile(path, [&](std::ostream &stream) { writeNet(stream, *weights, description); });
+}
+
+void takeNetwork(trainerModel &model, const networkWeights &weights)
+{
+    for (learntArray *array : arraysOf(model))
+    {
+        array->resize(array->weights.size());
+    }
+    std::vector<float> rows(static_cast<std::size_t>(featureCount) * transformerWidth);
+    for (std::size_t feature = 0; feature < featureCount; ++feature)
+    {
+        takeRow(rows.data() + feature * transformerWidth, weights.featureWeight[feature]);
+    }
+    splitRows(model, std::move(rows));
+    takeRow(model.featureBias.weights.data(), weights.featureBias);
+    takeLayer(model.hidden1Weight, model.hidden1Bias, weights.hidden1Weight, weights.hidden1Bias);
+    takeLayer(model.hidden2Weight, model.hidden2Bias, weights.hidden2Weight, weights.hidden2Bias);
+    for (std::size_t o = 0; o < hiddenWidth; ++o)
+    {
+        model.outputWeight.weights[o] = static_cast<float>(weights.outputWeight[o] / weightScale);
+    }
+    model.outputBias.weights[0] = static_cast<float>(weights.outputBias / rawPerOutput);
+}
+
+} // namespace tarvonel

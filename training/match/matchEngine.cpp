@@ -1,0 +1,174 @@
+#include "match/matchEngine.h"
+
+#include "commandLine.h"
+#include "platform/clock.h"
+#include "search/score.h"
+
+namespace tarvonel
+{
+
+namespace
+{
+
+constexpr std::int64_t startPatience = 30000; ///< to load a network and clear a large table, milliseconds
+constexpr std::int64_t stopPatience = 5000;   ///< from "stop" to "bestmove"
+constexpr int endGrace = 2000;
+constexpr std::size_t keptLines = 20;
+
+void keepLine(matchEngine &engine, const std::string &line)
+{
+    engine.lastLines.push_back(line);
+    if (engine.lastLines.size() > keptLines)
+    {
+        engine.lastLines.pop_front();
+    }
+}
+
+bool tell(matchEngine &engine, const std::string &line)
+{
+    keepLine(engine, "> " + line);
+    return sendLine(engine.process, line);
+}
+
+lineResult hear(matchEngine &engine, std::string &line, std::int64_t deadline)
+{
+    const lineResult result = receiveLine(engine.process, line, deadline);
+    if (result == lineResult::read)
+    {
+        keepLine(engine, "< " + line);
+    }
+    return result;
+}
+
+/// Sends a line and waits for the one that answers it.
+bool exchange(matchEngine &engine, const std::string &question, const std::string &reply)
+{
+    if (!tell(engine, question))
+    {
+        return false;
+    }
+    const std::int64_t deadline = millisecondsNow() + startPatience;
+    for (std::string line; hear(engine, line, deadline) == lineResult::read;)
+    {
+        if (line == reply)
+        {
+            return true;
+        }
+    }
+    return false;
+}
+
+int mateScore(std::int64_t moves)
+{
+    return static_cast<int>(moves > 0 ? scoreMate - (2 * moves - 1) : -scoreMate - 2 * moves);
+}
+
+} // namespace
+
+std::string startEngine(matchEngine &engine)
+{
+    const engineSettings &settings = *engine.settings;
+    engine.lastLines.clear();
+    const std::string error = startProcess(engine.process, settings.command, settings.directory);
+    if (!error.empty())
+    {
+        return error;
+    }
+    bool alive = exchange(engine, "uci", "uciok");
+    if (settings.chess960)
+    {
+        alive = alive && tell(engine, "setoption name UCI_Chess960 value true");
+    }
+    for (const auto &[name, value] : settings.options)
+    {
+        alive = alive && tell(engine, "setoption name " + name + " value " + value);
+    }
+    if (alive && exchange(engine, "isready", "readyok"))
+    {
+        return {};
+    }
+    return settings.name + " does not answer \"uci\" and \"isready\"; it ended with " + stopEngine(engine);
+}
+
+bool prepareGame(matchEngine &engine)
+{
+    engine.lastLines.clear();
+    return tell(engine, "ucinewgame") && exchange(engine, "isready", "readyok");
+}
+
+void readReport(const std::string &line, engineAnswer &answer)
+{
+    const std::vector<std::string> words = splitWords(line);
+    for (std::size_t i = 1; i + 1 < words.size(); ++i)
+    {
+        std::int64_t value = 0;
+        if (words[i] == "pv" || words[i] == "string")
+        {
+            return;
+        }
+        if (words[i] == "score" && i + 2 < words.size() && readNumber(words[i + 2], value))
+        {
+            answer.score = words[i + 1] == "mate" ? mateScore(value) : static_cast<int>(value);
+        }
+        else if (words[i] == "depth" && readNumber(words[i + 1], value))
+        {
+            answer.depth = static_cast<int>(value);
+        }
+        else if (words[i] == "nodes" && readNumber(words[i + 1], value))
+        {
+            answer.nodes = static_cast<std::uint64_t>(value);
+        }
+    }
+}
+
+engineAnswer askForMove(matchEngine &engine, const std::string &positionLine, const std::string &goLine,
+                        std::uint64_t nodeLimit, std::int64_t patience)
+{
+    engineAnswer answer;
+    if (!tell(engine, positionLine))
+    {
+        answer.kind = answerKind::ended;
+        return answer;
+    }
+    const std::int64_t start = millisecondsNow();
+    std::int64_t deadline = start + patience;
+    bool stopped = !tell(engine, goLine);
+    for (std::string line;;)
+    {
+        const lineResult result = hear(engine, line, deadline);
+        answer.milliseconds = millisecondsNow() - start;
+        if (result != lineResult::read)
+        {
+            answer.kind = result == lineResult::ended ? answerKind::ended : answerKind::silent;
+            return answer;
+        }
+        if (line.starts_with("info "))
+        {
+            readReport(line, answer);
+            if (nodeLimit > 0 && answer.nodes >= nodeLimit && !stopped)
+            {
+                stopped = true;
+                tell(engine, "stop");
+                deadline = millisecondsNow() + stopPatience;
+            }
+        }
+        else if (line.starts_with("bestmove"))
+        {
+            const std::vector<std::string> words = splitWords(line);
+            answer.kind = answerKind::move;
+            answer.move = words.size() > 1 ? words[1] : "";
+            return answer;
+        }
+    }
+}
+
+std::string stopEngine(matchEngine &engine)
+{
+    if (engine.process.processId >= 0)
+    {
+        sendLine(engine.process, "quit");
+    }
+    return endProcess(engine.process, endGrace);
+}
+
+} // namespace tarvonel

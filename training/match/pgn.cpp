@@ -1,0 +1,120 @@
+#include "match/pgn.h"
+
+#include "board/attackTables.h"
+#include "board/makeMove.h"
+
+namespace tarvonel
+{
+
+namespace
+{
+
+constexpr std::size_t rowLength = 80;
+
+/// The file, rank or both that tell the mover from others of its kind that could go there too.
+std::string disambiguation(const pos &position, const std::vector<moveCode> &moves, moveCode move)
+{
+    bool ambiguous = false;
+    bool sameFile = false;
+    bool sameRank = false;
+    for (const moveCode other : moves)
+    {
+        if (moveFrom(other) == moveFrom(move) || moveTo(other) != moveTo(move) || isCastling(other) ||
+            position.board[moveFrom(other)] != position.board[moveFrom(move)])
+        {
+            continue;
+        }
+        ambiguous = true;
+        sameFile |= fileOf(moveFrom(other)) == fileOf(moveFrom(move));
+        sameRank |= rankOf(moveFrom(other)) == rankOf(moveFrom(move));
+    }
+    const std::string square = squareText(moveFrom(move));
+    return !ambiguous ? "" : !sameFile ? square.substr(0, 1) : !sameRank ? square.substr(1) : square;
+}
+
+std::string pawnMoveText(const pos &position, moveCode move)
+{
+    const int target = isEnPassant(move) ? enPassantLanding(position.sideToMove, move) : moveTo(move);
+    std::string text = squareText(target);
+    if (fileOf(target) != fileOf(moveFrom(move)))
+    {
+        text = squareText(moveFrom(move)).substr(0, 1) + "x" + text;
+    }
+    if (isPromotion(move))
+    {
+        text += std::string("=") + pieceLetters[moveFlagOf(move)];
+    }
+    return text;
+}
+
+std::string pieceMoveText(const pos &position, const std::vector<moveCode> &moves, moveCode move)
+{
+    const int code = position.board[moveFrom(move)];
+    return pieceLetters[code & ~1] + disambiguation(position, moves, move) +
+           (position.board[moveTo(move)] != emptySquare ? "x" : "") + squareText(moveTo(move));
+}
+
+/// "+" or "#" if the move gives check or mate.
+std::string checkMark(gameBoard &board, moveCode move)
+{
+    const auto copy = std::make_unique<gameBoard>(board);
+    playGameMove(copy->position, move);
+    if (!isKingAttacked(copy->position, copy->position.sideToMove))
+    {
+        return {};
+    }
+    return legalMoves(*copy).empty() ? "#" : "+";
+}
+
+} // namespace
+
+std::string shortNotation(gameBoard &board, const std::vector<moveCode> &moves, moveCode move)
+{
+    const pos &position = board.position;
+    const std::string text = moveFlagOf(move) == castleKingSide       ? "O-O"
+                             : moveFlagOf(move) == castleQueenSide    ? "O-O-O"
+                             : isPawn(position.board[moveFrom(move)]) ? pawnMoveText(position, move)
+                                                                      : pieceMoveText(position, moves, move);
+    return text + checkMark(board, move);
+}
+
+std::string pgnText(const pgnGame &game)
+{
+    std::string text;
+    for (const auto &[name, value] : game.tags)
+    {
+        text += "[" + name + " \"" + value + "\"]\n";
+    }
+    text += "\n";
+    std::string row;
+    const auto append = [&](const std::string &word)
+    {
+        if (!row.empty() && row.size() + word.size() >= rowLength)
+        {
+            text += row + "\n";
+            row.clear();
+        }
+        row += (row.empty() ? "" : " ") + word;
+    };
+    int ply = game.blackBegins ? 1 : 0;
+    bool numbered = false;
+    for (const pgnMove &move : game.moves)
+    {
+        const std::string number = std::to_string(game.firstMoveNumber + ply / 2);
+        if (ply % 2 == 0 || !numbered)
+        {
+            append(number + (ply % 2 == 0 ? "." : "..."));
+        }
+        append(move.text);
+        if (!move.comment.empty())
+        {
+            append("{" + move.comment + "}");
+        }
+        numbered = move.comment.empty();
+        ++ply;
+    }
+    append(game.result);
+    return text + row + "\n\n";
+}
+
+} // namespace tarvonel
