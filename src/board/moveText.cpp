@@ -1,5 +1,7 @@
 #include "board/moveText.h"
 
+#include <cstdlib>
+
 #include "board/engineOptions.h"
 
 namespace tarvonel
@@ -18,25 +20,28 @@ constexpr std::size_t promotionLength = 5;
 
 bool isSquareText(char file, char rank) { return file >= 'a' && file <= 'h' && rank >= '1' && rank <= '8'; }
 
-/// A king that takes its own rook castles; the king's side is any rook but the queen's side one.
-moveCode parseChess960Castling(const pos &position, colour side, int from, int to)
+/// Castling of a wing; no move where no rook stands to castle with.
+moveCode castlingMove(const pos &position, colour side, int king, int wing)
 {
-    const int wing = to == position.castleRook[queenSide][side] ? queenSide : kingSide;
-    if (position.castleRook[wing][side] == noSquare)
+    const int rook = position.castleRook[wing][side];
+    if (rook == noSquare || position.board[rook] != whiteRook + side)
         return noMove;
-    return wing == queenSide ? encodeMove(from, relativeSquare(side, c1), castleQueenSide)
-                             : encodeMove(from, relativeSquare(side, g1), castleKingSide);
+    return wing == kingSide ? encodeMove(king, relativeSquare(side, g1), castleKingSide)
+                            : encodeMove(king, relativeSquare(side, c1), castleQueenSide);
 }
 
+/// A king castles by taking its own rook in Chess960, else by leaping two files.
 moveCode parseKingMove(const pos &position, colour side, int from, int to, int flag)
 {
-    if (engineOptions.chess960)
+    if (engineOptions.chess960 && position.board[to] == whiteRook + side)
     {
-        if (position.board[to] == whiteRook + side)
-            return parseChess960Castling(position, side, from, to);
+        for (const int wing : {queenSide, kingSide})
+            if (to == position.castleRook[wing][side])
+                return castlingMove(position, side, from, wing);
+        return noMove;
     }
-    else if ((from == e1 || from == e8) && (to == from + 2 || to == from - 2))
-        return encodeMove(from, to, to > from ? castleKingSide : castleQueenSide);
+    if (!engineOptions.chess960 && from == relativeSquare(side, e1) && (to == from + 2 || to == from - 2))
+        return castlingMove(position, side, from, to > from ? kingSide : queenSide);
     return encodeMove(from, to, flag);
 }
 

@@ -177,18 +177,26 @@ void grantByFile(pos &position, colour side, int file)
     position.castleRook[wing][side] = static_cast<std::int8_t>(rookSquare);
 }
 
-/// KQkq in Chess960 mean the outermost rooks.
+/// KQkq in Chess960 mean the outermost rook of that side on the king's own rank. A letter without
+/// such a rook names none.
 void findOutermostRooks(pos &position)
 {
     for (const colour side : {white, black})
+    {
+        const int king = kingSquare(position, side);
+        const bitboard rooks = position.bitboards[whiteRook + side] & rankBits(rankOf(king));
+        const bitboard queenSideRooks = rooks & (bit(king) - 1);
         for (const int wing : {kingSide, queenSide})
         {
-            const bitboard rooks = position.bitboards[whiteRook + side];
+            const bitboard candidates = wing == queenSide ? queenSideRooks : rooks ^ queenSideRooks;
             std::int8_t &rookSquare = position.castleRook[wing][side];
-            if ((position.info[0].castling & castlingRightOf(wing, side)) == 0 || rookSquare != noSquare || rooks == 0)
+            if ((position.info[0].castling & castlingRightOf(wing, side)) == 0 || rookSquare != noSquare ||
+                candidates == 0)
                 continue;
-            rookSquare = static_cast<std::int8_t>(wing == kingSide ? highestSquare(rooks) : lowestSquare(rooks));
+            const int outermost = wing == queenSide ? lowestSquare(candidates) : highestSquare(candidates);
+            rookSquare = static_cast<std::int8_t>(outermost);
         }
+    }
 }
 
 void readCastling(const std::string &text, pos &position)

@@ -61,6 +61,8 @@ const textCase textCases[] = {
     {"rook next to the king", "4k3/8/8/8/8/8/8/5KR1 w G - 0 1", true, "f1g1", encodeMove(f1, g1, castleKingSide)},
     {"queen's side rook right of c1", "4k3/8/8/8/8/8/8/3RK3 w D - 0 1", true, "e1d1",
      encodeMove(e1, c1, castleQueenSide)},
+    {"king takes a rook without a right", "4k3/8/8/8/8/8/8/R3K1RR w GA - 0 1", true, "e1h1", noMove},
+    {"no rook to castle with", "4k3/8/8/8/8/8/8/R3K3 w Q - 0 1", false, "e1g1", noMove},
     {"double step", pawns, false, "h2h4", encodeMove(h2, h4, doubleStep)},
     {"single step", pawns, false, "h2h3", encodeMove(h2, h3)},
     {"en passant", pawns, false, "e5d6", encodeMove(e5, d5, enPassantCapture)},
