@@ -1,29 +1,13 @@
-# Puts the default network file beside the engine: the trained one of `networks/` after a look at
-# its check sum, or, in a tree without it, a provisional one worked out by a program.
+# Puts the network file of `networks/` beside the engine, after a look at its check sum.
 
 set(networkName 220321-307.nnue)
 set(networkFile ${CMAKE_BINARY_DIR}/${networkName})
-set(trainedNetwork ${CMAKE_SOURCE_DIR}/networks/${networkName})
-file(GLOB networkSources CONFIGURE_DEPENDS networks/*.nnue networks/*.sha256)
+set(networkSource ${CMAKE_SOURCE_DIR}/networks/${networkName})
 
-if(trainedNetwork IN_LIST networkSources)
-    add_custom_command(OUTPUT ${networkFile}
-        COMMAND ${CMAKE_COMMAND} -DfromFile=${trainedNetwork} -DtoFile=${networkFile}
-                -P ${CMAKE_SOURCE_DIR}/cmake/copyNetwork.cmake
-        DEPENDS ${networkSources} cmake/copyNetwork.cmake
-        COMMENT "Checking and copying the network file" VERBATIM)
-elseif(TARGET provisionalNetwork)
-    add_custom_command(OUTPUT ${networkFile}
-        COMMAND provisionalNetwork ${networkFile}
-        DEPENDS provisionalNetwork
-        COMMENT "Making a provisional network file" VERBATIM)
-else()
-    unset(networkFile)
-endif()
-
-if(networkFile)
-    add_custom_target(defaultNetwork ALL DEPENDS ${networkFile})
-    if(TARGET tarvonel)
-        add_dependencies(tarvonel defaultNetwork)
-    endif()
-endif()
+add_custom_command(OUTPUT ${networkFile}
+    COMMAND ${CMAKE_COMMAND} -DfromFile=${networkSource} -DtoFile=${networkFile}
+            -P ${CMAKE_SOURCE_DIR}/cmake/copyNetwork.cmake
+    DEPENDS ${networkSource} ${networkSource}.sha256 cmake/copyNetwork.cmake
+    COMMENT "Checking and copying the network file" VERBATIM)
+add_custom_target(defaultNetwork ALL DEPENDS ${networkFile})
+add_dependencies(tarvonel defaultNetwork)

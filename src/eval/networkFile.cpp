@@ -4,9 +4,9 @@
 #include <bit>
 #include <filesystem>
 #include <fstream>
-#include <iostream>
 
 #include "platform/largeMemory.h"
+#include "platform/output.h"
 
 namespace tarvonel
 {
@@ -136,7 +136,7 @@ bool readNet(std::istream &stream)
     arrangeWeights();
     if (!stream.good())
         return false;
-    std::cout << "Net read\n" << std::flush;
+    printLine("Net read");
     netLoaded = true;
     return true;
 }

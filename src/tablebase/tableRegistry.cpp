@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "board/engineOptions.h"
+#include "platform/output.h"
 
 namespace tarvonel
 {
@@ -52,11 +53,7 @@ std::mutex tableLock; ///< first use of a file
 /// One write each; standard error has no buffer.
 void tellError(const std::string &text) { std::fputs(text.c_str(), stderr); }
 
-[[noreturn]] void endProcess()
-{
-    std::fflush(stdout);
-    std::_Exit(1);
-}
+[[noreturn]] void endProcess() { std::_Exit(1); }
 
 /// The first file of the name in the directories: its path and size. False if there is none.
 bool openTableFile(const char *name, tableKind kind, std::string &path, std::int64_t &size)
@@ -254,10 +251,9 @@ bool testTableFile(const char *name, tableKind kind)
         return false;
     if (isTableSize(static_cast<std::uint64_t>(size)))
         return true;
-    const std::string text = "Incomplete tablebase file " + std::string(name) + tableSuffixes[kind] + "\n";
-    tellError(text);
-    std::fputs(("info string " + text).c_str(), stdout);
-    std::fflush(stdout);
+    const std::string text = "Incomplete tablebase file " + std::string(name) + tableSuffixes[kind];
+    tellError(text + '\n');
+    printInfo(text);
     return false;
 }
 

@@ -1,9 +1,9 @@
 #include "uci/commandGuards.h"
 
 #include "board/setup.h"
+#include "platform/output.h"
 #include "search/searchLimits.h"
 #include "search/worker.h"
-#include "uci/output.h"
 
 namespace tarvonel
 {

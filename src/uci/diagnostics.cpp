@@ -6,10 +6,10 @@
 
 #include "board/setup.h"
 #include "eval/evaluate.h"
+#include "platform/output.h"
 #include "search/transpositionTable.h"
 #include "search/worker.h"
 #include "uci/commandGuards.h"
-#include "uci/output.h"
 
 namespace tarvonel
 {

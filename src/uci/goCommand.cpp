@@ -6,11 +6,11 @@
 #include "board/pos.h"
 #include "eval/networkFile.h"
 #include "platform/clock.h"
+#include "platform/output.h"
 #include "search/searchLimits.h"
 #include "search/worker.h"
 #include "uci/commandGuards.h"
 #include "uci/netFile.h"
-#include "uci/output.h"
 #include "uci/timeAllotment.h"
 
 namespace tarvonel

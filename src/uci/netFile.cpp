@@ -4,8 +4,8 @@
 
 #include "board/engineOptions.h"
 #include "eval/networkFile.h"
+#include "platform/output.h"
 #include "search/worker.h"
-#include "uci/output.h"
 
 namespace tarvonel
 {

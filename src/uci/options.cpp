@@ -10,12 +10,12 @@
 #include "board/engineOptions.h"
 #include "board/setup.h"
 #include "eval/networkFile.h"
+#include "platform/output.h"
 #include "search/transpositionTable.h"
 #include "search/worker.h"
 #include "tablebase/tableRegistry.h"
 #include "uci/commandGuards.h"
 #include "uci/netFile.h"
-#include "uci/output.h"
 
 namespace tarvonel
 {

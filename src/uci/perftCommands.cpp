@@ -14,9 +14,9 @@
 #include "movegen/perft.h"
 #include "platform/clock.h"
 #include "platform/fileMapping.h"
+#include "platform/output.h"
 #include "search/transpositionTable.h"
 #include "uci/commandGuards.h"
-#include "uci/output.h"
 
 namespace tarvonel
 {

@@ -8,8 +8,8 @@
 #include "board/makeMove.h"
 #include "board/moveText.h"
 #include "board/setup.h"
+#include "platform/output.h"
 #include "search/searchLimits.h"
-#include "uci/output.h"
 
 namespace tarvonel
 {

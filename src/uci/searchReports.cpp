@@ -3,8 +3,8 @@
 #include <cstdlib>
 
 #include "board/moveText.h"
+#include "platform/output.h"
 #include "search/score.h"
-#include "uci/output.h"
 
 namespace tarvonel
 {

@@ -11,9 +11,9 @@
 #include "commandLine.h"
 #include "eval/evaluate.h"
 #include "games/selfSearch.h"
+#include "platform/output.h"
 #include "uci/netFile.h"
 #include "uci/options.h"
-#include "uci/output.h"
 #include "uci/positionCommand.h"
 
 namespace tarvonel

@@ -1,4 +1,4 @@
-// All that the program says on standard output goes through here.
+// All that the engine says on standard output goes through here.
 //
 // Threads: may be called from any. One call is one write, so lines of the console and of the
 // search do not mix, and what ends in a newline is visible at once.

@@ -1,4 +1,4 @@
-#include "uci/output.h"
+#include "platform/output.h"
 
 #include <cstdio>
 
