@@ -14,6 +14,7 @@
 #include "board/pos.h"
 #include "board/setup.h"
 #include "platform/clock.h"
+#include "platform/parseNumber.h"
 #include "search/searchLimits.h"
 #include "search/searchReporter.h"
 #include "search/transpositionTable.h"
@@ -55,7 +56,7 @@ std::uint64_t searchAfresh(const benchPosition &entry, int depth)
 
 int main(int argc, char **argv)
 {
-    const int depth = argc > 1 ? std::atoi(argv[1]) : signatureDepth;
+    const int depth = argc > 1 ? wholeNumber<int>(argv[1]).value_or(0) : signatureDepth;
     if (depth < 1)
     {
         std::cerr << "usage: tarvonelSignature [DEPTH]\n";

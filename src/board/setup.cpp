@@ -1,7 +1,6 @@
 #include "board/setup.h"
 
 #include <algorithm>
-#include <charconv>
 #include <optional>
 #include <string_view>
 #include <utility>
@@ -11,6 +10,7 @@
 #include "board/engineOptions.h"
 #include "board/keys.h"
 #include "board/pieceValues.h"
+#include "platform/parseNumber.h"
 
 namespace tarvonel
 {
@@ -137,15 +137,6 @@ const char *readEnPassant(const std::string &text, fenReading &reading)
     return noFault;
 }
 
-std::optional<int> readCounter(const std::string &text)
-{
-    int value = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (error != std::errc{} || end != text.data() + text.size() || value < 0)
-        return std::nullopt;
-    return value;
-}
-
 const char *readFen(const std::string &fen, fenReading &reading)
 {
     const std::vector<std::string> fields = splitFields(fen);
@@ -159,9 +150,9 @@ const char *readFen(const std::string &fen, fenReading &reading)
     reading.castling = fields[castlingField];
     if (const char *fault = readEnPassant(fields[enPassantField], reading); fault != noFault)
         return fault;
-    const std::optional<int> fifty = readCounter(fields[fiftyField]);
-    const std::optional<int> moveNumber = readCounter(fields[moveNumberField]);
-    if (!fifty || !moveNumber)
+    const std::optional<int> fifty = wholeNumber<int>(fields[fiftyField]);
+    const std::optional<int> moveNumber = wholeNumber<int>(fields[moveNumberField]);
+    if (fifty.value_or(-1) < 0 || moveNumber.value_or(-1) < 0)
         return "a counter is no number";
     reading.fiftyCount = std::min(*fifty, maxFiftyCount);
     reading.moveNumber = *moveNumber;

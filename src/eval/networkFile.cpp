@@ -1,11 +1,11 @@
 #include "eval/networkFile.h"
 
 #include <algorithm>
-#include <bit>
 #include <filesystem>
 #include <fstream>
 
 #include "platform/largeMemory.h"
+#include "platform/littleEndian.h"
 #include "platform/output.h"
 
 namespace tarvonel
@@ -17,30 +17,10 @@ relaxed<bool> netLoaded = false;
 namespace
 {
 
-template <typename T> void swapToBigEndian(T *values, std::size_t count)
-{
-    for (std::size_t i = 0; i < count; ++i)
-    {
-        unsigned char bytes[sizeof(T)];
-        std::memcpy(bytes, values + i, sizeof(T));
-        for (std::size_t b = 0; b < sizeof(T) / 2; ++b)
-            std::swap(bytes[b], bytes[sizeof(T) - 1 - b]);
-        std::memcpy(values + i, bytes, sizeof(T));
-    }
-}
-
-/// Reads numbers that stand in memory as in the file.
-template <typename T> void readValues(std::istream &stream, T *values, std::size_t count)
-{
-    stream.read(reinterpret_cast<char *>(values), static_cast<std::streamsize>(count * sizeof(T)));
-    if constexpr (std::endian::native == std::endian::big)
-        swapToBigEndian(values, count);
-}
-
 std::uint32_t readWord(std::istream &stream)
 {
     std::uint32_t word = 0;
-    readValues(stream, &word, 1);
+    readLittle(stream, &word, 1);
     return word;
 }
 
@@ -48,7 +28,7 @@ std::uint32_t readWord(std::istream &stream)
 template <std::size_t Count> void readWidened(std::istream &stream, std::int16_t *values)
 {
     std::int8_t bytes[Count] = {};
-    readValues(stream, bytes, Count);
+    readLittle(stream, bytes, Count);
     std::copy(bytes, bytes + Count, values);
 }
 
@@ -124,14 +104,14 @@ bool readNet(std::istream &stream)
     stream.ignore(readWord(stream));
     readWord(stream);
     preferLargePages(&netWeights, sizeof netWeights); // rows are read all over the record
-    readValues(stream, netWeights.featureBias, accumulatorLanes);
-    readValues(stream, netWeights.featureWeight[0], std::size_t{featureCount} * accumulatorLanes);
+    readLittle(stream, netWeights.featureBias, accumulatorLanes);
+    readLittle(stream, netWeights.featureWeight[0], std::size_t{featureCount} * accumulatorLanes);
     readWord(stream);
-    readValues(stream, netWeights.hidden1Bias, hiddenOutputs);
+    readLittle(stream, netWeights.hidden1Bias, hiddenOutputs);
     readWidened<hiddenOutputs * networkInputs>(stream, netWeights.hidden1Weight[0]);
-    readValues(stream, netWeights.hidden2Bias, hiddenOutputs);
+    readLittle(stream, netWeights.hidden2Bias, hiddenOutputs);
     readWidened<hiddenOutputs * hiddenOutputs>(stream, netWeights.hidden2Weight[0]);
-    readValues(stream, &netWeights.outputBias, 1);
+    readLittle(stream, &netWeights.outputBias, 1);
     readWidened<hiddenOutputs>(stream, netWeights.outputWeight);
     arrangeWeights();
     if (!stream.good())

@@ -1,5 +1,7 @@
 #include "tablebase/tableCodec.h"
 
+#include "platform/littleEndian.h"
+
 namespace tarvonel
 {
 
@@ -123,7 +125,7 @@ bool readCodecHeader(blockCodec &codec, byteCursor &file, std::uint64_t tableSiz
     const std::uint8_t *counts = file.take(6);
     if (counts == nullptr)
         return false;
-    codec.blockCount = readLittle32(counts);
+    codec.blockCount = readLittle<std::uint32_t>(counts);
     codec.lengthCount = static_cast<std::uint64_t>(codec.blockCount) + extraLengths;
     const int longest = counts[4], shortest = counts[5];
     if (codec.blockSizeBits > maxSizeBits || codec.indexBits == 0 || codec.indexBits > maxSizeBits ||
@@ -138,8 +140,8 @@ bool readCodecHeader(blockCodec &codec, byteCursor &file, std::uint64_t tableSiz
     if (count == nullptr)
         return false;
     for (int i = 0; i < lengths; ++i)
-        codec.firstSymbols[i] = readLittle16(first + 2 * i);
-    const unsigned symbolCount = readLittle16(count);
+        codec.firstSymbols[i] = readLittle<std::uint16_t>(first + 2 * i);
+    const unsigned symbolCount = readLittle<std::uint16_t>(count);
     codec.symbolTree = file.take(treeEntryBytes * static_cast<std::uint64_t>(symbolCount) + symbolCount % 2);
     return codec.symbolTree != nullptr && symbolCount > 0 && symbolCount <= leafMark &&
            makeBases(codec, lengths, symbolCount) && measureSymbols(codec, symbolCount);
@@ -152,10 +154,10 @@ int decodeIndex(const blockCodec &codec, std::uint64_t index)
 
     // From the middle of the span walk to the block that holds the index.
     const std::uint8_t *sparse = codec.sparseIndex + sparseEntryBytes * (index >> codec.indexBits);
-    std::uint64_t block = readLittle32(sparse);
+    std::uint64_t block = readLittle<std::uint32_t>(sparse);
     const std::int64_t span = std::int64_t{1} << codec.indexBits;
-    std::int64_t rest =
-        static_cast<std::int64_t>(index & static_cast<std::uint64_t>(span - 1)) - span / 2 + readLittle16(sparse + 4);
+    std::int64_t rest = static_cast<std::int64_t>(index & static_cast<std::uint64_t>(span - 1)) - span / 2 +
+                        readLittle<std::uint16_t>(sparse + 4);
     if (block >= codec.lengthCount)
         return corruptValue;
     while (rest < 0)
@@ -163,9 +165,9 @@ int decodeIndex(const blockCodec &codec, std::uint64_t index)
         if (block == 0)
             return corruptValue;
         --block;
-        rest += readLittle16(codec.blockLengths + 2 * block) + 1;
+        rest += readLittle<std::uint16_t>(codec.blockLengths + 2 * block) + 1;
     }
-    for (int length; rest > (length = readLittle16(codec.blockLengths + 2 * block));)
+    for (int length; rest > (length = readLittle<std::uint16_t>(codec.blockLengths + 2 * block));)
     {
         rest -= length + 1;
         if (++block >= codec.lengthCount)

@@ -48,12 +48,6 @@ struct blockCodec
     std::uint8_t constantValue = 0;
 };
 
-inline std::uint16_t readLittle16(const std::uint8_t *at) { return static_cast<std::uint16_t>(at[0] | at[1] << 8); }
-inline std::uint32_t readLittle32(const std::uint8_t *at)
-{
-    return readLittle16(at) | static_cast<std::uint32_t>(readLittle16(at + 2)) << 16;
-}
-
 /// Takes successive stretches out of a file's bytes; once one passes the end, `failed` is set and
 /// every further stretch is null.
 struct byteCursor

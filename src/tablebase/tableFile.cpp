@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "platform/littleEndian.h"
+
 namespace tarvonel
 {
 
@@ -99,7 +101,7 @@ bool readMaps(mappedTable &table, byteCursor &file, int files)
             const std::uint8_t *count = file.take(width);
             if (count == nullptr)
                 return false;
-            sub.mapCounts[map] = wide ? readLittle16(count) : *count;
+            sub.mapCounts[map] = wide ? readLittle<std::uint16_t>(count) : *count;
             sub.maps[map] = file.take(std::uint64_t{width} * sub.mapCounts[map]);
         }
     }
@@ -142,7 +144,7 @@ int distanceOf(const subTable &sub, int stored, int wdl)
         const int map = mapOfWdl[wdl - lossValue];
         if (stored >= sub.mapCounts[map])
             return corruptValue;
-        plies = flags & dtzWideMapFlag ? readLittle16(sub.maps[map] + 2 * stored) : sub.maps[map][stored];
+        plies = flags & dtzWideMapFlag ? readLittle<std::uint16_t>(sub.maps[map] + 2 * stored) : sub.maps[map][stored];
     }
     const bool inPlies = (flags & pliesFlagOfWdl[wdl - lossValue]) != 0;
     return inPlies ? plies : 2 * plies;
@@ -173,7 +175,7 @@ bool collectSquares(const tbPosition &position, const std::uint8_t *places, int 
 bool readTable(mappedTable &table, const tableMaterial &material, tableKind kind, const std::uint8_t *data,
                std::size_t size)
 {
-    if (!isTableSize(size) || readLittle32(data) != tableMagics[kind])
+    if (!isTableSize(size) || readLittle<std::uint32_t>(data) != tableMagics[kind])
         return false;
     byteCursor file{data, size, flagsOffset};
     const int flags = file.takeByte();

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <optional>
 #include <sstream>
 #include <string>
 
@@ -9,6 +10,7 @@
 #include "board/engineOptions.h"
 #include "board/setup.h"
 #include "platform/output.h"
+#include "platform/parseNumber.h"
 #include "search/searchLimits.h"
 #include "search/transpositionTable.h"
 #include "search/worker.h"
@@ -75,20 +77,20 @@ void identify(std::istream &, consoleState &)
 
 void answerReady(std::istream &, consoleState &) { printLine("readyok"); }
 
-/// Reads the number at the start of the next word into `kept`, which stays as it is if no word is
-/// left. If the word is no number of that range, says so, beginning with `need`, and returns false.
+/// Reads the next word, a number, into `kept`, which stays as it is if no word is left. If the word
+/// is anything but a number of that range, says so, beginning with `need`, and returns false.
 bool readKeptNumber(std::istream &words, int &kept, int low, int high, const std::string &need)
 {
     std::string word;
     if (!(words >> word))
         return true;
-    int number = 0;
-    if (!(std::istringstream(word) >> number) || number < low || number > high)
+    const std::optional<int> number = wholeNumber<int>(word);
+    if (!number || *number < low || *number > high)
     {
         printInfo(need + " from " + std::to_string(low) + " to " + std::to_string(high));
         return false;
     }
-    kept = number;
+    kept = *number;
     return true;
 }
 

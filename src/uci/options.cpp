@@ -1,8 +1,6 @@
 #include "uci/options.h"
 
 #include <algorithm>
-#include <charconv>
-#include <limits>
 #include <optional>
 #include <string_view>
 #include <variant>
@@ -11,6 +9,7 @@
 #include "board/setup.h"
 #include "eval/networkFile.h"
 #include "platform/output.h"
+#include "platform/parseNumber.h"
 #include "search/transpositionTable.h"
 #include "search/worker.h"
 #include "tablebase/tableRegistry.h"
@@ -146,27 +145,11 @@ constexpr optionRow optionTable[] = {
     {"UCI_Chess960", checkOption{setChess960}},
 };
 
-/// The number at the start of the text, the nearest of 32 bits if it is too large; nothing if the
-/// text does not start with a number.
-std::optional<int> leadingNumber(std::string_view text)
-{
-    const bool isNegative = text.starts_with('-');
-    if (isNegative || text.starts_with('+'))
-        text.remove_prefix(1);
-    if (text.empty() || text[0] < '0' || text[0] > '9')
-        return std::nullopt;
-    int number = 0;
-    const auto result = std::from_chars(text.data(), text.data() + text.size(), number);
-    if (result.ec == std::errc::result_out_of_range)
-        number = std::numeric_limits<int>::max();
-    return isNegative ? -number : number;
-}
-
 void setValue(const optionRow &row, const std::string &value)
 {
     if (const auto *spin = std::get_if<spinOption>(&row.kind))
     {
-        if (const std::optional<int> number = leadingNumber(value))
+        if (const std::optional<int> number = leadingNumber<int>(value))
             spin->set(std::clamp(*number, spin->minimum, spin->maximum));
         else
             printInfo(std::string(row.name) + " needs a number, got: " + value);

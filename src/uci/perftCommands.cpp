@@ -1,13 +1,11 @@
 #include "uci/perftCommands.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cstdint>
 #include <fstream>
 #include <memory>
 #include <optional>
 #include <sstream>
-#include <string_view>
 #include <vector>
 
 #include "board/setup.h"
@@ -15,6 +13,7 @@
 #include "platform/clock.h"
 #include "platform/fileMapping.h"
 #include "platform/output.h"
+#include "platform/parseNumber.h"
 #include "search/transpositionTable.h"
 #include "uci/commandGuards.h"
 
@@ -66,14 +65,11 @@ std::vector<std::string> splitFields(const std::string &line)
     return fields;
 }
 
-/// The number that the text starts with, behind blanks.
-template <typename T> std::optional<T> leadingNumber(std::string_view text)
+std::string firstWord(const std::string &text)
 {
-    text.remove_prefix(std::min(text.find_first_not_of(' '), text.size()));
-    T number = 0;
-    if (std::from_chars(text.data(), text.data() + text.size(), number).ec != std::errc{})
-        return std::nullopt;
-    return number;
+    std::string word;
+    std::istringstream(text) >> word;
+    return word;
 }
 
 struct rtestLine
@@ -88,8 +84,8 @@ std::optional<rtestLine> readRtestLine(const std::string &line)
     const std::vector<std::string> fields = splitFields(line);
     if (fields.size() < rtestFields)
         return std::nullopt;
-    const std::optional<int> depth = leadingNumber<int>(fields[1]);
-    const std::optional<std::uint64_t> expected = leadingNumber<std::uint64_t>(fields[2]);
+    const std::optional<int> depth = wholeNumber<int>(firstWord(fields[1]));
+    const std::optional<std::uint64_t> expected = wholeNumber<std::uint64_t>(firstWord(fields[2]));
     if (!depth || !expected || *depth < minPerftDepth || *depth > maxPerftDepth)
         return std::nullopt;
     return rtestLine{fields[0], *depth, *expected};
@@ -111,7 +107,7 @@ std::optional<qtvLine> readQtvLine(const std::string &line)
     {
         const std::string &field = fields[i + 1];
         const std::optional<std::uint64_t> expected =
-            leadingNumber<std::uint64_t>(std::string_view(field).substr(std::min(qtvLabelLength, field.size())));
+            wholeNumber<std::uint64_t>(firstWord(field.substr(std::min(qtvLabelLength, field.size()))));
         if (!expected)
             return std::nullopt;
         result.expected[i] = *expected;

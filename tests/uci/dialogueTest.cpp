@@ -105,7 +105,7 @@ TEST_F(dialogue, commandsAndTheirAnswers)
     EXPECT_EQ(engine.ask("showboard"), board) << "nothing that looks changes the board";
 
     EXPECT_EQ(engine.ask("perft 3").size(), 19U);
-    for (const char *depth : {"0", "-1", "128", "x", "99999999999", "-"})
+    for (const char *depth : {"0", "-1", "128", "x", "99999999999", "-", "3x", "1.5"})
         EXPECT_EQ(engine.ask(std::string("perft ") + depth), lines{"info string perft needs a depth from 1 to 127"})
             << depth;
     EXPECT_TRUE(engine.ask("perft").back().starts_with("Perft results for depth: 3  8902  ")) << "the depth is kept";

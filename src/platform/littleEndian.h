@@ -1,0 +1,43 @@
+// Numbers in files, lowest byte first: as they stand in the memory of every machine that the
+// program is built for.
+#pragma once
+
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <istream>
+#include <ostream>
+#include <vector>
+
+namespace tarvonel
+{
+
+static_assert(std::endian::native == std::endian::little, "files are copied from and to memory as they are");
+
+/// The number whose bytes begin at `at`.
+template <typename Number> Number readLittle(const std::uint8_t *at)
+{
+    Number number;
+    std::memcpy(&number, at, sizeof number);
+    return number;
+}
+
+/// Reads `count` numbers; those that the stream does not hold keep their values.
+template <typename Number> void readLittle(std::istream &stream, Number *numbers, std::size_t count)
+{
+    stream.read(reinterpret_cast<char *>(numbers), static_cast<std::streamsize>(count * sizeof(Number)));
+}
+
+template <typename Number> void writeLittle(std::ostream &stream, const Number *numbers, std::size_t count)
+{
+    stream.write(reinterpret_cast<const char *>(numbers), static_cast<std::streamsize>(count * sizeof(Number)));
+}
+
+template <typename Number> void appendLittle(std::vector<std::uint8_t> &bytes, Number number)
+{
+    const auto *const first = reinterpret_cast<const std::uint8_t *>(&number);
+    bytes.insert(bytes.end(), first, first + sizeof number);
+}
+
+} // namespace tarvonel
