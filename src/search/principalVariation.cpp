@@ -12,17 +12,16 @@ void walkPrincipalVariation(pos &position, int depth)
 {
     position.pvLast = 0;
     int made = 0;
-    while (made < depth)
+    moveCode move = position.info[0].pvMove;
+    while (made < depth && isMoveValid(position, made, move) && leavesKingSafe(position, made, move))
     {
-        const ttEntry entry = ttProbe(position.key);
-        const moveCode move = entry.move();
-        if (entry.bound() != boundExact || !isMoveValid(position, made, move) || !leavesKingSafe(position, made, move))
-            break;
         position.info[made].pvMove = move;
         makeMove(position, made, move);
         position.pvLast = static_cast<std::uint8_t>(made);
         ++made;
         position.info[made].inCheck = isKingAttacked(position, position.sideToMove) ? 1 : 0;
+        const ttEntry entry = ttProbe(position.key);
+        move = entry.bound() == boundExact ? entry.move() : noMove;
     }
     while (made > 0)
     {

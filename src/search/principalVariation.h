@@ -1,4 +1,5 @@
-// The principal variation, read out of the transposition table: there is no array of it anywhere.
+// The principal variation. Only its first move is kept by the search; those behind it are read out
+// of the transposition table.
 #pragma once
 
 #include "board/pos.h"
@@ -6,8 +7,9 @@
 namespace tarvonel
 {
 
-/// Follows the exact entries from the root for up to `depth` plies: fills the pvMove chain of
-/// `info` and sets `pvLast`. Where the table has nothing, pvMove of the root stays and pvLast is 0.
+/// Plays the root's pvMove and follows the exact entries behind it, up to `depth` plies in all:
+/// fills the pvMove chain of `info` from ply 1 on and sets `pvLast`. The root's own entry is not
+/// asked: an iteration that was cut off, or another thread, may know a better move than is stored.
 void walkPrincipalVariation(pos &position, int depth);
 
 } // namespace tarvonel

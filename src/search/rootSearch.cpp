@@ -93,7 +93,7 @@ class deepening
     pos &position;
     const bool isFirst; ///< reports, uses the tables at the root and always decides on time
     const std::int16_t *const steps;
-    const std::uint64_t timeGate; ///< milliseconds before another thread may decide
+    const std::uint64_t timeGate; ///< milliseconds before another thread may decide; never on a depth limit
     int depthQuorum = 0;          ///< so many others on a depth make this thread skip it
     int localDepthLimit = 0;
     int depth = 0;
@@ -320,7 +320,7 @@ void deepening::run()
         }
 
         bool isDeciding = isFirst;
-        if (elapsed > timeGate && depth > deepestTimed)
+        if (localDepthLimit == 0 && elapsed > timeGate && depth > deepestTimed)
         {
             deepestTimed = depth;
             isDeciding = true;
@@ -334,14 +334,19 @@ void deepening::run()
         stopSearch = true;
 }
 
+/// The search of one thread. False when the root was settled without one.
+bool deepen(worker &owner)
+{
+    deepening iterations(owner);
+    if (!iterations.prepare())
+        return false;
+    iterations.run();
+    return true;
+}
+
 } // namespace
 
-void worker::search()
-{
-    deepening iterations(*this);
-    if (iterations.prepare())
-        iterations.run();
-}
+void worker::search() { deepen(*this); }
 
 void boss::search()
 {
@@ -349,7 +354,7 @@ void boss::search()
     for (const auto &each : workerPool)
         if (each.get() != this)
             each->wake();
-    worker::search();
+    const bool isSearched = deepen(*this);
     timeIsUp = true;
     while (!stopSearch && (pondering || searchLimits.infinite))
         sleepMilliseconds(1);
@@ -358,7 +363,7 @@ void boss::search()
         if (each.get() != this)
             each->waitForSearchEnd();
 
-    worker &best = chooseBestThread();
+    worker &best = isSearched ? chooseBestThread() : *this; // a settled root needs no opinion
     if (&best != this)
     {
         walkPrincipalVariation(best.position, best.position.rootDepth);
