@@ -21,20 +21,20 @@ namespace tarvonel
 namespace
 {
 
-void rebuildThreads()
+/// Replaces the workers by `count` new ones. What counts on threads counts on those granted.
+void rebuildThreads(int count)
 {
-    const int granted = rebuildWorkerPool(engineOptions.threadCount);
-    if (granted < engineOptions.threadCount)
-        printInfo("Only " + std::to_string(granted) + " threads could be started");
+    engineOptions.threadCount = rebuildWorkerPool(count);
+    if (engineOptions.threadCount < count)
+        printInfo("Only " + std::to_string(engineOptions.threadCount) + " threads could be started");
 }
 
 void setThreads(int count)
 {
     if (!awaitSearchEnd("setoption name Threads"))
         return;
-    engineOptions.threadCount = count;
-    printInfo("Number of threads set to : " + std::to_string(count));
-    rebuildThreads();
+    rebuildThreads(count);
+    printInfo("Number of threads set to : " + std::to_string(engineOptions.threadCount));
 }
 
 void setHash(int megabytes)
@@ -82,9 +82,9 @@ void setNumaNode(int node)
     if (isChange && !awaitSearchEnd("setoption name WindowsNumaNode"))
         return;
     engineOptions.numaNode = node;
-    printInfo("WindowsNumaNode set to: " + std::to_string(node));
     if (isChange)
-        rebuildThreads();
+        rebuildThreads(engineOptions.threadCount);
+    printInfo("WindowsNumaNode set to: " + std::to_string(node));
 }
 
 // Without a file only the name changes; the network stays in use.

@@ -111,7 +111,7 @@ void allotTime()
 {
     const colour side = mainPos.sideToMove;
     const int time = searchLimits.clock[side], increment = searchLimits.increment[side];
-    const bool isGiven = searchLimits.movesToGoGiven && searchLimits.movesToGo != 0;
+    const bool isGiven = searchLimits.movesToGoGiven && searchLimits.movesToGo > 0;
 
     moveShare share = isGiven ? shareForGivenMoves(searchLimits.movesToGo, searchLimits.gamePlyHint)
                               : shareForGuessedMoves(searchLimits.gamePlyHint);
@@ -149,8 +149,10 @@ void allotTime()
         searchLimits.optimalTime = toInt(std::int64_t{moveTime} * moveTimeToOptimal);
         return;
     }
+    const int ceiling = std::max(available, 1); // an increment comes after the move: too late for this one
+    optimal = std::min(optimal, ceiling);
     searchLimits.optimalTime = optimal;
-    searchLimits.maximumTime = toInt(std::max<std::int64_t>(std::min(available, maximum), std::int64_t{optimal} + 1));
+    searchLimits.maximumTime = std::min(std::max(maximum, optimal + 1), ceiling);
 }
 
 } // namespace tarvonel

@@ -5,10 +5,15 @@
 #include <string>
 
 #include <gtest/gtest.h>
+#ifdef __linux__
+#include <sys/resource.h>
+#include <unistd.h>
+#endif
 
 #include "board/engineOptions.h"
 #include "board/pos.h"
 #include "eval/networkFile.h"
+#include "search/searchSupport.h"
 #include "search/transpositionTable.h"
 #include "search/worker.h"
 #include "support/syntheticNetwork.h"
@@ -100,6 +105,27 @@ TEST_F(setOption, storesWhatItAnswers)
     outputOf(setOptionCommand, "name Threads value none");
     EXPECT_EQ(engineOptions.threadCount, 3) << "no number, no change";
 }
+
+#ifdef __linux__
+TEST_F(setOption, threadsThatTheSystemGrantsAreThoseThatCount)
+{
+    if (isSanitized)
+        GTEST_SKIP() << "the sanitizers need all addresses";
+    constexpr rlim_t someWorkers = 200'000'000;
+    rlimit before{};
+    getrlimit(RLIMIT_AS, &before);
+    std::size_t pages = 0;
+    std::ifstream("/proc/self/statm") >> pages;
+    const rlimit tight{pages * static_cast<rlim_t>(getpagesize()) + someWorkers, before.rlim_max};
+    setrlimit(RLIMIT_AS, &tight);
+    const std::string answer = outputOf(setOptionCommand, "name Threads value 256");
+    setrlimit(RLIMIT_AS, &before);
+    const std::string granted = std::to_string(workerPool.size());
+    EXPECT_EQ(answer, "info string Only " + granted +
+                          " threads could be started\ninfo string Number of threads set to : " + granted + "\n");
+    EXPECT_EQ(std::to_string(engineOptions.threadCount), granted);
+}
+#endif
 
 TEST_F(setOption, newThreadsOnlyWhenTheNodeChanges)
 {
