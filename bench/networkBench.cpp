@@ -1,5 +1,6 @@
 // Timings of the network: sums from nothing, through the table of earlier sums, by one move; the
 // pass behind them at several shares of inputs that are not zero; the whole evaluation of a move.
+#include <algorithm>
 #include <vector>
 
 #include <benchmark/benchmark.h>
@@ -53,7 +54,7 @@ void sumFromNothing(benchmark::State &state)
     for (auto _ : state)
     {
         mainPos.accumulatorBlocks[0].computed = false;
-        computeAccumulators(mainPos, 0);
+        updateAccumulators(mainPos, 0);
     }
 }
 BENCHMARK(sumFromNothing);
@@ -63,11 +64,11 @@ void sumThroughTable(benchmark::State &state)
 {
     const workspace work;
     const moveCode step = encodeMove(g1, h1);
-    computeAccumulators(mainPos, 0);
+    updateAccumulators(mainPos, 0);
     for (auto _ : state)
     {
         makeMove(mainPos, 0, step);
-        computeAccumulators(mainPos, 1);
+        updateAccumulators(mainPos, 1);
         unmakeMove(mainPos, 0, step);
     }
 }
@@ -77,7 +78,7 @@ BENCHMARK(sumThroughTable);
 template <bool Evaluate> void oneMove(benchmark::State &state)
 {
     const workspace work;
-    computeAccumulators(mainPos, 0);
+    updateAccumulators(mainPos, 0);
     std::size_t next = 0;
     for (auto _ : state)
     {
@@ -88,7 +89,7 @@ template <bool Evaluate> void oneMove(benchmark::State &state)
         if constexpr (Evaluate)
             benchmark::DoNotOptimize(networkScore(mainPos, 1, fullPhase));
         else
-            computeAccumulators(mainPos, 1);
+            updateAccumulators(mainPos, 1);
         unmakeMove(mainPos, 0, made.move);
     }
 }
@@ -101,11 +102,10 @@ BENCHMARK(moveAndScore);
 void passAlone(benchmark::State &state)
 {
     const workspace work(static_cast<int>(state.range(0)));
-    std::int16_t input[networkInputs];
-    updateAccumulators(mainPos, 0, input);
+    updateAccumulators(mainPos, 0);
     int alive = 0;
-    for (const std::int16_t value : input)
-        alive += value != 0 ? 1 : 0;
+    for (const auto &view : mainPos.accumulatorBlocks[0].accumulator)
+        alive += static_cast<int>(std::ranges::count_if(view, [](std::int16_t lane) { return lane > 0; }));
     for (auto _ : state)
         benchmark::DoNotOptimize(networkOutput(mainPos, 0));
     state.counters["inputsAlive"] = static_cast<double>(alive) / networkInputs;

@@ -9,13 +9,17 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_L
 endif()
 target_compile_definitions(tarvonelOptions INTERFACE $<$<CONFIG:Debug>:_GLIBCXX_ASSERTIONS>)
 
-if(TARVONEL_ARCH STREQUAL "avx2")
-    target_compile_options(tarvonelOptions INTERFACE -mavx2 -mpopcnt -mbmi -mlzcnt)
-elseif(TARVONEL_ARCH STREQUAL "generic")
-    target_compile_definitions(tarvonelOptions INTERFACE TARVONEL_PLAIN_VECTORS)
-elseif(NOT TARVONEL_ARCH STREQUAL "sse2")
-    message(FATAL_ERROR "TARVONEL_ARCH is sse2, avx2 or generic, not ${TARVONEL_ARCH}")
+# Beyond what the compiler takes for granted: the instruction sets that the processor must have.
+set(archOptions_generic -DTARVONEL_PLAIN_VECTORS)
+set(archOptions_sse2 "")
+set(archOptions_ssse3 -mssse3 -mpopcnt)
+set(archOptions_avx2 -mavx2 -mpopcnt -mbmi -mlzcnt)
+set(archOptions_avx512 ${archOptions_avx2} -mbmi2 -mavx512f -mavx512bw -mavx512dq -mavx512vl -mavx512vnni)
+set(archOptions_neon "")
+if(NOT DEFINED archOptions_${TARVONEL_ARCH})
+    message(FATAL_ERROR "TARVONEL_ARCH is none of ${TARVONEL_ARCHITECTURES}: ${TARVONEL_ARCH}")
 endif()
+target_compile_options(tarvonelOptions INTERFACE ${archOptions_${TARVONEL_ARCH}})
 
 if(TARVONEL_SANITIZE)
     target_compile_options(tarvonelOptions INTERFACE

@@ -2,7 +2,7 @@
 # Holds the source to the house's floors:
 #   includes run downwards only, and not between folders of one floor;
 #   the system's headers are included in platform/ alone;
-#   vector instructions stand in eval/simd.h alone;
+#   vector instructions stand in eval/simd*.h alone;
 #   standard output is written in platform/output.cpp alone.
 set -euo pipefail
 cd "$(dirname "$0")/../src"
@@ -24,7 +24,7 @@ complaints=$(
                 print $0 "  <- climbs from " from " to " to
         }'
     grep -rnE '# *include *<(windows|unistd|fcntl|sched|pthread|sys/)' . | grep -v '^\./platform/' | sed 's/$/  <- belongs into platform/' || true
-    grep -rnE '(imm|emm|xmm|smm|tmm|nmm|pmm)intrin\.h|\b_mm(256)?_|\barm_neon' . | grep -v '^\./eval/simd\.h' | sed 's/$/  <- belongs into eval\/simd.h/' || true
+    grep -rnE '(imm|emm|xmm|smm|tmm|nmm|pmm)intrin\.h|\b_mm(256|512)?_|\barm_neon' . | grep -vE '^\./eval/simd[A-Z]?[A-Za-z0-9]*\.h' | sed 's/$/  <- belongs into eval\/simd*.h/' || true
     grep -rnE 'std::cout|\bprintf *\(|\bputs *\(|\bstdout\b' . | grep -v '^\./platform/output\.cpp' | sed 's/$/  <- belongs into platform\/output.cpp/' || true
 )
 

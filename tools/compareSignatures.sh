@@ -5,12 +5,24 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
+# PRESET WORDS: the preset if /proc/cpuinfo has all the words (alternatives joined by |).
+runnable()
+{
+    local preset=$1 word
+    shift
+    for word in "$@"; do
+        if ! grep -m1 '^flags' /proc/cpuinfo | grep -qwE "$word"; then
+            echo "signature: this processor cannot run the $preset build, left out"
+            return
+        fi
+    done
+    presets+=("$preset")
+}
+
 presets=(release generic)
-if grep -qw avx2 /proc/cpuinfo && grep -qw bmi1 /proc/cpuinfo && grep -qwE 'abm|lzcnt' /proc/cpuinfo; then
-    presets+=(avx2)
-else
-    echo "signature: this processor cannot run the avx2 build, left out"
-fi
+runnable ssse3 ssse3 popcnt
+runnable avx2 avx2 bmi1 'abm|lzcnt' popcnt
+runnable avx512 avx512bw avx512dq avx512vl avx512_vnni bmi2
 
 pinned=$(<bench/signature.txt)
 for preset in "${presets[@]}"; do

@@ -174,7 +174,7 @@ void sumFromBase(pos &position, int base, int ply, colour view)
 
 } // namespace
 
-void computeAccumulators(pos &position, int ply)
+void updateAccumulators(pos &position, int ply)
 {
     accumulatorBlock &block = position.accumulatorBlocks[ply];
     if (block.computed)
@@ -188,15 +188,6 @@ void computeAccumulators(pos &position, int ply)
             sumFromBase(position, start.base, ply, view);
     }
     block.computed = true;
-}
-
-void updateAccumulators(pos &position, int ply, std::int16_t *networkInput)
-{
-    computeAccumulators(position, ply);
-    const accumulatorBlock &block = position.accumulatorBlocks[ply];
-    for (const colour view : {colour{position.sideToMove}, opponent(position.sideToMove)})
-        for (const std::int16_t lane : block.accumulator[view])
-            *networkInput++ = std::clamp<std::int16_t>(lane, 0, simd::activationMax);
 }
 
 } // namespace tarvonel

@@ -37,10 +37,6 @@ constexpr int featureIndex(colour view, int king, int piece, int square)
 }
 
 /// Brings the block of `ply`, at which the position stands, up to date and marks it as computed.
-void computeAccumulators(pos &position, int ply);
-
-/// The same, and writes both sums clamped to 0..127, the side to move's first. `networkInput` has
-/// room for 512 values.
-void updateAccumulators(pos &position, int ply, std::int16_t *networkInput);
+void updateAccumulators(pos &position, int ply);
 
 } // namespace tarvonel

@@ -107,38 +107,11 @@ void secondHiddenLayer(const activation *input, activation *output)
     simd::activateSums(sums, output);
 }
 
-std::int32_t wrappingSum(std::int32_t a, std::int32_t b)
-{
-    return static_cast<std::int32_t>(static_cast<std::uint32_t>(a) + static_cast<std::uint32_t>(b));
-}
-
 } // namespace
-
-void affineClipped(const std::int16_t *input, const std::int16_t *weights, const std::int32_t *biases,
-                   std::int32_t *sums, std::int16_t *output, int inputCount)
-{
-    for (int o = 0; o < hiddenOutputs; ++o)
-    {
-        std::int32_t products = 0;
-        for (int k = 0; k < inputCount; ++k)
-            products += weights[o * inputCount + k] * input[k];
-        sums[o] = wrappingSum(biases[o], products);
-    }
-    for (int o = 0; o < hiddenOutputs; ++o)
-        output[o] = static_cast<std::int16_t>(std::clamp(sums[o] >> simd::hiddenShift, 0, simd::activationMax));
-}
-
-std::int32_t outputNode(const std::int16_t *input)
-{
-    std::int32_t products = 0;
-    for (int k = 0; k < hiddenOutputs; ++k)
-        products += netWeights.outputWeight[k] * input[k];
-    return wrappingSum(netWeights.outputBias, products);
-}
 
 std::int32_t networkOutput(pos &position, int ply)
 {
-    computeAccumulators(position, ply);
+    updateAccumulators(position, ply);
     firstLayer layer;
     clipFirstLayer(position.accumulatorBlocks[ply], position.sideToMove, layer);
     alignas(64) activation hidden1[hiddenOutputs];
@@ -146,11 +119,9 @@ std::int32_t networkOutput(pos &position, int ply)
     alignas(64) activation hidden2[hiddenOutputs];
     secondHiddenLayer(hidden1, hidden2);
 
-    constexpr int perVector = simd::lanes32 * simd::groupInputs;
-    vector32 products = simd::zero32();
-    for (int k = 0; k < hiddenOutputs; k += perVector)
-        products = simd::multiplyAddGroups(products, simd::loadActivations(hidden2 + k), netWeights.outputGroups + k);
-    return wrappingSum(netWeights.outputBias, simd::sumOfLanes(products));
+    const std::int32_t products = simd::dotProduct(hidden2, netWeights.outputGroups);
+    return static_cast<std::int32_t>(static_cast<std::uint32_t>(netWeights.outputBias) +
+                                     static_cast<std::uint32_t>(products));
 }
 
 int networkScore(pos &position, int ply, int clampedPhase)

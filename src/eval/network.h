@@ -13,17 +13,7 @@
 namespace tarvonel
 {
 
-/// One hidden layer of 32 outputs: output = clamp((bias + weights x input) >> 6, 0, 127). `weights`
-/// holds a row of `inputCount` per output; `sums` receives the 32 unshifted sums. `input` and
-/// `output` may be the same.
-void affineClipped(const std::int16_t *input, const std::int16_t *weights, const std::int32_t *biases,
-                   std::int32_t *sums, std::int16_t *output, int inputCount);
-
-/// The raw output of the network from the second hidden layer's 32 outputs.
-std::int32_t outputNode(const std::int16_t *input);
-
-/// The raw output for the position as it stands at `ply`, from the side to move's view: what the
-/// single steps give, by the fastest way.
+/// The raw output for the position as it stands at `ply`, from the side to move's view.
 std::int32_t networkOutput(pos &position, int ply);
 
 /// The score for the side to move. `clampedPhase` is the game phase from 0 to 24. The more men are

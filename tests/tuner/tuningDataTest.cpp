@@ -4,7 +4,6 @@
 #include <cstdlib>
 
 #include "board/setup.h"
-#include "eval/accumulator.h"
 #include "eval/evaluate.h"
 #include "eval/network.h"
 #include "eval/networkFile.h"
@@ -19,17 +18,11 @@ namespace
 constexpr const char *blackToMove = "r1bq1rk1/pp2bppp/2n1pn2/2pp4/3P1B2/2PBPN2/PP1N1PPP/R2QK2R b KQ - 0 8";
 constexpr const char *enPassantPossible = "4k3/8/8/3pP3/8/8/8/4K3 w - d6 0 2";
 
-/// The network's raw output by its single steps.
-int outputBySteps(const std::string &fen)
+int rawOutput(const std::string &fen)
 {
     const auto position = std::make_unique<pos>();
     setupPosition(fen, *position);
-    std::int16_t input[networkInputs], hidden[hiddenOutputs];
-    std::int32_t sums[hiddenOutputs];
-    updateAccumulators(*position, 0, input);
-    affineClipped(input, netWeights.hidden1Weight[0], netWeights.hidden1Bias, sums, hidden, networkInputs);
-    affineClipped(hidden, netWeights.hidden2Weight[0], netWeights.hidden2Bias, sums, hidden, hiddenOutputs);
-    return outputNode(hidden);
+    return networkOutput(*position, 0);
 }
 
 constexpr const char *noMarker = "info string Lines skipped in lichess-good.epd: 1 without c9, 0 without a playable "
@@ -98,7 +91,7 @@ TEST_F(tuningDataTest, recordsAreTheSetUpPositionsLabelledByTheNetwork)
         EXPECT_EQ(record.castling, fresh->info[0].castling);
         EXPECT_EQ(record.enPassant, fresh->info[0].enPassant);
         EXPECT_EQ(record.inCheck, fresh->info[0].inCheck);
-        const int whiteScore = outputBySteps(fens[i]) / 58 * (fresh->sideToMove == white ? 1 : -1);
+        const int whiteScore = rawOutput(fens[i]) / 58 * (fresh->sideToMove == white ? 1 : -1);
         EXPECT_DOUBLE_EQ(record.label, 1 / (1 + std::exp(-3.55 * whiteScore / 400))) << fens[i];
         scoresOtherThanZero += std::abs(whiteScore) > 5;
     }
@@ -114,7 +107,7 @@ TEST_F(tuningDataTest, theListGrowsAndLabelsFollowTheKInForce)
     tuningK = 1;
     read(line);
     ASSERT_EQ(tuningPositions.size(), 2U);
-    const int whiteScore = -outputBySteps(blackToMove) / 58;
+    const int whiteScore = -rawOutput(blackToMove) / 58;
     ASSERT_NE(whiteScore, 0);
     EXPECT_DOUBLE_EQ(tuningPositions[0].label, 1 / (1 + std::exp(-3.55 * whiteScore / 400)));
     EXPECT_DOUBLE_EQ(tuningPositions[1].label, 1 / (1 + std::exp(-1.0 * whiteScore / 400)));
