@@ -7,7 +7,6 @@
 #include <memory>
 #include <vector>
 
-#include "benchPositions.h"
 #include "board/attackTables.h"
 #include "board/engineOptions.h"
 #include "board/pos.h"
@@ -16,6 +15,7 @@
 #include "eval/evaluate.h"
 #include "eval/pawnEvaluation.h"
 #include "movegen/moveChecks.h"
+#include "uci/benchPositions.h"
 
 namespace tarvonel
 {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <new>
 #include <optional>
 #include <sstream>
 #include <string>
@@ -16,6 +17,7 @@
 #include "search/worker.h"
 #include "tuner/optimiser.h"
 #include "tuner/texelWorker.h"
+#include "uci/benchCommand.h"
 #include "uci/commandGuards.h"
 #include "uci/diagnostics.h"
 #include "uci/engineVersion.h"
@@ -107,7 +109,7 @@ void runTexel(std::istream &words, consoleState &state)
         !awaitSearchEnd("texel"))
         return;
     initTables();
-    ttResize(engineOptions.hashMegabytes);
+    resizeHashTable(engineOptions.hashMegabytes);
     texel(state.tunerThreads, mainPos, printText);
 }
 
@@ -115,6 +117,16 @@ void runRtest(std::istream &, consoleState &)
 {
     if (awaitSearchEnd("rtest"))
         rtest();
+}
+
+void runBench(std::istream &words, consoleState &)
+{
+    benchSettings settings;
+    if (readKeptNumber(words, settings.depth, minBenchDepth, maxBenchDepth, "bench needs a depth") &&
+        readKeptNumber(words, settings.threads, minThreads, maxThreads, "bench needs a thread count") &&
+        readKeptNumber(words, settings.hashMegabytes, minHashMegabytes, maxHashMegabytes, "bench needs a Hash size") &&
+        awaitSearchEnd("bench"))
+        bench(settings);
 }
 
 void help(std::istream &, consoleState &)
@@ -141,11 +153,37 @@ constexpr commandRow commandTable[] = {
     {"rtestQTV", [](std::istream &, consoleState &) { rtestQTV(); }},
     {"perft", runPerft},
     {"texel", runTexel},
+    {"bench", runBench},
     {"showboard", [](std::istream &, consoleState &) { showBoard(); }},
     {"evil", [](std::istream &, consoleState &) { printEvaluation(); }},
     {"hashstats", [](std::istream &, consoleState &) { hashStatistics(); }},
     {"help", help},
 };
+
+bool areWorkersGranted()
+{
+    try
+    {
+        return rebuildWorkerPool(engineOptions.threadCount) > 0;
+    }
+    catch (const std::bad_alloc &)
+    {
+        return false;
+    }
+}
+
+/// Where the table has left too little memory for the boss, a smaller one makes room for it.
+void startWorkers()
+{
+    while (!areWorkersGranted())
+    {
+        const auto megabytes = static_cast<int>((ttMask + 1) / ttClustersPerMegabyte);
+        if (megabytes == 1)
+            throw std::bad_alloc();
+        ttResize(megabytes / 2);
+        tellSmallerTable(engineOptions.hashMegabytes);
+    }
+}
 
 void startUp()
 {
@@ -153,10 +191,10 @@ void startUp()
               "\n\nenter 'help' to see the commands\n");
     reporter = protocolReporter;
     initTables();
-    ttResize(engineOptions.hashMegabytes);
+    resizeHashTable(engineOptions.hashMegabytes);
     useNetFile();
     setupPosition(startPositionFen, mainPos);
-    rebuildWorkerPool(engineOptions.threadCount);
+    startWorkers();
 }
 
 void shutDown()
@@ -202,14 +240,24 @@ std::string joined(std::span<char *> words)
 
 int runConsole(std::istream &input, std::span<char *> words)
 {
-    consoleState state;
-    startUp();
-    if (words.empty())
-        runLines(input, state);
-    else
-        runLine(joined(words), state);
+    int status = 0;
+    try
+    {
+        consoleState state;
+        startUp();
+        if (words.empty())
+            runLines(input, state);
+        else
+            runLine(joined(words), state);
+    }
+    catch (const std::bad_alloc &)
+    {
+        stopSearch = true;
+        printText("info string Not enough memory to go on\n"); // takes none itself
+        status = 1;
+    }
     shutDown();
-    return 0;
+    return status;
 }
 
 } // namespace tarvonel

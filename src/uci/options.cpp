@@ -42,10 +42,9 @@ void setHash(int megabytes)
     if (!awaitSearchEnd("setoption name Hash"))
         return;
     engineOptions.hashMegabytes = megabytes;
-    const std::uint64_t taken = ttResize(megabytes);
+    ttResize(megabytes);
     printInfo("Size of Hashtable set to : " + std::to_string(megabytes));
-    if (taken < static_cast<std::uint64_t>(megabytes))
-        printInfo("Not enough memory for that Hashtable, size taken : " + std::to_string(taken));
+    tellSmallerTable(megabytes);
 }
 
 void setPonder(bool isOn)
@@ -187,6 +186,19 @@ std::string optionAnnouncements()
     for (const optionRow &row : optionTable)
         lines += "option name " + std::string(row.name) + " type " + kindText(row) + '\n';
     return lines;
+}
+
+void resizeHashTable(int megabytes)
+{
+    ttResize(megabytes);
+    tellSmallerTable(megabytes);
+}
+
+void tellSmallerTable(int megabytes)
+{
+    const std::uint64_t taken = (ttMask + 1) / ttClustersPerMegabyte;
+    if (taken < static_cast<std::uint64_t>(megabytes))
+        printInfo("Not enough memory for that Hashtable, size taken : " + std::to_string(taken));
 }
 
 void setOptionCommand(std::istream &words)

@@ -14,8 +14,8 @@
 #include "platform/fileMapping.h"
 #include "platform/output.h"
 #include "platform/parseNumber.h"
-#include "search/transpositionTable.h"
 #include "uci/commandGuards.h"
+#include "uci/options.h"
 
 namespace tarvonel
 {
@@ -155,7 +155,7 @@ bool checkRtestLine(const std::string &line, pos &position, bool &isAllGood)
     printLine(std::to_string(isRight) + "; " + test->fen + "; " + std::to_string(test->depth) + "; " +
               std::to_string(test->expected) + "; " + std::to_string(count.nodes) + "; " +
               std::to_string(count.nanoseconds));
-    ttResize(rtestHashMegabytes);
+    resizeHashTable(rtestHashMegabytes);
     return true;
 }
 

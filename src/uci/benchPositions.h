@@ -1,4 +1,4 @@
-// The positions that signature and timings run over: openings, middle games, endings, positions
+// The positions that `bench`, the signature and the timings run over: openings, middle games, endings, positions
 // with a large imbalance, in check, and of Chess960.
 #pragma once
 
