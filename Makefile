@@ -40,12 +40,12 @@ run: engine
 	cd $(release) && ./tarvonel go movetime $(RUN_MILLISECONDS)
 
 test: | build
-	@tools/setup.sh build test bench
+	@tools/setup.sh build test bench training
 	@$(call build,release,all)
 	$(ctest) --test-dir $(release)
 
 quick: | build
-	@tools/setup.sh build test bench
+	@tools/setup.sh build test bench training
 	@$(call build,release,all)
 	$(ctest) --test-dir $(release) -L quick
 
@@ -56,11 +56,12 @@ bench: | build
 	$(release)/bench/tarvonelBench --benchmark_counters_tabular=true
 
 training: | build
-	@tools/setup.sh build
+	@tools/setup.sh build training
 	@$(call build,release,training)
 
 # A data file that is there already stays.
 texel: engine
+	@tools/setup.sh training
 	@$(call build,release,texelData)
 	test -f $(release)/lichess-good.epd || $(release)/training/texelData --out $(release)/lichess-good.epd
 	cd $(release) && ./tarvonel texel $(JOBS)
@@ -85,7 +86,7 @@ tsan: | build
 	tools/withoutAddressRandomisation.sh $(ctest) --test-dir build/tsan -L threads
 
 clang: | build
-	@tools/setup.sh build test bench develop
+	@tools/setup.sh
 	@$(call build,clang,all)
 
 format:

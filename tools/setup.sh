@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs what the build needs and the machine lacks, from the distribution's own packages.
 #
-#   tools/setup.sh [build] [test] [bench] [develop]      without a word: all four
+#   tools/setup.sh [build] [test] [bench] [training] [develop]      without a word: all
 #
 # Says what it installs and does nothing where all is there. For Debian and its relatives, as root
 # or with sudo; elsewhere it names what is missing.
@@ -23,7 +23,7 @@ needHeader() # HEADER PACKAGE
     missing+=("$2")
 }
 
-for group in "${@:-build test bench develop}"; do
+for group in "${@:-build test bench training develop}"; do
     for word in $group; do
         case $word in
         build)
@@ -34,13 +34,14 @@ for group in "${@:-build test bench develop}"; do
             ;;
         test) needHeader gtest/gtest.h libgtest-dev ;;
         bench) needHeader benchmark/benchmark.h libbenchmark-dev ;;
+        training) needHeader CLI/CLI.hpp libcli11-dev ;;
         develop)
             needCommand clang++ clang
             needCommand clang-format clang-format
             needCommand run-clang-tidy clang-tidy
             ;;
         *)
-            echo "setup: build, test, bench or develop, not '$word'" >&2
+            echo "setup: build, test, bench, training or develop, not '$word'" >&2
             exit 2
             ;;
         esac

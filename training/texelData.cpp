@@ -2,60 +2,30 @@
 // Terms worth keeping are tuned on positions of real games in the same form.
 
 #include <cstdint>
-#include <cstdio>
 #include <fstream>
 
-#include "board/attackTables.h"
-#include "commandLine.h"
+#include "programMain.h"
 #include "tuningLines.h"
 
-namespace tarvonel
+int main(int argc, char **argv)
 {
-
-namespace
-{
-
-const programOption dataOptions[] = {
-    {"--out", "FILE", "the file (lichess-good.epd, where the engine looks for it)"},
-    {"--positions", "N", "lines to write (50000)"},
-    {"--seed", "N", "of the random games (1)"},
-    {"--help", "", "this text"},
-};
-
-constexpr std::int64_t mostPositions = 100'000'000;
-constexpr std::int64_t highestSeed = 1'000'000'000;
-
-int dataMain(int wordCount, const char *const *words)
-{
-    commandLine given = readCommandLine(wordCount, words, dataOptions);
-    const std::string name = textOption(given, "--out", "lichess-good.epd");
-    const std::int64_t count = numberOption(given, "--positions", 50000, 1, mostPositions);
-    const std::int64_t seed = numberOption(given, "--seed", 1, 0, highestSeed);
-    if (!given.files.empty() && given.error.empty())
-        given.error = "unexpected word " + given.files.front();
-    if (!given.error.empty() || isGiven(given, "--help"))
+    std::string name = "lichess-good.epd"; // where the engine looks for it
+    std::int64_t count = 50'000;
+    std::uint64_t seed = 1;
+    const auto declareOptions = [&](CLI::App &app)
     {
-        if (!given.error.empty())
-            std::fprintf(stderr, "%s\n", given.error.c_str());
-        std::fputs(usageText("texelData [options]", "Writes positions for the texel command.", dataOptions).c_str(),
-                   stdout);
-        return given.error.empty() ? 0 : 2;
-    }
-
-    initTables();
-    std::ofstream file(name);
-    writeTuningLines(file, count, static_cast<std::uint64_t>(seed));
-    file.close();
-    if (!file)
+        app.add_option("--out", name, "the file");
+        app.add_option("--positions", count, "lines to write")->check(tarvonel::numberFrom(1, 100'000'000));
+        app.add_option("--seed", seed, "of the random games")->check(tarvonel::numberFrom(0, 1e9));
+    };
+    const auto work = [&]
     {
-        std::fprintf(stderr, "cannot write %s\n", name.c_str());
-        return 1;
-    }
-    return 0;
+        std::ofstream file(name);
+        tarvonel::writeTuningLines(file, count, seed);
+        file.close();
+        if (!file)
+            throw std::runtime_error("cannot write " + name);
+        return 0;
+    };
+    return tarvonel::programMain(argc, argv, "Writes positions for the texel command.", declareOptions, work);
 }
-
-} // namespace
-
-} // namespace tarvonel
-
-int main(int argc, char **argv) { return tarvonel::dataMain(argc, argv); }

@@ -8,9 +8,7 @@ namespace tarvonel
 workCrew::workCrew(int threadCount)
 {
     for (int thread = 1; thread < threadCount; ++thread)
-    {
         threads.emplace_back(&workCrew::loop, this, thread);
-    }
 }
 
 workCrew::~workCrew()
@@ -21,9 +19,7 @@ workCrew::~workCrew()
     }
     changed.notify_all();
     for (std::thread &thread : threads)
-    {
         thread.join();
-    }
 }
 
 void workCrew::runOnAll(const std::function<void(int)> &work)
@@ -47,12 +43,8 @@ void workCrew::share(std::size_t count, std::size_t chunk, const std::function<v
         [&](int)
         {
             for (std::size_t first = next.fetch_add(chunk); first < count; first = next.fetch_add(chunk))
-            {
                 for (std::size_t i = first; i < std::min(first + chunk, count); ++i)
-                {
                     work(i);
-                }
-            }
         });
 }
 
@@ -65,9 +57,7 @@ void workCrew::loop(int thread)
             std::unique_lock guard(lock);
             changed.wait(guard, [&] { return ending || round != done; });
             if (ending)
-            {
                 return;
-            }
             done = round;
             work = task;
         }

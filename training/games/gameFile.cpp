@@ -24,9 +24,7 @@ constexpr std::array<std::uint32_t, 256> makeCrcTable()
     {
         std::uint32_t value = i;
         for (int step = 0; step < 8; ++step)
-        {
             value = (value >> 1) ^ ((value & 1) != 0 ? 0xEDB88320U : 0U);
-        }
         table[i] = value;
     }
     return table;
@@ -37,27 +35,21 @@ std::uint32_t crc32(const std::uint8_t *bytes, std::size_t count)
     static constexpr std::array<std::uint32_t, 256> table = makeCrcTable();
     std::uint32_t value = 0xFFFFFFFFU;
     for (std::size_t i = 0; i < count; ++i)
-    {
         value = table[(value ^ bytes[i]) & 0xFF] ^ (value >> 8);
-    }
     return ~value;
 }
 
 void putNumber(std::vector<std::uint8_t> &bytes, std::uint32_t value, int size)
 {
     for (int i = 0; i < size; ++i)
-    {
         bytes.push_back(static_cast<std::uint8_t>(value >> (8 * i)));
-    }
 }
 
 std::uint32_t getNumber(const std::uint8_t *bytes, int size)
 {
     std::uint32_t value = 0;
     for (int i = 0; i < size; ++i)
-    {
         value |= static_cast<std::uint32_t>(bytes[i]) << (8 * i);
-    }
     return value;
 }
 
@@ -65,9 +57,7 @@ std::uint32_t getNumber(const std::uint8_t *bytes, int size)
 std::size_t recordSize(const std::uint8_t *bytes, std::size_t available)
 {
     if (available < headSize + checksumSize || std::memcmp(bytes, marker, sizeof marker) != 0)
-    {
         return 0;
-    }
     const std::size_t plies = getNumber(bytes + 4, 2);
     const std::size_t size = headSize + plies * bytesPerMove + checksumSize;
     return size <= available && bytes[6] <= 2 &&
@@ -102,9 +92,7 @@ bool writeAll(int descriptor, const std::uint8_t *bytes, std::size_t count)
     {
         const ssize_t written = write(descriptor, bytes, count);
         if (written < 0 && errno != EINTR)
-        {
             return false;
-        }
         const std::size_t done = written > 0 ? static_cast<std::size_t>(written) : 0;
         bytes += done;
         count -= done;
@@ -118,15 +106,11 @@ storedStart packStart(const pos &position)
 {
     storedStart start;
     for (int square = 0; square < squareCount; ++square)
-    {
         start.board[square / 2] |= static_cast<std::uint8_t>(position.board[square] << (square % 2 * 4));
-    }
     start.sideToMove = position.sideToMove;
     start.castling = position.info[0].castling;
     for (int i = 0; i < 4; ++i)
-    {
         start.castleRook[i] = static_cast<std::uint8_t>(position.castleRook[i / 2][i % 2]);
-    }
     start.enPassant = static_cast<std::uint8_t>(position.info[0].enPassant);
     start.fiftyCount = static_cast<std::uint8_t>(position.fiftyCount);
     return start;
@@ -140,15 +124,11 @@ std::string unpackStart(const storedStart &start, gameBoard &board)
     {
         const int code = start.board[square / 2] >> (square % 2 * 4) & 15;
         if (code == 1 || code > 13)
-        {
             return "unknown piece code";
-        }
         bare->board[square] = static_cast<pieceCode>(code);
     }
     for (int i = 0; i < 4; ++i)
-    {
         bare->castleRook[i / 2][i % 2] = static_cast<std::int8_t>(start.castleRook[i] & 63);
-    }
     bare->sideToMove = start.sideToMove & 1;
     bare->info[0].castling = start.castling & 15;
     const bool validStep = start.enPassant == 0 || (start.enPassant >= 24 && start.enPassant < 40);
@@ -217,9 +197,7 @@ gameFileSummary summariseGames(const std::string &path)
 {
     gameReader reader;
     if (!openGames(reader, path))
-    {
         return {};
-    }
     for (storedGame game; nextGame(reader, game);)
     {
     }
@@ -246,9 +224,7 @@ bool appendGame(gameWriter &writer, const storedGame &game)
 {
     const std::vector<std::uint8_t> bytes = encodeGame(game);
     if (!writeAll(writer.descriptor, bytes.data(), bytes.size()))
-    {
         return false;
-    }
     ++writer.summary.games;
     writer.summary.positions += game.moves.size();
     writer.summary.soundEnd += bytes.size();
@@ -258,9 +234,7 @@ bool appendGame(gameWriter &writer, const storedGame &game)
 void closeWriter(gameWriter &writer)
 {
     if (writer.descriptor >= 0)
-    {
         close(writer.descriptor);
-    }
     writer.descriptor = -1;
 }
 

@@ -45,14 +45,10 @@ std::string chess960Fen(int number)
     placeOnFree(row, knights[1], 'n'); // the right one first, so that the left one's place still counts
     placeOnFree(row, knights[0], 'n');
     for (const char letter : {'r', 'k', 'r'})
-    {
         placeOnFree(row, 0, letter);
-    }
     std::string whiteRow = row;
     for (char &letter : whiteRow)
-    {
         letter = static_cast<char>(std::toupper(letter));
-    }
     return row + "/pppppppp/8/8/8/8/PPPPPPPP/" + whiteRow + " w KQkq - 0 1";
 }
 
@@ -67,16 +63,12 @@ int drawOpening(gameBoard &board, const openingPlan &plan, randomSource &random)
     const std::string fen = is960 ? chess960Fen(static_cast<int>(random() % chess960Starts)) : startPositionFen;
     const int plies = plan.fewestPlies + static_cast<int>(random() % 2);
     if (!setupGame(board, fen).empty())
-    {
         return -1;
-    }
     for (int ply = 0; ply < plies; ++ply)
     {
         const std::vector<moveCode> moves = legalMoves(board);
         if (endOfGame(board, moves) != gameEnd::none)
-        {
             return -1;
-        }
         playGameMove(board.position, randomMove(moves, random));
     }
     return endOfGame(board, legalMoves(board)) == gameEnd::none ? plies : -1;

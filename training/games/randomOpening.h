@@ -21,8 +21,8 @@ moveCode randomMove(const std::vector<moveCode> &moves, randomSource &random);
 
 struct openingPlan
 {
-    int fewestPlies = 8; ///< that many random plies, or one more
-    double chess960Share = 0;
+    int fewestPlies = 8;        ///< that many random plies, or one more
+    double chess960Share = 0.2; ///< of games that begin with one of the 960 starts
 };
 
 /// Sets up an opening and tells how many plies it took; -1 if the game ended in them.

@@ -26,13 +26,9 @@ std::optional<int> judge(gameTrend &trend, const selfPlayPlan &plan, int whiteSc
     trend.blackStreak = whiteScore <= -plan.winScore ? trend.blackStreak + 1 : 0;
     trend.drawStreak = std::abs(whiteScore) <= plan.drawScore ? trend.drawStreak + 1 : 0;
     if (trend.whiteStreak >= plan.winPlies || trend.blackStreak >= plan.winPlies)
-    {
         return trend.whiteStreak > 0 ? 2 : 0;
-    }
     if ((trend.drawStreak >= plan.drawPlies && ply >= plan.drawFrom) || ply >= plan.longestGame)
-    {
         return 1;
-    }
     return std::nullopt;
 }
 
@@ -57,14 +53,10 @@ std::optional<storedGame> playSelfGame(gameBoard &board, const selfPlayPlan &pla
     storedGame game;
     game.earlierPlies = drawOpening(board, plan.opening, random);
     if (game.earlierPlies < 0)
-    {
         return std::nullopt;
-    }
     game.start = packStart(board.position);
     if (!plan.quick)
-    {
         forgetSearches();
-    }
     gameTrend trend;
     for (int ply = game.earlierPlies;; ++ply)
     {
@@ -79,9 +71,7 @@ std::optional<storedGame> playSelfGame(gameBoard &board, const selfPlayPlan &pla
         const searchedMove chosen =
             plan.quick ? quickMove(board, moves, plan, random) : searchMove(board.position, plan.budget);
         if (game.moves.empty() && std::abs(chosen.score) > plan.openingLimit && chosen.score != unscored)
-        {
             return std::nullopt;
-        }
         game.moves.push_back({packMove(chosen.move), static_cast<std::int16_t>(chosen.score)});
         playGameMove(board.position, chosen.move);
         const std::optional<int> points = chosen.score == unscored

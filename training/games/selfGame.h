@@ -17,7 +17,7 @@ struct selfPlayPlan
     bool quick = false;     ///< no search: moves by sampling, scores by quiescence of quiet positions
     int tries = 4;          ///< moves that a quick choice looks at
     int openingLimit = 300; ///< openings beyond this score are thrown away
-    int winScore = 1500;    ///< a game is decided when so much is seen
+    int winScore = 600;     ///< a game is decided when so much is seen
     int winPlies = 4;       ///< in so many plies in a row
     int drawScore = 8;      ///< a game is drawn when no more than this is seen
     int drawPlies = 12;     ///< in so many plies in a row

@@ -12,46 +12,22 @@
 #include <string>
 #include <sys/mman.h>
 #include <sys/wait.h>
-#include <thread>
 #include <unistd.h>
 #include <vector>
 
-#include "board/attackTables.h"
 #include "board/engineOptions.h"
-#include "commandLine.h"
 #include "eval/evaluate.h"
 #include "eval/networkFile.h"
 #include "games/gameFile.h"
 #include "games/selfGame.h"
 #include "platform/clock.h"
+#include "programMain.h"
 
 namespace tarvonel
 {
 
 namespace
 {
-
-const programOption selfplayOptions[] = {
-    {"--out", "FILE", "games go to FILE.0, FILE.1, ..., one for each process (games)"},
-    {"--positions", "N", "goes on until the files hold so many positions (1000000)"},
-    {"--processes", "N", "processes (all of the machine's cores)"},
-    {"--net", "FILE", "the network (220321-307.nnue)"},
-    {"--hand-set", "", "the hand-set evaluation everywhere, no network"},
-    {"--quick", "", "no search: moves drawn by chance, the best of a few; quiet positions are"},
-    {"", "", "scored by their quiescence value"},
-    {"--tries", "N", "moves that such a choice looks at (4)"},
-    {"--soft-nodes", "N", "no further iteration begins beyond (1500)"},
-    {"--hard-nodes", "N", "a search is cut off at (10000)"},
-    {"--hash", "MB", "table of each process (16; 1 with --quick, which stores nothing)"},
-    {"--random-plies", "N", "plies drawn by chance at the start, or one more (8)"},
-    {"--chess960", "SHARE", "share of Chess960 start positions, 0 to 1 (0.2)"},
-    {"--opening-limit", "N", "throws away openings scored beyond, centipawns (300)"},
-    {"--win", "N", "ends games that four plies in a row see decided by so much (1500)"},
-    {"--draw", "N", "ends games that twelve plies in a row, from ply 80, see within (8)"},
-    {"--longest", "N", "plies of the longest game (400)"},
-    {"--seed", "N", "of all that is left to chance (1)"},
-    {"--help", "", "this text"},
-};
 
 constexpr int reportInterval = 10000; ///< milliseconds
 constexpr int mostProcesses = 256;
@@ -60,11 +36,11 @@ struct processPlan
 {
     selfPlayPlan game;
     std::string out;
-    std::uint64_t positions = 0; ///< of each process
-    std::uint64_t seed = 0;
-    int processes = 1;
+    std::uint64_t positions = 1'000'000; ///< of all processes
+    std::uint64_t seed = 1;
+    int processes = coreCount();
     int hashMegabytes = 16;
-    std::string net;
+    std::string net = defaultNetFileName;
     bool handSet = false;
 };
 
@@ -76,39 +52,37 @@ struct alignas(64) processTally
     std::atomic<std::uint64_t> ownPositions{0}; ///< since it was started
 };
 
-volatile std::sig_atomic_t interrupted = 0;
-
-void onInterrupt(int /*signal*/) { interrupted = 1; }
-
-processPlan readPlan(commandLine &given)
+void declareOptions(CLI::App &app, processPlan &plan)
 {
-    processPlan plan;
     selfPlayPlan &game = plan.game;
-    const int cores = static_cast<int>(std::clamp(std::thread::hardware_concurrency(), 1U, 256U));
-    plan.out = textOption(given, "--out", "games");
-    plan.processes = static_cast<int>(numberOption(given, "--processes", cores, 1, mostProcesses));
-    plan.positions = static_cast<std::uint64_t>(numberOption(given, "--positions", 1000000, 1, 1000000000000)) /
-                         static_cast<std::uint64_t>(plan.processes) +
-                     1;
-    plan.seed = static_cast<std::uint64_t>(numberOption(given, "--seed", 1, 0, 1000000000));
-    plan.hashMegabytes = static_cast<int>(numberOption(given, "--hash", isGiven(given, "--quick") ? 1 : 16, 1, 4096));
-    plan.net = textOption(given, "--net", defaultNetFileName);
-    plan.handSet = isGiven(given, "--hand-set");
-    game.quick = isGiven(given, "--quick");
-    game.tries = static_cast<int>(numberOption(given, "--tries", game.tries, 1, 256));
-    game.budget.soft = static_cast<std::uint64_t>(numberOption(given, "--soft-nodes", 1500, 1, 1000000000));
-    game.budget.hard = static_cast<std::uint64_t>(numberOption(given, "--hard-nodes", 10000, 1, 1000000000));
-    game.opening.fewestPlies = static_cast<int>(numberOption(given, "--random-plies", 8, 0, 100));
-    game.opening.chess960Share = realOption(given, "--chess960", 0.2, 0, 1);
-    game.openingLimit = static_cast<int>(numberOption(given, "--opening-limit", game.openingLimit, 0, 32000));
-    game.winScore = static_cast<int>(numberOption(given, "--win", game.winScore, 1, 32000));
-    game.drawScore = static_cast<int>(numberOption(given, "--draw", game.drawScore, 0, 32000));
-    game.longestGame = static_cast<int>(numberOption(given, "--longest", game.longestGame, 1, longestStoredGame));
-    if (given.error.empty() && !given.files.empty())
-    {
-        given.error = "unexpected word: " + given.files.front();
-    }
-    return plan;
+    const CLI::Validator anyScore = numberFrom(0, 32'000);
+    app.add_option("--out", plan.out, "games go to FILE.0, FILE.1, ..., one for each process")
+        ->required()
+        ->type_name("FILE");
+    app.add_option("--positions", plan.positions, "goes on until the files hold so many positions")
+        ->check(numberFrom(1, 1e12));
+    app.add_option("--processes", plan.processes, "processes")->check(numberFrom(1, mostProcesses));
+    CLI::Option *net = app.add_option("--net", plan.net, "the network");
+    app.add_flag("--hand-set", plan.handSet, "the hand-set evaluation everywhere, no network")->excludes(net);
+    app.add_flag("--quick", game.quick,
+                 "no search: moves drawn by chance, the best of a few; quiet positions are scored by their "
+                 "quiescence value");
+    app.add_option("--tries", game.tries, "moves that such a choice looks at")->check(numberFrom(1, 256));
+    app.add_option("--soft-nodes", game.budget.soft, "no further iteration begins beyond")->check(numberFrom(1, 1e9));
+    app.add_option("--hard-nodes", game.budget.hard, "a search is cut off at")->check(numberFrom(1, 1e9));
+    app.add_option("--hash", plan.hashMegabytes, "table of each process, MiB")->check(numberFrom(1, 4096));
+    app.add_option("--random-plies", game.opening.fewestPlies, "plies drawn by chance at the start, or one more")
+        ->check(numberFrom(0, 100));
+    app.add_option("--chess960", game.opening.chess960Share, "share of Chess960 start positions")
+        ->check(numberFrom(0, 1));
+    app.add_option("--opening-limit", game.openingLimit, "throws away openings scored beyond, centipawns")
+        ->check(anyScore);
+    app.add_option("--win", game.winScore, "ends games that four plies in a row see decided by so much")
+        ->check(anyScore);
+    app.add_option("--draw", game.drawScore, "ends games that twelve plies in a row, from ply 80, see within")
+        ->check(anyScore);
+    app.add_option("--longest", game.longestGame, "plies of the longest game")->check(numberFrom(1, longestStoredGame));
+    app.add_option("--seed", plan.seed, "of all that is left to chance")->check(numberFrom(0, 1e9));
 }
 
 std::string partName(const processPlan &plan, int process) { return plan.out + "." + std::to_string(process); }
@@ -130,8 +104,9 @@ int playGames(const processPlan &plan, int process, processTally &tally)
     // A resumed file goes on with other games than those it holds.
     std::seed_seq seed{plan.seed, static_cast<std::uint64_t>(process), writer.summary.games};
     randomSource random(seed);
+    const std::uint64_t wanted = plan.positions / static_cast<std::uint64_t>(plan.processes) + 1;
     bool written = true;
-    while (written && interrupted == 0 && writer.summary.positions < plan.positions)
+    while (written && !interrupted && writer.summary.positions < wanted)
     {
         const std::optional<storedGame> game = playSelfGame(*board, plan.game, random);
         if (game)
@@ -145,9 +120,7 @@ int playGames(const processPlan &plan, int process, processTally &tally)
     closeWriter(writer);
     endSelfSearch();
     if (!written)
-    {
         std::fprintf(stderr, "selfplay: cannot write %s\n", partName(plan, process).c_str());
-    }
     return written ? 0 : 1;
 }
 
@@ -189,13 +162,11 @@ int superviseProcesses(const processPlan &plan, std::vector<pid_t> children, con
             }
             continue;
         }
-        if (interrupted != 0 && !passedOn)
+        if (interrupted && !passedOn)
         {
             passedOn = true;
             for (const pid_t child : children)
-            {
                 kill(child, SIGTERM);
-            }
         }
         sleepMilliseconds(20);
         if (millisecondsNow() - told >= reportInterval)
@@ -238,41 +209,14 @@ int runProcesses(const processPlan &plan)
     return children.empty() ? 1 : superviseProcesses(plan, children, tallies);
 }
 
-/// One line of what is wrong with the evaluator asked for, or nothing.
-std::string prepareEvaluator(const processPlan &plan)
+int selfplay(const processPlan &plan)
 {
     if (plan.handSet)
-    {
         networkLimit = 0;
-        return {};
-    }
-    return loadNetFile(plan.net) ? "" : plan.net + " is no network; --hand-set plays without one";
-}
-
-int selfplayMain(int wordCount, char **words)
-{
-    commandLine given = readCommandLine(wordCount, words, selfplayOptions);
-    if (isGiven(given, "--help") || wordCount == 1)
-    {
-        std::printf("%s", usageText("selfplay [options]", "Plays the engine against itself and writes scored games.",
-                                    selfplayOptions)
-                              .c_str());
-        return 0;
-    }
-    const processPlan plan = readPlan(given);
-    if (given.error.empty())
-    {
-        given.error = prepareEvaluator(plan);
-    }
-    if (!given.error.empty())
-    {
-        std::fprintf(stderr, "selfplay: %s\n", given.error.c_str());
-        return 2;
-    }
-    initTables();
+    else if (!loadNetFile(plan.net))
+        throw CLI::ValidationError("--net", plan.net + " is no network; --hand-set plays without one");
     engineOptions.chess960 = true; // standard games lose nothing by it
-    std::signal(SIGINT, onInterrupt);
-    std::signal(SIGTERM, onInterrupt);
+    watchForInterrupts();
     return runProcesses(plan);
 }
 
@@ -280,4 +224,10 @@ int selfplayMain(int wordCount, char **words)
 
 } // namespace tarvonel
 
-int main(int argc, char **argv) { return tarvonel::selfplayMain(argc, argv); }
+int main(int argc, char **argv)
+{
+    tarvonel::processPlan plan;
+    return tarvonel::programMain(
+        argc, argv, "Plays the engine against itself and writes scored games.",
+        [&](CLI::App &app) { tarvonel::declareOptions(app, plan); }, [&] { return tarvonel::selfplay(plan); });
+}

@@ -1,8 +1,7 @@
 #include "learning/featureMap.h"
+#include "words.h"
 
 #include <algorithm>
-
-#include "commandLine.h"
 
 namespace tarvonel
 {

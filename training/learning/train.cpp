@@ -1,9 +1,7 @@
 // Learns the evaluation network from files of self-played games.
 
 #include <algorithm>
-#include <atomic>
 #include <cmath>
-#include <csignal>
 #include <cstdio>
 #include <filesystem>
 #include <numbers>
@@ -11,13 +9,12 @@
 #include <string>
 #include <vector>
 
-#include "board/attackTables.h"
 #include "board/engineOptions.h"
-#include "commandLine.h"
 #include "eval/networkFile.h"
 #include "learning/modelNetwork.h"
 #include "learning/trainerStep.h"
 #include "platform/clock.h"
+#include "programMain.h"
 
 namespace tarvonel
 {
@@ -25,93 +22,68 @@ namespace tarvonel
 namespace
 {
 
-const programOption trainOptions[] = {
-    {"--out", "FILE", "the network file, written after each epoch (network.nnue)"},
-    {"--checkpoint", "FILE", "weights and optimiser, written after each epoch and on an interrupt"},
-    {"--resume", "", "goes on from the checkpoint, if it is there"},
-    {"--from", "FILE", "starts a new run from the weights of a checkpoint or a network file"},
-    {"--levels", "NAMES", "what rows are sums of: base,region,mirror,free (base,region)"},
-    {"--epochs", "N", "passes over the data (2)"},
-    {"--batch", "N", "positions for each step (8192)"},
-    {"--rate", "X", "learning rate at the start (0.001)"},
-    {"--final-rate", "X", "and at the end, along half a cosine (0.00002)"},
-    {"--free-share", "X", "rate of the free rows, as a share of the others' (0.5)"},
-    {"--result-share", "X", "weight of the game's result in the target, 0 to 1 (0)"},
-    {"--activation-price", "X", "error for each unit of first-layer activation, for a faster engine (0)"},
-    {"--mirror-share", "X", "share of positions without castling rights to be shown mirrored (0.5)"},
-    {"--score-scale", "X", "centipawns of the target's sigmoid (250)"},
-    {"--positions", "N", "learns from at most so many (200000000)"},
-    {"--validation", "N", "keeps the games of one start in so many for validation (50)"},
-    {"--first-ply", "N", "leaves out earlier plies of games (16)"},
-    {"--widest-balance", "N", "leaves out larger material and placement, centipawns (550)"},
-    {"--highest-score", "N", "leaves out larger scores, centipawns (3000)"},
-    {"--threads", "N", "threads (all of the machine's)"},
-    {"--seed", "N", "of first weights and order (1)"},
-    {"--help", "", "this text"},
-};
-
 constexpr std::int64_t progressInterval = 5000; ///< milliseconds
 
 struct trainingPlan
 {
     std::vector<std::string> files;
-    std::string out;
+    std::string out = "network.nnue";
     std::string checkpoint;
     std::string from;
+    std::string levelNames = "base,region";
     std::vector<featureLevel> levels;
     dataFilter filter;
     learningSettings settings;
-    double firstRate = 0;
-    double finalRate = 0;
-    double mirrorShare = 0;
-    std::size_t capacity = 0;
-    std::size_t batch = 0;
-    std::uint64_t epochs = 0;
-    std::uint64_t seed = 0;
-    int threads = 1;
+    double firstRate = 0.001;
+    double finalRate = 0.00002;
+    double mirrorShare = 0.5;
+    std::size_t capacity = 200'000'000;
+    std::size_t batch = 8192;
+    std::uint64_t epochs = 2;
+    std::uint64_t seed = 1;
+    int threads = coreCount();
     bool resumes = false;
 };
 
-std::atomic<bool> interrupted{false};
-
-void onInterrupt(int /*signal*/) { interrupted = true; }
-
-trainingPlan readPlan(commandLine &given)
+void declareOptions(CLI::App &app, trainingPlan &plan)
 {
-    trainingPlan plan;
-    plan.files = given.files;
-    plan.out = textOption(given, "--out", "network.nnue");
-    plan.checkpoint = textOption(given, "--checkpoint", "");
-    plan.from = textOption(given, "--from", "");
-    plan.resumes = isGiven(given, "--resume");
-    plan.epochs = static_cast<std::uint64_t>(numberOption(given, "--epochs", 2, 1, 100000));
-    plan.batch = static_cast<std::size_t>(numberOption(given, "--batch", 8192, 1, 1000000));
-    plan.capacity = static_cast<std::size_t>(numberOption(given, "--positions", 200000000, 1, 4000000000));
-    plan.seed = static_cast<std::uint64_t>(numberOption(given, "--seed", 1, 0, 1000000000));
-    const int cores = static_cast<int>(std::clamp(std::thread::hardware_concurrency(), 1U, 256U));
-    plan.threads = static_cast<int>(numberOption(given, "--threads", cores, 1, 256));
-    plan.firstRate = realOption(given, "--rate", 0.001, 1e-9, 1);
-    plan.finalRate = realOption(given, "--final-rate", 0.00002, 0, 1);
-    plan.mirrorShare = realOption(given, "--mirror-share", 0.5, 0, 1);
-    plan.settings.freeShare = realOption(given, "--free-share", plan.settings.freeShare, 0, 10);
-    plan.settings.resultShare = realOption(given, "--result-share", plan.settings.resultShare, 0, 1);
-    plan.settings.activationPrice = realOption(given, "--activation-price", plan.settings.activationPrice, 0, 1);
-    plan.settings.scoreScale = realOption(given, "--score-scale", plan.settings.scoreScale, 1, 10000);
-    plan.filter.validationShare = static_cast<int>(numberOption(given, "--validation", 50, 2, 1000000000));
-    plan.filter.firstPly = static_cast<int>(numberOption(given, "--first-ply", 16, 0, 10000));
-    plan.filter.widestBalance = static_cast<int>(numberOption(given, "--widest-balance", 550, 0, 32767));
-    plan.filter.highestScore = static_cast<int>(numberOption(given, "--highest-score", 3000, 0, 32767));
-    std::string error;
-    plan.levels = makeLevels(textOption(given, "--levels", "base,region"), error);
-    if (given.error.empty())
-    {
-        given.error = !error.empty()                            ? error
-                      : plan.files.empty()                      ? "no game files named"
-                      : plan.resumes && plan.checkpoint.empty() ? "--resume needs --checkpoint"
-                      : plan.resumes && !plan.from.empty()      ? "--resume and --from exclude each other"
-                                                                : "";
-    }
-    return plan;
+    const CLI::Validator share = numberFrom(0, 1);
+    learningSettings &settings = plan.settings;
+    dataFilter &filter = plan.filter;
+    app.add_option("games", plan.files, "files of games")->required();
+    app.add_option("--out", plan.out, "the network file, written after each epoch");
+    CLI::Option *checkpoint = app.add_option("--checkpoint", plan.checkpoint,
+                                             "weights and optimiser, written after each epoch and on an interrupt");
+    CLI::Option *resume =
+        app.add_flag("--resume", plan.resumes, "goes on from the checkpoint, if it is there")->needs(checkpoint);
+    app.add_option("--from", plan.from, "starts a new run from the weights of a checkpoint or a network file")
+        ->excludes(resume);
+    app.add_option("--levels", plan.levelNames, "what rows are sums of: base,region,mirror,free");
+    app.add_option("--epochs", plan.epochs, "passes over the data")->check(numberFrom(1, 100'000));
+    app.add_option("--batch", plan.batch, "positions for each step")->check(numberFrom(1, 1'000'000));
+    app.add_option("--rate", plan.firstRate, "learning rate at the start")->check(numberFrom(1e-9, 1));
+    app.add_option("--final-rate", plan.finalRate, "and at the end, along half a cosine")->check(share);
+    app.add_option("--free-share", settings.freeShare, "rate of the free rows, as a share of the others'")
+        ->check(numberFrom(0, 10));
+    app.add_option("--result-share", settings.resultShare, "weight of the game's result in the target")->check(share);
+    app.add_option("--activation-price", settings.activationPrice,
+                   "error for each unit of first-layer activation, for a faster engine")
+        ->check(share);
+    app.add_option("--mirror-share", plan.mirrorShare,
+                   "share of positions without castling rights to be shown mirrored")
+        ->check(share);
+    app.add_option("--score-scale", settings.scoreScale, "centipawns of the target's sigmoid")
+        ->check(numberFrom(1, 10'000));
+    app.add_option("--positions", plan.capacity, "learns from at most so many")->check(numberFrom(1, 4e9));
+    app.add_option("--validation", filter.validationShare, "keeps the games of one start in so many for validation")
+        ->check(numberFrom(2, 1e9));
+    app.add_option("--first-ply", filter.firstPly, "leaves out earlier plies of games")->check(numberFrom(0, 10'000));
+    app.add_option("--widest-balance", filter.widestBalance, "leaves out larger material and placement, centipawns")
+        ->check(numberFrom(0, 32767));
+    app.add_option("--highest-score", filter.highestScore, "leaves out larger scores, centipawns")
+        ->check(numberFrom(0, 32767));
+    app.add_option("--threads", plan.threads, "threads")->check(numberFrom(1, 256));
+    app.add_option("--seed", plan.seed, "of first weights and order")->check(numberFrom(0, 1e9));
 }
 
 std::string loadData(const trainingPlan &plan, trainingData &data)
@@ -272,31 +244,17 @@ std::string learn(const trainingPlan &plan)
     return error;
 }
 
-int trainMain(int wordCount, char **words)
+int train(trainingPlan &plan)
 {
-    commandLine given = readCommandLine(wordCount, words, trainOptions);
-    if (isGiven(given, "--help") || wordCount == 1)
-    {
-        std::printf(
-            "%s", usageText("train [options] GAMES...", "Learns a network from files of games.", trainOptions).c_str());
-        return 0;
-    }
-    const trainingPlan plan = readPlan(given);
-    if (!given.error.empty())
-    {
-        std::fprintf(stderr, "train: %s\n", given.error.c_str());
-        return 2;
-    }
-    initTables();
-    engineOptions.chess960 = true; // games of both kinds may stand in a file; standard ones lose nothing
-    std::signal(SIGINT, onInterrupt);
-    std::signal(SIGTERM, onInterrupt);
-    const std::string error = learn(plan);
+    std::string error;
+    plan.levels = makeLevels(plan.levelNames, error);
     if (!error.empty())
-    {
-        std::fprintf(stderr, "train: %s\n", error.c_str());
-        return 1;
-    }
+        throw CLI::ValidationError("--levels", error);
+    engineOptions.chess960 = true; // games of both kinds may stand in a file; standard ones lose nothing
+    watchForInterrupts();
+    error = learn(plan);
+    if (!error.empty())
+        throw std::runtime_error(error);
     return 0;
 }
 
@@ -304,4 +262,10 @@ int trainMain(int wordCount, char **words)
 
 } // namespace tarvonel
 
-int main(int argc, char **argv) { return tarvonel::trainMain(argc, argv); }
+int main(int argc, char **argv)
+{
+    tarvonel::trainingPlan plan;
+    return tarvonel::programMain(
+        argc, argv, "Learns a network from files of games.",
+        [&](CLI::App &app) { tarvonel::declareOptions(app, plan); }, [&] { return tarvonel::train(plan); });
+}

@@ -30,9 +30,7 @@ bool openPipe(pipeEnds &ends)
 {
     int both[2];
     if (pipe2(both, O_CLOEXEC) != 0)
-    {
         return false;
-    }
     ends = {both[0], both[1]};
     return true;
 }
@@ -40,9 +38,7 @@ bool openPipe(pipeEnds &ends)
 void closeDescriptor(int &descriptor)
 {
     if (descriptor >= 0)
-    {
         close(descriptor);
-    }
     descriptor = -1;
 }
 
@@ -91,15 +87,11 @@ int awaitStart(int descriptor)
 std::string startProcess(childProcess &process, const std::vector<std::string> &words, const std::string &directory)
 {
     if (words.empty())
-    {
         return "no program named";
-    }
     signal(SIGPIPE, SIG_IGN);
     std::vector<char *> arguments;
     for (const std::string &word : words)
-    {
         arguments.push_back(const_cast<char *>(word.c_str()));
-    }
     arguments.push_back(nullptr);
 
     pipeEnds input;
@@ -107,19 +99,13 @@ std::string startProcess(childProcess &process, const std::vector<std::string> &
     pipeEnds failure;
     pid_t child = -1;
     if (openPipe(input) && openPipe(output) && openPipe(failure))
-    {
         child = fork();
-    }
     if (child == 0)
-    {
         becomeProgram(arguments.data(), directory.c_str(), input.readEnd, output.writeEnd, failure.writeEnd);
-    }
     int error = child < 0 ? errno : 0;
     closeDescriptor(failure.writeEnd);
     if (child > 0)
-    {
         error = awaitStart(failure.readEnd);
-    }
     closePipe(failure);
     closeDescriptor(input.readEnd);
     closeDescriptor(output.writeEnd);
@@ -128,9 +114,7 @@ std::string startProcess(childProcess &process, const std::vector<std::string> &
         closePipe(input);
         closePipe(output);
         if (child > 0)
-        {
             waitpid(child, nullptr, 0);
-        }
         return "cannot start " + words[0] + ": " + std::strerror(error);
     }
     process = {child, input.writeEnd, output.readEnd, {}};
@@ -144,9 +128,7 @@ bool sendLine(childProcess &process, const std::string &text)
     {
         const ssize_t count = write(process.toChild, line.data() + sent, line.size() - sent);
         if (count < 0 && errno != EINTR)
-        {
             return false;
-        }
         sent += static_cast<std::size_t>(count > 0 ? count : 0);
     }
     return true;
@@ -162,36 +144,26 @@ lineResult receiveLine(childProcess &process, std::string &line, std::int64_t de
             line = process.unread.substr(0, end);
             process.unread.erase(0, end + 1);
             if (line.ends_with('\r'))
-            {
                 line.pop_back();
-            }
             return lineResult::read;
         }
         const std::int64_t left = deadline - millisecondsNow();
         pollfd waiting{process.fromChild, POLLIN, 0};
         const int ready = poll(&waiting, 1, static_cast<int>(std::clamp<std::int64_t>(left, 0, 60000)));
         if (ready < 0 && errno == EINTR)
-        {
             continue;
-        }
         if (ready <= 0)
         {
             if (ready == 0 && millisecondsNow() < deadline)
-            {
                 continue;
-            }
             return lineResult::timedOut;
         }
         char bytes[4096];
         const ssize_t count = read(process.fromChild, bytes, sizeof bytes);
         if (count < 0 && errno == EINTR)
-        {
             continue;
-        }
         if (count <= 0 || process.unread.size() > longestLine)
-        {
             return lineResult::ended;
-        }
         process.unread.append(bytes, static_cast<std::size_t>(count));
     }
 }
@@ -199,17 +171,13 @@ lineResult receiveLine(childProcess &process, std::string &line, std::int64_t de
 std::string endProcess(childProcess &process, int grace)
 {
     if (process.processId < 0)
-    {
         return {};
-    }
     closeDescriptor(process.toChild);
     const std::int64_t deadline = millisecondsNow() + grace;
     int status = 0;
     pid_t ended = 0;
     while ((ended = waitpid(process.processId, &status, WNOHANG)) == 0 && millisecondsNow() < deadline)
-    {
         sleepMilliseconds(1);
-    }
     std::string how;
     if (ended == 0)
     {

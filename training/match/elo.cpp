@@ -44,9 +44,7 @@ sampleMoments pairMoments(const matchTally &tally, double added)
 double eloOfScore(double score)
 {
     if (score <= 0)
-    {
         return -std::numeric_limits<double>::infinity();
-    }
     return score >= 1 ? std::numeric_limits<double>::infinity() : -eloScale * std::log10(1 / score - 1);
 }
 
@@ -64,16 +62,12 @@ eloEstimate estimateElo(const matchTally &tally)
     eloEstimate estimate;
     const double games = static_cast<double>(tally.wins + tally.draws + tally.losses);
     if (games == 0)
-    {
         return estimate;
-    }
     estimate.score = (static_cast<double>(tally.wins) + static_cast<double>(tally.draws) / 2) / games;
     estimate.elo = eloOfScore(estimate.score);
     const sampleMoments moments = pairMoments(tally, 0);
     if (moments.count < 2 || !std::isfinite(estimate.elo))
-    {
         return estimate;
-    }
     const double deviation = interval95 * std::sqrt(moments.variance / moments.count);
     const double low = eloOfScore(estimate.score - deviation);
     const double high = eloOfScore(estimate.score + deviation);
@@ -86,9 +80,7 @@ double expectedScore(double elo) { return 1 / (1 + std::pow(10.0, -elo / eloScal
 double logLikelihoodRatio(const matchTally &tally, double elo0, double elo1)
 {
     if (pairMoments(tally, 0).count == 0)
-    {
         return 0;
-    }
     const sampleMoments moments = pairMoments(tally, prior);
     const double score0 = expectedScore(elo0);
     const double score1 = expectedScore(elo1);

@@ -1,25 +1,26 @@
 // Plays a match between two engines and reports its result.
 
 #include <algorithm>
-#include <atomic>
 #include <cmath>
-#include <csignal>
 #include <cstdio>
 #include <ctime>
 #include <fstream>
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <random>
+#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
 
-#include "board/attackTables.h"
 #include "board/engineOptions.h"
-#include "commandLine.h"
+#include "board/setup.h"
 #include "match/elo.h"
 #include "match/matchGame.h"
+#include "programMain.h"
+#include "words.h"
 
 namespace tarvonel
 {
@@ -27,50 +28,24 @@ namespace tarvonel
 namespace
 {
 
-const programOption matchOptions[] = {
-    {"--engine1", "COMMAND", "the first engine: its program and words, in one argument"},
-    {"--engine2", "COMMAND", "the second engine; the first's by default"},
-    {"--name1", "TEXT", "its name in reports (first)"},
-    {"--name2", "TEXT", "its name in reports (second)"},
-    {"--dir1", "PATH", "where the first engine runs, relative program paths are seen from there"},
-    {"--dir2", "PATH", "where the second engine runs; dir1 by default"},
-    {"--option", "NAME=VALUE", "an option for both engines; may be repeated"},
-    {"--option1", "NAME=VALUE", "an option for the first engine; may be repeated"},
-    {"--option2", "NAME=VALUE", "an option for the second engine; may be repeated"},
-    {"--openings", "FILE", "start positions, one FEN a line; the start position by default"},
-    {"--shuffle", "SEED", "plays the openings in an order drawn by chance"},
-    {"--chess960", "", "Chess960: castling is written as king takes rook"},
-    {"--games", "N", "number of games, two for each opening (100)"},
-    {"--concurrency", "N", "games at the same time (1)"},
-    {"--tc", "BASE+INC", "clock in seconds for the game and each move (1+0.01)"},
-    {"--movetime", "MS", "milliseconds for each move"},
-    {"--depth", "N", "iterations for each move"},
-    {"--nodes", "N", "nodes for each move: sent as \"go nodes\"; an engine that ignores it is"},
-    {"", "", "stopped at its first report of so many nodes"},
-    {"--margin", "MS", "by which a time limit may be overstepped (0)"},
-    {"--patience", "MS", "how long to wait for a move by depth or nodes (60000)"},
-    {"--resign", "SCORE,MOVES", "ends a game when both see so many centipawns for so many moves"},
-    {"--draw", "PLY,SCORE,MOVES", "ends a game as drawn, not before the ply"},
-    {"--maxplies", "N", "calls longer games drawn (1000)"},
-    {"--sprt", "ELO0,ELO1", "stops when one of the two is 19 times likelier (errors 0.05)"},
-    {"--pgn", "FILE", "appends the games to the file"},
-    {"--faults", "FILE", "appends games with crashes, illegal moves, time losses"},
-    {"--quiet", "", "tells every tenth pair instead of every game"},
-    {"--help", "", "this text"},
-};
-
 constexpr double sprtError = 0.05;
+constexpr double longestClock = 1e6; ///< seconds
 
 struct matchPlan
 {
-    engineSettings engines[2];
+    std::string commands[2];
+    engineSettings engines[2]{{"engine1", {}, "", {}, false}, {"engine2", {}, "", {}, false}};
+    std::vector<std::string> commonOptions;
+    std::string openingsFile;
     std::vector<std::string> openings;
+    std::optional<std::uint64_t> shuffleSeed;
     gamePlan game;
-    std::int64_t games = 0;
+    std::vector<double> clock{1, 0.01}; ///< seconds for the game and for each move
+    std::vector<int> resignRule;        ///< score, moves
+    std::vector<int> drawRule;          ///< ply, score, moves
+    std::vector<double> sprt;           ///< the two differences in Elo
+    std::int64_t games = 100;
     int concurrency = 1;
-    bool hasSprt = false;
-    double elo0 = 0;
-    double elo1 = 0;
     bool quiet = false;
     std::string pgnFile;
     std::string faultFile;
@@ -90,185 +65,156 @@ struct matchState
     bool failed = false;
 };
 
-std::atomic<bool> interrupted{false};
-
-void onInterrupt(int /*signal*/) { interrupted = true; }
-
 // --- reading the command line ---
 
-std::vector<double> readList(commandLine &line, const std::string &name, char separator, std::size_t count)
+void declareEngineOptions(CLI::App &app, matchPlan &plan, const CLI::Validator &assignment)
 {
-    std::string text = textOption(line, name, "");
-    std::replace(text.begin(), text.end(), separator, ' ');
-    std::vector<double> values;
-    for (const std::string &word : splitWords(text))
+    const char *const places[] = {"first", "second"};
+    for (int i = 0; i < 2; ++i)
     {
-        double value = 0;
-        if (!readReal(word, value) || std::abs(value) > 1e9)
-        {
-            break;
-        }
-        values.push_back(value);
+        const std::string number = std::to_string(i + 1);
+        const std::string engine = std::string(" of the ") + places[i] + " engine";
+        const std::string fallback = i == 0 ? "" : "; the first's by default";
+        app.add_option("--engine" + number, plan.commands[i],
+                       "program and words" + engine + ", in one argument" + fallback)
+            ->required(i == 0);
+        app.add_option("--name" + number, plan.engines[i].name, "name" + engine + " in reports");
+        app.add_option("--dir" + number, plan.engines[i].directory,
+                       "working directory" + engine + ", from which its program is looked for" + fallback);
+        app.add_option("--option" + number, plan.engines[i].options, "an option" + engine + "; may be repeated")
+            ->allow_extra_args(false)
+            ->check(assignment);
     }
-    if (values.size() != count && line.error.empty())
-    {
-        line.error = name + " needs " + std::to_string(count) + " numbers separated by '" + separator +
-                     "', got: " + textOption(line, name, "");
-    }
-    values.resize(count);
-    return values;
+    app.add_option("--option", plan.commonOptions, "an option of both engines; may be repeated")
+        ->allow_extra_args(false)
+        ->check(assignment);
 }
 
-void readEngineOptions(commandLine &line, const std::string &name, engineSettings &settings)
+void declareLimits(CLI::App &app, matchPlan &plan)
 {
-    for (const std::string &text : textOptions(line, name))
-    {
-        const std::size_t sign = text.find('=');
-        if (sign == std::string::npos || sign == 0)
-        {
-            line.error = name + " needs NAME=VALUE, got: " + text;
-            return;
-        }
-        settings.options.emplace_back(text.substr(0, sign), text.substr(sign + 1));
-    }
+    thinkingLimits &limits = plan.game.limits;
+    const CLI::Validator anyTime = numberFrom(0, 1e8);
+    app.add_option("--tc", plan.clock, "clock in seconds for the game and each move")
+        ->delimiter('+')
+        ->expected(2)
+        ->type_name("BASE+INC");
+    app.add_option("--movetime", limits.moveTime, "milliseconds for each move")->check(anyTime);
+    app.add_option("--depth", limits.depth, "iterations for each move")->check(numberFrom(0, 127));
+    app.add_option(
+           "--nodes", limits.nodes,
+           "nodes for each move: sent as \"go nodes\"; an engine that ignores it is stopped at its first report "
+           "of so many")
+        ->check(numberFrom(0, 1e12));
+    app.add_option("--margin", limits.margin, "milliseconds by which a time limit may be overstepped")->check(anyTime);
+    app.add_option("--patience", limits.patience, "milliseconds to wait for a move by depth or nodes")->check(anyTime);
 }
 
-void readEngines(commandLine &line, matchPlan &plan)
+void declareRules(CLI::App &app, matchPlan &plan)
 {
-    const std::string first = textOption(line, "--engine1", "");
-    const std::string commands[2] = {first, textOption(line, "--engine2", first)};
-    const std::string firstDirectory = textOption(line, "--dir1", "");
-    const std::string directories[2] = {firstDirectory, textOption(line, "--dir2", firstDirectory)};
+    app.add_option("--resign", plan.resignRule, "ends a game when both see so many centipawns for so many moves")
+        ->delimiter(',')
+        ->expected(2)
+        ->type_name("SCORE,MOVES");
+    app.add_option("--draw", plan.drawRule, "ends a game as drawn, not before the ply")
+        ->delimiter(',')
+        ->expected(3)
+        ->type_name("PLY,SCORE,MOVES");
+    app.add_option("--maxplies", plan.game.rules.maxPlies, "calls longer games drawn")->check(numberFrom(1, 10'000));
+    app.add_option("--sprt", plan.sprt, "stops when one of the two is 19 times likelier (errors 0.05)")
+        ->delimiter(',')
+        ->expected(2)
+        ->type_name("ELO0,ELO1");
+}
+
+void declareOptions(CLI::App &app, matchPlan &plan)
+{
+    const auto assignment = [](const std::string &text)
+    { return text.find('=', 1) == std::string::npos ? "needs NAME=VALUE, got: " + text : std::string(); };
+    declareEngineOptions(app, plan, CLI::Validator(assignment, ""));
+    app.add_option("--openings", plan.openingsFile, "start positions, one FEN a line; the start position by default");
+    app.add_option("--shuffle", plan.shuffleSeed, "plays the openings in an order drawn by chance from this seed");
+    app.add_flag("--chess960", plan.game.chess960, "Chess960: castling is written as king takes rook");
+    app.add_option("--games", plan.games, "number of games, two for each opening")->check(numberFrom(1, 1e8));
+    app.add_option("--concurrency", plan.concurrency, "games at the same time")->check(numberFrom(1, 256));
+    declareLimits(app, plan);
+    declareRules(app, plan);
+    app.add_option("--pgn", plan.pgnFile, "appends the games to the file");
+    app.add_option("--faults", plan.faultFile, "appends games with crashes, illegal moves, time losses");
+    app.add_flag("--quiet", plan.quiet, "tells every tenth pair instead of every game");
+}
+
+/// What the second engine has of the first, and both of the common options.
+void completeEngines(matchPlan &plan)
+{
+    if (plan.commands[1].empty())
+        plan.commands[1] = plan.commands[0];
+    if (plan.engines[1].directory.empty())
+        plan.engines[1].directory = plan.engines[0].directory;
     for (int i = 0; i < 2; ++i)
     {
         engineSettings &engine = plan.engines[i];
-        const std::string number = std::to_string(i + 1);
-        engine.command = splitWords(commands[i]);
-        engine.name = textOption(line, "--name" + number, "engine" + number);
-        engine.directory = directories[i];
+        engine.command = splitWords(plan.commands[i]);
         engine.chess960 = plan.game.chess960;
-        readEngineOptions(line, "--option", engine);
-        readEngineOptions(line, "--option" + number, engine);
-        if (engine.command.empty() && line.error.empty())
-        {
-            line.error = "--engine1 is missing";
-        }
+        engine.options.insert(engine.options.begin(), plan.commonOptions.begin(), plan.commonOptions.end());
     }
 }
 
-void readLimits(commandLine &line, matchPlan &plan)
+void completeRules(matchPlan &plan)
 {
-    thinkingLimits &limits = plan.game.limits;
-    limits.nodes = numberOption(line, "--nodes", 0, 1, 1000000000000);
-    limits.depth = static_cast<int>(numberOption(line, "--depth", 0, 1, 127));
-    limits.moveTime = static_cast<int>(numberOption(line, "--movetime", 0, 1, 100000000));
-    limits.margin = numberOption(line, "--margin", 0, 0, 100000000);
-    limits.patience = numberOption(line, "--patience", limits.patience, 1, 100000000);
-    const std::vector<double> clock = isGiven(line, "--tc") ? readList(line, "--tc", '+', 2) : std::vector{1.0, 0.01};
-    limits.clock = std::lround(clock[0] * 1000);
-    limits.increment = std::lround(clock[1] * 1000);
-    if ((limits.clock <= 0 || limits.increment < 0) && line.error.empty())
-    {
-        line.error = "--tc needs a time above 0 and an increment";
-    }
-}
-
-void readRules(commandLine &line, matchPlan &plan)
-{
+    if (!(plan.clock[0] > 0 && plan.clock[1] >= 0 && plan.clock[0] + plan.clock[1] < longestClock))
+        throw CLI::ValidationError("--tc", "needs a time above 0 and an increment");
+    plan.game.limits.clock = std::lround(plan.clock[0] * 1000);
+    plan.game.limits.increment = std::lround(plan.clock[1] * 1000);
+    if (!plan.sprt.empty() && !(plan.sprt[0] < plan.sprt[1]))
+        throw CLI::ValidationError("--sprt", "needs ELO0 below ELO1");
     adjudicationRules &rules = plan.game.rules;
-    rules.maxPlies = static_cast<int>(numberOption(line, "--maxplies", 1000, 1, 10000));
-    if (isGiven(line, "--resign"))
+    if (!plan.resignRule.empty())
     {
-        const std::vector<double> values = readList(line, "--resign", ',', 2);
-        rules.resignScore = static_cast<int>(values[0]);
-        rules.resignMoves = static_cast<int>(values[1]);
+        rules.resignScore = plan.resignRule[0];
+        rules.resignMoves = plan.resignRule[1];
     }
-    if (isGiven(line, "--draw"))
+    if (!plan.drawRule.empty())
     {
-        const std::vector<double> values = readList(line, "--draw", ',', 3);
-        rules.drawPly = static_cast<int>(values[0]);
-        rules.drawScore = static_cast<int>(values[1]);
-        rules.drawMoves = static_cast<int>(values[2]);
-    }
-    plan.hasSprt = isGiven(line, "--sprt");
-    if (plan.hasSprt)
-    {
-        const std::vector<double> values = readList(line, "--sprt", ',', 2);
-        plan.elo0 = values[0];
-        plan.elo1 = values[1];
-        if (plan.elo0 >= plan.elo1 && line.error.empty())
-        {
-            line.error = "--sprt needs ELO0 below ELO1";
-        }
+        rules.drawPly = plan.drawRule[0];
+        rules.drawScore = plan.drawRule[1];
+        rules.drawMoves = plan.drawRule[2];
     }
 }
 
 /// The lines of the file that are positions, comments behind ';' cut off.
-void readOpenings(commandLine &line, matchPlan &plan)
+void readOpenings(matchPlan &plan)
 {
-    if (!isGiven(line, "--openings"))
+    if (plan.openingsFile.empty())
     {
-        plan.openings.emplace_back("rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq - 0 1");
+        plan.openings.emplace_back(startPositionFen);
         return;
     }
-    const std::string name = textOption(line, "--openings", "");
-    std::ifstream file(name);
+    std::ifstream file(plan.openingsFile);
     const auto board = std::make_unique<gameBoard>();
     std::size_t refused = 0;
     for (std::string text; std::getline(file, text);)
     {
         std::string fen;
-        const std::vector<std::string> words = splitWords(text.substr(0, text.find(';')));
-        for (std::size_t i = 0; i < std::min<std::size_t>(words.size(), 6); ++i)
-        {
-            fen += (i > 0 ? " " : "") + words[i];
-        }
+        std::istringstream words(text.substr(0, text.find(';')));
+        std::string word;
+        for (int field = 0; field < 6 && words >> word; ++field)
+            fen += (field > 0 ? " " : "") + word;
         if (fen.empty())
-        {
             continue;
-        }
         if (setupGame(*board, fen).empty() && endOfGame(*board, legalMoves(*board)) == gameEnd::none)
-        {
             plan.openings.push_back(fen);
-        }
         else
-        {
             ++refused;
-        }
     }
     if (refused > 0)
+        std::fprintf(stderr, "%s: %zu lines hold no position to play from\n", plan.openingsFile.c_str(), refused);
+    if (plan.openings.empty())
+        throw CLI::ValidationError("--openings", "no openings in " + plan.openingsFile);
+    if (plan.shuffleSeed)
     {
-        std::fprintf(stderr, "%s: %zu lines hold no position to play from\n", name.c_str(), refused);
-    }
-    if (plan.openings.empty() && line.error.empty())
-    {
-        line.error = "no openings in " + name;
-    }
-    if (isGiven(line, "--shuffle"))
-    {
-        std::mt19937_64 random(static_cast<std::uint64_t>(numberOption(line, "--shuffle", 0, 0, 1000000000)));
+        std::mt19937_64 random(*plan.shuffleSeed);
         std::shuffle(plan.openings.begin(), plan.openings.end(), random);
     }
-}
-
-matchPlan readPlan(commandLine &line)
-{
-    matchPlan plan;
-    plan.game.chess960 = isGiven(line, "--chess960");
-    plan.games = numberOption(line, "--games", 100, 1, 100000000);
-    plan.concurrency = static_cast<int>(numberOption(line, "--concurrency", 1, 1, 256));
-    plan.quiet = isGiven(line, "--quiet");
-    plan.pgnFile = textOption(line, "--pgn", "");
-    plan.faultFile = textOption(line, "--faults", "");
-    engineOptions.chess960 = plan.game.chess960;
-    readEngines(line, plan);
-    readLimits(line, plan);
-    readRules(line, plan);
-    if (line.error.empty())
-    {
-        readOpenings(line, plan);
-    }
-    return plan;
 }
 
 // --- reporting ---
@@ -289,11 +235,12 @@ std::string tallyText(const matchState &state)
                   static_cast<long long>(tally.wins), static_cast<long long>(tally.draws),
                   static_cast<long long>(tally.losses), estimate.score * 100, estimate.elo, estimate.margin);
     std::string line = text;
-    if (state.plan.hasSprt)
+    if (!state.plan.sprt.empty())
     {
         std::snprintf(text, sizeof text, "  LLR %.2f (%.2f, %.2f) [%g, %g]",
-                      logLikelihoodRatio(tally, state.plan.elo0, state.plan.elo1), lowerBound(sprtError, sprtError),
-                      upperBound(sprtError, sprtError), state.plan.elo0, state.plan.elo1);
+                      logLikelihoodRatio(tally, state.plan.sprt[0], state.plan.sprt[1]),
+                      lowerBound(sprtError, sprtError), upperBound(sprtError, sprtError), state.plan.sprt[0],
+                      state.plan.sprt[1]);
         line += text;
     }
     return line + (state.faults > 0 ? "  faults " + std::to_string(state.faults) : "");
@@ -322,9 +269,7 @@ std::string gameText(const matchPlan &plan, const finishedGame &game, std::int64
                  {"SetUp", "1"},
                  {"FEN", plan.openings[static_cast<std::size_t>(number / 2) % plan.openings.size()]}};
     if (plan.game.chess960)
-    {
         text.tags.emplace_back("Variant", "Chess960");
-    }
     text.tags.emplace_back("Termination", game.reason);
     text.result = resultText(game);
     text.moves = game.moves;
@@ -343,18 +288,14 @@ std::string faultText(const finishedGame &game, std::int64_t number)
 {
     std::string text = faultHead(game, number);
     for (const std::string &line : game.lastLines)
-    {
         text += "    " + line + "\n";
-    }
     return text + "\n";
 }
 
 void appendText(const std::string &file, const std::string &text)
 {
     if (!file.empty() && !(std::ofstream(file, std::ios::app) << text << std::flush))
-    {
         std::fprintf(stderr, "cannot write %s\n", file.c_str());
-    }
 }
 
 // --- playing ---
@@ -394,13 +335,11 @@ void noteGame(matchState &state, const finishedGame &game, std::int64_t number, 
                     game.reason.c_str(), game.moves.size());
     }
     if (!plan.quiet || state.finished % 20 == 0)
-    {
         std::printf("%s\n", tallyText(state).c_str());
-    }
     std::fflush(stdout);
-    const double ratio = plan.hasSprt ? logLikelihoodRatio(state.tally, plan.elo0, plan.elo1) : 0;
+    const double ratio = !plan.sprt.empty() ? logLikelihoodRatio(state.tally, plan.sprt[0], plan.sprt[1]) : 0;
     state.over |=
-        plan.hasSprt && (ratio <= lowerBound(sprtError, sprtError) || ratio >= upperBound(sprtError, sprtError));
+        !plan.sprt.empty() && (ratio <= lowerBound(sprtError, sprtError) || ratio >= upperBound(sprtError, sprtError));
 }
 
 /// The number of the next game to play, or -1.
@@ -442,50 +381,31 @@ void playGames(matchState &state)
     stopEngine(engines[1]);
 }
 
-int runMatch(const matchPlan &plan)
+int runMatch(matchPlan &plan)
 {
+    engineOptions.chess960 = plan.game.chess960;
+    completeEngines(plan);
+    completeRules(plan);
+    readOpenings(plan);
+    watchForInterrupts();
     matchState state{plan, {}};
     std::vector<std::thread> threads;
     for (int i = 0; i < plan.concurrency; ++i)
-    {
         threads.emplace_back(playGames, std::ref(state));
-    }
     for (std::thread &thread : threads)
-    {
         thread.join();
-    }
     std::printf("%s\n", tallyText(state).c_str());
     return state.failed ? 1 : state.faults > 0 ? 3 : 0;
 }
 
 } // namespace
 
-int matchMain(int wordCount, char **words)
-{
-    commandLine given = readCommandLine(wordCount, words, matchOptions);
-    if (isGiven(given, "--help") || wordCount == 1)
-    {
-        std::printf("%s", usageText("match --engine1 COMMAND [options]",
-                                    "Plays two engines against each other. Exit code 3 tells of faults.", matchOptions)
-                              .c_str());
-        return 0;
-    }
-    initTables();
-    const matchPlan plan = readPlan(given);
-    if (!given.files.empty() && given.error.empty())
-    {
-        given.error = "unexpected word: " + given.files.front();
-    }
-    if (!given.error.empty())
-    {
-        std::fprintf(stderr, "match: %s\n", given.error.c_str());
-        return 2;
-    }
-    std::signal(SIGINT, onInterrupt);
-    std::signal(SIGTERM, onInterrupt);
-    return runMatch(plan);
-}
-
 } // namespace tarvonel
 
-int main(int argc, char **argv) { return tarvonel::matchMain(argc, argv); }
+int main(int argc, char **argv)
+{
+    tarvonel::matchPlan plan;
+    return tarvonel::programMain(
+        argc, argv, "Plays two engines against each other. Exit code 3 tells of faults.",
+        [&](CLI::App &app) { tarvonel::declareOptions(app, plan); }, [&] { return tarvonel::runMatch(plan); });
+}

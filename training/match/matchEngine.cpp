@@ -1,8 +1,9 @@
 #include "match/matchEngine.h"
 
-#include "commandLine.h"
 #include "platform/clock.h"
+#include "platform/parseNumber.h"
 #include "search/score.h"
+#include "words.h"
 
 namespace tarvonel
 {
@@ -19,9 +20,7 @@ void keepLine(matchEngine &engine, const std::string &line)
 {
     engine.lastLines.push_back(line);
     if (engine.lastLines.size() > keptLines)
-    {
         engine.lastLines.pop_front();
-    }
 }
 
 bool tell(matchEngine &engine, const std::string &line)
@@ -34,9 +33,7 @@ lineResult hear(matchEngine &engine, std::string &line, std::int64_t deadline)
 {
     const lineResult result = receiveLine(engine.process, line, deadline);
     if (result == lineResult::read)
-    {
         keepLine(engine, "< " + line);
-    }
     return result;
 }
 
@@ -44,17 +41,11 @@ lineResult hear(matchEngine &engine, std::string &line, std::int64_t deadline)
 bool exchange(matchEngine &engine, const std::string &question, const std::string &reply)
 {
     if (!tell(engine, question))
-    {
         return false;
-    }
     const std::int64_t deadline = millisecondsNow() + startPatience;
     for (std::string line; hear(engine, line, deadline) == lineResult::read;)
-    {
         if (line == reply)
-        {
             return true;
-        }
-    }
     return false;
 }
 
@@ -71,22 +62,17 @@ std::string startEngine(matchEngine &engine)
     engine.lastLines.clear();
     const std::string error = startProcess(engine.process, settings.command, settings.directory);
     if (!error.empty())
-    {
         return error;
-    }
     bool alive = exchange(engine, "uci", "uciok");
     if (settings.chess960)
-    {
         alive = alive && tell(engine, "setoption name UCI_Chess960 value true");
-    }
-    for (const auto &[name, value] : settings.options)
+    for (const std::string &option : settings.options)
     {
-        alive = alive && tell(engine, "setoption name " + name + " value " + value);
+        const std::size_t sign = option.find('=');
+        alive = alive && tell(engine, "setoption name " + option.substr(0, sign) + " value " + option.substr(sign + 1));
     }
     if (alive && exchange(engine, "isready", "readyok"))
-    {
         return {};
-    }
     return settings.name + " does not answer \"uci\" and \"isready\"; it ended with " + stopEngine(engine);
 }
 
@@ -99,25 +85,18 @@ bool prepareGame(matchEngine &engine)
 void readReport(const std::string &line, engineAnswer &answer)
 {
     const std::vector<std::string> words = splitWords(line);
-    for (std::size_t i = 1; i + 1 < words.size(); ++i)
+    for (std::size_t i = 1; i + 1 < words.size() && words[i] != "pv" && words[i] != "string"; ++i)
     {
-        std::int64_t value = 0;
-        if (words[i] == "pv" || words[i] == "string")
-        {
-            return;
-        }
-        if (words[i] == "score" && i + 2 < words.size() && readNumber(words[i + 2], value))
-        {
-            answer.score = words[i + 1] == "mate" ? mateScore(value) : static_cast<int>(value);
-        }
-        else if (words[i] == "depth" && readNumber(words[i + 1], value))
-        {
-            answer.depth = static_cast<int>(value);
-        }
-        else if (words[i] == "nodes" && readNumber(words[i + 1], value))
-        {
-            answer.nodes = static_cast<std::uint64_t>(value);
-        }
+        const bool isScore = words[i] == "score" && i + 2 < words.size();
+        const std::optional<std::int64_t> value = wholeNumber<std::int64_t>(words[isScore ? i + 2 : i + 1]);
+        if (!value)
+            continue;
+        if (isScore)
+            answer.score = words[i + 1] == "mate" ? mateScore(*value) : static_cast<int>(*value);
+        else if (words[i] == "depth")
+            answer.depth = static_cast<int>(*value);
+        else if (words[i] == "nodes")
+            answer.nodes = static_cast<std::uint64_t>(*value);
     }
 }
 
@@ -165,9 +144,7 @@ engineAnswer askForMove(matchEngine &engine, const std::string &positionLine, co
 std::string stopEngine(matchEngine &engine)
 {
     if (engine.process.processId >= 0)
-    {
         sendLine(engine.process, "quit");
-    }
     return endProcess(engine.process, endGrace);
 }
 

@@ -7,7 +7,6 @@
 #include <deque>
 #include <optional>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "match/childProcess.h"
@@ -20,7 +19,7 @@ struct engineSettings
     std::string name;
     std::vector<std::string> command; ///< program and its words
     std::string directory;            ///< where it runs; empty for the caller's
-    std::vector<std::pair<std::string, std::string>> options;
+    std::vector<std::string> options; ///< NAME=VALUE
     bool chess960 = false;
 };
 

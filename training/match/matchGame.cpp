@@ -6,7 +6,8 @@
 
 #include "board/makeMove.h"
 #include "board/moveText.h"
-#include "commandLine.h"
+#include "platform/parseNumber.h"
+#include "words.h"
 
 namespace tarvonel
 {
@@ -30,17 +31,11 @@ std::string goLine(const runningGame &game)
 {
     const thinkingLimits &limits = game.plan.limits;
     if (limits.nodes > 0)
-    {
         return "go nodes " + std::to_string(limits.nodes);
-    }
     if (limits.depth > 0)
-    {
         return "go depth " + std::to_string(limits.depth);
-    }
     if (limits.moveTime > 0)
-    {
         return "go movetime " + std::to_string(limits.moveTime);
-    }
     const std::string increment = std::to_string(limits.increment);
     return "go wtime " + std::to_string(game.clocks[white]) + " btime " + std::to_string(game.clocks[black]) +
            " winc " + increment + " binc " + increment;
@@ -63,7 +58,6 @@ std::int64_t timeAllowed(const runningGame &game, colour side)
 void endByFault(runningGame &game, colour side, gameFault fault, const std::string &reason)
 {
     game.record.fault = fault;
-    game.record.faultySide = side;
     game.record.whitePoints = side == white ? 0 : 2;
     game.record.reason = game.engines[side]->settings->name + " " + reason;
     game.record.lastLines = {game.engines[side]->lastLines.begin(), game.engines[side]->lastLines.end()};
@@ -100,13 +94,9 @@ std::string commentText(const engineAnswer &answer)
     char text[64];
     const double seconds = static_cast<double>(answer.milliseconds) / 1000;
     if (answer.score)
-    {
         std::snprintf(text, sizeof text, "%+.2f/%d %.3fs", *answer.score / 100.0, answer.depth, seconds);
-    }
     else
-    {
         std::snprintf(text, sizeof text, "%.3fs", seconds);
-    }
     return text;
 }
 
@@ -128,9 +118,7 @@ bool playOneMove(runningGame &game, const std::vector<moveCode> &moves)
         askForMove(*game.engines[side], game.record.positionLine, goLine(game),
                    static_cast<std::uint64_t>(limits.nodes), allowed > 0 ? allowed + clockGrace : limits.patience);
     if (!acceptAnswer(game, side, answer, allowed))
-    {
         return false;
-    }
     game.clocks[side] = std::max<std::int64_t>(game.clocks[side] - answer.milliseconds, 0) + limits.increment;
     const moveCode move = findMove(game.board, moves, answer.move);
     if (move == noMove)
@@ -148,9 +136,8 @@ bool playOneMove(runningGame &game, const std::vector<moveCode> &moves)
 int fullMoveNumber(const std::string &fen)
 {
     const std::vector<std::string> fields = splitWords(fen);
-    std::int64_t number = 1;
-    return fields.size() > 5 && readNumber(fields[5], number) && number > 0 && number < 10000 ? static_cast<int>(number)
-                                                                                              : 1;
+    const int number = fields.size() > 5 ? wholeNumber<int>(fields[5]).value_or(1) : 1;
+    return number > 0 && number < 10000 ? number : 1;
 }
 
 } // namespace
@@ -218,9 +205,7 @@ finishedGame playGame(matchEngine &whiteEngine, matchEngine &blackEngine, const 
             return game.record;
         }
         if (!playOneMove(game, moves))
-        {
             return game.record;
-        }
     }
 }
 

@@ -33,7 +33,7 @@ struct adjudicationRules
     int drawScore = 0;   ///< both engines see at most this much for either side
     int drawMoves = 0;
     int drawPly = 0; ///< not before this ply of the game
-    int maxPlies = 0;
+    int maxPlies = 1000;
 };
 
 struct gamePlan
@@ -58,7 +58,6 @@ struct finishedGame
     std::optional<int> whitePoints; ///< half points, 0 to 2; none if the game could not be played
     std::string reason;             ///< why it ended
     gameFault fault = gameFault::none;
-    colour faultySide = white;
     std::string positionLine;           ///< the "position" line that leads to the last position
     std::vector<std::string> lastLines; ///< the faulty engine's last words
     std::vector<pgnMove> moves;

@@ -1,17 +1,15 @@
 // An engine that obeys "go nodes N" to within some 50 nodes, for matches in which neither clock nor machine
 // matters. It knows as much of the protocol as `match` speaks.
-#include <cstdio>
 #include <iostream>
 #include <sstream>
 #include <string>
 
-#include "board/attackTables.h"
 #include "board/moveText.h"
 #include "board/setup.h"
-#include "commandLine.h"
 #include "eval/evaluate.h"
 #include "games/selfSearch.h"
 #include "platform/output.h"
+#include "programMain.h"
 #include "uci/netFile.h"
 #include "uci/options.h"
 #include "uci/positionCommand.h"
@@ -24,11 +22,6 @@ namespace
 
 constexpr int hashMegabytes = 16;
 constexpr std::uint64_t defaultNodes = 10000;
-
-const programOption nodeEngineOptions[] = {
-    {"--hand-set", "", "the hand-set evaluation everywhere"},
-    {"--help", "", "this text"},
-};
 
 /// The number behind "nodes"; whatever else a `go` asks for is not known here.
 std::uint64_t nodesAsked(std::istream &words)
@@ -86,26 +79,10 @@ bool answerLine(const std::string &line)
     return command != "quit";
 }
 
-int nodeEngineMain(int wordCount, char **words)
+int runEngine(bool handSet)
 {
-    const commandLine given = readCommandLine(wordCount, words, nodeEngineOptions);
-    if (isGiven(given, "--help"))
-    {
-        std::printf("%s",
-                    usageText("nodeEngine [options]", "A UCI engine that plays by numbers of nodes.", nodeEngineOptions)
-                        .c_str());
-        return 0;
-    }
-    if (!given.error.empty())
-    {
-        std::fprintf(stderr, "nodeEngine: %s\n", given.error.c_str());
-        return 2;
-    }
-    if (isGiven(given, "--hand-set"))
-    {
+    if (handSet)
         networkLimit = 0;
-    }
-    initTables();
     setupPosition(startPositionFen, mainPos);
     startSelfSearch(hashMegabytes);
     useNetFile();
@@ -120,4 +97,11 @@ int nodeEngineMain(int wordCount, char **words)
 
 } // namespace tarvonel
 
-int main(int argc, char **argv) { return tarvonel::nodeEngineMain(argc, argv); }
+int main(int argc, char **argv)
+{
+    bool handSet = false;
+    return tarvonel::programMain(
+        argc, argv, "A UCI engine that plays by numbers of nodes.",
+        [&](CLI::App &app) { app.add_flag("--hand-set", handSet, "the hand-set evaluation everywhere"); },
+        [&] { return tarvonel::runEngine(handSet); });
+}

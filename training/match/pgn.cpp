@@ -21,9 +21,7 @@ std::string disambiguation(const pos &position, const std::vector<moveCode> &mov
     {
         if (moveFrom(other) == moveFrom(move) || moveTo(other) != moveTo(move) || isCastling(other) ||
             position.board[moveFrom(other)] != position.board[moveFrom(move)])
-        {
             continue;
-        }
         ambiguous = true;
         sameFile |= fileOf(moveFrom(other)) == fileOf(moveFrom(move));
         sameRank |= rankOf(moveFrom(other)) == rankOf(moveFrom(move));
@@ -37,13 +35,9 @@ std::string pawnMoveText(const pos &position, moveCode move)
     const int target = isEnPassant(move) ? enPassantLanding(position.sideToMove, move) : moveTo(move);
     std::string text = squareText(target);
     if (fileOf(target) != fileOf(moveFrom(move)))
-    {
         text = squareText(moveFrom(move)).substr(0, 1) + "x" + text;
-    }
     if (isPromotion(move))
-    {
         text += std::string("=") + pieceLetters[moveFlagOf(move)];
-    }
     return text;
 }
 
@@ -60,9 +54,7 @@ std::string checkMark(gameBoard &board, moveCode move)
     const auto copy = std::make_unique<gameBoard>(board);
     playGameMove(copy->position, move);
     if (!isKingAttacked(copy->position, copy->position.sideToMove))
-    {
         return {};
-    }
     return legalMoves(*copy).empty() ? "#" : "+";
 }
 
@@ -82,9 +74,7 @@ std::string pgnText(const pgnGame &game)
 {
     std::string text;
     for (const auto &[name, value] : game.tags)
-    {
         text += "[" + name + " \"" + value + "\"]\n";
-    }
     text += "\n";
     std::string row;
     const auto append = [&](const std::string &word)
@@ -102,14 +92,10 @@ std::string pgnText(const pgnGame &game)
     {
         const std::string number = std::to_string(game.firstMoveNumber + ply / 2);
         if (ply % 2 == 0 || !numbered)
-        {
             append(number + (ply % 2 == 0 ? "." : "..."));
-        }
         append(move.text);
         if (!move.comment.empty())
-        {
             append("{" + move.comment + "}");
-        }
         numbered = move.comment.empty();
         ++ply;
     }
