@@ -184,19 +184,11 @@ bool checkQtvLine(const std::string &line, pos &position, bool &isAllGood)
 
 } // namespace
 
-void perftCommand(int depth, const std::string &label)
+void perftCommand(int depth)
 {
-    const auto position = std::make_unique<pos>(mainPos);
-    if (label == currentPositionLabel)
-    {
-        if (!isMainPositionPlayable())
-            return;
-    }
-    else if (!setupPlayablePosition(label, *position).empty())
-    {
-        printInfo("Invalid position: " + label);
+    if (!isMainPositionPlayable())
         return;
-    }
+    const auto position = std::make_unique<pos>(mainPos);
     printText(boardText(*position));
     const timedCount count = timedPerft(depth, *position);
     constexpr double nanosecondsPerSecond = 1e9;

@@ -12,12 +12,10 @@ namespace tarvonel
 {
 
 inline constexpr const char *regressionFilePath = "D:\\Chess\\Div\\perftFRC.txt";
-inline constexpr const char *currentPositionLabel = "current";
 inline constexpr int minPerftDepth = 1, maxPerftDepth = 127;
 
-/// Counts the leaves of the move tree below a copy of `mainPos`, or below the FEN text `label` if
-/// that is not "current", and prints board, time and count.
-void perftCommand(int depth, const std::string &label = currentPositionLabel);
+/// Counts the leaves of the move tree below `mainPos` and prints board, time and count.
+void perftCommand(int depth);
 
 /// Both return 1 if all counts were right, else 0. `rtest` leaves the transposition table at a
 /// size of its own, so no search may run.

@@ -6,8 +6,7 @@
 #include <string>
 #include <vector>
 
-#include <sys/types.h>
-
+#include "match/childProcess.h"
 #include "support/temporaryDirectory.h"
 
 namespace tarvonel
@@ -18,38 +17,34 @@ using lines = std::vector<std::string>;
 class engineProcess
 {
   public:
-    /// Starts the program in `directory` with the words behind its name.
-    explicit engineProcess(const std::string &directory, const lines &words = {});
+    /// Starts the program in `directory` with the words behind its name. If `limitKib` is not 0, all
+    /// its memory together stays below so many KiB.
+    explicit engineProcess(const std::string &directory, const lines &words = {}, int limitKib = 0);
     /// Kills the process if it still runs.
-    ~engineProcess();
+    ~engineProcess() { endProcess(process, 0); }
     engineProcess(const engineProcess &) = delete;
     engineProcess &operator=(const engineProcess &) = delete;
 
-    /// Writes the line and its end; `sendRaw` as it is.
-    void send(const std::string &line) { sendRaw(line + '\n'); }
-    void sendRaw(const std::string &bytes);
-    void closeInput();
+    /// Writes the lines and the end of the last.
+    void send(const std::string &text);
+    void endInput() { closeInput(process); }
 
     /// The next line, without its end; nothing if none comes in time or the output has ended.
     std::optional<std::string> readLine(int timeoutMs = defaultTimeoutMs);
     /// All lines up to the first that starts with `prefix`, which is the last of the result; fails
     /// the test if it does not come.
     lines readUntil(const std::string &prefix);
-    /// All lines up to the end of the output; fails the test unless the exit status is 0.
-    lines readToExit();
+    /// All lines up to the end of the output; fails the test unless the process ends in that way.
+    lines readToExit(const std::string &end = "exit code 0");
     /// What the engine prints for the command, up to the answer of a second one that never waits and
     /// changes nothing.
     lines ask(const std::string &command);
 
   private:
-    bool fillBuffer(int timeoutMs);
-
     /// Far beyond what anything here takes, sanitizers and a busy machine included.
     static constexpr int defaultTimeoutMs = 60000;
 
-    pid_t process = -1;
-    int input = -1, output = -1;
-    std::string buffer;
+    childProcess process;
 };
 
 /// A directory with a network of the default name.

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <initializer_list>
 #include <iterator>
 #include <random>
 #include <sstream>
@@ -127,6 +128,8 @@ std::string damagedSession(unsigned seed, int lineCount, const std::string &netF
             damage(text, random);
         if (isTooLarge(text))
             continue;
+        if (below(random, 50) == 0)
+            text += std::string(100'000, 'x');
         session += text + '\n';
         std::string word;
         std::istringstream(text) >> word;
@@ -140,17 +143,17 @@ std::string damagedSession(unsigned seed, int lineCount, const std::string &netF
     return session;
 }
 
-TEST(slowConsoleFuzz, survives)
+void surviveSessions(std::initializer_list<unsigned> seeds, int lineCount)
 {
     const temporaryDirectory directory;
     const std::string netFile = directory / "net";
     ASSERT_TRUE(writeSyntheticNetwork(netFile));
     engineOptions.hashMegabytes = 1;
     engineOptions.netFileName = netFile;
-    for (const unsigned seed : {1U, 2U, 3U, 4U})
+    for (const unsigned seed : seeds)
     {
         SCOPED_TRACE(seed);
-        std::istringstream session(damagedSession(seed, 1500, netFile));
+        std::istringstream session(damagedSession(seed, lineCount, netFile));
         int status = -1;
         const std::string output = outputOf([&] { status = runConsole(session, {}); });
         EXPECT_EQ(status, 0);
@@ -160,6 +163,10 @@ TEST(slowConsoleFuzz, survives)
     engineOptions = engineOptionValues();
     netLoaded = false;
 }
+
+TEST(consoleFuzz, survives) { surviveSessions({5}, 400); }
+
+TEST(slowConsoleFuzz, survives) { surviveSessions({1, 2, 3, 4}, 1500); }
 
 } // namespace
 } // namespace tarvonel

@@ -1,11 +1,12 @@
 // The engine as a process, told and asked over its pipes as a controller does.
 #include <algorithm>
-#include <chrono>
 #include <numeric>
 #include <regex>
 
 #include <gtest/gtest.h>
 
+#include "platform/clock.h"
+#include "search/searchSupport.h"
 #include "support/engineProcess.h"
 
 namespace tarvonel
@@ -50,15 +51,6 @@ class dialogue : public testing::Test
             EXPECT_FALSE(text->starts_with("bestmove"));
     }
 
-    /// The time from the command to the answer.
-    long millisecondsFor(const std::string &command)
-    {
-        const auto start = std::chrono::steady_clock::now();
-        engine.send(command);
-        engine.readUntil("bestmove");
-        return std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - start).count();
-    }
-
     startedEngine engine;
 };
 
@@ -66,7 +58,7 @@ TEST_F(dialogue, greetingAndIdentification)
 {
     engineProcess fresh(networkDirectory().path);
     const lines greeting = fresh.readUntil("Net read");
-    EXPECT_TRUE(std::regex_match(greeting[0], std::regex("Tarvonel 3\\.0 (SSE2|AVX2|generic)"))) << greeting[0];
+    EXPECT_TRUE(greeting[0].starts_with("Tarvonel 3.0 ")) << greeting[0];
     EXPECT_EQ(greeting, (lines{greeting[0], "by Ostrelund", "", "enter 'help' to see the commands", "Net read"}));
     EXPECT_EQ(
         fresh.ask("uci"),
@@ -82,43 +74,45 @@ TEST_F(dialogue, greetingAndIdentification)
 
 TEST_F(dialogue, commandsAndTheirAnswers)
 {
-    for (const char *command : {"", "   ", "Quit", "UCI", "stopp", "go\x01", "\xff\xfe", "quit!"})
-        EXPECT_EQ(engine.ask(command), lines{"Unknown command"}) << command;
-    for (const char *command : {"stop", "ponderhit", "position nowhere"})
-        EXPECT_EQ(engine.ask(command), lines{}) << command;
-    for (const char *command : {"  \t isready  now", "ucinewgame"})
-        EXPECT_EQ(engine.ask(command), lines{"readyok"}) << command;
-    EXPECT_EQ(engine.ask("help"),
-              (lines{"supported UCI commands 'uci' 'ucinewgame' 'position' 'go' 'ponderhit' 'stop 'quit' 'setoption' "
-                     "'isready'",
-                     "other commands 'perft depth', default depth=6, change board with 'position'; 'showboard' shows "
-                     "the current board"}));
+    const lines unknown = {"Unknown command"}, none, ready = {"readyok"},
+                perftNeeds = {"info string perft needs a depth from 1 to 127"};
+    struct
+    {
+        const char *command;
+        lines answer;
+    } const cases[] = {
+        {"", unknown},
+        {"   ", unknown},
+        {"UCI", unknown},
+        {"stopp", unknown},
+        {"go\x01", unknown},
+        {"\xff\xfe", unknown},
+        {"stop", none},
+        {"ponderhit", none},
+        {"position nowhere", none},
+        {"  \t isready  now", ready},
+        {"ucinewgame", ready},
+        {"perft 0", perftNeeds},
+        {"perft 128", perftNeeds},
+        {"perft 3x", perftNeeds},
+        {"perft 99999999999", perftNeeds},
+        {"bench 0", {"info string bench needs a depth from 1 to 127"}},
+        {"bench 1 x", {"info string bench needs a thread count from 1 to 256"}},
+        {"help",
+         {"supported UCI commands 'uci' 'ucinewgame' 'position' 'go' 'ponderhit' 'stop 'quit' 'setoption' 'isready'",
+          "other commands 'perft depth', default depth=6, change board with 'position'; 'showboard' shows the current "
+          "board"}},
+    };
+    for (const auto &c : cases)
+        EXPECT_EQ(engine.ask(c.command), c.answer) << c.command;
 
     const lines board = engine.ask("showboard");
     ASSERT_EQ(board.size(), 17U);
-    EXPECT_EQ(board[0], "+---+---+---+---+---+---+---+---+");
     EXPECT_EQ(board[1], "| r | n | b | q | k | b | n | r |");
-    EXPECT_EQ(board[15], "| R | N | B | Q | K | B | N | R |");
-    const lines evaluation = engine.ask("evil");
-    EXPECT_TRUE(std::regex_match(evaluation.at(0), std::regex("Evaluation : -?[0-9]+")));
-    EXPECT_EQ(engine.ask("evil"), evaluation);
-    EXPECT_EQ(engine.ask("showboard"), board) << "nothing that looks changes the board";
-
+    EXPECT_TRUE(std::regex_match(engine.ask("evil").at(0), std::regex("Evaluation : -?[0-9]+")));
     EXPECT_EQ(engine.ask("perft 3").size(), 19U);
-    for (const char *depth : {"0", "-1", "128", "x", "99999999999", "-", "3x", "1.5"})
-        EXPECT_EQ(engine.ask(std::string("perft ") + depth), lines{"info string perft needs a depth from 1 to 127"})
-            << depth;
     EXPECT_TRUE(engine.ask("perft").back().starts_with("Perft results for depth: 3  8902  ")) << "the depth is kept";
-}
-
-TEST_F(dialogue, anyBytesAreSurvived)
-{
-    const std::string nul(1, '\0'), megabyte(1 << 20, 'x');
-    engine.sendRaw(nul + "\n" + "go" + nul + "\nposition fen " + nul + "\nsetoption name Hash value " + nul + "\r\n" +
-                   megabyte + "\n" + "position fen " + megabyte + "\nposition startpos moves " + megabyte +
-                   "\nsetoption name SyzygyPath value " + megabyte + "\nsetoption " + megabyte + "\n");
-    engine.send("go " + nul + " depth 1");
-    engine.readUntil("bestmove ");
+    EXPECT_EQ(engine.ask("showboard"), board) << "nothing that looks changes the board";
 }
 
 TEST_F(dialogue, withoutNetwork)
@@ -127,17 +121,38 @@ TEST_F(dialogue, withoutNetwork)
     engineProcess fresh(empty.path);
     const std::string missing = "info string NetFile not found/correct: ";
     fresh.readUntil(missing + "220321-307.nnue. Unable to calculate the best move for a position.");
-    const std::string message = ". Unable to calculate the best move for the position.";
-    for (const char *go : {"go depth 1", "go infinite"})
-        EXPECT_EQ(fresh.ask(go), lines{missing + "220321-307.nnue" + message});
+    EXPECT_EQ(fresh.ask("go infinite"),
+              lines{missing + "220321-307.nnue. Unable to calculate the best move for the position."});
+    EXPECT_TRUE(fresh.ask("bench").at(0).starts_with(missing));
     EXPECT_TRUE(fresh.ask("evil").at(0).starts_with("Evaluation : "));
-    fresh.ask("setoption name NetFile value none");
-    EXPECT_EQ(fresh.ask("go"), lines{missing + "none" + message});
 
     const std::string file = networkDirectory() / "220321-307.nnue";
     EXPECT_EQ(fresh.ask("setoption name NetFile value " + file).back(), "info string NetFile used : " + file);
     fresh.send("go depth 1");
     fresh.readUntil("bestmove ");
+}
+
+// The table gives way to the first thread, and where even that has no room the program ends. Threads
+// that the system grants are those that count.
+TEST_F(dialogue, littleMemory)
+{
+    if (isSanitized)
+        GTEST_SKIP() << "a sanitizer takes all addresses";
+    const std::string smaller = "info string Not enough memory for that Hashtable, size taken : ";
+    for (const int limitKib : {200'000, 100'000, 70'000, 60'000})
+    {
+        engineProcess fresh(networkDirectory().path, {"go", "depth", "3"}, limitKib);
+        const lines all = fresh.readToExit();
+        EXPECT_EQ(answersIn(all), 1) << limitKib;
+        EXPECT_TRUE(all.at(4).starts_with(smaller)) << all.at(4);
+    }
+    engineProcess fresh(networkDirectory().path, {}, 500'000);
+    const lines answer = fresh.ask("setoption name Hash value 1\nsetoption name Threads value 256");
+    ASSERT_TRUE(answer.back().starts_with("info string Number of threads set to : ")) << answer.back();
+    const std::string granted = answer.back().substr(answer.back().rfind(' '));
+    EXPECT_EQ(*(answer.end() - 2), "info string Only" + granted + " threads could be started");
+    EXPECT_EQ(engineProcess(networkDirectory().path, {"quit"}, 36'000).readToExit("exit code 1").back(),
+              "info string Not enough memory to go on");
 }
 
 TEST_F(dialogue, searchesReportFromDepthTenOn)
@@ -167,7 +182,6 @@ TEST_F(dialogue, endsOfTheGame)
         {mated + std::string("go infinite\nstop"), {"info score mate 0", "bestmove a1a1"}},
         {stalemate + "go depth 3", {"bestmove a1a1"}},
         {"position startpos moves e2e8\ngo infinite", {unplayable, "bestmove a1a1"}},
-        {"position startpos moves e2e8 e7e5 e1e2\ngo ponder", {unplayable, "bestmove a1a1"}},
         {"position fen 4k3/8/8/8/8/8/8/4KR2 b - - 0 1 moves e8f8\ngo", {unplayable, "bestmove a1a1"}},
     };
     for (const auto &c : cases)
@@ -198,7 +212,6 @@ TEST_F(dialogue, endlessSearchesAnswerOnlyWhenTold)
         {mateInOne + std::string("go infinite depth 2 movetime 1"), "stop"},
         {"go ponder movetime 1", "ponderhit"},
         {"go ponder movetime 300", "ponderhit"},
-        {"go ponder wtime 1000 btime 1000", "ponderhit"},
         {"go ponder wtime 1000 btime 1000", "stop"},
         {"go movetime 100\ngo infinite", "stop"},
         {"go movetime 100\ngo ponder", "stop"},
@@ -224,6 +237,7 @@ TEST_F(dialogue, commandsThatNeedTheSearchIdle)
                                    "ucinewgame",
                                    "evil",
                                    "rtest",
+                                   "bench",
                                    "setoption name Hash value 4",
                                    "setoption name Threads value 2",
                                    "setoption name WindowsNumaNode value 1",
@@ -239,7 +253,7 @@ TEST_F(dialogue, commandsThatNeedTheSearchIdle)
             std::erase_if(answer, [](const std::string &text) { return text.starts_with("info score"); });
             EXPECT_EQ(answer, lines{"info string " + command.substr(0, command.find(" value")) + refusal});
         }
-        for (const char *command : {"isready", "showboard", "hashstats", "position startpos", "perft 2", "uci", "help",
+        for (const char *command : {"isready", "showboard", "hashstats", "position startpos", "perft 2", "uci",
                                     "setoption name Ponder value true", "setoption name WindowsNumaNode value 0"})
         {
             const lines answer = engine.ask(command);
@@ -251,7 +265,7 @@ TEST_F(dialogue, commandsThatNeedTheSearchIdle)
     for (const std::string &command : guarded)
     {
         engine.send("setoption name NetFile value 220321-307.nnue\ngo movetime 50");
-        const lines both = engine.ask(command);
+        const lines both = engine.ask(command == "bench" ? "bench 1" : command);
         EXPECT_EQ(answersIn(both), 1) << command;
         EXPECT_EQ(refusalsIn(both), 0) << command;
         if (command == "go")
@@ -276,80 +290,81 @@ TEST_F(dialogue, commandsRightBehindTheAnswerAreTaken)
 
 TEST_F(dialogue, quitAndEndOfInputInEveryState)
 {
-    for (const std::string state : {"", "go infinite", "go ponder", "go movetime 200", "go depth 4",
-                                    "position startpos", "go infinite\nstop", "go ponder\nponderhit"})
-        for (const char *end : {"quit\n", ""})
+    for (const std::string state : {"stop", "go infinite", "go ponder", "go movetime 200", "go infinite\nstop"})
+        for (const bool isQuit : {true, false})
         {
-            SCOPED_TRACE(state + "\n" + end);
+            SCOPED_TRACE(state + (isQuit ? ", quit" : ", end of input"));
             engineProcess fresh(networkDirectory().path);
-            fresh.sendRaw("setoption name Hash value 1\nsetoption name Threads value 2\n" + state + "\n" + end);
-            if (*end == 0)
-                fresh.closeInput();
+            fresh.send("setoption name Hash value 1\nsetoption name Threads value 2\n" + state);
+            if (isQuit)
+                fresh.send("quit");
+            else
+                fresh.endInput();
             EXPECT_EQ(answersIn(fresh.readToExit()), state.starts_with("go") ? 1 : 0);
         }
 }
 
 TEST_F(dialogue, wordsBehindTheProgramName)
 {
-    const char *noPerftFile =
-        "There seems to be a problem with the perftFile. check of the move generator not executed";
     struct
     {
         lines words;
-        std::string lastLine;
+        const char *lastLine;
     } const cases[] = {
         {{"go", "depth", "3"}, "bestmove "},
-        {{"go", "movetime", "100"}, "bestmove "},
         {{"perft", "3"}, "Perft results for depth: 3  8902  "},
         {{"quit"}, "Net read"},
-        {{"nonsense"}, "Unknown command"},
         {{""}, "Unknown command"},
         {{"setoption", "name", "Hash", "value", "2"}, "info string Size of Hashtable set to : 2"},
-        {{"rtest"}, noPerftFile},
-        {{"rtestQTV"}, noPerftFile},
+        {{"rtest"}, "There seems to be a problem with the perftFile. check of the move generator not executed"},
     };
     for (const auto &c : cases) // the input is left open
         EXPECT_TRUE(engineProcess(networkDirectory().path, c.words).readToExit().back().starts_with(c.lastLine))
             << c.lastLine;
 }
 
+// What came before must not count, and nothing of the bench may stay.
+TEST_F(dialogue, benchIsTheSameEveryTime)
+{
+    const std::regex form("([0-9]+) nodes [0-9]+ nps");
+    std::smatch fresh, later;
+    const std::string first = engineProcess(networkDirectory().path, {"bench", "6"}).readToExit().back();
+    ASSERT_TRUE(std::regex_match(first, fresh, form)) << first;
+    engine.ask(std::string(mated) + "setoption name UCI_Chess960 value true\nsetoption name Threads value 2");
+    const lines board = engine.ask("showboard");
+    const lines all = engine.ask("bench 6");
+    ASSERT_EQ(all.size(), 1U) << testing::PrintToString(all);
+    ASSERT_TRUE(std::regex_match(all[0], later, form)) << all[0];
+    EXPECT_EQ(fresh[1], later[1]);
+    EXPECT_EQ(engine.ask("showboard"), board);
+    EXPECT_EQ(engine.ask("hashstats").at(2), "Number of entries " + std::to_string(8 * 16384 * 4));
+    engine.send("go depth 2");
+    EXPECT_EQ(engine.readUntil("bestmove"), (lines{"info score mate 0", "bestmove a1a1"})) << "reports are back";
+}
+
 TEST_F(dialogue, hashstatsCountsTheTable)
 {
-    const auto numberBehind = [](const std::string &row, const std::string &text)
-    { return std::stoi(row.substr(row.find(text) + text.size())); };
-    engine.ask("ucinewgame");
-    const lines fresh = engine.ask("hashstats");
-    ASSERT_EQ(fresh.size(), 9U + 64U + 128U);
-    EXPECT_TRUE(fresh[0].starts_with("Size of info : pos structure : "));
-    EXPECT_EQ(fresh[1], "Hash Statistics ");
-    EXPECT_EQ(fresh[4], "Type of entries UPPER - LOWER - EXACT 0\t - 0\t - 0");
-    EXPECT_EQ(fresh[7], "Age distribution nof - prcused - prctotal");
-    EXPECT_EQ(fresh[8], "0  0 - 0 - 0");
-    EXPECT_EQ(fresh[72], "Depth distribution ");
-    EXPECT_EQ(std::ranges::count(fresh, "Number of entries " + std::to_string(8 * 16384 * 4)), 1);
+    const lines fresh = engine.ask("ucinewgame\nhashstats");
+    ASSERT_EQ(fresh.size(), 1 + 9U + 64U + 128U);
+    EXPECT_EQ(fresh[4], "Used entries 1");
+    EXPECT_EQ(fresh[5], "Type of entries UPPER - LOWER - EXACT 0\t - 0\t - 0");
+    EXPECT_EQ(fresh[9], "0  0 - 0 - 0");
 
-    for (int game = 0; game < 3; ++game)
+    for (int search = 0; search < 3; ++search)
     {
         engine.send("position startpos\ngo depth 8");
         engine.readUntil("bestmove");
     }
     const lines filled = engine.ask("hashstats");
-    const auto find = [&](const lines &report, const std::string &prefix)
-    {
-        const auto row =
-            std::ranges::find_if(report, [&](const std::string &text) { return text.starts_with(prefix); });
-        return row == report.end() ? -1 : numberBehind(*row, prefix);
-    };
-    EXPECT_EQ(find(fresh, "Used entries "), 1);
-    EXPECT_EQ(find(fresh, "Number of Hashmoves "), 0);
-    EXPECT_GT(find(filled, "Number of Hashmoves "), 0);
-    const int used = find(filled, "Used entries ");
-    EXPECT_GT(used, 100);
+    const auto numberBehind = [](const std::string &row, const std::string &text)
+    { return std::stoi(row.substr(row.find(text) + text.size())); };
     const auto sum = [&](std::ptrdiff_t first, std::ptrdiff_t rows)
     {
         return std::accumulate(filled.begin() + first, filled.begin() + first + rows, 0,
                                [&](int total, const std::string &row) { return total + numberBehind(row, "  "); });
     };
+    const int used = numberBehind(filled[3], "Used entries ");
+    EXPECT_GT(used, 100);
     EXPECT_EQ(sum(8, 64), used) << "by age";
     EXPECT_EQ(sum(73, 128), used) << "by depth";
 }
@@ -373,32 +388,21 @@ TEST_F(dialogue, timeIsKept)
 {
     struct
     {
-        const char *go;
+        const char *commands;
         int least, most; // milliseconds
     } const cases[] = {
-        {"go movetime 300", 200, 2000},          {"go wtime -5 btime -5", 0, 2000},
-        {"go wtime 20 btime 20", 0, 2000},       {"go movestogo 0 wtime 1000 btime 1000", 0, 3000},
-        {"go movestogo -3 wtime 1000", 0, 3000}, {"go movetime -1", 0, 2000},
+        {"go movetime 300", 200, 2000},    {"go wtime -5 btime -5", 0, 2000},
+        {"go wtime 20 btime 20", 0, 2000}, {"go movestogo 0 wtime 1000 btime 1000", 0, 3000},
+        {"go movetime -1", 0, 2000},       {"setoption name Threads value 2\ngo infinite\nisready\nstop", 0, 2000},
     };
     for (const auto &c : cases)
     {
-        const long taken = millisecondsFor(c.go);
-        EXPECT_TRUE(c.least <= taken && taken <= c.most) << c.go << ": " << taken;
+        const std::int64_t start = millisecondsNow();
+        engine.send(c.commands);
+        engine.readUntil("bestmove");
+        const std::int64_t taken = millisecondsNow() - start;
+        EXPECT_TRUE(c.least <= taken && taken <= c.most) << c.commands << ": " << taken;
     }
-}
-
-TEST_F(dialogue, stopIsObeyedSoon)
-{
-    engine.send("setoption name Threads value 2");
-    std::vector<long> taken(15);
-    for (long &time : taken)
-    {
-        engine.send("go infinite");
-        expectSilence();
-        time = millisecondsFor("stop");
-    }
-    std::ranges::sort(taken);
-    EXPECT_LE(taken[taken.size() / 2], 500) << testing::PrintToString(taken);
 }
 
 } // namespace

@@ -168,11 +168,13 @@ lineResult receiveLine(childProcess &process, std::string &line, std::int64_t de
     }
 }
 
+void closeInput(childProcess &process) { closeDescriptor(process.toChild); }
+
 std::string endProcess(childProcess &process, int grace)
 {
     if (process.processId < 0)
         return {};
-    closeDescriptor(process.toChild);
+    closeInput(process);
     const std::int64_t deadline = millisecondsNow() + grace;
     int status = 0;
     pid_t ended = 0;

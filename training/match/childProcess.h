@@ -35,6 +35,9 @@ bool sendLine(childProcess &process, const std::string &text);
 /// Waits for a whole line until the monotonic clock passes `deadline` (milliseconds).
 lineResult receiveLine(childProcess &process, std::string &line, std::int64_t deadline);
 
+/// Tells the program that nothing more will come.
+void closeInput(childProcess &process);
+
 /// Closes the program's input, gives it `grace` milliseconds to end and then ends it. Returns how
 /// it ended ("exit code 0", "signal 11"), or an empty text if none ran.
 std::string endProcess(childProcess &process, int grace);
