@@ -16,168 +16,156 @@ namespace tarvonel
 namespace
 {
 
-struct rookTrip
+template <colour Side> combEval squareValue(int type, int square)
 {
-    int from;
-    int to;
+    return pieceSquareScore[type][tableSquare(Side, square)];
+}
+
+/// Men come and go on `board` and `bitboards`.
+struct boardMen
+{
+    pos &position;
+
+    template <colour Side> void put(int code, int square)
+    {
+        toggle<Side>(code, bit(square));
+        position.board[square] = static_cast<pieceCode>(code);
+    }
+
+    /// A square that another man of the same move has come to already stays his.
+    template <colour Side> void take(int code, int square)
+    {
+        toggle<Side>(code, bit(square));
+        if (position.board[square] == code)
+            position.board[square] = emptySquare;
+    }
+
+    template <colour Side> void move(int code, int from, int to)
+    {
+        toggle<Side>(code, bit(from) ^ bit(to));
+        position.board[from] = emptySquare;
+        position.board[to] = static_cast<pieceCode>(code);
+    }
+
+    /// Board alone: `move` of another man may have emptied the square since this one came to it.
+    void settle(int code, int /*from*/, int to) { position.board[to] = static_cast<pieceCode>(code); }
+
+  private:
+    template <colour Side> void toggle(int code, bitboard squares)
+    {
+        position.bitboards[code] ^= squares;
+        position.bitboards[Side] ^= squares;
+    }
 };
 
-/// The rook's part of a castling move: it lands on the far side of the king.
-template <colour Mover> rookTrip castlingRook(const pos &position, moveCode move)
+/// The same backwards: what was put is taken, what moved returns.
+struct returningMen
 {
-    const bool isKingSide = moveFlagOf(move) == castleKingSide;
-    return {position.castleRook[isKingSide ? kingSide : queenSide][Mover],
-            isKingSide ? moveTo(move) - 1 : moveTo(move) + 1};
-}
+    boardMen men;
 
-template <colour Mover> combEval squareValue(int type, int square)
-{
-    return pieceSquareScore[type][tableSquare(Mover, square)];
-}
+    template <colour Side> void put(int code, int square) { men.take<Side>(code, square); }
+    template <colour Side> void take(int code, int square) { men.put<Side>(code, square); }
+    template <colour Side> void move(int code, int from, int to) { men.move<Side>(code, to, from); }
+    void settle(int code, int from, int to) { men.settle(code, to, from); }
+};
 
-/// Collects what a move changes while it is made: the working copies of the keys and the marks for
-/// the network.
-struct changeLog
+/// The same with all that is kept about the men: keys (working copies), sums, phase and the marks
+/// for the network.
+struct countedMen
 {
+    boardMen men;
     std::uint64_t key;
     std::uint64_t pawnKey;
     pieceChange &changes;
+    std::uint8_t changed = 0;
 
-    void hash(int code, int square) { key ^= pieceKey(code, square); }
-    void hashPawnToo(int code, int square)
+    template <colour Side> void put(int code, int square)
     {
-        key ^= pieceKey(code, square);
-        pawnKey ^= pieceKey(code, square);
+        men.put<Side>(code, square);
+        note(code, noSquare, square);
+        count<Side>(code, square, 1);
     }
+
+    template <colour Side> void take(int code, int square)
+    {
+        men.take<Side>(code, square);
+        note(code, square, noSquare);
+        count<Side>(code, square, -1);
+    }
+
+    template <colour Side> void move(int code, int from, int to)
+    {
+        men.move<Side>(code, from, to);
+        note(code, from, to);
+        hash(code, pieceKey(code, from) ^ pieceKey(code, to));
+        const int type = typeOf(code);
+        men.position.squareScore[Side] += squareValue<Side>(type, to) - squareValue<Side>(type, from);
+    }
+
+    void settle(int code, int from, int to) { men.settle(code, from, to); }
+
+  private:
+    template <colour Side> void count(int code, int square, int sign)
+    {
+        hash(code, pieceKey(code, square));
+        const int type = typeOf(code);
+        pos &position = men.position;
+        position.material[Side] += sign * pieceValue[type];
+        position.squareScore[Side] += sign * squareValue<Side>(type, square);
+        position.phase = static_cast<std::int16_t>(position.phase + sign * phaseValue[type]);
+    }
+
+    void hash(int code, std::uint64_t change)
+    {
+        key ^= change;
+        if (isPawn(code) || isKing(code))
+            pawnKey ^= change;
+    }
+
     void note(int code, int from, int to)
     {
-        changes.piece[changes.count] = static_cast<std::uint8_t>(code);
-        changes.from[changes.count] = static_cast<std::uint8_t>(from);
-        changes.to[changes.count] = static_cast<std::uint8_t>(to);
-        ++changes.count;
+        changes.piece[changed] = static_cast<std::uint8_t>(code);
+        changes.from[changed] = static_cast<std::uint8_t>(from);
+        changes.to[changed] = static_cast<std::uint8_t>(to);
+        ++changed;
     }
 };
 
-template <colour Mover> void toggle(pos &position, int code, bitboard squares)
-{
-    position.bitboards[code] ^= squares;
-    position.bitboards[Mover] ^= squares;
-}
-
-/// Castling on the board alone. The order lets king and rook start on each other's targets.
-template <colour Mover> void castleOnBoard(pos &position, moveCode move, rookTrip trip)
-{
-    constexpr pieceCode ownKing = pieceOf(king, Mover);
-    constexpr pieceCode ownRook = pieceOf(rook, Mover);
-    const int from = moveFrom(move);
-    const int to = moveTo(move);
-    toggle<Mover>(position, ownKing, bit(from) ^ bit(to));
-    position.board[from] = emptySquare;
-    position.board[to] = ownKing;
-    toggle<Mover>(position, ownRook, bit(trip.from) ^ bit(trip.to));
-    if (trip.from != to)
-        position.board[trip.from] = emptySquare;
-    position.board[trip.to] = ownRook;
-}
-
-template <colour Mover> void uncastleOnBoard(pos &position, moveCode move, rookTrip trip)
-{
-    constexpr pieceCode ownKing = pieceOf(king, Mover);
-    constexpr pieceCode ownRook = pieceOf(rook, Mover);
-    const int from = moveFrom(move);
-    const int to = moveTo(move);
-    toggle<Mover>(position, ownKing, bit(from) ^ bit(to));
-    position.board[to] = emptySquare;
-    position.board[from] = ownKing;
-    toggle<Mover>(position, ownRook, bit(trip.from) ^ bit(trip.to));
-    if (trip.to != from)
-        position.board[trip.to] = emptySquare;
-    position.board[trip.from] = ownRook;
-}
-
-/// The move on `board` and `bitboards`, the captured man included.
-template <colour Mover> void moveOnBoard(pos &position, moveCode move, int captured)
+/// What a move does to the men, the mover's first and the captured one last; `Men` says what becomes
+/// of it. `piece` is the man that moves where the flag does not tell.
+template <colour Mover, typename Men>
+[[gnu::always_inline]] inline void moveMen(Men &men, const pos &position, moveCode move, int piece, int captured)
 {
     const int from = moveFrom(move);
     const int to = moveTo(move);
-    const int flag = moveFlagOf(move);
-    const pieceCode piece = position.board[from];
-    switch (flag)
+    if (isCastling(move))
     {
-    case castleKingSide:
-    case castleQueenSide:
-        castleOnBoard<Mover>(position, move, castlingRook<Mover>(position, move));
-        return;
-    case enPassantCapture:
+        const int wing = moveFlagOf(move) - castleKingSide;
+        men.template move<Mover>(whiteKing + Mover, from, to);
+        men.template move<Mover>(whiteRook + Mover, position.castleRook[wing][Mover],
+                                 wing == kingSide ? to - 1 : to + 1);
+        men.settle(whiteKing + Mover, from, to); // the rook may have started there
+    }
+    else if (isPromotion(move))
     {
-        const int landing = enPassantLanding(Mover, move);
-        position.board[to] = emptySquare;
-        toggle<Mover>(position, piece, bit(from) ^ bit(landing));
-        position.board[landing] = piece;
-        position.board[from] = emptySquare;
-        break;
+        men.template take<Mover>(whitePawn + Mover, from);
+        men.template put<Mover>(moveFlagOf(move) + Mover, to);
     }
-    case plainMove:
-    case doubleStep:
-        toggle<Mover>(position, piece, bit(from) ^ bit(to));
-        position.board[to] = piece;
-        position.board[from] = emptySquare;
-        break;
-    default:
-    {
-        const auto promoted = static_cast<pieceCode>(flag + Mover);
-        position.bitboards[piece] ^= bit(from);
-        position.bitboards[promoted] ^= bit(to);
-        position.bitboards[Mover] ^= bit(from) ^ bit(to);
-        position.board[to] = promoted;
-        position.board[from] = emptySquare;
-        break;
-    }
-    }
+    else if (isEnPassant(move))
+        men.template move<Mover>(whitePawn + Mover, from, enPassantLanding(Mover, move));
+    else
+        men.template move<Mover>(piece, from, to);
     if (captured != emptySquare)
-        toggle<opponent(Mover)>(position, captured, bit(to));
+        men.template take<opponent(Mover)>(captured, to);
 }
 
-template <colour Mover> void unmoveOnBoard(pos &position, moveCode move, pieceCode captured)
+/// The rights of `Side` when its castling rook on the square, if one is there, has gone.
+template <colour Side> int rightsWithoutRook(const pos &position, int square, int rights)
 {
-    constexpr pieceCode ownPawn = pieceOf(pawn, Mover);
-    const int from = moveFrom(move);
-    const int to = moveTo(move);
-    const int flag = moveFlagOf(move);
-    switch (flag)
-    {
-    case castleKingSide:
-    case castleQueenSide:
-        uncastleOnBoard<Mover>(position, move, castlingRook<Mover>(position, move));
-        return;
-    case enPassantCapture:
-    {
-        const int landing = enPassantLanding(Mover, move);
-        toggle<Mover>(position, ownPawn, bit(from) ^ bit(landing));
-        position.board[landing] = emptySquare;
-        position.board[from] = ownPawn;
-        position.board[to] = captured;
-        break;
-    }
-    case plainMove:
-    case doubleStep:
-    {
-        const pieceCode piece = position.board[to];
-        toggle<Mover>(position, piece, bit(from) ^ bit(to));
-        position.board[from] = piece;
-        position.board[to] = captured;
-        break;
-    }
-    default:
-        position.bitboards[ownPawn] ^= bit(from);
-        position.bitboards[flag + Mover] ^= bit(to);
-        position.bitboards[Mover] ^= bit(from) ^ bit(to);
-        position.board[from] = ownPawn;
-        position.board[to] = captured;
-        break;
-    }
-    if (captured != emptySquare)
-        toggle<opponent(Mover)>(position, captured, bit(to));
+    for (const int wing : {queenSide, kingSide})
+        if (square == position.castleRook[wing][Side])
+            return rights & ~castlingRightOf(wing, Side);
+    return rights;
 }
 
 /// The rights after the move: a king loses both of its own, a rook that leaves its square or is
@@ -185,105 +173,16 @@ template <colour Mover> void unmoveOnBoard(pos &position, moveCode move, pieceCo
 template <colour Mover> int rightsAfter(const pos &position, moveCode move, int piece, int rights)
 {
     constexpr colour other = opponent(Mover);
-    const int from = moveFrom(move);
-    const int to = moveTo(move);
-    int left = rights;
     if ((rights & castlingRightsOf(Mover)) != 0)
     {
         if (piece == pieceOf(king, Mover))
-            left &= ~castlingRightsOf(Mover);
+            rights &= ~castlingRightsOf(Mover);
         else if (piece == pieceOf(rook, Mover))
-        {
-            if (from == position.castleRook[queenSide][Mover])
-                left &= ~castlingRightOf(queenSide, Mover);
-            else if (from == position.castleRook[kingSide][Mover])
-                left &= ~castlingRightOf(kingSide, Mover);
-        }
+            rights = rightsWithoutRook<Mover>(position, moveFrom(move), rights);
     }
     if ((rights & castlingRightsOf(other)) != 0)
-    {
-        if (to == position.castleRook[queenSide][other])
-            left &= ~castlingRightOf(queenSide, other);
-        else if (to == position.castleRook[kingSide][other])
-            left &= ~castlingRightOf(kingSide, other);
-    }
-    return left;
-}
-
-/// Sums, keys and network marks of the mover's men, by kind of move. Before the board changes.
-template <colour Mover> void logMove(pos &position, moveCode move, int piece, changeLog &log)
-{
-    constexpr pieceCode ownPawn = pieceOf(pawn, Mover);
-    constexpr pieceCode ownKing = pieceOf(king, Mover);
-    constexpr pieceCode ownRook = pieceOf(rook, Mover);
-    const int from = moveFrom(move);
-    const int to = moveTo(move);
-    const int flag = moveFlagOf(move);
-    combEval &squareScore = position.squareScore[Mover];
-    switch (flag)
-    {
-    case castleKingSide:
-    case castleQueenSide:
-    {
-        const rookTrip trip = castlingRook<Mover>(position, move);
-        squareScore += squareValue<Mover>(king, to) - squareValue<Mover>(king, from);
-        squareScore += squareValue<Mover>(rook, trip.to) - squareValue<Mover>(rook, trip.from);
-        log.hashPawnToo(ownKing, from);
-        log.hashPawnToo(ownKing, to);
-        log.hash(ownRook, trip.from);
-        log.hash(ownRook, trip.to);
-        log.note(ownKing, from, to);
-        log.note(ownRook, trip.from, trip.to);
-        break;
-    }
-    case enPassantCapture:
-    {
-        const int landing = enPassantLanding(Mover, move);
-        squareScore += squareValue<Mover>(pawn, landing) - squareValue<Mover>(pawn, from);
-        log.hashPawnToo(piece, from);
-        log.hashPawnToo(piece, landing);
-        log.note(piece, from, landing);
-        break;
-    }
-    case plainMove:
-    case doubleStep:
-    {
-        const int type = typeOf(piece);
-        squareScore += squareValue<Mover>(type, to) - squareValue<Mover>(type, from);
-        const std::uint64_t step = pieceKey(piece, from) ^ pieceKey(piece, to);
-        log.key ^= step;
-        if (type == pawn || type == king)
-            log.pawnKey ^= step;
-        log.note(piece, from, to);
-        break;
-    }
-    default:
-    {
-        const int promoted = flag + Mover;
-        const int type = typeOf(promoted);
-        position.material[Mover] += pieceValue[type] - pieceValue[pawn];
-        squareScore += squareValue<Mover>(type, to) - squareValue<Mover>(pawn, from);
-        position.phase = static_cast<std::int16_t>(position.phase + phaseValue[type]);
-        log.hashPawnToo(ownPawn, from);
-        log.hash(promoted, to);
-        log.note(ownPawn, from, noSquare);
-        log.note(promoted, noSquare, to);
-        break;
-    }
-    }
-}
-
-template <colour Mover> void logCapture(pos &position, int captured, int square, changeLog &log)
-{
-    constexpr colour other = opponent(Mover);
-    const int type = typeOf(captured);
-    position.material[other] -= pieceValue[type];
-    position.squareScore[other] -= squareValue<other>(type, square);
-    position.phase = static_cast<std::int16_t>(position.phase - phaseValue[type]);
-    log.hash(captured, square);
-    if (type == pawn)
-        log.pawnKey ^= pieceKey(captured, square);
-    log.note(captured, square, noSquare);
+        rights = rightsWithoutRook<other>(position, moveTo(move), rights);
+    return rights;
 }
 
 template <colour Mover> void makeFor(pos &position, int ply, moveCode move)
@@ -294,9 +193,8 @@ template <colour Mover> void makeFor(pos &position, int ply, moveCode move)
     const int piece = position.board[from];
     const posinfo &here = position.info[ply];
     posinfo &next = position.info[ply + 1];
-    changeLog log{position.key, position.pawnKey, position.pieceChanges[ply + 1]};
+    countedMen men{{position}, position.key, position.pawnKey, position.pieceChanges[ply + 1]};
 
-    log.changes.count = 0;
     position.accumulatorBlocks[ply + 1].computed = false;
     const int captured = flag < castleKingSide ? position.board[to] : pieceCode{emptySquare};
     next.captured = static_cast<pieceCode>(captured);
@@ -313,29 +211,34 @@ template <colour Mover> void makeFor(pos &position, int ply, moveCode move)
     {
         const int left = rightsAfter<Mover>(position, move, piece, rights);
         next.castling = static_cast<std::uint8_t>(left);
-        log.key ^= keys.castling[rights] ^ keys.castling[left];
+        men.key ^= keys.castling[rights] ^ keys.castling[left];
     }
     if (here.enPassant != 0)
-        log.key ^= keys.enPassant[fileOf(here.enPassant)];
+        men.key ^= keys.enPassant[fileOf(here.enPassant)];
     next.enPassant = 0;
     if (flag == doubleStep)
     {
         next.enPassant = static_cast<std::int8_t>(to);
-        log.key ^= keys.enPassant[fileOf(to)];
+        men.key ^= keys.enPassant[fileOf(to)];
     }
-    log.key ^= keys.side;
+    men.key ^= keys.side;
 
-    logMove<Mover>(position, move, piece, log);
-    if (captured != emptySquare)
-        logCapture<Mover>(position, captured, to, log);
-    moveOnBoard<Mover>(position, move, captured);
+    moveMen<Mover>(men, position, move, piece, captured);
+    men.changes.count = men.changed;
 
-    position.key = log.key;
-    position.pawnKey = log.pawnKey;
-    position.keyHistory[position.keyCount++] = log.key;
+    position.key = men.key;
+    position.pawnKey = men.pawnKey;
+    position.keyHistory[position.keyCount++] = men.key;
     position.fiftyCount =
         static_cast<std::int16_t>(captured != emptySquare || isPawn(piece) ? 0 : position.fiftyCount + 1);
     position.sideToMove = opponent(Mover);
+}
+
+/// `move` has been made by the side that is no longer to move.
+template <colour Mover> void returnMen(pos &position, moveCode move, int captured)
+{
+    returningMen men{{position}};
+    moveMen<Mover>(men, position, move, position.board[moveTo(move)], captured);
 }
 
 template <colour Mover> void unmakeFor(pos &position, int ply, moveCode move)
@@ -346,7 +249,7 @@ template <colour Mover> void unmakeFor(pos &position, int ply, moveCode move)
     position.pawnKey = next.savedPawnKey;
     --position.keyCount;
     position.fiftyCount = static_cast<std::int16_t>(next.savedFifty);
-    unmoveOnBoard<Mover>(position, move, next.captured);
+    returnMen<Mover>(position, move, next.captured);
     std::memcpy(position.material, next.savedMaterial, sizeof position.material);
     std::memcpy(position.squareScore, next.savedSquareScore, sizeof position.squareScore);
     position.phase = next.savedPhase;
@@ -410,18 +313,20 @@ void makeBoardOnly(pos &position, int ply, moveCode move)
 {
     const pieceCode captured = isCastling(move) ? pieceCode{emptySquare} : position.board[moveTo(move)];
     position.info[ply + 1].captured = captured;
+    const int piece = position.board[moveFrom(move)];
+    boardMen men{position};
     if (position.sideToMove == white)
-        moveOnBoard<white>(position, move, captured);
+        moveMen<white>(men, position, move, piece, captured);
     else
-        moveOnBoard<black>(position, move, captured);
+        moveMen<black>(men, position, move, piece, captured);
 }
 
 void unmakeBoardOnly(pos &position, int ply, moveCode move)
 {
     if (position.sideToMove == white)
-        unmoveOnBoard<white>(position, move, position.info[ply + 1].captured);
+        returnMen<white>(position, move, position.info[ply + 1].captured);
     else
-        unmoveOnBoard<black>(position, move, position.info[ply + 1].captured);
+        returnMen<black>(position, move, position.info[ply + 1].captured);
 }
 
 bool leavesKingSafe(pos &position, int ply, moveCode move)

@@ -156,14 +156,13 @@ int countLegalMoves(int ply, moveCode *slot, pos &position)
     auto count = static_cast<int>(node.listEnd - slot);
     if (allLegal)
         return count;
-    // The fast path of `isMoveLegal`, with the king's square found once.
-    const bitboard free = node.unpinned & ~position.bitboards[pieceOf(king, position.sideToMove)];
+    // Only these may leave the king attacked: it itself, pinned men and pawns that take en passant.
+    const colour side = position.sideToMove;
+    const bitboard doubtful = position.bitboards[whiteKing + side] | (position.bitboards[side] & ~node.unpinned) |
+                              epNeighbours[node.enPassant];
     for (const moveCode *move = slot; move < node.listEnd; ++move)
-    {
-        const bool isFree = (free & bit(moveFrom(*move))) != 0 && !isEnPassant(*move);
-        if (!isFree && !isMoveLegalUnaided(position, ply, *move))
+        if ((doubtful & bit(moveFrom(*move))) != 0 && !isMoveLegalUnaided(position, ply, *move))
             --count;
-    }
     return count;
 }
 
