@@ -16,9 +16,6 @@ using simd::activation;
 using simd::groupWeight;
 using simd::vector32;
 
-constexpr int pawnFactor = 16, pawnOffset = 55, phaseFactor = 11;
-constexpr int scoreDivisor = 24576;
-
 constexpr int sumVectors = hiddenOutputs / simd::lanes32;
 constexpr int groupStride = hiddenOutputs * simd::groupInputs; ///< weights of one group of inputs
 constexpr int maskBits = 64;
@@ -127,9 +124,9 @@ std::int32_t networkOutput(pos &position, int ply)
 int networkScore(pos &position, int ply, int clampedPhase)
 {
     const int pawns = popCount(position.bitboards[whitePawn] | position.bitboards[blackPawn]);
-    const int factor = (pawns + pawnOffset) * pawnFactor + clampedPhase * phaseFactor;
     const std::uint32_t product =
-        static_cast<std::uint32_t>(networkOutput(position, ply)) * static_cast<std::uint32_t>(factor);
+        static_cast<std::uint32_t>(networkOutput(position, ply)) *
+                                  static_cast<std::uint32_t>(outputFactor(pawns, clampedPhase));
     return static_cast<std::int32_t>(product) / scoreDivisor;
 }
 

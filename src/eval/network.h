@@ -13,11 +13,19 @@
 namespace tarvonel
 {
 
+/// The score is the raw output x factor / divisor: the more men are on the board, the more a given
+/// output weighs. `phase` is the game phase from 0 to 24.
+constexpr int outputFactor(int pawns, int phase)
+{
+    constexpr int pawnWeight = 16, pawnOffset = 55, phaseWeight = 11;
+    return (pawns + pawnOffset) * pawnWeight + phase * phaseWeight;
+}
+inline constexpr int scoreDivisor = 24576;
+
 /// The raw output for the position as it stands at `ply`, from the side to move's view.
 std::int32_t networkOutput(pos &position, int ply);
 
-/// The score for the side to move. `clampedPhase` is the game phase from 0 to 24. The more men are
-/// on the board, the more a given output weighs.
+/// The score for the side to move. `clampedPhase` is the game phase from 0 to 24.
 int networkScore(pos &position, int ply, int clampedPhase);
 
 } // namespace tarvonel

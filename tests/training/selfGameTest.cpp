@@ -66,13 +66,18 @@ TEST_F(selfGameTest, gamesAreLegalReproducibleAndLearntFrom)
     }
     closeWriter(writer);
     trainingData data;
-    EXPECT_EQ(loadPositions(data, path, {}, 1000000), "");
+    workCrew crew(2);
+    EXPECT_EQ(openData(data, {path}, {}, 1000000, crew), "");
     EXPECT_EQ(data.games, 12U);
     EXPECT_EQ(data.badGames, 0U);
     EXPECT_EQ(data.positions, writer.summary.positions);
-    EXPECT_GT(data.training.size(), data.positions / 20);
-    EXPECT_LT(data.training.size(), data.positions);
-    EXPECT_NE(loadPositions(data, directory / "none", {}, 1000000), "");
+    EXPECT_GT(data.learnable, data.positions / 20);
+    EXPECT_LT(data.learnable, data.positions);
+    std::vector<trainingPosition> positions;
+    readPieces(positions, data, std::vector<std::uint32_t>{0}, {}, crew);
+    EXPECT_EQ(positions.size(), data.learnable);
+    closeData(data);
+    EXPECT_NE(openData(data, {directory / "none"}, {}, 1000000, crew), "");
 }
 
 TEST_F(selfGameTest, searchFindsMatesAndKeepsItsBudget)

@@ -2,12 +2,12 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <filesystem>
 #include <memory>
 #include <numeric>
 #include <set>
 #include <span>
+#include <sstream>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -15,9 +15,11 @@
 #include "eval/evaluate.h"
 #include "eval/network.h"
 #include "eval/networkFile.h"
+#include "eval/networkWriter.h"
 #include "eval/pawnEvaluation.h"
 #include "games/randomOpening.h"
 #include "learning/modelNetwork.h"
+#include "learning/trainerJudge.h"
 #include "learning/trainerStep.h"
 #include "support/randomGames.h"
 #include "support/temporaryDirectory.h"
@@ -77,45 +79,70 @@ class trainerTest : public testing::Test
     static void SetUpTestSuite()
     {
         settings.resultShare = 0;
-        settings.rate = 0.002;
         training = scoredPositions(9000, 3);
         validation = scoredPositions(1500, 4);
         model = std::make_unique<trainerModel>();
         initialiseModel(*model, levelsOf("base,region,free"), 1);
         workCrew crew(2);
-        errorBefore = meanError(*model, crew, validation, settings);
+        errorBefore = judgeModel(*model, crew, validation, settings).error;
         const workspacePointer workspace = makeWorkspace();
         for (int epoch = 0; epoch < 5; ++epoch)
             for (std::size_t first = 0; first + batchSize <= training.size(); first += batchSize)
+            {
+                settings.rate = std::min(0.001, 0.00001 * static_cast<double>(model->steps));
                 learnBatch(*model, *workspace, crew, std::span(training).subspan(first, batchSize), settings);
-        errorAfter = meanError(*model, crew, validation, settings);
+            }
+        after = judgeModel(*model, crew, validation, settings);
     }
     static void TearDownTestSuite() { model.reset(); }
 
     static inline learningSettings settings;
     static inline std::vector<trainingPosition> training, validation;
     static inline std::unique_ptr<trainerModel> model;
-    static inline double errorBefore, errorAfter;
+    static inline double errorBefore;
+    static inline judgement after;
 };
 
 TEST_F(trainerTest, aShortTrainingLowersTheValidationError)
 {
-    EXPECT_LT(errorAfter, errorBefore / 2) << "from " << errorBefore;
+    EXPECT_LT(after.error, errorBefore / 2) << "from " << errorBefore;
+}
+
+TEST_F(trainerTest, noNeuronDies)
+{
+    for (const layerHealth &layer : after.layers)
+        EXPECT_EQ(layer.dead + layer.saturated, 0) << healthText(after);
+    trainerModel broken = *model;
+    broken.featureBias.weights[5] = -featureLimit;
+    broken.hidden1Bias.weights[3] = featureLimit;
+    workCrew crew(1);
+    const judgement judged = judgeModel(broken, crew, validation, settings);
+    EXPECT_EQ(judged.layers[0].dead, 1);
+    EXPECT_EQ(judged.layers[1].saturated, 1);
+    EXPECT_EQ(judged.lanes.back(), 5) << "lanes by use";
 }
 
 TEST_F(trainerTest, engineAndTrainerAgreeOnTenThousandPositions)
 {
     quantiseModel(*model, netWeights);
     arrangeWeights();
+    const roundedWeights rounded = roundWeights(*model);
+    lineVector<std::int16_t> rows(rowOffset(model->classes.featureOf.size()));
+    for (std::size_t each = 0; each < model->classes.featureOf.size(); ++each)
+        roundClassRow(*model, each, rows.data() + rowOffset(each));
     constexpr int count = 10000;
     double worst = 0, scoreSquares = 0, differenceSquares = 0;
     visitRandomPositions(count, 99,
                          [&](pos &position)
                          {
                              const trainingPosition packed = packPosition(position, 0, 1);
+                             classList list;
+                             passValues values;
+                             listClasses(packed, model->classes, list);
+                             passForward(rounded, list, rows.data(), values);
                              position.accumulatorBlocks[0].computed = false;
                              const int score = networkScore(position, 0, std::clamp<int>(position.phase, 0, 24));
-                             const double difference = modelOutput(*model, packed) * outputScale(packed) - score;
+                             const double difference = values.output * outputScale(packed) - score;
                              worst = std::max(worst, std::abs(difference));
                              scoreSquares += score * score;
                              differenceSquares += difference * difference;
@@ -138,14 +165,14 @@ TEST_F(trainerTest, rowsNeverSeenHoldTheSharedValue)
             std::for_each_n(half, list.count, [&](std::uint16_t feature) { seen[feature] = true; });
     }
     EXPECT_GT(std::count(seen.begin(), seen.end(), false), featureCount / 10);
-    for (int feature = 0; feature < featureCount; feature += 7)
+    for (std::size_t feature = 0; feature < featureCount; feature += 7)
     {
-        if (seen[static_cast<std::size_t>(feature)])
+        if (seen[feature])
             continue;
         float shared[transformerWidth] = {};
         for (const std::size_t level : {0, 1})
         {
-            const std::size_t row = model->levels[level].rowOf[static_cast<std::size_t>(feature)];
+            const std::size_t row = model->levels[level].rowOf[feature];
             addRow(shared, model->levelRows[level].weights.data() + row * transformerWidth);
         }
         float whole[transformerWidth];
@@ -171,7 +198,7 @@ TEST_F(trainerTest, weightsStayWithinWhatTheFileHolds)
     for (const learntArray *array : {&wild.hidden1Weight, &wild.hidden2Weight, &wild.outputWeight})
         EXPECT_LE(largest(*array), denseLimit);
     EXPECT_EQ(largest(wild.hidden1Weight), denseLimit) << "the rate is meant to reach the bound";
-    for (int feature = 0; feature < featureCount; feature += 101)
+    for (std::size_t feature = 0; feature < featureCount; feature += 101)
     {
         float row[transformerWidth];
         sumFeatureRow(wild, feature, row);
@@ -183,11 +210,12 @@ TEST_F(trainerTest, checkpointsGoOnWhereTheyStopped)
 {
     const temporaryDirectory directory;
     const std::string path = directory / "checkpoint";
-    ASSERT_EQ(saveCheckpoint(*model, {5, 77}, path), "");
+    ASSERT_EQ(saveCheckpoint(*model, {5, 6, 77}, path), "");
     trainerModel resumed;
     checkpointProgress progress;
     ASSERT_EQ(loadCheckpoint(resumed, progress, path), "");
     EXPECT_EQ(progress.epoch, 5U);
+    EXPECT_EQ(progress.positions, 6U);
     EXPECT_EQ(progress.seed, 77U);
     trainerModel kept = *model;
     workCrew crew(1);
@@ -211,6 +239,12 @@ TEST_F(trainerTest, takesANetworkOver)
 {
     const auto written = std::make_unique<networkWeights>();
     const auto again = std::make_unique<networkWeights>();
+    const auto fileOf = [](const networkWeights &weights)
+    {
+        std::ostringstream stream;
+        writeNet(stream, weights, "");
+        return std::move(stream).str();
+    };
     const auto meanSquare = [](const learntArray &array)
     {
         return std::inner_product(array.weights.begin(), array.weights.end(), array.weights.begin(), 0.0) /
@@ -222,14 +256,7 @@ TEST_F(trainerTest, takesANetworkOver)
     takeNetwork(taken, *written);
     EXPECT_LT(meanSquare(taken.levelRows[2]), meanSquare(taken.levelRows[0]) / 20) << "the free rows hold a correction";
     quantiseModel(taken, *again);
-    EXPECT_TRUE(std::ranges::equal(std::span(written->featureBias), std::span(again->featureBias)));
-    EXPECT_EQ(std::memcmp(written->featureWeight, again->featureWeight, sizeof again->featureWeight), 0);
-    EXPECT_EQ(std::memcmp(written->hidden1Weight, again->hidden1Weight, sizeof again->hidden1Weight), 0);
-    EXPECT_EQ(std::memcmp(written->hidden2Weight, again->hidden2Weight, sizeof again->hidden2Weight), 0);
-    EXPECT_TRUE(std::ranges::equal(std::span(written->hidden1Bias), std::span(again->hidden1Bias)));
-    EXPECT_TRUE(std::ranges::equal(std::span(written->hidden2Bias), std::span(again->hidden2Bias)));
-    EXPECT_TRUE(std::ranges::equal(std::span(written->outputWeight), std::span(again->outputWeight)));
-    EXPECT_EQ(written->outputBias, again->outputBias);
+    EXPECT_EQ(fileOf(*written), fileOf(*again));
 
     // Learnt without free rows, the network needs none.
     trainerModel plain = *model;
@@ -280,6 +307,20 @@ TEST(trainingPositions, areShownMirrored)
     EXPECT_NE(featuresOf(fen, true), featuresOf(fen, false));
     EXPECT_EQ(setupGame(*board, "r3k3/8/8/8/8/8/8/4K3 b q - 0 1"), "");
     EXPECT_NE(packPosition(board->position, 0, 1).hasCastling, 0);
+}
+
+TEST(trainingPositions, laterScoresAreMixedInFromTheMoversView)
+{
+    constexpr double factor = 0.5;
+    storedMove moves[] = {{0, 100}, {0, unscored}, {0, -300}, {0, 200}};
+    mixLaterScores(moves, factor, 250);
+    const double last = expectedResult(200, 250),
+                 third = (1 - factor) * expectedResult(-300, 250) + factor * (1 - last);
+    const double first = (1 - factor) * expectedResult(100, 250) + factor * third;
+    EXPECT_EQ(moves[3].score, 200);
+    EXPECT_NEAR(expectedResult(moves[2].score, 250), third, 0.001);
+    EXPECT_EQ(moves[1].score, unscored);
+    EXPECT_NEAR(expectedResult(moves[0].score, 250), first, 0.001);
 }
 
 TEST(featureLevels, shareRowsAsTheyPromise)

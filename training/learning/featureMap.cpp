@@ -2,6 +2,7 @@
 #include "words.h"
 
 #include <algorithm>
+#include <map>
 
 namespace tarvonel
 {
@@ -94,6 +95,44 @@ std::vector<featureLevel> makeLevels(const std::string &names, std::string &erro
     }
     error = levels.empty() ? "no level of features named" : "";
     return levels;
+}
+
+void groupItems(groupedItems &grouped, const std::vector<std::uint32_t> &groupOf, std::size_t groups)
+{
+    // While the items are placed, first[g + 1] is where the next one of group g goes.
+    grouped.first.assign(groups + 2, 0);
+    for (const std::uint32_t group : groupOf)
+        ++grouped.first[group + 2];
+    for (std::size_t group = 0; group < groups; ++group)
+        grouped.first[group + 2] += grouped.first[group + 1];
+    grouped.items.resize(groupOf.size());
+    for (std::size_t i = 0; i < groupOf.size(); ++i)
+        grouped.items[grouped.first[groupOf[i] + 1]++] = static_cast<std::uint32_t>(i);
+    grouped.first.pop_back();
+}
+
+featureClasses classifyFeatures(const std::vector<featureLevel> &levels)
+{
+    featureClasses classes;
+    std::map<std::vector<std::uint16_t>, std::uint32_t> known;
+    for (std::size_t feature = 0; feature < featureCount; ++feature)
+    {
+        std::vector<std::uint16_t> rows;
+        for (const featureLevel &level : levels)
+            rows.push_back(level.rowOf[feature]);
+        const auto [place, isNew] = known.try_emplace(rows, static_cast<std::uint32_t>(known.size()));
+        if (isNew)
+            classes.featureOf.push_back(static_cast<std::uint32_t>(feature));
+        classes.classOf.push_back(place->second);
+    }
+    for (const featureLevel &level : levels)
+    {
+        std::vector<std::uint32_t> rowOfClass;
+        for (const std::uint32_t feature : classes.featureOf)
+            rowOfClass.push_back(level.rowOf[feature]);
+        groupItems(classes.classesOfRow.emplace_back(), rowOfClass, static_cast<std::size_t>(level.rows));
+    }
+    return classes;
 }
 
 } // namespace tarvonel

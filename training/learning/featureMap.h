@@ -35,4 +35,24 @@ struct featureLevel
 /// name is unknown or none is given.
 std::vector<featureLevel> makeLevels(const std::string &names, std::string &error);
 
+/// Items in groups: those of group g are items[first[g]] to items[first[g + 1] - 1].
+struct groupedItems
+{
+    std::vector<std::uint32_t> first;
+    std::vector<std::uint32_t> items;
+};
+
+/// Sorts the indices of `groupOf` by their group (counting sort).
+void groupItems(groupedItems &grouped, const std::vector<std::uint32_t> &groupOf, std::size_t groups);
+
+/// Features that have the same row in each level are one and the same to the network as long as it
+/// is learnt: a class. "base" and "region" leave a quarter as many classes as there are features.
+struct featureClasses
+{
+    std::vector<std::uint32_t> classOf;     ///< by feature
+    std::vector<std::uint32_t> featureOf;   ///< by class: one of its features
+    std::vector<groupedItems> classesOfRow; ///< by level
+};
+featureClasses classifyFeatures(const std::vector<featureLevel> &levels);
+
 } // namespace tarvonel

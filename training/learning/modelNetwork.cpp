@@ -19,15 +19,14 @@ template <typename Number> Number rounded(double value, double low, double high)
     return static_cast<Number>(std::lround(std::clamp(value, low, high)));
 }
 
-constexpr double halfStep = weightScale / 2;
+constexpr double halfStep = weightScale / 2.0;
 
 /// A hidden bias carries half a step more, as the engine's shift rounds towards minus infinity.
 std::int32_t hiddenBias(float bias) { return rounded<std::int32_t>(bias * rawPerOutput + halfStep, -1e9, 1e9); }
 
 std::int16_t denseWeight(float weight)
 {
-    constexpr double largest = 127; // of a signed byte, the same for both signs
-    return rounded<std::int16_t>(weight * weightScale, -largest, largest);
+    return rounded<std::int16_t>(weight * weightScale, -denseLimit * weightScale, denseLimit * weightScale);
 }
 
 /// Transposed: the engine has a row for each output.
@@ -89,7 +88,7 @@ template <std::size_t Inputs> void takeLayer(learntArray &weights, learntArray &
         biases.weights[o] = static_cast<float>((sums[o] - halfStep) / rawPerOutput);
         for (std::size_t i = 0; i < Inputs; ++i)
         {
-            weights.weights[i * hiddenWidth + o] = static_cast<float>(rows[o][i] / weightScale);
+            weights.weights[i * hiddenWidth + o] = static_cast<float>(rows[o][i]) / weightScale;
         }
     }
 }
@@ -98,12 +97,12 @@ void takeRow(float *row, const std::int16_t *lanes)
 {
     for (int i = 0; i < transformerWidth; ++i)
     {
-        row[i] = static_cast<float>(lanes[i] / activationScale);
+        row[i] = static_cast<float>(lanes[i]) / activationScale;
     }
 }
 
 /// Moves the mean of what is left of the features that share a row into that row.
-void fitLevel(const featureLevel &level, std::vector<float> &rows, std::vector<float> &left)
+void fitLevel(const featureLevel &level, lineVector<float> &rows, std::vector<float> &left)
 {
     std::vector<float> means(rows.size(), 0.0F);
     std::vector<int> sharers(static_cast<std::size_t>(level.rows), 0);
@@ -149,7 +148,7 @@ void quantiseModel(const trainerModel &model, networkWeights &weights)
 {
     quantiseRow(model.featureBias.weights.data(), weights.featureBias);
     float row[transformerWidth];
-    for (int feature = 0; feature < featureCount; ++feature)
+    for (std::size_t feature = 0; feature < featureCount; ++feature)
     {
         sumFeatureRow(model, feature, row);
         quantiseRow(row, weights.featureWeight[feature]);
@@ -175,9 +174,7 @@ std::string writeNetwork(const trainerModel &model, const std::vector<int> &lane
 void takeNetwork(trainerModel &model, const networkWeights &weights)
 {
     for (learntArray *array : arraysOf(model))
-    {
-        array->resize(array->weights.size());
-    }
+        array->resize(array->steps.size(), array->weights.size() / array->steps.size());
     std::vector<float> rows(static_cast<std::size_t>(featureCount) * transformerWidth);
     for (std::size_t feature = 0; feature < featureCount; ++feature)
     {
@@ -189,7 +186,7 @@ void takeNetwork(trainerModel &model, const networkWeights &weights)
     takeLayer(model.hidden2Weight, model.hidden2Bias, weights.hidden2Weight, weights.hidden2Bias);
     for (std::size_t o = 0; o < hiddenWidth; ++o)
     {
-        model.outputWeight.weights[o] = static_cast<float>(weights.outputWeight[o] / weightScale);
+        model.outputWeight.weights[o] = static_cast<float>(weights.outputWeight[o]) / weightScale;
     }
     model.outputBias.weights[0] = static_cast<float>(weights.outputBias / rawPerOutput);
 }

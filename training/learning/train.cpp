@@ -5,13 +5,16 @@
 #include <cstdio>
 #include <filesystem>
 #include <numbers>
+#include <numeric>
 #include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "board/engineOptions.h"
 #include "eval/networkFile.h"
 #include "learning/modelNetwork.h"
+#include "learning/trainerJudge.h"
 #include "learning/trainerStep.h"
 #include "platform/clock.h"
 #include "programMain.h"
@@ -37,8 +40,10 @@ struct trainingPlan
     double firstRate = 0.001;
     double finalRate = 0.00002;
     double mirrorShare = 0.5;
-    std::size_t capacity = 200'000'000;
-    std::size_t batch = 8192;
+    double warmUp = 200; ///< steps
+    std::uint64_t capacity = 4'000'000'000;
+    std::size_t block = 100'000'000;
+    std::size_t batch = 2048;
     std::uint64_t epochs = 2;
     std::uint64_t seed = 1;
     int threads = coreCount();
@@ -63,9 +68,18 @@ void declareOptions(CLI::App &app, trainingPlan &plan)
     app.add_option("--batch", plan.batch, "positions for each step")->check(numberFrom(1, 1'000'000));
     app.add_option("--rate", plan.firstRate, "learning rate at the start")->check(numberFrom(1e-9, 1));
     app.add_option("--final-rate", plan.finalRate, "and at the end, along half a cosine")->check(share);
+    app.add_option("--warm-up", plan.warmUp, "first steps over which the rate rises from 0")->check(numberFrom(0, 1e9));
+    app.add_option("--weight-decay", settings.weightDecay,
+                   "share of the weights, times the rate, that each step takes off")
+        ->check(numberFrom(0, 100));
+    app.add_option("--average", settings.averagedSteps,
+                   "writes and judges the mean of the weights of about the last so many steps")
+        ->check(numberFrom(0, 1e9));
     app.add_option("--free-share", settings.freeShare, "rate of the free rows, as a share of the others'")
         ->check(numberFrom(0, 10));
     app.add_option("--result-share", settings.resultShare, "weight of the game's result in the target")->check(share);
+    app.add_option("--later-scores", filter.laterScores, "weight of what the later plies of the game expect, a ply")
+        ->check(numberFrom(0, 0.99));
     app.add_option("--activation-price", settings.activationPrice,
                    "error for each unit of first-layer activation, for a faster engine")
         ->check(share);
@@ -74,7 +88,8 @@ void declareOptions(CLI::App &app, trainingPlan &plan)
         ->check(share);
     app.add_option("--score-scale", settings.scoreScale, "centipawns of the target's sigmoid")
         ->check(numberFrom(1, 10'000));
-    app.add_option("--positions", plan.capacity, "learns from at most so many")->check(numberFrom(1, 4e9));
+    app.add_option("--positions", plan.capacity, "learns from about the first so many")->check(numberFrom(1, 4e9));
+    app.add_option("--block", plan.block, "positions to hold in memory and mix at a time")->check(numberFrom(1, 4e9));
     app.add_option("--validation", filter.validationShare, "keeps the games of one start in so many for validation")
         ->check(numberFrom(2, 1e9));
     app.add_option("--first-ply", filter.firstPly, "leaves out earlier plies of games")->check(numberFrom(0, 10'000));
@@ -86,36 +101,32 @@ void declareOptions(CLI::App &app, trainingPlan &plan)
     app.add_option("--seed", plan.seed, "of first weights and order")->check(numberFrom(0, 1e9));
 }
 
-std::string loadData(const trainingPlan &plan, trainingData &data)
+std::string readData(const trainingPlan &plan, trainingData &data, workCrew &crew)
 {
     const std::int64_t start = millisecondsNow();
-    for (const std::string &file : plan.files)
-    {
-        const std::string error = loadPositions(data, file, plan.filter, plan.capacity);
-        if (!error.empty())
-        {
-            return error;
-        }
-    }
-    std::printf("%zu positions to learn from, %zu for validation, of %llu in %llu games (%.1f s)\n",
-                data.training.size(), data.validation.size(), static_cast<unsigned long long>(data.positions),
-                static_cast<unsigned long long>(data.games), static_cast<double>(millisecondsNow() - start) / 1000);
+    const std::string error = openData(data, plan.files, plan.filter, plan.capacity, crew);
+    if (!error.empty())
+        return error;
+    std::printf("%llu positions to learn from, %zu for validation, of %llu in %llu games (%.1f s)\n",
+                static_cast<unsigned long long>(data.learnable), data.validation.size(),
+                static_cast<unsigned long long>(data.positions), static_cast<unsigned long long>(data.games),
+                static_cast<double>(millisecondsNow() - start) / 1000);
     if (data.damagedBytes > 0 || data.badGames > 0)
-    {
         std::printf("passed over: %llu damaged bytes, %llu games that are not legal\n",
                     static_cast<unsigned long long>(data.damagedBytes), static_cast<unsigned long long>(data.badGames));
-    }
-    return data.training.empty() ? "no positions to learn from" : "";
+    std::fflush(stdout);
+    return data.learnable == 0 ? "no positions to learn from" : "";
 }
 
 /// Fresh weights, or those of a checkpoint or network. Empty text or what went wrong.
 std::string prepareModel(const trainingPlan &plan, trainerModel &model, checkpointProgress &progress)
 {
-    progress = {0, plan.seed};
+    progress = {0, 0, plan.seed};
     if (plan.resumes && std::filesystem::exists(plan.checkpoint))
     {
         const std::string error = loadCheckpoint(model, progress, plan.checkpoint);
-        std::printf("resuming after epoch %llu\n", static_cast<unsigned long long>(progress.epoch));
+        std::printf("resuming after %llu epochs and %llu positions\n", static_cast<unsigned long long>(progress.epoch),
+                    static_cast<unsigned long long>(progress.positions));
         return error;
     }
     initialiseModel(model, plan.levels, plan.seed);
@@ -138,16 +149,12 @@ std::string prepareModel(const trainingPlan &plan, trainerModel &model, checkpoi
     return error.empty() ? takeWeights(model, other) : error;
 }
 
-double rateAt(const trainingPlan &plan, double share)
+/// The rate after a share of the run.
+double rateAt(const trainingPlan &plan, double share, std::uint64_t steps)
 {
-    return plan.finalRate + (plan.firstRate - plan.finalRate) * (1 + std::cos(std::numbers::pi * share)) / 2;
-}
-
-void tellProgress(std::uint64_t epoch, double share, double error, double rate, double speed)
-{
-    std::printf("epoch %llu  %5.1f%%  error %.6f  rate %.6f  %.0f positions/s\n",
-                static_cast<unsigned long long>(epoch), share * 100, error, rate, speed);
-    std::fflush(stdout);
+    const double rate = plan.finalRate +
+                        (plan.firstRate - plan.finalRate) * (1 + std::cos(std::numbers::pi * std::min(share, 1.0))) / 2;
+    return rate * std::min(1.0, static_cast<double>(steps + 1) / std::max(plan.warmUp, 1.0));
 }
 
 /// Shows the share of those positions that nothing but the files tells apart from their mirror image
@@ -156,91 +163,160 @@ void mirrorSome(std::vector<trainingPosition> &batch, double share, std::mt19937
 {
     std::bernoulli_distribution isChosen(share);
     for (trainingPosition &position : batch)
-    {
         position.isMirrored = position.hasCastling == 0 && isChosen(random) ? 1 : 0;
-    }
 }
 
-/// One pass over the data in an order of its own; false when interrupted.
-bool learnEpoch(const trainingPlan &plan, const trainingData &data, trainerModel &model, trainerWorkspace &workspace,
-                workCrew &crew, const checkpointProgress &progress)
+/// Pieces of the files in memory at the same time.
+struct dataBlock
 {
-    std::vector<std::uint32_t> order(data.training.size());
-    for (std::size_t i = 0; i < order.size(); ++i)
-    {
-        order[i] = static_cast<std::uint32_t>(i);
-    }
-    std::mt19937_64 random(progress.seed * 1000003 + progress.epoch);
-    std::shuffle(order.begin(), order.end(), random);
+    std::vector<std::uint32_t> pieces; ///< their numbers
+    std::uint64_t positions = 0;
+};
 
-    learningSettings settings = plan.settings;
-    std::vector<trainingPosition> batch;
-    double error = 0;
-    std::size_t learnt = 0;
-    const std::int64_t start = millisecondsNow();
-    std::int64_t told = start;
-    while (learnt < order.size() && !interrupted)
+std::vector<std::uint32_t> shuffledNumbers(std::size_t count, std::mt19937_64 &random)
+{
+    std::vector<std::uint32_t> numbers(count);
+    std::iota(numbers.begin(), numbers.end(), 0U);
+    std::ranges::shuffle(numbers, random);
+    return numbers;
+}
+
+/// Deals the pieces out among as few blocks as memory allows, about equal ones.
+std::vector<dataBlock> dealBlocks(const trainingPlan &plan, const trainingData &data, std::mt19937_64 &random)
+{
+    std::vector<dataBlock> blocks((data.learnable + plan.block - 1) / plan.block);
+    std::uint64_t dealt = 0;
+    for (const std::uint32_t piece : shuffledNumbers(data.pieces.size(), random))
     {
-        const std::size_t count = std::min(plan.batch, order.size() - learnt);
-        batch.resize(count);
-        crew.share(count, 1024, [&](std::size_t i) { batch[i] = data.training[order[learnt + i]]; });
-        mirrorSome(batch, plan.mirrorShare, random);
-        const double share = static_cast<double>(learnt) / static_cast<double>(order.size());
-        settings.rate = rateAt(
-            plan, std::min((static_cast<double>(progress.epoch) + share) / static_cast<double>(plan.epochs), 1.0));
-        error += learnBatch(model, workspace, crew, batch, settings);
-        learnt += count;
+        dataBlock &block = blocks[dealt * blocks.size() / data.learnable];
+        block.pieces.push_back(piece);
+        block.positions += data.pieces[piece].positions;
+        dealt += data.pieces[piece].positions;
+    }
+    return blocks;
+}
+
+/// All that one run works with.
+struct trainingRun
+{
+    const trainingPlan &plan;
+    workCrew crew;
+    trainingData data;
+    trainerModel model;
+    checkpointProgress progress;
+    workspacePointer workspace = makeWorkspace();
+    std::vector<trainingPosition> positions; ///< of the block under way
+
+    explicit trainingRun(const trainingPlan &given) : plan(given), crew(given.threads) {}
+};
+
+/// Tells from time to time how the epoch goes.
+struct progressTeller
+{
+    double error = 0; ///< sums since the last line
+    std::uint64_t learnt = 0;
+    std::int64_t told = millisecondsNow();
+
+    void tell(const trainingRun &run, double rate)
+    {
         const std::int64_t now = millisecondsNow();
-        if (now - told >= progressInterval || learnt == order.size())
-        {
-            told = now;
-            tellProgress(progress.epoch + 1, static_cast<double>(learnt) / static_cast<double>(order.size()),
-                         error / static_cast<double>(learnt), settings.rate,
-                         static_cast<double>(learnt) * 1000 /
-                             static_cast<double>(std::max<std::int64_t>(now - start, 1)));
-        }
+        const bool isLast = run.progress.positions >= run.data.learnable;
+        if (learnt == 0 || (now - told < progressInterval && !isLast))
+            return;
+        std::printf("epoch %llu  %5.1f%%  error %.6f  rate %.6f  %.0f positions/s\n",
+                    static_cast<unsigned long long>(run.progress.epoch + 1),
+                    100 * static_cast<double>(run.progress.positions) / static_cast<double>(run.data.learnable),
+                    error / static_cast<double>(learnt), rate,
+                    static_cast<double>(learnt) * 1000 / static_cast<double>(std::max<std::int64_t>(now - told, 1)));
+        std::fflush(stdout);
+        *this = {0, 0, now};
     }
-    return !interrupted;
+};
+
+/// Learns from the positions in memory in steps of about the batch's size, but for the first `done`.
+void learnBlock(trainingRun &run, std::uint64_t done, std::mt19937_64 &random, progressTeller &teller)
+{
+    const std::vector<std::uint32_t> order = shuffledNumbers(run.positions.size(), random);
+    const std::uint64_t epochSize = run.data.learnable;
+    const std::size_t steps = std::max<std::size_t>((order.size() + run.plan.batch / 2) / run.plan.batch, 1);
+    learningSettings settings = run.plan.settings;
+    std::vector<trainingPosition> batch;
+    for (std::size_t step = 0; step < steps && !interrupted; ++step)
+    {
+        const std::size_t begin = order.size() * step / steps;
+        const std::size_t end = order.size() * (step + 1) / steps;
+        if (begin < done || begin == end)
+            continue;
+        batch.clear();
+        for (std::size_t i = begin; i < end; ++i)
+            batch.push_back(run.positions[order[i]]);
+        mirrorSome(batch, run.plan.mirrorShare, random);
+        const double epochs = static_cast<double>(run.progress.epoch) +
+                              static_cast<double>(run.progress.positions) / static_cast<double>(epochSize);
+        settings.rate = rateAt(run.plan, epochs / static_cast<double>(run.plan.epochs), run.model.steps);
+        teller.error += learnBatch(run.model, *run.workspace, run.crew, batch, settings);
+        teller.learnt += batch.size();
+        run.progress.positions += batch.size();
+        teller.tell(run, settings.rate);
+    }
 }
 
-std::string saveAll(const trainingPlan &plan, trainerModel &model, const std::vector<int> &lanes,
-                    const checkpointProgress &progress)
+/// One pass over the data in an order of its own, or the rest of one; false when interrupted.
+bool learnEpoch(trainingRun &run)
 {
-    const std::string error = writeNetwork(model, lanes, plan.out, "learnt from the engine's own games");
-    return !error.empty() || plan.checkpoint.empty() ? error : saveCheckpoint(model, progress, plan.checkpoint);
+    std::mt19937_64 random(run.progress.seed * 1000003 + run.progress.epoch);
+    const std::vector<dataBlock> blocks = dealBlocks(run.plan, run.data, random);
+    std::uint64_t toSkip = run.progress.positions;
+    progressTeller teller;
+    for (const dataBlock &block : blocks)
+    {
+        if (toSkip >= block.positions)
+        {
+            toSkip -= block.positions;
+            continue;
+        }
+        if (blocks.size() > 1 || run.positions.empty())
+            readPieces(run.positions, run.data, block.pieces, run.plan.filter, run.crew);
+        learnBlock(run, std::exchange(toSkip, 0), random, teller);
+        if (interrupted)
+            return false;
+    }
+    run.progress.positions = 0;
+    ++run.progress.epoch;
+    return true;
+}
+
+/// Judges the model by the positions of validation, and writes it.
+std::string judgeAndSave(trainingRun &run, const std::string &when)
+{
+    const bool isAveraged = run.plan.settings.averagedSteps > 0 && run.model.steps > 0;
+    const trainerModel averaged = isAveraged ? averagedModel(run.model) : trainerModel{};
+    const trainerModel &model = isAveraged ? averaged : run.model;
+    const judgement judged = judgeModel(model, run.crew, run.data.validation, run.plan.settings);
+    std::printf("%s: validation error %.6f\n%s", when.c_str(), judged.error, healthText(judged).c_str());
+    std::fflush(stdout);
+    if (run.model.steps == 0)
+        return {};
+    const std::string error = writeNetwork(model, judged.lanes, run.plan.out, "learnt from the engine's own games");
+    return !error.empty() || run.plan.checkpoint.empty() ? error
+                                                         : saveCheckpoint(run.model, run.progress, run.plan.checkpoint);
 }
 
 std::string learn(const trainingPlan &plan)
 {
-    trainerModel model;
-    checkpointProgress progress;
-    std::string error = prepareModel(plan, model, progress);
-    trainingData data;
+    trainingRun run(plan);
+    std::string error = prepareModel(plan, run.model, run.progress);
     if (error.empty())
+        error = readData(plan, run.data, run.crew);
+    if (error.empty() && run.model.steps == 0)
+        error = judgeAndSave(run, "before");
+    while (error.empty() && run.progress.epoch < plan.epochs && !interrupted)
     {
-        error = loadData(plan, data);
+        const bool finished = learnEpoch(run);
+        const std::uint64_t epoch = run.progress.epoch + (finished ? 0 : 1);
+        error = judgeAndSave(run, (finished ? "after epoch " : "interrupted in epoch ") + std::to_string(epoch));
     }
-    if (!error.empty())
-    {
-        return error;
-    }
-    workCrew crew(plan.threads);
-    const workspacePointer workspace = makeWorkspace();
-    std::printf("validation error before: %.6f\n", meanError(model, crew, data.validation, plan.settings));
-    while (progress.epoch < plan.epochs && error.empty())
-    {
-        const bool finished = learnEpoch(plan, data, model, *workspace, crew, progress);
-        progress.epoch += finished ? 1 : 0;
-        std::printf("%s %llu: validation error %.6f\n", finished ? "after epoch" : "interrupted in epoch",
-                    static_cast<unsigned long long>(progress.epoch + (finished ? 0 : 1)),
-                    meanError(model, crew, data.validation, plan.settings));
-        std::fflush(stdout);
-        error = saveAll(plan, model, lanesByUse(model, crew, data.validation), progress);
-        if (!finished)
-        {
-            break;
-        }
-    }
+    closeData(run.data);
     return error;
 }
 
@@ -251,6 +327,7 @@ int train(trainingPlan &plan)
     if (!error.empty())
         throw CLI::ValidationError("--levels", error);
     engineOptions.chess960 = true; // games of both kinds may stand in a file; standard ones lose nothing
+    plan.filter.scoreScale = plan.settings.scoreScale;
     watchForInterrupts();
     error = learn(plan);
     if (!error.empty())

@@ -6,6 +6,8 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <random>
+#include <type_traits>
 
 #include "wholeFile.h"
 
@@ -15,15 +17,29 @@ namespace tarvonel
 namespace
 {
 
-constexpr char checkpointMark[8] = {'T', 'V', 'T', 'R', 'A', 'I', 'N', '1'};
+constexpr char checkpointMark[8] = {'T', 'V', 'T', 'R', 'A', 'I', 'N', '2'};
 constexpr std::uint32_t longestText = 1024;
 
-void fillRandom(std::vector<float> &weights, double deviation, double mean, std::mt19937_64 &random)
+void fillRandom(lineVector<float> &weights, double deviation, double mean, std::mt19937_64 &random)
 {
     std::normal_distribution<double> normal(mean, deviation);
     for (float &weight : weights)
-    {
         weight = static_cast<float>(normal(random));
+}
+
+/// Weights that leave the sums of the outputs about where the biases put them: those of an output
+/// have the mean 0, as the inputs are never negative, and grow less the more inputs there are.
+void fillLayer(lineVector<float> &weights, std::mt19937_64 &random)
+{
+    const std::size_t inputs = weights.size() / hiddenWidth;
+    fillRandom(weights, std::sqrt(1.0 / (3.0 * static_cast<double>(inputs))), 0, random);
+    for (std::size_t o = 0; o < hiddenWidth; ++o)
+    {
+        double sum = 0;
+        for (std::size_t i = 0; i < inputs; ++i)
+            sum += weights[i * hiddenWidth + o];
+        for (std::size_t i = 0; i < inputs; ++i)
+            weights[i * hiddenWidth + o] -= static_cast<float>(sum / static_cast<double>(inputs));
     }
 }
 
@@ -57,138 +73,85 @@ std::string joinNames(const std::vector<featureLevel> &levels)
 void sizeModel(trainerModel &model, const std::vector<featureLevel> &levels)
 {
     model.levels = levels;
+    model.classes = classifyFeatures(levels);
     model.levelRows.assign(levels.size(), {});
     for (std::size_t i = 0; i < levels.size(); ++i)
-    {
-        model.levelRows[i].resize(static_cast<std::size_t>(levels[i].rows) * transformerWidth);
-    }
-    model.featureBias.resize(transformerWidth);
-    model.hidden1Weight.resize(networkInputs * hiddenWidth);
-    model.hidden1Bias.resize(hiddenWidth);
-    model.hidden2Weight.resize(hiddenWidth * hiddenWidth);
-    model.hidden2Bias.resize(hiddenWidth);
-    model.outputWeight.resize(hiddenWidth);
-    model.outputBias.resize(1);
+        model.levelRows[i].resize(static_cast<std::size_t>(levels[i].rows), transformerWidth);
+    model.featureBias.resize(1, transformerWidth);
+    model.hidden1Weight.resize(1, networkInputs * hiddenWidth);
+    model.hidden1Bias.resize(1, hiddenWidth);
+    model.hidden2Weight.resize(1, hiddenWidth * hiddenWidth);
+    model.hidden2Bias.resize(1, hiddenWidth);
+    model.outputWeight.resize(1, hiddenWidth);
+    model.outputBias.resize(1, 1);
 }
 
-void transferFloats(std::ostream &stream, std::vector<float> &values)
+template <typename Numbers> void transferNumbers(std::ostream &stream, const Numbers &numbers)
 {
-    stream.write(reinterpret_cast<const char *>(values.data()),
-                 static_cast<std::streamsize>(values.size() * sizeof(float)));
+    stream.write(reinterpret_cast<const char *>(numbers.data()),
+                 static_cast<std::streamsize>(numbers.size() * sizeof numbers[0]));
 }
-void transferFloats(std::istream &stream, std::vector<float> &values)
+template <typename Numbers> void transferNumbers(std::istream &stream, Numbers &numbers)
 {
-    stream.read(reinterpret_cast<char *>(values.data()), static_cast<std::streamsize>(values.size() * sizeof(float)));
+    stream.read(reinterpret_cast<char *>(numbers.data()),
+                static_cast<std::streamsize>(numbers.size() * sizeof numbers[0]));
 }
 
 template <typename Stream> void transferArrays(Stream &stream, trainerModel &model)
 {
     for (learntArray *array : arraysOf(model))
     {
-        transferFloats(stream, array->weights);
-        transferFloats(stream, array->means);
-        transferFloats(stream, array->squares);
+        for (lineVector<float> *numbers : {&array->weights, &array->means, &array->squares, &array->averages})
+            transferNumbers(stream, *numbers);
+        transferNumbers(stream, array->steps);
     }
 }
 
 } // namespace
 
-void learntArray::resize(std::size_t count)
+void learntArray::resize(std::size_t rows, std::size_t width)
 {
-    weights.assign(count, 0.0F);
-    means.assign(count, 0.0F);
-    squares.assign(count, 0.0F);
+    for (lineVector<float> *numbers : {&weights, &means, &squares, &averages})
+        numbers->assign(rows * width, 0.0F);
+    steps.assign(rows, 0);
 }
 
 std::vector<learntArray *> arraysOf(trainerModel &model)
 {
     std::vector<learntArray *> arrays;
     for (learntArray &rows : model.levelRows)
-    {
         arrays.push_back(&rows);
-    }
     for (learntArray *array : {&model.featureBias, &model.hidden1Weight, &model.hidden1Bias, &model.hidden2Weight,
                                &model.hidden2Bias, &model.outputWeight, &model.outputBias})
-    {
         arrays.push_back(array);
-    }
     return arrays;
 }
 
 void initialiseModel(trainerModel &model, const std::vector<featureLevel> &levels, std::uint64_t seed)
 {
-    // So that about half of the first layer is alive and its sums vary by a fraction of the clamp's
-    // range with some twenty men on the board.
+    // The sums of the first layer vary by a fraction of the clamp's range with some twenty men on the
+    // board, around a place in its lower half: the less is alive, the faster is the engine.
     constexpr double rowDeviation = 0.06;
-    constexpr double aliveBias = 0.25;
+    constexpr float firstBias = 0.25F;
+    constexpr float hiddenBias = 0.5F;
+    constexpr double outputDeviation = 0.1;
     std::mt19937_64 random(seed);
     sizeModel(model, levels);
     model.steps = 0;
     fillRandom(model.levelRows[0].weights, rowDeviation, 0, random);
-    fillRandom(model.featureBias.weights, 0.02, aliveBias, random);
-    fillRandom(model.hidden1Weight.weights, std::sqrt(2.0 / networkInputs), 0, random);
-    fillRandom(model.hidden1Bias.weights, 0.02, aliveBias, random);
-    fillRandom(model.hidden2Weight.weights, std::sqrt(2.0 / hiddenWidth), 0, random);
-    fillRandom(model.hidden2Bias.weights, 0.02, aliveBias, random);
-    fillRandom(model.outputWeight.weights, std::sqrt(1.0 / hiddenWidth), 0, random);
+    std::ranges::fill(model.featureBias.weights, firstBias);
+    fillLayer(model.hidden1Weight.weights, random);
+    std::ranges::fill(model.hidden1Bias.weights, hiddenBias);
+    fillLayer(model.hidden2Weight.weights, random);
+    std::ranges::fill(model.hidden2Bias.weights, hiddenBias);
+    fillRandom(model.outputWeight.weights, outputDeviation, 0, random);
 }
 
-void sumFeatureRow(const trainerModel &model, int feature, float *row)
+void sumFeatureRow(const trainerModel &model, std::size_t feature, float *row)
 {
     std::fill_n(row, transformerWidth, 0.0F);
     for (std::size_t i = 0; i < model.levels.size(); ++i)
-    {
-        const std::size_t index = model.levels[i].rowOf[static_cast<std::size_t>(feature)];
-        addRow(row, model.levelRows[i].weights.data() + index * transformerWidth);
-    }
-}
-
-roundedWeights roundDense(const trainerModel &model)
-{
-    roundedWeights rounded{model.hidden1Weight.weights, model.hidden2Weight.weights, model.outputWeight.weights};
-    for (std::vector<float> *weights : {&rounded.hidden1, &rounded.hidden2, &rounded.output})
-    {
-        roundValues(weights->data(), static_cast<int>(weights->size()), weightScale);
-    }
-    return rounded;
-}
-
-void roundFeatureRow(const trainerModel &model, int feature, float *row)
-{
-    sumFeatureRow(model, feature, row);
-    roundValues(row, transformerWidth, activationScale);
-}
-
-float modelOutput(const trainerModel &model, const trainingPosition &position)
-{
-    const roundedWeights dense = roundDense(model);
-    featureList list;
-    listFeatures(position, list);
-    float input[networkInputs];
-    std::vector<float> row(transformerWidth);
-    for (const int half : {0, 1})
-    {
-        std::vector<float> sum = model.featureBias.weights;
-        for (int i = 0; i < list.count; ++i)
-        {
-            roundFeatureRow(model, list.features[half][i], row.data());
-            addRow(sum.data(), row.data());
-        }
-        clampRow(input + half * transformerWidth, sum.data());
-    }
-    float sums[hiddenWidth];
-    float hidden1[hiddenWidth];
-    float hidden2[hiddenWidth];
-    forwardLayer(sums, input, dense.hidden1.data(), model.hidden1Bias.weights.data(), networkInputs);
-    clampHidden(hidden1, sums);
-    forwardLayer(sums, hidden1, dense.hidden2.data(), model.hidden2Bias.weights.data(), hiddenWidth);
-    clampHidden(hidden2, sums);
-    float output = model.outputBias.weights[0];
-    for (int o = 0; o < hiddenWidth; ++o)
-    {
-        output += hidden2[o] * dense.output[static_cast<std::size_t>(o)];
-    }
-    return output;
+        addRow(row, model.levelRows[i].weights.data() + rowOffset(model.levels[i].rowOf[feature]));
 }
 
 std::string takeWeights(trainerModel &model, const trainerModel &other)
@@ -217,6 +180,14 @@ std::string takeWeights(trainerModel &model, const trainerModel &other)
     return {};
 }
 
+trainerModel averagedModel(const trainerModel &model)
+{
+    trainerModel averaged = model;
+    for (learntArray *array : arraysOf(averaged))
+        array->weights = array->averages;
+    return averaged;
+}
+
 std::string saveCheckpoint(trainerModel &model, const checkpointProgress &progress, const std::string &path)
 {
     return writeWholeFile(path,
@@ -227,6 +198,7 @@ std::string saveCheckpoint(trainerModel &model, const checkpointProgress &progre
                               putNumber(stream, static_cast<std::uint32_t>(names.size()));
                               stream << names;
                               putNumber(stream, progress.epoch);
+                              putNumber(stream, progress.positions);
                               putNumber(stream, progress.seed);
                               putNumber(stream, model.steps);
                               transferArrays(stream, model);
@@ -269,6 +241,7 @@ std::string loadCheckpoint(trainerModel &model, checkpointProgress &progress, co
     }
     sizeModel(model, levels);
     getNumber(stream, progress.epoch);
+    getNumber(stream, progress.positions);
     getNumber(stream, progress.seed);
     getNumber(stream, model.steps);
     transferArrays(stream, model);

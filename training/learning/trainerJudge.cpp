@@ -1,0 +1,153 @@
+#include "learning/trainerJudge.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <numeric>
+
+namespace tarvonel
+{
+
+namespace
+{
+
+constexpr std::size_t rowChunk = 32;
+constexpr double fewPositions = 0.01; ///< share of them
+
+/// Of one layer: how often each neuron was not 0, and how often at the upper end.
+template <int Width> struct neuronCounts
+{
+    std::uint64_t alive[Width] = {};
+    std::uint64_t full[Width] = {};
+
+    void count(const float *activations, int values)
+    {
+        for (int i = 0; i < values; ++i)
+        {
+            alive[i % Width] += activations[i] > 0.0F ? 1 : 0;
+            full[i % Width] += activations[i] >= 1.0F ? 1 : 0;
+        }
+    }
+    void add(const neuronCounts &other)
+    {
+        for (int i = 0; i < Width; ++i)
+        {
+            alive[i] += other.alive[i];
+            full[i] += other.full[i];
+        }
+    }
+};
+
+/// What one thread found.
+struct findings
+{
+    double error = 0;
+    neuronCounts<transformerWidth> first;
+    neuronCounts<hiddenWidth> hidden1;
+    neuronCounts<hiddenWidth> hidden2;
+};
+
+template <int Width> layerHealth healthOf(const neuronCounts<Width> &counts, std::size_t values)
+{
+    layerHealth health;
+    health.neurons = Width;
+    const double few = fewPositions * static_cast<double>(values);
+    for (int i = 0; i < Width; ++i)
+    {
+        const auto alive = static_cast<double>(counts.alive[i]);
+        health.dead += alive == 0 ? 1 : 0;
+        health.nearlyDead += alive > 0 && alive <= few ? 1 : 0;
+        health.saturated += static_cast<double>(values - counts.full[i]) <= few ? 1 : 0;
+        health.alive += alive / static_cast<double>(values) / Width;
+    }
+    return health;
+}
+
+std::size_t countAtLimit(const lineVector<float> &weights, double limit)
+{
+    return static_cast<std::size_t>(
+        std::ranges::count_if(weights, [&](float weight) { return std::abs(weight) >= static_cast<float>(limit); }));
+}
+
+lineVector<std::int16_t> roundAllRows(const trainerModel &model, workCrew &crew)
+{
+    lineVector<std::int16_t> rows(rowOffset(model.classes.featureOf.size()));
+    crew.share(model.classes.featureOf.size(), rowChunk,
+               [&](std::size_t each) { roundClassRow(model, each, rows.data() + rowOffset(each)); });
+    return rows;
+}
+
+} // namespace
+
+judgement judgeModel(const trainerModel &model, workCrew &crew, std::span<const trainingPosition> positions,
+                     const learningSettings &settings)
+{
+    const roundedWeights rounded = roundWeights(model);
+    const lineVector<std::int16_t> rows = roundAllRows(model, crew);
+    std::vector<findings> found(static_cast<std::size_t>(crew.size()));
+    crew.runOnAll(
+        [&](int thread)
+        {
+            passValues values;
+            classList list;
+            findings own;
+            const std::size_t begin = positions.size() * static_cast<std::size_t>(thread) / found.size();
+            const std::size_t end = positions.size() * static_cast<std::size_t>(thread + 1) / found.size();
+            for (std::size_t i = begin; i < end; ++i)
+            {
+                listClasses(positions[i], model.classes, list);
+                passForward(rounded, list, rows.data(), values);
+                const double error =
+                    predict(positions[i], values.output, settings).expected - targetOf(positions[i], settings);
+                own.error += error * error;
+                own.first.count(values.input, networkInputs);
+                own.hidden1.count(values.hidden1, hiddenWidth);
+                own.hidden2.count(values.hidden2, hiddenWidth);
+            }
+            found[static_cast<std::size_t>(thread)] = own;
+        });
+    findings &total = found.front();
+    for (std::size_t thread = 1; thread < found.size(); ++thread)
+    {
+        total.error += found[thread].error;
+        total.first.add(found[thread].first);
+        total.hidden1.add(found[thread].hidden1);
+        total.hidden2.add(found[thread].hidden2);
+    }
+    judgement judged;
+    const std::size_t count = std::max<std::size_t>(positions.size(), 1);
+    judged.error = total.error / static_cast<double>(count);
+    judged.layers[0] = healthOf(total.first, 2 * count);
+    judged.layers[1] = healthOf(total.hidden1, count);
+    judged.layers[2] = healthOf(total.hidden2, count);
+    for (const learntArray &level : model.levelRows)
+        judged.layers[0].atLimit +=
+            countAtLimit(level.weights, featureLimit / static_cast<double>(model.levels.size()));
+    judged.layers[1].atLimit = countAtLimit(model.hidden1Weight.weights, denseLimit);
+    judged.layers[2].atLimit = countAtLimit(model.hidden2Weight.weights, denseLimit);
+    judged.outputAtLimit = countAtLimit(model.outputWeight.weights, denseLimit);
+    judged.lanes.resize(transformerWidth);
+    std::iota(judged.lanes.begin(), judged.lanes.end(), 0);
+    std::ranges::stable_sort(judged.lanes, std::greater<>{}, [&](int lane) { return total.first.alive[lane]; });
+    return judged;
+}
+
+std::string healthText(const judgement &judged)
+{
+    static constexpr const char *names[] = {"first layer", "hidden layer 1", "hidden layer 2"};
+    std::string text;
+    for (std::size_t i = 0; i < std::size(names); ++i)
+    {
+        const layerHealth &layer = judged.layers[i];
+        char line[160];
+        std::snprintf(line, sizeof line,
+                      "  %-14s  of %3d neurons %d dead, %d nearly dead, %d saturated; %.1f%% of values alive; "
+                      "%zu weights at their limit\n",
+                      names[i], layer.neurons, layer.dead, layer.nearlyDead, layer.saturated, layer.alive * 100,
+                      layer.atLimit);
+        text += line;
+    }
+    return text + "  output          " + std::to_string(judged.outputAtLimit) + " weights at their limit\n";
+}
+
+} // namespace tarvonel
