@@ -34,13 +34,15 @@ tbPosition toTablePosition(const pos &position, int ply, int rule50)
     return table;
 }
 
-/// The outcome that a root distance means once the fifty-move count has its say.
+/// The outcome that a root distance means once the fifty-move count has its say. Tables that
+/// contradict each other give distances up to the largest number: nothing is added to them.
 tableOutcome classify(int dtz, int rule50)
 {
+    const int pliesLeft = fiftyMoveHorizon - rule50;
     if (dtz > 0)
-        return dtz + rule50 < fiftyMoveHorizon ? tableWin : tableCursedWin;
+        return dtz < pliesLeft ? tableWin : tableCursedWin;
     if (dtz < 0)
-        return rule50 - dtz < fiftyMoveHorizon ? tableLoss : tableBlessedLoss;
+        return dtz > -pliesLeft ? tableLoss : tableBlessedLoss;
     return tableDraw;
 }
 

@@ -89,6 +89,98 @@ bool makeBases(blockCodec &codec, int lengths, unsigned symbolCount)
     return true;
 }
 
+/// Where an index is stored: its block, and the number of the block's values before it.
+struct valuePlace
+{
+    std::uint64_t block;
+    int before;
+};
+constexpr valuePlace nowhere = {~std::uint64_t{0}, 0};
+
+/// Walks from the middle of the index's span to its block. The block is beyond `blockCount` if there
+/// is none.
+valuePlace findBlock(const blockCodec &codec, std::uint64_t index)
+{
+    const auto lengthOf = [&](std::uint64_t block)
+    { return readLittle<std::uint16_t>(codec.blockLengths + 2 * block); };
+    const std::uint8_t *sparse = codec.sparseIndex + sparseEntryBytes * (index >> codec.indexBits);
+    std::uint64_t block = readLittle<std::uint32_t>(sparse);
+    const std::int64_t span = std::int64_t{1} << codec.indexBits;
+    std::int64_t before = static_cast<std::int64_t>(index & static_cast<std::uint64_t>(span - 1)) - span / 2 +
+                          readLittle<std::uint16_t>(sparse + 4);
+    if (block >= codec.lengthCount)
+        return nowhere;
+    while (before < 0)
+    {
+        if (block == 0)
+            return nowhere;
+        before += lengthOf(--block) + 1;
+    }
+    for (int length; before > (length = lengthOf(block));)
+    {
+        before -= length + 1;
+        if (++block >= codec.lengthCount)
+            return nowhere;
+    }
+    return {block, static_cast<int>(before)};
+}
+
+/// Passes over a block's symbols to the one that holds the value with `before` others before it;
+/// `before` then counts those within the symbol.
+unsigned findSymbol(const blockCodec &codec, std::uint64_t block, int &before)
+{
+    // The buffer's highest bits are the next ones; bits beyond the block's end count as 0.
+    const std::uint8_t *next = codec.data + (block << codec.blockSizeBits);
+    const std::uint8_t *end = next + (std::size_t{1} << codec.blockSizeBits);
+    std::uint64_t buffer = readBig64(next);
+    next += 8;
+    int used = 0; // bits gone since the last refill
+    for (;;)
+    {
+        int length = 0;
+        while (buffer < codec.bases[length])
+            ++length;
+        const int bits = codec.shortestCode + length;
+        const unsigned symbol =
+            codec.firstSymbols[length] + static_cast<unsigned>((buffer - codec.bases[length]) >> (64 - bits));
+        const int values = codec.symbolLengths[symbol] + 1;
+        if (before < values)
+            return symbol;
+        before -= values;
+        buffer <<= bits;
+        used += bits;
+        if (used >= refillBits)
+        {
+            used -= refillBits;
+            if (next < end)
+            {
+                buffer |= static_cast<std::uint64_t>(readBig32(next)) << used;
+                next += 4;
+            }
+        }
+    }
+}
+
+/// Descends from a symbol to the value within it that has `before` others before it.
+int findValue(const blockCodec &codec, unsigned symbol, int before)
+{
+    for (;;)
+    {
+        const std::uint8_t *entry = codec.symbolTree + treeEntryBytes * symbol;
+        const unsigned left = leftChild(entry);
+        if (codec.symbolLengths[symbol] == 0)
+            return static_cast<int>(left);
+        const int values = codec.symbolLengths[left] + 1;
+        if (before < values)
+            symbol = left;
+        else
+        {
+            before -= values;
+            symbol = rightChild(entry);
+        }
+    }
+}
+
 } // namespace
 
 const std::uint8_t *byteCursor::take(std::uint64_t count)
@@ -151,80 +243,11 @@ int decodeIndex(const blockCodec &codec, std::uint64_t index)
 {
     if (codec.indexBits == 0)
         return codec.constantValue;
-
-    // From the middle of the span walk to the block that holds the index.
-    const std::uint8_t *sparse = codec.sparseIndex + sparseEntryBytes * (index >> codec.indexBits);
-    std::uint64_t block = readLittle<std::uint32_t>(sparse);
-    const std::int64_t span = std::int64_t{1} << codec.indexBits;
-    std::int64_t rest = static_cast<std::int64_t>(index & static_cast<std::uint64_t>(span - 1)) - span / 2 +
-                        readLittle<std::uint16_t>(sparse + 4);
-    if (block >= codec.lengthCount)
-        return corruptValue;
-    while (rest < 0)
-    {
-        if (block == 0)
-            return corruptValue;
-        --block;
-        rest += readLittle<std::uint16_t>(codec.blockLengths + 2 * block) + 1;
-    }
-    for (int length; rest > (length = readLittle<std::uint16_t>(codec.blockLengths + 2 * block));)
-    {
-        rest -= length + 1;
-        if (++block >= codec.lengthCount)
-            return corruptValue;
-    }
+    auto [block, before] = findBlock(codec, index);
     if (block >= codec.blockCount)
         return corruptValue;
-
-    // Pass over whole symbols. The buffer's highest bits are the next ones; bits beyond the block's
-    // end count as 0.
-    const std::uint8_t *next = codec.data + (block << codec.blockSizeBits);
-    const std::uint8_t *end = next + (std::size_t{1} << codec.blockSizeBits);
-    std::uint64_t buffer = readBig64(next);
-    next += 8;
-    int used = 0; // bits gone since the last refill
-    int left = static_cast<int>(rest);
-    unsigned symbol;
-    for (;;)
-    {
-        int length = 0;
-        while (buffer < codec.bases[length])
-            ++length;
-        const int bits = codec.shortestCode + length;
-        symbol = codec.firstSymbols[length] + static_cast<unsigned>((buffer - codec.bases[length]) >> (64 - bits));
-        const int values = codec.symbolLengths[symbol] + 1;
-        if (left < values)
-            break;
-        left -= values;
-        buffer <<= bits;
-        used += bits;
-        if (used >= refillBits)
-        {
-            used -= refillBits;
-            if (next < end)
-            {
-                buffer |= static_cast<std::uint64_t>(readBig32(next)) << used;
-                next += 4;
-            }
-        }
-    }
-
-    // Descend to the value within the symbol.
-    const std::uint8_t *entry = codec.symbolTree + treeEntryBytes * symbol;
-    while (codec.symbolLengths[symbol] != 0)
-    {
-        const unsigned leftSymbol = leftChild(entry);
-        const int values = codec.symbolLengths[leftSymbol] + 1;
-        if (left < values)
-            symbol = leftSymbol;
-        else
-        {
-            left -= values;
-            symbol = rightChild(entry);
-        }
-        entry = codec.symbolTree + treeEntryBytes * symbol;
-    }
-    return static_cast<int>(leftChild(entry));
+    const unsigned symbol = findSymbol(codec, block, before);
+    return findValue(codec, symbol, before);
 }
 
 } // namespace tarvonel

@@ -1,12 +1,14 @@
 #include "tablebase/tableRegistry.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
+#include <deque>
 #include <memory>
 #include <mutex>
 #include <new>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "board/engineOptions.h"
@@ -19,11 +21,6 @@ relaxed<unsigned> tableCardinality = 0u;
 
 namespace
 {
-
-constexpr int pawnlessTables = 650;
-constexpr int pawnTables = 861;
-constexpr int hashSlots = 4096;
-constexpr int hashShift = 52; ///< the home slot is the signature's top 12 bits
 
 constexpr const char *tableSuffixes[tableKindCount] = {".rtbw", ".rtbm", ".rtbz"};
 /// Piece letters by pieceType.
@@ -38,25 +35,17 @@ constexpr const char *pathSeparators = ";:";
 constexpr const char *mappingCall = "mmap()";
 #endif
 
-struct hashSlot
-{
-    std::uint64_t signature;
-    tablebaseEntry *entry;
-};
-
-hashSlot tableHash[hashSlots];
 std::vector<std::string> tableDirs;
-std::unique_ptr<tablebaseEntry[]> pawnlessEntries, pawnEntries; ///< allocated once, on first use
-int pawnlessFound = 0, pawnFound = 0;
+std::deque<tablebaseEntry> tableEntries;
+/// By both signatures of a table: as named, and with the sides exchanged.
+std::unordered_map<std::uint64_t, tablebaseEntry *> tableHash;
 std::mutex tableLock; ///< first use of a file
 
 /// One write each; standard error has no buffer.
 void tellError(const std::string &text) { std::fputs(text.c_str(), stderr); }
 
-[[noreturn]] void endProcess() { std::_Exit(1); }
-
 /// The first file of the name in the directories: its path and size. False if there is none.
-bool openTableFile(const char *name, tableKind kind, std::string &path, std::int64_t &size)
+bool openTableFile(const std::string &name, tableKind kind, std::string &path, std::int64_t &size)
 {
     for (const std::string &directory : tableDirs)
     {
@@ -71,27 +60,11 @@ bool openTableFile(const char *name, tableKind kind, std::string &path, std::int
     return false;
 }
 
-void releaseTable(tablebaseEntry &entry)
+void unmapTable(mappedTable &table)
 {
-    for (int kind = 0; kind < tableKindCount; ++kind)
-    {
-        if (entry.tables[kind] != nullptr)
-        {
-            const unsigned long error = unmapFile(entry.tables[kind]->mapping);
-            if (error != 0)
-                tellError("unmap failed, error code " + std::to_string(error) + "\n");
-            entry.tables[kind].reset();
-        }
-        entry.states[kind].store(tableState::untouched, std::memory_order_relaxed);
-    }
-}
-
-void enterHash(std::uint64_t signature, tablebaseEntry *entry)
-{
-    std::size_t slot = signature >> hashShift;
-    while (tableHash[slot].entry != nullptr)
-        slot = (slot + 1) % hashSlots;
-    tableHash[slot] = {signature, entry};
+    const unsigned long error = unmapFile(table.mapping);
+    if (error != 0)
+        tellError("unmap failed, error code " + std::to_string(error) + "\n");
 }
 
 tableMaterial materialOfName(std::string_view name, std::uint64_t signatures[2])
@@ -135,21 +108,18 @@ tableMaterial materialOfName(std::string_view name, std::uint64_t signatures[2])
 
 void registerTable(const std::string &name)
 {
-    if (!testTableFile(name.c_str(), wdlKind))
+    if (!testTableFile(name, wdlKind))
         return;
     std::uint64_t signatures[2];
-    const tableMaterial material = materialOfName(name, signatures);
-    tablebaseEntry &entry = material.hasPawns ? pawnEntries[pawnFound++] : pawnlessEntries[pawnlessFound++];
+    tablebaseEntry &entry = tableEntries.emplace_back();
+    entry.material = materialOfName(name, signatures);
     entry.signature = signatures[0];
-    std::strncpy(entry.name, name.c_str(), tableNameRoom - 1);
-    entry.material = material;
-    entry.hasDtm = testTableFile(name.c_str(), dtmKind);
-    entry.hasDtz = testTableFile(name.c_str(), dtzKind);
-    enterHash(signatures[0], &entry);
-    if (!material.symmetric)
-        enterHash(signatures[1], &entry);
-    if (material.pieces > tableCardinality)
-        tableCardinality = material.pieces;
+    entry.name = name;
+    entry.hasDtm = testTableFile(name, dtmKind);
+    entry.hasDtz = testTableFile(name, dtzKind);
+    for (const std::uint64_t signature : signatures)
+        tableHash[signature] = &entry;
+    tableCardinality = std::max<unsigned>(tableCardinality, entry.material.pieces);
 }
 
 /// All rows of `count` letters of `menLetters` that never go upward, in the order of the letters.
@@ -193,17 +163,16 @@ void splitPath(const std::string &path)
     }
 }
 
-void allocateEntries()
+void releaseTables()
 {
-    if (pawnlessEntries != nullptr)
-        return;
-    pawnlessEntries.reset(new (std::nothrow) tablebaseEntry[pawnlessTables]);
-    pawnEntries.reset(new (std::nothrow) tablebaseEntry[pawnTables]);
-    if (pawnlessEntries == nullptr || pawnEntries == nullptr)
-    {
-        tellError("Out of memory.\n");
-        endProcess();
-    }
+    for (tablebaseEntry &entry : tableEntries)
+        for (const auto &table : entry.tables)
+            if (table != nullptr)
+                unmapTable(*table);
+    tableHash.clear();
+    tableEntries.clear();
+    tableDirs.clear();
+    tableCardinality = 0u;
 }
 
 /// Maps a file and reads its header. False, with a message, if it is corrupt; false if it has gone.
@@ -224,17 +193,15 @@ bool mapTable(tablebaseEntry &entry, tableKind kind)
         if (result == mappingResult::failed)
         {
             tellError(std::string(mappingCall) + " failed, error = " + std::to_string(error) + ".\n");
-            tellError("Could not map " + std::string(entry.name) + tableSuffixes[kind] + " into memory.\n");
-            endProcess();
+            tellError("Could not map " + entry.name + tableSuffixes[kind] + " into memory.\n");
+            std::_Exit(1);
         }
         sound = readTable(*table, entry.material, kind, table->mapping.data, table->mapping.size);
     }
     if (!sound)
     {
         tellError("Corrupted table.\n");
-        error = unmapFile(table->mapping);
-        if (error != 0)
-            tellError("unmap failed, error code " + std::to_string(error) + "\n");
+        unmapTable(*table);
         return false;
     }
     entry.tables[kind] = std::move(table);
@@ -243,7 +210,7 @@ bool mapTable(tablebaseEntry &entry, tableKind kind)
 
 } // namespace
 
-bool testTableFile(const char *name, tableKind kind)
+bool testTableFile(const std::string &name, tableKind kind)
 {
     std::string path;
     std::int64_t size = 0;
@@ -251,38 +218,33 @@ bool testTableFile(const char *name, tableKind kind)
         return false;
     if (isTableSize(static_cast<std::uint64_t>(size)))
         return true;
-    const std::string text = "Incomplete tablebase file " + std::string(name) + tableSuffixes[kind];
+    const std::string text = "Incomplete tablebase file " + name + tableSuffixes[kind];
     tellError(text + '\n');
     printInfo(text);
     return false;
 }
 
 bool initTablebases(const std::string &path)
+try
 {
-    for (int i = 0; i < pawnlessFound; ++i)
-        releaseTable(pawnlessEntries[i]);
-    for (int i = 0; i < pawnFound; ++i)
-        releaseTable(pawnEntries[i]);
-    pawnlessFound = pawnFound = 0;
-    tableDirs.clear();
-    tableCardinality = 0u;
-    for (hashSlot &slot : tableHash)
-        slot = {};
+    releaseTables();
     if (path.empty() || path == emptyOptionText)
         return true;
     splitPath(path);
-    allocateEntries();
     for (const auto &[firstMen, secondMen] : namePatterns)
         registerPattern(firstMen, secondMen);
     return true;
 }
+catch (const std::bad_alloc &)
+{
+    tellError("Out of memory.\n");
+    std::_Exit(1);
+}
 
 tablebaseEntry *findTable(std::uint64_t signature)
 {
-    for (std::size_t slot = signature >> hashShift; tableHash[slot].entry != nullptr; slot = (slot + 1) % hashSlots)
-        if (tableHash[slot].signature == signature)
-            return tableHash[slot].entry;
-    return nullptr;
+    const auto found = tableHash.find(signature);
+    return found != tableHash.end() ? found->second : nullptr;
 }
 
 const mappedTable *openTable(tablebaseEntry &entry, tableKind kind)

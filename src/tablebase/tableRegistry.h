@@ -24,13 +24,11 @@ enum class tableState : std::uint8_t
     broken, ///< failed to map; not tried again before the next `initTablebases`
 };
 
-inline constexpr int tableNameRoom = 10; ///< "KRPPvKRP", the longest with its end mark, and some
-
 /// One material combination with a WDL file.
 struct tablebaseEntry
 {
     std::uint64_t signature = 0; ///< `materialSignature` of the table as named
-    char name[tableNameRoom] = {};
+    std::string name;
     tableMaterial material;
     bool hasDtm = false; ///< the file is there and of a valid size
     bool hasDtz = false;
@@ -48,7 +46,7 @@ extern relaxed<unsigned> tableCardinality;
 bool initTablebases(const std::string &path);
 
 /// Whether the first file of that name in the directories has a valid size; tells if it has not.
-bool testTableFile(const char *name, tableKind kind);
+bool testTableFile(const std::string &name, tableKind kind);
 
 /// The entry for a `materialSignature`, or null.
 tablebaseEntry *findTable(std::uint64_t signature);
