@@ -1,9 +1,6 @@
 #include "search/tablebaseProbe.h"
 
-#include <cstdlib>
-#include <filesystem>
 #include <optional>
-#include <string>
 
 #include <gtest/gtest.h>
 
@@ -13,12 +10,14 @@
 #include "search/searchReporter.h"
 #include "search/searchSupport.h"
 #include "search/transpositionTable.h"
-#include "support/sharedData.h"
+#include "support/tableFiles.h"
 #include "support/temporaryDirectory.h"
-#include "uci/consoleOutput.h"
 
 namespace tarvonel
 {
+
+using namespace endings;
+
 namespace
 {
 
@@ -51,15 +50,27 @@ TEST(tableNodes, areProbedFreshSmallEnoughAndWithoutCastlingRights)
     engineOptions.syzygyProbeDepth = defaultSyzygyProbeDepth;
 }
 
+/// Tables of made-up values, the same in all positions with the same side to move: a queen or pawn
+/// wins, a rook too late, a minor piece draws.
 class searchWithTables : public searchFixture
 {
   protected:
     void SetUp() override
     {
         searchFixture::SetUp();
-        if (!std::filesystem::exists(sharedDataPath("syzygy/KQvK.rtbw")))
-            GTEST_SKIP() << "no endgame tables";
-        initTablebases(sharedDataPath("syzygy"));
+        writeTables(directory.path, {{"KQvK", "KQk", 2, -2},
+                                     {"KRvK", "KRk", 1, -1},
+                                     {"KBvK", "KBk", 0, 0},
+                                     {"KNvK", "KNk", 0, 0},
+                                     {"KPvK", "PKk", 2, -2},
+                                     {"KPvKP", "PpKk", 0, 0},
+                                     {"KQQvK", "KkQQ", 2, -2},
+                                     {"KRvKP", "pKRk", 2, -2},
+                                     {"KRvKN", "KRkn", 0, 0}});
+        writeBytes(directory / "KQvK.rtbz", tableFileOf("KQk", dtzKind, {onePart(0)}));
+        writeBytes(directory / "KRvK.rtbz", tableFileOf("KRk", dtzKind, {onePart(0)}));
+        writeBytes(directory / "KPvK.rtbz", tableFileOf("PKk", dtzKind, std::vector<storedPart>(4, onePart(0))));
+        initTablebases(directory.path);
         ASSERT_EQ(tableCardinality, 4U);
     }
     void TearDown() override
@@ -68,11 +79,15 @@ class searchWithTables : public searchFixture
         engineOptions.syzygyProbeDepth = defaultSyzygyProbeDepth;
         searchFixture::TearDown();
     }
+
+    temporaryDirectory directory;
 };
 
 constexpr const char *won = "4k3/8/8/8/8/8/8/Q3K3 w - - 0 1";
 constexpr const char *lost = "4k3/8/8/8/8/8/8/Q3K3 b - - 0 1";
-constexpr const char *drawn = "8/8/8/8/8/k7/p7/K7 w - - 0 1";
+constexpr const char *drawn = "4k3/8/8/8/8/8/8/B3K3 b - - 0 1";
+constexpr const char *wonTooLate = "4k3/8/8/8/8/8/8/R3K3 w - - 0 1";
+constexpr const char *lostTooLate = "4k3/8/8/8/8/8/8/R3K3 b - - 0 1";
 constexpr const char *fiveMen = "4k3/pp6/8/8/8/8/8/3QK3 w - - 0 1"; // and nothing to capture
 
 TEST_F(searchWithTables, outcomesInTheTreeAndTheirCutOffs)
@@ -93,6 +108,8 @@ TEST_F(searchWithTables, outcomesInTheTreeAndTheirCutOffs)
         {"loss above alpha", lost, tableLoss, -win - 1, -win, std::nullopt, boundNone},
         {"draw in any window", drawn, tableDraw, 500, 501, 0, boundExact},
         {"draw in an open window", drawn, tableDraw, -500, 501, 0, boundExact},
+        {"won too late: a draw", wonTooLate, tableCursedWin, 500, 501, 0, boundExact},
+        {"lost too late: a draw", lostTooLate, tableBlessedLoss, -501, -500, 0, boundExact},
         {"not in the tables", fiveMen, tableFailed, 0, 1, std::nullopt, boundNone},
     };
     for (const auto &c : cases)
@@ -121,13 +138,20 @@ TEST_F(searchWithTables, rootMoveSettlesTheSearch)
     const struct
     {
         const char *reason, *fen;
-        int lowest, highest;
+        int score;
     } cases[] = {
-        {"won", "6k1/3Q4/8/8/2K5/8/8/8 w - - 0 1", 31872 - 7, 31872 - 6},
-        {"lost", "8/8/8/8/8/5k2/8/q6K w - - 0 1", -31872, -31000},
-        {"drawn", "8/8/8/8/8/k7/8/K2B4 w - - 0 1", 0, 0},
-        {"won, too late for the fifty-move rule", "8/8/8/8/3k4/8/8/KBN5 w - - 70 90", 0, 0},
-        {"en passant", "8/8/8/2k5/3pP3/8/8/4K3 b - e3 0 1", -31872, 31872},
+        {"won", "6k1/3Q4/8/8/2K5/8/8/8 w - - 0 1", 31871},
+        {"lost", "8/8/8/8/8/5k2/8/q6K w - - 0 1", -31870},
+        {"drawn", "8/8/8/8/8/k7/8/K2B4 w - - 0 1", 0},
+        {"won in the last ply of the fifty-move rule", "6k1/3Q4/8/8/2K5/8/8/8 w - - 99 90", 31871},
+        {"and one too late", "6k1/3Q4/8/8/2K5/8/8/8 w - - 100 90", 0},
+        {"lost in its last ply", "8/8/8/8/8/5k2/8/q6K w - - 98 90", -31870},
+        {"saved by it", "8/8/8/8/8/5k2/8/q6K w - - 99 90", 0},
+        {"a win that it spoils", "8/8/8/4k3/8/1R6/8/K7 w - - 0 1", 0},
+        {"en passant", "4k3/8/8/3pP3/8/8/8/4K3 w - d6 0 1", 31871},
+        {"en passant by black", "4k3/8/8/8/3pP3/8/8/4K3 b - e3 0 1", 31871},
+        {"promotion", "8/4P3/8/8/8/k7/8/2K5 w - - 3 1", 31871},
+        {"double step", "2k5/4p3/8/8/8/K7/8/8 b - - 3 1", 31871},
     };
     for (const auto &c : cases)
     {
@@ -135,76 +159,71 @@ TEST_F(searchWithTables, rootMoveSettlesTheSearch)
         EXPECT_EQ(record.tableMoves, 1) << c.reason;
         EXPECT_EQ(record.lines.size(), 1U) << "the answer alone";
         EXPECT_TRUE(isLegalIn(c.fen, record.best)) << c.reason;
-        EXPECT_GE(record.score, c.lowest) << c.reason;
-        EXPECT_LE(record.score, c.highest) << c.reason;
+        EXPECT_EQ(record.score, c.score) << c.reason;
         EXPECT_EQ(theBoss().position.searchNodes, 0U);
         EXPECT_EQ(theBoss().position.rootDepth, 127);
     }
 }
 
-TEST_F(searchWithTables, rootsThatTheTablesDoNotSettle)
+TEST_F(searchWithTables, distancesThatContradictTheResultsWinTooLate)
 {
-    for (const char *fen :
-         {"4k3/8/8/8/8/8/8/4K2R w K - 0 1", "4k3/pp6/8/8/8/8/8/Q3K3 w - - 0 1", "7k/5Q2/8/8/8/8/8/4K3 b - - 0 1"})
+    // A win by results; every king's move draws, the new queen wins too late, and the pawn's table has
+    // distances for the other side alone: no distance is found.
+    const temporaryDirectory contradicting;
+    writeTables(contradicting.path, {{"KPvK", "PKk", 2, 0},
+                                     {"KQvK", "KQk", 1, -1},
+                                     {"KRvK", "KRk", 0, 0},
+                                     {"KBvK", "KBk", 0, 0},
+                                     {"KNvK", "KNk", 0, 0}});
+    writeBytes(contradicting / "KPvK.rtbz",
+               tableFileOf("PKk", dtzKind, std::vector<storedPart>(4, onePart(0, dtzSideFlag))));
+    initTablebases(contradicting.path);
+    for (const char *fen : {"8/4P3/8/8/8/k7/8/2K5 w - - 0 1", "8/4P3/8/8/8/k7/8/2K5 w - - 7 9"})
     {
-        const searchRecord &record = run(fen, {.depth = 4});
-        EXPECT_EQ(record.tableMoves, 0) << fen;
-        EXPECT_GT(theBoss().position.searchNodes, 0U) << fen;
+        const searchRecord &record = run(fen, {});
+        EXPECT_EQ(record.tableMoves, 1);
+        EXPECT_EQ(record.score, 0) << fen;
     }
 }
 
-TEST_F(searchWithTables, rootProbeMayGiveADoubleStep)
+TEST_F(searchWithTables, rootsThatTheTablesDoNotSettle)
 {
-    int doubleSteps = 0;
-    for (const char *fen : {"8/8/8/8/8/k7/4P3/6K1 w - - 0 1", "6k1/4p3/8/8/8/8/8/K7 b - - 0 1",
-                            "6k1/6p1/8/8/8/8/8/K7 b - - 0 1", "8/3k4/8/8/8/1K6/6P1/8 w - - 0 1"})
+    const struct
     {
-        workbench bench(fen);
-        const moveCode move = probeAtRoot(*bench);
-        ASSERT_NE(move, noMove) << fen;
-        const bool isDouble = std::abs(moveTo(move) - moveFrom(move)) == 16 && isPawn(bench->board[moveFrom(move)]);
-        EXPECT_EQ(moveFlagOf(move) == doubleStep, isDouble) << fen;
-        doubleSteps += isDouble;
+        const char *reason, *fen;
+    } cases[] = {
+        {"castling rights", "4k3/8/8/8/8/8/8/4K2R w K - 0 1"},
+        {"too many men", "4k3/pp6/8/8/8/8/8/Q3K3 w - - 0 1"},
+        {"stalemate for the tables' win", "7k/5Q2/8/8/8/8/8/4K3 b - - 0 1"},
+        {"results without distances", "4k3/8/8/8/8/8/8/QQ2K3 w - - 0 1"},
+    };
+    for (const auto &c : cases)
+    {
+        const searchRecord &record = run(c.fen, {.depth = 4});
+        EXPECT_EQ(record.tableMoves, 0) << c.reason;
+        EXPECT_GT(theBoss().position.searchNodes, 0U) << c.reason;
     }
-    EXPECT_GT(doubleSteps, 0);
 }
 
 TEST_F(searchWithTables, capturesIntoTheTablesHitInTheTree)
 {
     constexpr const char *fen = "8/8/3k4/8/2n1p3/8/3K4/4R3 w - - 0 1"; // five men, two of them hanging
-    EXPECT_GT(run(fen, {.depth = 8}).nodes, 0U);
-    EXPECT_GT(sumUpSearch().tablebaseHits, 0U);
+    run(fen, {.depth = 8});
+    const std::uint64_t hits = sumUpSearch().tablebaseHits;
+    EXPECT_GT(hits, 0U);
     engineOptions.syzygyProbeDepth = 127;
     newGame();
-    const std::uint64_t before = sumUpSearch().tablebaseHits;
     run(fen, {.depth = 5});
-    EXPECT_LT(sumUpSearch().tablebaseHits, before) << "four men are no longer probed, three men still are";
-}
-
-TEST_F(searchWithTables, severalThreadsProbeAtOnce)
-{
+    EXPECT_LT(sumUpSearch().tablebaseHits, hits) << "four men are no longer probed, three men still are";
+    engineOptions.syzygyProbeDepth = defaultSyzygyProbeDepth;
     usePool(3);
     for (int round = 0; round < 3; ++round)
     {
-        initTablebases(sharedDataPath("syzygy")); // all files are mapped anew, by whoever comes first
+        initTablebases(directory.path); // all files are mapped anew, by whoever comes first
         newGame();
-        EXPECT_EQ(run("8/5k2/3p4/8/1P1K4/8/4R3/8 w - - 0 1", {.depth = 9}).answers, 1);
+        EXPECT_EQ(run(fen, {.depth = 8}).answers, 1);
         EXPECT_GT(sumUpSearch().tablebaseHits, 0U);
     }
-    EXPECT_EQ(run("6k1/3Q4/8/8/2K5/8/8/8 w - - 0 1", {}).tableMoves, 1);
-}
-
-TEST_F(searchWithTables, withoutDistancesTheRootIsSearched)
-{
-    const temporaryDirectory directory;
-    std::filesystem::copy_file(sharedDataPath("syzygy/KQvK.rtbw"), directory / "KQvK.rtbw");
-    initTablebases(directory.path);
-    ASSERT_EQ(tableCardinality, 3U);
-    workbench bench("6k1/3Q4/8/8/2K5/8/8/8 w - - 0 1");
-    EXPECT_EQ(probeInTree(0, *bench), tableWin);
-    const searchRecord &record = run("6k1/3Q4/8/8/2K5/8/8/8 w - - 0 1", {.depth = 6});
-    EXPECT_EQ(record.tableMoves, 0);
-    EXPECT_TRUE(isLegalIn("6k1/3Q4/8/8/2K5/8/8/8 w - - 0 1", record.best));
 }
 
 } // namespace

@@ -1,13 +1,14 @@
-// Probes against the solver: every value of small endings, en passant, captures, distances
-// that are stored for one side only, and the choice of a move at the root.
+// The rules on the tables' own positions, and what the probes make of stored values: in tables with
+// one value each, where a person can work it out, and in the published ones, where they are there.
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <filesystem>
-#include <random>
 
-#include "support/tablebaseWorld.h"
+#include "support/sharedData.h"
+#include "support/tableFiles.h"
+#include "support/temporaryDirectory.h"
 #include "tablebase/probe.h"
 #include "tablebase/tableRegistry.h"
 
@@ -19,279 +20,292 @@ using namespace endings;
 namespace
 {
 
-constexpr int noSuccess = 0;
-
-/// A distance as a file tells it that counts moves: the stored half, doubled.
-int inMoves(int value) { return signOf(value) * (1 + (std::abs(value) - 1) / 2 * 2); }
-
-/// The move that the root probe has to choose, worked out from the solver.
-int expectedRootMove(const endingSolver &solver, const ending &position, std::uint64_t drawPick)
+struct walkCounts
 {
-    std::vector<endingMove> moves = legalMoves(position);
-    const auto promotionRank = [](int type)
+    int leaves = 0, captures = 0, enPassants = 0, checks = 0, mates = 0;
+    auto operator<=>(const walkCounts &) const = default;
+};
+
+void walk(const tbPosition &position, int depth, walkCounts &counts)
+{
+    tbMoveList list;
+    tbMoves(position, list);
+    for (const tbMove move : list)
     {
-        return std::array{0, 2, 4, 3, 1, 0}[static_cast<std::size_t>(type)]; // queen, knight, rook, bishop
-    };
-    const auto typeAt = [&](int square) {
-        return position
-            .types[std::find(position.squares, position.squares + position.count, square) - position.squares];
-    };
-    std::sort(moves.begin(), moves.end(),
-              [&](const endingMove &a, const endingMove &b)
-              {
-                  return std::tuple(-typeAt(a.from), a.from, a.to, promotionRank(a.promotion)) <
-                         std::tuple(-typeAt(b.from), b.from, b.to, promotionRank(b.promotion));
-              });
-    const int dtz = solver.value(position);
-    const endingMove *best = nullptr;
-    int bestValue = dtz > 0 ? 1000 : 0;
-    std::vector<const endingMove *> draws;
-    for (const endingMove &move : moves)
-    {
-        int value = -solver.value(move.next);
-        if (move.capture || move.pawnMove)
-            value = signOf(value);
-        else if (!(value == 1 && isInCheck(move.next, move.next.turn) && legalMoves(move.next).empty()))
-            value += signOf(value);
-        if (value == 0)
-            draws.push_back(&move);
-        if (value < bestValue && (dtz < 0 || value > 0))
-        {
-            bestValue = value;
-            best = &move;
-        }
+        tbPosition next;
+        if (!applyTbMove(next, position, move))
+            continue;
+        const bool zeroing = isTbCapture(position, move) || isTbPawnMove(position, move);
+        EXPECT_EQ(next.rule50, zeroing ? 0 : position.rule50 + 1);
+        if (depth > 1)
+            walk(next, depth - 1, counts);
+        else
+            counts = {counts.leaves + 1, counts.captures + isTbCapture(position, move),
+                      counts.enPassants + isTbEnPassant(position, move), counts.checks + isTbCheck(next),
+                      counts.mates + isTbMate(next)};
     }
-    if (dtz == 0)
-    {
-        if (draws.empty())
-            return tbStalemateCode;
-        best = draws[drawPick % draws.size()];
-    }
-    if (best == nullptr)
-        return tbCheckmateCode;
-    const int promotions[] = {noPromotion, toKnight, toBishop, toRook, toQueen};
-    return best->to | best->from << 6 | promotions[best->promotion] << 12;
+}
+
+std::string textOf(tbMove move)
+{
+    const std::string promotion =
+        tbPromotionOf(move) == noPromotion ? "" : std::string(1, " qrbn"[tbPromotionOf(move)]);
+    return squareText(tbFrom(move)) + squareText(tbTo(move)) + promotion;
+}
+
+/// What the root probe gives as a move's text, or as "mate", "stalemate" or "none".
+std::string rootText(const tbPosition &position, int &dtz)
+{
+    int success = 0;
+    const tbMove move = probeRoot(position, success, dtz);
+    return success == 0 || move == 0 ? "none"
+           : move == tbCheckmateCode ? "mate"
+           : move == tbStalemateCode ? "stalemate"
+                                     : textOf(move);
 }
 
 } // namespace
 
-TEST(tableProbe, everyThreeMenValueAgreesWithTheSolver)
+TEST(tbMoves, positionsAMoveOnAreThoseOfTheRules)
 {
-    initTablebases(threeMenWorld().directory.path);
-    ASSERT_EQ(tableCardinality, 3u);
-    expectThreeMenAgree();
-}
-
-TEST(tableProbe, enPassantAndCapturesDecideBesideTheTable)
-{
-    const solvedWorld &world = pawnsWorld();
-    initTablebases(world.directory.path);
-    ASSERT_EQ(tableCardinality, 4u);
-    tally wdl, dtz;
-    int betterByEnPassant = 0, byCapture = 0;
-    std::mt19937_64 random(2);
-    const auto check = [&](const ending &position)
+    const struct
     {
-        const int truth = world.solver.value(position);
-        const tbPosition given = toTbPosition(position);
-        int success = noSuccess;
-        const int value = probeWdl(given, success);
-        wdl.compare(position, 2 * signOf(truth), value, success);
-        byCapture += success == 2 && position.ep == noEp;
-        if (position.ep != noEp)
-            betterByEnPassant += signOf(truth) > signOf(world.solver.valueWithoutEp(position));
-        if (position.ep != noEp || random() % 8 == 0)
+        const char *fen;
+        int depth;
+        walkCounts counts;
+    } walks[] = {
+        {"8/2p5/3p4/KP5r/1R3p1k/8/4P1P1/8 w - - 0 1", 4, {43238, 3348, 123, 1680, 17}},
+        {"n1n5/PPPk4/8/8/8/8/4Kppp/5N1N b - - 0 1", 3, {9483, 2921, 0, 992, 0}},
+    };
+    for (const auto &w : walks)
+        for (const tbPosition &position : {tablePosition(w.fen), swappedColours(tablePosition(w.fen))})
         {
-            const int plies = probeDtz(given, success);
-            dtz.compare(position, truth > 0 ? inMoves(truth) : truth, plies, success);
+            walkCounts counts;
+            walk(position, w.depth, counts);
+            EXPECT_EQ(counts, w.counts) << w.fen << " " << counts.leaves << " " << counts.captures << " "
+                                        << counts.enPassants << " " << counts.checks << " " << counts.mates;
         }
-    };
-    ending position = menOfName("KPvKP");
-    for (const auto &[whiteFile, blackFile] : {std::pair{fileB, fileA}, std::pair{fileH, fileG}})
-        for (int whiteRank = rank2; whiteRank <= rank7; ++whiteRank)
-            for (int blackRank = rank2; blackRank <= rank7; ++blackRank)
-                for (int kings = 0; kings < 4096; ++kings)
-                {
-                    const int squares[] = {kings & 63, squareAt(whiteFile, whiteRank), kings >> 6,
-                                           squareAt(blackFile, blackRank)};
-                    std::copy(squares, squares + 4, position.squares);
-                    position.turn = kings % 2;
-                    if (!isPossible(position))
-                        continue;
-                    check(position);
-                    for (const endingMove &move : legalMoves(position))
-                        if (move.next.ep != noEp)
-                        {
-                            check(move.next);
-                            check(swappedColours(move.next));
-                        }
-                }
-    EXPECT_GT(betterByEnPassant, 100);
-    EXPECT_GT(byCapture, 1000);
-    wdl.expectNoneWrong("results", 100000);
-    dtz.expectNoneWrong("distances", 10000);
 }
 
-TEST(tableProbe, aStalemateThatEnPassantLiftsIsNone)
+TEST(tbMoves, onlySanePositionsAreValid)
 {
-    const temporaryDirectory directory;
-    writeBytes(directory / "KQPvKP.rtbw", makeConstantWdlTable("KQPvKP", 2, 0));
-    writeBytes(directory / "KQvKP.rtbw", makeConstantWdlTable("KQvKP", 2, -2));
-    writeBytes(directory / "KQvK.rtbw", makeConstantWdlTable("KQvK", 2, -2));
-    initTablebases(directory.path);
-
-    // The black pawn is blocked; the queen takes the black king's squares, or does not.
-    ending position = menOfName("KQPvKP");
-    std::copy_n(std::array{b3, f2, a4, h1, b4}.begin(), 5, position.squares);
-    position.turn = black;
-    position.ep = a3;
-    int success = noSuccess;
-    for (const ending &asked : {position, swappedColours(position)})
+    const struct
     {
-        EXPECT_EQ(probeWdl(toTbPosition(asked), success), -2) << describe(asked);
-        EXPECT_EQ(success, 2);
-        EXPECT_EQ(probeDtz(toTbPosition(asked), success), -1) << describe(asked);
-    }
-    position.squares[1] = e8;
-    EXPECT_EQ(probeWdl(toTbPosition(position), success), 0) << "the king can move";
-    position.squares[1] = f2;
-    position.ep = noEp;
-    EXPECT_EQ(probeWdl(toTbPosition(position), success), 0) << "stalemate";
-}
-
-TEST(tableProbe, rootChoosesTheBestDistanceAndTheFirstOfEquals)
-{
-    const solvedWorld &world = threeMenWorld();
-    initTablebases(world.directory.path);
-    std::mt19937_64 random(3);
-    for (const char *name : {"KQvK", "KRvK", "KBvK", "KPvK"})
-    {
-        tally moves, distances;
-        int mated = 0, stalemated = 0;
-        forAllPositions(name,
-                        [&](const ending &position)
-                        {
-                            if (legalMoves(position).empty())
-                                ++(isInCheck(position, position.turn) ? mated : stalemated);
-                            else if (random() % 128 != 0)
-                                return;
-                            const ending asked = random() % 2 ? swappedColours(position) : position;
-                            const tbPosition given = toTbPosition(asked, 7);
-                            int success = noSuccess, dtz = -1000;
-                            const int move = probeRoot(given, success, dtz);
-                            moves.compare(asked,
-                                          expectedRootMove(world.solver, asked, materialSignature(given, asked.turn)),
-                                          move, success);
-                            distances.compare(asked, world.solver.value(asked), dtz, success);
-                        });
-        moves.expectNoneWrong(name, 300);
-        distances.expectNoneWrong(name, 300);
-        const bool canMate = std::string("KQvK KRvK").find(name) != std::string::npos;
-        EXPECT_EQ(mated > 0, canMate) << name;
-        EXPECT_GT(stalemated, 0) << name;
-    }
-}
-
-TEST(tableProbe, winsBeyondTheFiftyMoveRuleCountFromHundredOn)
-{
-    // KRvK, as if every win came too late.
-    const endingSolver &solver = threeMenWorld().solver;
-    const temporaryDirectory directory;
-    const auto choose = [&](const ending &position)
-    {
-        const int truth = solver.value(position);
-        return choice{truth + 100 * signOf(truth), truth != 0 ? choice::freedom::exact : choice::freedom::any};
-    };
-    recipe how;
-    how.spoilt = [](const ending &) { return true; };
-    writeBytes(directory / "KRvK.rtbz", makeDtzTable("KRvK", how, choose));
-    writeBytes(directory / "KRvK.rtbw",
-               makeWdlTable("KRvK", {},
-                            [&](const ending &position) {
-                                return choice{signOf(solver.value(position)), choice::freedom::exact};
-                            }));
-    initTablebases(directory.path);
-    tally wdl, dtz;
-    forAllPositions("KRvK",
-                    [&](const ending &position)
-                    {
-                        int success = noSuccess;
-                        const int truth = solver.value(position);
-                        const int value = probeWdl(toTbPosition(position), success);
-                        wdl.compare(position, signOf(truth), value, success);
-                        const int plies = probeDtz(toTbPosition(position), success);
-                        // Distances are stored in moves for white, and read one move ahead for black.
-                        const int stored = truth > 0 ? inMoves(truth) + 100 : 0;
-                        if (position.turn == white)
-                            dtz.compare(position, stored, plies, success);
-                        else if (position.squares[0] % 8 == 0)
-                        {
-                            int expected = truth < 0 ? -101 : 0;
-                            for (const endingMove &move : legalMoves(position))
-                                if (truth < 0 && !move.capture)
-                                    expected = std::min(expected, -(inMoves(solver.value(move.next)) + 100) - 1);
-                            dtz.compare(position, expected, plies, success);
-                        }
-                    });
-    wdl.expectNoneWrong("results", 50000);
-    dtz.expectNoneWrong("distances", 10000);
-}
-
-TEST(tableProbe, aMissingTableFailsTheProbeThatNeedsIt)
-{
-    const solvedWorld &world = threeMenWorld();
-    const temporaryDirectory directory;
-    for (const char *file : {"KRvK.rtbw", "KPvK.rtbw", "KPvK.rtbz"})
-        std::filesystem::copy_file(world.directory / file, directory / file);
-    initTablebases(directory.path);
-
-    const ending rook = threeMen("KRvK", e1, a1, e5);
-    int success = noSuccess, dtz = 0;
-    EXPECT_EQ(probeWdl(toTbPosition(rook), success), 2);
-    EXPECT_EQ(success, 1);
-    EXPECT_EQ(probeDtz(toTbPosition(rook), success), 0);
-    EXPECT_EQ(success, noSuccess) << "no distances";
-    EXPECT_EQ(probeRoot(toTbPosition(rook), success, dtz), 0);
-    EXPECT_EQ(success, noSuccess);
-
-    const ending promoting = threeMen("KPvK", e1, a7, e5);
-    EXPECT_EQ(probeWdl(toTbPosition(promoting), success), 2);
-    probeDtz(toTbPosition(promoting), success);
-    EXPECT_EQ(success, noSuccess) << "the queen's table is missing";
-
-    ending kings = menOfName("KvK");
-    kings.squares[1] = e5;
-    EXPECT_EQ(probeWdl(toTbPosition(kings), success), 0);
-    EXPECT_EQ(success, 1) << "kings alone need no table";
-
-    ending eight = menOfName("KvK");
-    tbPosition crowd = toTbPosition(eight);
-    crowd.white |= 0xFF00;
-    crowd.queens |= 0xFF00;
-    EXPECT_EQ(probeWdl(crowd, success), 0);
-    EXPECT_EQ(success, noSuccess) << "more men than any table has";
-}
-
-TEST(tableProbe, onlySanePositionsAreValid)
-{
-    struct sanityCase
-    {
-        const char *what, *name;
-        int first, second, third;
+        const char *what, *fen;
         bool valid = false;
+    } cases[] = {
+        {"sane", "8/8/8/4k3/8/1Q6/8/K7 w - - 0 1", true},
+        {"the side to move in check", "8/8/8/4k3/8/8/1Q6/K7 b - - 0 1", true},
+        {"the side not to move in check", "8/8/8/4k3/8/8/1Q6/K7 w - - 0 1"},
+        {"kings side by side", "8/8/8/4k3/3K4/8/8/8 w - - 0 1"},
+        {"a pawn on the last rank", "1P6/8/8/4k3/8/8/8/K7 w - - 0 1"},
+        {"a pawn on the first rank", "8/8/8/4k3/8/8/8/KP6 w - - 0 1"},
+        {"two kings", "8/8/8/4k3/8/8/8/K1K5 w - - 0 1"},
+        {"no king", "8/8/8/4k3/8/8/8/Q7 w - - 0 1"},
+        {"eight men", "8/8/8/4k3/8/NNNNNN2/8/K7 w - - 0 1"},
     };
-    const sanityCase cases[] = {{"sane", "KQvK", a1, b3, e5, true},
-                                {"the side not to move in check", "KQvK", a1, b2, e5},
-                                {"kings side by side", "KQvK", d4, a8, e5},
-                                {"a pawn on the last rank", "KPvK", a1, b8, e5},
-                                {"a pawn on the first rank", "KPvK", a1, b1, e5},
-                                {"two kings", "KKvK", a1, c1, e5},
-                                {"no king", "QvKN", a1, e5, a7},
-                                {"two men on a square", "KQvK", a1, a1, e5},
-                                {"men of both colours on a square", "KQvK", a1, e5, e5}};
-    for (const sanityCase &c : cases)
-        EXPECT_EQ(tbValid(toTbPosition(threeMen(c.name, c.first, c.second, c.third))), c.valid) << c.what;
-    EXPECT_TRUE(tbValid(toTbPosition(threeMen("KQvK", a1, b2, e5, black)))) << "the side to move in check";
+    for (const auto &c : cases)
+        EXPECT_EQ(tbValid(tablePosition(c.fen)), c.valid) << c.what;
+    tbPosition position = tablePosition(cases[0].fen);
+    position.rooks |= position.queens;
+    EXPECT_FALSE(tbValid(position)) << "two men on a square";
+    position = tablePosition(cases[0].fen);
+    position.black |= position.queens;
+    EXPECT_FALSE(tbValid(position)) << "a man of both colours";
+}
+
+TEST(tableProbe, storedValuesCapturesAndEnPassantMakeTheTrueValue)
+{
+    // All that can be asked has a table: of one WDL value for each side, and some distances.
+    const temporaryDirectory directory;
+    writeTables(directory.path, {{"KQvK", "KQk", 2, -2},
+                                 {"KRvK", "KRk", 1, -1},
+                                 {"KBvK", "KBk", 0, 0},
+                                 {"KNvK", "KNk", 0, 0},
+                                 {"KPvK", "PKk", 2, -2},
+                                 {"KRvKR", "KRkr", 0, 0},
+                                 {"KPvKP", "PpKk", 0, 0},
+                                 {"KQPvKP", "PpKQk", 2, 0},
+                                 {"KQvKP", "pKQk", 2, -2},
+                                 {"KNPvK", "PKNk", 1, -1},
+                                 {"KNPvKP", "PpKNk", 1, -1},
+                                 {"KNvKP", "pKNk", 0, 0}});
+    writeBytes(directory / "KQvK.rtbz", tableFileOf("KQk", dtzKind, {onePart(9, dtzSideFlag)}));
+    writeBytes(directory / "KRvK.rtbz", tableFileOf("KRk", dtzKind, {randomPart(31332, {3}, {6, 8, 0})}));
+    writeBytes(directory / "KPvK.rtbz", tableFileOf("PKk", dtzKind, std::vector<storedPart>(4, onePart(0))));
+    initTablebases(directory.path);
+    ASSERT_EQ(tableCardinality, 5u);
+
+    const struct
+    {
+        const char *what, *fen;
+        int wdl, success, dtz;
+        const char *root;
+    } cases[] = {
+        {"kings alone need no table", "8/8/8/4k3/8/8/8/K7 w - - 0 1", 0, 1, 0, "a1b1"},
+        {"a missing table", "8/8/8/4k3/8/8/1p6/KB6 w - - 0 1", 0, 0, 0, "none"},
+        {"a missing table of distances", "8/8/8/4k3/7p/8/8/KQ6 w - - 0 1", 2, 1, 0, "none"},
+        {"more men than any table has", "8/8/8/4k3/8/NNNNNN2/8/K7 w - - 0 1", 0, 0, 0, "none"},
+
+        {"distance of the stored side", "8/8/8/4k3/8/8/1Q6/K7 b - - 0 1", -2, 1, -1, "e5e4"},
+        {"one move before it", "8/8/8/4k3/8/1Q6/8/K7 w - - 3 1", 2, 1, 2, "a1b1"},
+        {"one move before mate", "7k/8/6K1/8/8/8/Q7/8 w - - 3 1", 2, 1, 1, "a2a8"},
+        {"mated", "7k/6Q1/6K1/8/8/8/8/8 b - - 3 1", -2, 1, -1, "mate"},
+        {"a win too late, distances in moves", "8/8/8/4k3/8/1R6/8/K7 w - - 3 1", 1, 1, 107, "a1b1"},
+        {"saved, one move before that", "8/8/8/4k3/8/1R6/8/K7 b - - 3 1", -1, 1, -108, "e5d4"},
+        {"drawn: moves by the material", "8/8/8/4k3/8/1N6/8/K7 w - - 3 1", 0, 1, 0, "b3c5"},
+        {"stalemate", "k7/8/1K6/8/8/6B1/8/8 b - - 3 1", 0, 1, 0, "stalemate"},
+
+        {"a capture that saves", "8/8/8/8/8/8/4kR2/K7 b - - 3 1", 0, 1, 0, "e2f2"},
+        {"a capture that wins too late", "8/8/3k4/8/4r3/8/8/K3R3 w - - 3 1", 1, 2, 101, "e1e4"},
+        {"a capture that is met by one", "8/8/8/3kr3/8/8/8/K3R3 w - - 3 1", 0, 1, 0, "e1f1"},
+        {"promotion", "8/4P3/8/8/8/k7/8/2K5 w - - 3 1", 2, 1, 1, "e7e8q"},
+        {"a pawn's step that keeps the win", "8/8/8/8/8/k7/4P3/2K5 w - - 3 1", 2, 1, 1, "e2e3"},
+
+        {"en passant wins", "4k3/8/8/3pP3/8/8/8/4K3 w - d6 0 1", 2, 2, 1, "e5d6"},
+        {"nobody may", "4k3/8/8/3pP3/8/8/8/4K3 w - - 0 1", 0, 1, 0, "e1f2"},
+        {"en passant as good as the table", "8/6k1/8/3pP3/8/8/8/N3K3 w - d6 0 1", 1, 2, 101, "none"},
+        {"en passant lifts a stalemate", "8/8/8/8/Pp6/1K6/5Q2/7k b - a3 0 1", -2, 2, -1, "b4a3"},
+        {"the king can move, and there is none", "4Q3/8/8/8/Pp6/1K6/8/7k b - a3 0 1", 0, 1, 0, "none"},
+        {"stalemate with nothing to take", "8/8/8/8/Pp6/1K6/5Q2/7k b - - 0 1", 0, 1, 0, "stalemate"},
+    };
+    for (const auto &c : cases)
+        for (const bool swapped : {false, true})
+        {
+            const tbPosition position = swapped ? swappedColours(tablePosition(c.fen)) : tablePosition(c.fen);
+            int success = -7;
+            EXPECT_EQ(probeWdl(position, success), c.wdl) << c.what;
+            EXPECT_EQ(success, c.success) << c.what;
+            EXPECT_EQ(probeDtz(position, success), c.dtz) << c.what;
+            int dtz = c.dtz;
+            if (!swapped)
+                EXPECT_EQ(rootText(position, dtz), c.root) << c.what;
+            EXPECT_EQ(dtz, c.dtz) << c.what;
+        }
+    initTablebases("");
+}
+
+namespace
+{
+
+std::string realTables() { return sharedDataPath("syzygy"); }
+
+struct publishedTables : testing::Test
+{
+    void SetUp() override
+    {
+        if (!std::filesystem::exists(realTables() + "/KQvK.rtbw"))
+            GTEST_SKIP() << "no tables in " << realTables();
+        initTablebases(realTables());
+    }
+    void TearDown() override { initTablebases(""); }
+};
+using slowPublishedTables = publishedTables;
+
+int probed(int (*probe)(const tbPosition &, int &), const tbPosition &position)
+{
+    int success = 0;
+    const int answer = probe(position, success);
+    EXPECT_NE(success, 0);
+    return answer;
+}
+int wdlOf(const tbPosition &position) { return probed(probeWdl, position); }
+int dtzOf(const tbPosition &position) { return probed(probeDtz, position); }
+
+/// Holds a position's values against those one move on, and the root's choice against its promise.
+/// Files that count moves and not plies give distances one ply short.
+void expectConsistency(const tbPosition &position, int tolerance)
+{
+    tbMoveList list;
+    tbLegalMoves(position, list);
+    const int wdl = wdlOf(position), dtz = dtzOf(position);
+    int bestWdl = list.count == 0 && !isTbCheck(position) ? 0 : -2, bestDtz = wdl > 0 ? 1000 : wdl < 0 ? -1 : 0;
+    int rootDtz = 0, success = 0;
+    const tbMove chosen = probeRoot(position, success, rootDtz);
+    ASSERT_EQ(rootDtz, dtz);
+    for (const tbMove move : list)
+    {
+        tbPosition next;
+        applyTbMove(next, position, move);
+        const int nextWdl = -wdlOf(next);
+        const bool zeroing = next.rule50 == 0;
+        const int plies = zeroing || isTbMate(next) ? nextWdl / 2 : -dtzOf(next) + (nextWdl > 0) - (nextWdl < 0);
+        bestWdl = std::max(bestWdl, nextWdl);
+        if (wdl > 0 && nextWdl > 0)
+            bestDtz = std::min(bestDtz, plies);
+        else if (wdl < 0)
+            bestDtz = std::min(bestDtz, plies);
+        if (move == chosen)
+        {
+            ASSERT_EQ(nextWdl, wdl);
+            ASSERT_NEAR(plies, dtz, tolerance);
+        }
+    }
+    ASSERT_EQ(wdl, bestWdl);
+    ASSERT_NEAR(dtz, bestDtz, tolerance);
+}
+
+/// Random positions of every table, some of them after a double step that can be met en passant.
+void expectConsistency(int positionsPerTable)
+{
+    std::mt19937_64 random(7);
+    int tables = 0, withEnPassant = 0;
+    for (const auto &file : std::filesystem::directory_iterator(realTables()))
+    {
+        const std::string name = file.path().stem().string();
+        if (file.path().extension() != ".rtbw")
+            continue;
+        ++tables;
+        const bool threeMen = name.size() == 4; // small enough to count plies
+        const int share = threeMen ? 10 : name == "KPvKP" ? 30 : 1;
+        for (int i = 0; i < positionsPerTable * share && !testing::Test::HasFatalFailure(); ++i)
+        {
+            tbPosition position = randomPosition(name, random);
+            tbMoveList list;
+            tbLegalMoves(position, list);
+            for (const tbMove move : list)
+                if (tbPosition next; applyTbMove(next, position, move), next.ep != 0)
+                {
+                    position = next;
+                    ++withEnPassant;
+                    break;
+                }
+            SCOPED_TRACE(name + " " + std::to_string(i));
+            expectConsistency(position, threeMen ? 0 : 1);
+        }
+    }
+    EXPECT_EQ(tables, 35);
+    EXPECT_GT(withEnPassant, positionsPerTable / 20);
+}
+
+} // namespace
+
+TEST_F(publishedTables, valuesAgreeWithThoseOneMoveOn) { expectConsistency(100); }
+
+TEST_F(slowPublishedTables, valuesAgreeWithThoseOneMoveOnManyTimes) { expectConsistency(3000); }
+
+TEST_F(publishedTables, theRootChoosesTheFirstOfTheBest)
+{
+    const struct
+    {
+        const char *fen;
+        int dtz;
+        const char *root;
+    } cases[] = {
+        {"8/8/8/4k3/8/1Q6/8/K7 w - - 3 1", 17, "a1b2"},     {"8/8/8/4k3/8/1R6/8/K7 b - - 3 1", -32, "e5d4"},
+        {"8/8/8/8/3k4/8/8/KBN5 w - - 3 1", 58, "a1b2"},     {"8/8/8/8/8/k7/4P3/6K1 w - - 0 1", 1, "e2e3"},
+        {"8/8/8/2k5/3pP3/8/8/4K3 b - e3 0 1", 0, "c5b5"},   {"8/1P6/8/8/8/k7/8/K7 w - - 0 1", 1, "b7b8q"},
+        {"8/8/8/3k4/4r3/8/3QK3/8 w - - 3 1", 3, "e2f3"},    {"8/8/8/3kn3/8/8/3RK3/8 b - - 3 1", 0, "d5e4"},
+        {"6k1/8/6K1/8/8/8/8/R7 w - - 9 1", 1, "a1a8"},      {"8/8/8/8/8/k7/p7/K7 w - - 0 1", 0, "stalemate"},
+        {"k7/2Q5/1K6/8/8/8/8/8 b - - 0 1", 0, "stalemate"}, {"8/8/8/8/8/5k2/8/q6K w - - 0 1", -4, "h1h2"},
+        {"8/8/1k6/8/8/2p5/2P5/2K5 b - - 2 1", 0, "b6c5"},
+    };
+    for (const auto &c : cases)
+    {
+        int dtz = 1000;
+        EXPECT_EQ(rootText(tablePosition(c.fen), dtz), c.root) << c.fen;
+        EXPECT_EQ(dtz, c.dtz) << c.fen;
+    }
 }
 
 } // namespace tarvonel

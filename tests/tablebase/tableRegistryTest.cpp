@@ -9,7 +9,8 @@
 #include <set>
 #include <thread>
 
-#include "support/tablebaseWorld.h"
+#include "support/tableFiles.h"
+#include "support/temporaryDirectory.h"
 #include "tablebase/probe.h"
 #include "tablebase/tableProbe.h"
 #include "tablebase/tableRegistry.h"
@@ -22,16 +23,16 @@ using namespace endings;
 namespace
 {
 
-using bytes = std::vector<std::uint8_t>;
-constexpr std::size_t smallestSize = 16;
+constexpr std::size_t smallestSize = tableSizeRest;
 
-/// A position of the material, its men on squares of their own.
+/// The men of a name, each side in a row of its own.
 tbPosition anyPosition(const std::string &name)
 {
-    ending position = menOfName(name);
-    for (int i = 0; i < position.count; ++i)
-        position.squares[i] = 8 + 2 * i;
-    return toTbPosition(position);
+    const std::size_t middle = name.find('v');
+    const auto row = [](const std::string &men) { return men + std::to_string(8 - men.size()); };
+    std::string second = name.substr(middle + 1);
+    std::transform(second.begin(), second.end(), second.begin(), [](char man) { return std::tolower(man); });
+    return tablePosition("8/8/" + row(second) + "/8/8/" + row(name.substr(0, middle)) + "/8/8 w");
 }
 
 tablebaseEntry *entryOf(const std::string &name) { return findTable(materialSignature(anyPosition(name), white)); }
@@ -55,15 +56,17 @@ void addRows(std::vector<std::string> &rows, const std::string &row)
             addRows(rows, row + letters[i]);
 }
 
-ending winningQueen(colour turn = white) { return threeMen("KQvK", c2, d3, e5, turn); }
+const tbPosition knightPosition = tablePosition("8/8/8/4k3/8/8/2K5/1N6 w - - 0 1");
+const tbPosition queenPosition = tablePosition("8/8/8/4k3/8/3Q4/2K5/8 w - - 0 1");
 
-int wdlOf(const ending &position, int &success) { return probeWdl(toTbPosition(position), success); }
-
-void copyTables(std::initializer_list<const char *> names, const temporaryDirectory &to)
+void writeQueenTable(const temporaryDirectory &directory, int value)
 {
-    for (const char *name : names)
-        std::filesystem::copy_file(threeMenWorld().directory / name, to / name,
-                                   std::filesystem::copy_options::overwrite_existing);
+    writeTables(directory.path, {{"KQvK", "KQk", value, -value}});
+}
+
+void writeQueenDistances(const temporaryDirectory &directory)
+{
+    writeBytes(directory / "KQvK.rtbz", tableFileOf("KQk", dtzKind, {onePart(0)}));
 }
 
 } // namespace
@@ -79,29 +82,18 @@ TEST(tableRegistry, everyMaterialOfUpToSevenMenHasItsName)
             if (const std::size_t men = first.size() + second.size(); men >= 1 && men <= 5)
             {
                 // The mirrored names lie there too, and are not asked for.
-                writeBytes(directory / ("K" + first + "vK" + second + ".rtbw"), bytes(smallestSize));
+                writeBytes(directory / ("K" + first + "vK" + second + ".rtbw"), byteRow(smallestSize));
                 materials.insert("K" + first + "vK" + second);
             }
     initTablebases(directory.path);
     EXPECT_EQ(tableCardinality, 7u);
     std::set<const tablebaseEntry *> entries;
-    int withPawns = 0, symmetric = 0;
     for (const std::string &name : materials)
-    {
-        const tablebaseEntry *entry = entryOf(name);
-        ASSERT_NE(entry, nullptr) << name;
-        EXPECT_EQ(entry->material.symmetric, name.substr(0, name.find('v')) == name.substr(name.find('v') + 1));
-        EXPECT_EQ(entry->material.hasPawns, name.find('P') != std::string::npos);
-        EXPECT_EQ(entry->material.pieces, name.size() - 1);
-        EXPECT_FALSE(entry->hasDtz || entry->hasDtm);
-        if (!entries.insert(entry).second)
-            continue;
-        withPawns += entry->material.hasPawns;
-        symmetric += entry->material.symmetric;
-    }
+        entries.insert(entryOf(name));
+    EXPECT_EQ(entries.count(nullptr), 0u);
     EXPECT_EQ(entries.size(), 1511u);
-    EXPECT_EQ(withPawns, 861);
-    EXPECT_EQ(symmetric, 20);
+    EXPECT_EQ(std::count_if(entries.begin(), entries.end(), [](auto entry) { return entry->material.hasPawns; }), 861);
+    EXPECT_EQ(std::count_if(entries.begin(), entries.end(), [](auto entry) { return entry->material.symmetric; }), 20);
 
     // The leading pawns are those of the side with fewer; then the others, and the code of the leading.
     const std::pair<const char *, std::array<int, 3>> pawnCases[] = {{"KPvK", {1, 0, 1}},   {"KRvKP", {1, 0, 9}},
@@ -124,24 +116,25 @@ TEST(tableRegistry, everyMaterialOfUpToSevenMenHasItsName)
 TEST(tableRegistry, filesComeFromTheFirstDirectoryThatHasThem)
 {
     const temporaryDirectory first, second;
-    // The WDL file of the first directory says that all is lost; distances lie in the second alone.
-    writeBytes(first / "KQvK.rtbw", makeConstantWdlTable("KQvK", -2, -2));
+    writeQueenTable(first, -2); // that all is lost; distances lie in the second alone
+    writeQueenTable(second, 2);
+    writeQueenDistances(second);
     std::filesystem::create_directory(first / "KRvK.rtbw");
-    copyTables({"KQvK.rtbw", "KQvK.rtbz", "KRvK.rtbw"}, second);
+    writeTables(second.path, {{"KRvK", "KRk", 2, -2}});
 
     int success = 0;
     initTablebases(";;" + first.path + ";;" + (first / "nowhere") + ";" + second.path + ";");
-    EXPECT_EQ(wdlOf(winningQueen(), success), -2);
+    EXPECT_EQ(probeWdl(queenPosition, success), -2);
     ASSERT_NE(entryOf("KQvK"), nullptr);
     EXPECT_TRUE(entryOf("KQvK")->hasDtz);
     EXPECT_NE(entryOf("KRvK"), nullptr) << "a directory of that name is no file";
     EXPECT_EQ(entryOf("KvKQ"), entryOf("KQvK"));
 
     initTablebases(second.path + ";" + first.path);
-    EXPECT_EQ(wdlOf(winningQueen(), success), 2);
+    EXPECT_EQ(probeWdl(queenPosition, success), 2);
 #ifndef _WIN32
     initTablebases(first.path + ":" + second.path);
-    EXPECT_EQ(wdlOf(winningQueen(), success), -2);
+    EXPECT_EQ(probeWdl(queenPosition, success), -2);
 #endif
     initTablebases(";");
     EXPECT_EQ(tableCardinality, 0u);
@@ -150,11 +143,11 @@ TEST(tableRegistry, filesComeFromTheFirstDirectoryThatHasThem)
 TEST(tableRegistry, filesOfAWrongSizeAreToldOfAndLeftOut)
 {
     const temporaryDirectory directory;
-    writeBytes(directory / "KQvK.rtbw", bytes(128));
-    writeBytes(directory / "KRvK.rtbw", bytes(64 + smallestSize));
-    writeBytes(directory / "KRvK.rtbm", bytes(64 + smallestSize));
-    writeBytes(directory / "KRvK.rtbz", bytes(17));
-    writeBytes(directory / "KBvK.rtbz", bytes(17)); // not looked at without its WDL file
+    writeBytes(directory / "KQvK.rtbw", byteRow(128));
+    writeBytes(directory / "KRvK.rtbw", byteRow(64 + smallestSize));
+    writeBytes(directory / "KRvK.rtbm", byteRow(64 + smallestSize));
+    writeBytes(directory / "KRvK.rtbz", byteRow(17));
+    writeBytes(directory / "KBvK.rtbz", byteRow(17)); // not looked at without its WDL file
     const auto [out, error] = capture([&] { initTablebases(directory.path); });
     EXPECT_EQ(error, "Incomplete tablebase file KQvK.rtbw\nIncomplete tablebase file KRvK.rtbz\n");
     EXPECT_EQ(out, "info string Incomplete tablebase file KQvK.rtbw\n"
@@ -167,12 +160,18 @@ TEST(tableRegistry, filesOfAWrongSizeAreToldOfAndLeftOut)
     initTablebases("");
 }
 
-TEST(tableRegistry, aCorruptFileCostsOneMessageAndItsOwnKindOnly)
+TEST(tableRegistry, whatCannotBeReadIsNoTable)
 {
     const temporaryDirectory directory;
-    copyTables({"KQvK.rtbw", "KRvK.rtbw", "KRvK.rtbz"}, directory);
-    writeBytes(directory / "KQvK.rtbz", bytes(smallestSize));
+    writeQueenTable(directory, 2);
+    writeBytes(directory / "KQvK.rtbz", byteRow(smallestSize));
+    writeTables(directory.path, {{"KRvK", "KRk", 2, -2}, {"KBvK", "KBk", 0, 0}, {"KNvK", "KNk", 2, -2}});
+    const std::vector<std::vector<int>> shortMaps(dtzMapCount, {7});
+    writeBytes(directory / "KNvK.rtbz",
+               tableFileOf("KNk", dtzKind, {randomPart(31332, {1}, {6, 8, dtzMappedFlag})}, shortMaps));
     initTablebases(directory.path);
+    std::filesystem::remove(directory / "KRvK.rtbw");
+    std::filesystem::resize_file(directory / "KBvK.rtbw", 0);
 
     int success = 0;
     const auto [out, error] = capture(
@@ -180,63 +179,49 @@ TEST(tableRegistry, aCorruptFileCostsOneMessageAndItsOwnKindOnly)
         {
             for (int i = 0; i < 3; ++i)
             {
-                EXPECT_EQ(probeDtz(toTbPosition(winningQueen()), success), 0);
-                EXPECT_EQ(success, 0);
-                EXPECT_EQ(wdlOf(winningQueen(), success), 2);
-                EXPECT_EQ(success, 1);
+                for (const tbPosition &position : {queenPosition, knightPosition}) // by its head, by its values
+                {
+                    EXPECT_EQ(probeDtz(position, success), 0);
+                    EXPECT_EQ(success, 0);
+                    EXPECT_EQ(probeWdl(position, success), 2) << "the other kind is not touched";
+                    EXPECT_EQ(success, 1);
+                }
+                for (const char *name : {"KRvK", "KBvK"}) // gone, and shrunk to nothing
+                {
+                    success = 1;
+                    probeTable(anyPosition(name), 0, success, wdlKind);
+                    EXPECT_EQ(success, 0) << name;
+                }
             }
         });
-    EXPECT_EQ(error, "Corrupted table.\n");
+    EXPECT_EQ(error, "Corrupted table.\nCorrupted table.\nCorrupted table.\n") << "once for each file";
     EXPECT_EQ(out, "");
-    EXPECT_GT(probeDtz(toTbPosition(threeMen("KRvK", c2, d3, e5)), success), 0) << "another table";
-    EXPECT_EQ(success, 1);
-    // What could not be used is tried again after the next setting.
-    copyTables({"KQvK.rtbz"}, directory);
-    initTablebases(directory.path);
-    EXPECT_GT(probeDtz(toTbPosition(winningQueen()), success), 0);
-    initTablebases("");
-}
 
-TEST(tableRegistry, aFileThatGoesOrShrinksAfterTheScanIsNoTable)
-{
-    const temporaryDirectory directory;
-    copyTables({"KQvK.rtbw", "KRvK.rtbw"}, directory);
+    writeQueenDistances(directory); // tried again after the next setting
     initTablebases(directory.path);
-    std::filesystem::remove(directory / "KQvK.rtbw");
-    std::filesystem::resize_file(directory / "KRvK.rtbw", 0);
-    int success = 1;
-    const auto [out, error] = capture(
-        [&]
-        {
-            wdlOf(winningQueen(), success);
-            EXPECT_EQ(success, 0);
-            success = 1;
-            probeTable(anyPosition("KRvK"), 0, success, wdlKind);
-            EXPECT_EQ(success, 0);
-        });
-    EXPECT_EQ(error, "Corrupted table.\n");
+    EXPECT_EQ(probeDtz(queenPosition, success), 1);
     initTablebases("");
 }
 
 TEST(tableRegistry, threadsThatMeetAtFirstUseMapAFileOnce)
 {
     constexpr int threadCount = 8, rounds = 20;
-    const solvedWorld &world = threeMenWorld();
+    const temporaryDirectory directory;
+    writeQueenTable(directory, 2);
+    writeQueenDistances(directory);
     for (int round = 0; round < rounds; ++round)
     {
-        initTablebases(world.directory.path);
+        initTablebases(directory.path);
         std::barrier start(threadCount);
         std::atomic<int> wrong{0};
         std::vector<std::thread> threads;
         for (int i = 0; i < threadCount; ++i)
             threads.emplace_back(
-                [&, i]
+                [&]
                 {
-                    const ending position = winningQueen(i % 2 ? black : white);
                     start.arrive_and_wait();
                     int success = 0;
-                    const int dtz = probeDtz(toTbPosition(position), success);
-                    wrong += success == 0 || dtz != world.solver.value(position);
+                    wrong += probeDtz(queenPosition, success) != 1 || success != 1;
                 });
         for (std::thread &thread : threads)
             thread.join();

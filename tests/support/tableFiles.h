@@ -1,0 +1,62 @@
+// Small endgame table files written from the format, and positions by FEN to ask them about.
+//
+// What such a file stores is made up: one value for all positions, or the text of a random codec.
+#pragma once
+
+#include <cstdint>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "tablebase/tableFile.h"
+#include "tablebase/tbMoves.h"
+
+namespace tarvonel::endings
+{
+
+using byteRow = std::vector<std::uint8_t>;
+
+/// One sub-table: its sections in the file, and the values that they stand for.
+struct storedPart
+{
+    byteRow header, sparse, lengths, data;
+    std::vector<int> values;
+};
+
+/// A sub-table in which every position has the value.
+storedPart onePart(int value, int flags = 0);
+
+struct codecForm
+{
+    int blockSizeBits, spanBits, flags;
+};
+
+/// At least `size` values, expanded from random pairs of the leaves (at most nine), with codes of 2 to
+/// 12 bits.
+storedPart randomPart(std::uint64_t size, const std::vector<int> &leaves, const codecForm &form);
+
+/// A file of sub-tables by file, then by side. `men`: letters in the order of the index, upper case
+/// for the first side of the name ("PKk"). `maps`: four for each mapped sub-table.
+byteRow tableFileOf(const std::string &men, tableKind kind, const std::vector<storedPart> &parts,
+                    const std::vector<std::vector<int>> &maps = {});
+
+void writeBytes(const std::string &path, const byteRow &bytes);
+
+/// A WDL file with one value (-2 to 2) for each side to move; `men` as above.
+struct plainTable
+{
+    const char *name, *men;
+    int first, second;
+};
+void writeTables(const std::string &directory, std::initializer_list<plainTable> tables);
+
+/// Castling rights and the number of the move are passed over.
+tbPosition tablePosition(const std::string &fen);
+/// Colours changed round, the board turned over.
+tbPosition swappedColours(tbPosition position);
+
+/// The men in a table's name on random squares, which may coincide, and a sane position of them.
+tbPosition scatteredPosition(const std::string &name, std::mt19937_64 &random);
+tbPosition randomPosition(const std::string &name, std::mt19937_64 &random);
+
+} // namespace tarvonel::endings
