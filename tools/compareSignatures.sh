@@ -5,13 +5,14 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-# PRESET WORDS: the preset if /proc/cpuinfo has all the words (alternatives joined by |).
+flags=$(grep -m1 '^flags' /proc/cpuinfo || true)
+# PRESET WORDS: the preset if the processor has all the words (alternatives joined by |).
 runnable()
 {
     local preset=$1 word
     shift
     for word in "$@"; do
-        if ! grep -m1 '^flags' /proc/cpuinfo | grep -qwE "$word"; then
+        if ! grep -qwE "$word" <<<"$flags"; then
             echo "signature: this processor cannot run the $preset build, left out"
             return
         fi
