@@ -28,7 +28,7 @@ runnable avx512 avx512bw avx512dq avx512vl avx512_vnni bmi2
 pinned=$(<bench/signature.txt)
 for preset in "${presets[@]}"; do
     cmake --preset "$preset" -DTARVONEL_LTO="$([[ $preset == release ]] && echo ON || echo OFF)" >/dev/null
-    cmake --build --preset "$preset" --target tarvonelSignature >/dev/null
+    log=$(cmake --build --preset "$preset" --target tarvonelSignature 2>&1) || { echo "$log" >&2; exit 1; }
     output=$("build/$preset/bench/tarvonelSignature")
     signature=$(sed -n 's/^bench: //p' <<<"$output")
     echo "signature: $preset $signature, $(sed -n 's/^nodes per second: //p' <<<"$output") nodes per second"

@@ -65,10 +65,12 @@ inline unsigned clipBlock(const std::int16_t *lanes, activation *out)
 constexpr int clippedLane(int place) { return (place & 7) | (place & 8) << 2 | (place & 48) >> 1; }
 inline void activateSums(const vector32 *sums, activation *out)
 {
+    constexpr __mmask16 allLanes = 0xFFFF; // gcc takes the forms without a mask for uninitialised
     for (int i = 0; i < 2; ++i)
     {
-        const __m128i clipped = _mm512_cvtsepi32_epi8(_mm512_srai_epi32(sums[i], hiddenShift));
-        _mm_store_si128(reinterpret_cast<__m128i *>(out) + i, _mm_max_epi8(clipped, _mm_setzero_si128()));
+        const __m512i shifted = _mm512_maskz_srai_epi32(allLanes, sums[i], hiddenShift);
+        const __m128i clipped = _mm_max_epi8(_mm512_maskz_cvtsepi32_epi8(allLanes, shifted), _mm_setzero_si128());
+        _mm_store_si128(reinterpret_cast<__m128i *>(out) + i, clipped);
     }
 }
 
