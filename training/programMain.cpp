@@ -62,8 +62,7 @@ int coreCount() { return static_cast<int>(std::clamp(std::thread::hardware_concu
 void watchForInterrupts()
 {
     for (const int number : {SIGINT, SIGTERM})
-        std::signal(
-            number, [](int /*signal*/) { interrupted = true; });
+        std::signal(number, [](int /*signal*/) { interrupted = true; });
 }
 
 } // namespace tarvonel

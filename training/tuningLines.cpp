@@ -7,7 +7,7 @@
 
 #include "board/makeMove.h"
 #include "board/setup.h"
-#include "games/gameBoard.h"
+#include "movegen/gameBoard.h"
 
 namespace tarvonel
 {

@@ -1,6 +1,7 @@
 #include "board/setup.h"
 
 #include <algorithm>
+#include <cctype>
 #include <optional>
 #include <string_view>
 #include <utility>
@@ -352,6 +353,60 @@ bool isPlayable(const pos &position)
     if ((pawns & (rank1Bits | rank8Bits)) != 0)
         return false;
     return !isKingAttacked(position, opponent(position.sideToMove));
+}
+
+namespace
+{
+
+std::string placementText(const pos &position)
+{
+    std::string text;
+    for (int rank = rank8; rank >= rank1; --rank)
+    {
+        int gap = 0;
+        for (int file = fileA; file <= fileH; ++file)
+        {
+            const int code = position.board[squareAt(file, rank)];
+            if (code == emptySquare)
+            {
+                ++gap;
+                continue;
+            }
+            text += gap > 0 ? std::to_string(gap) : "";
+            gap = 0;
+            text += pieceLetters[code];
+        }
+        text += gap > 0 ? std::to_string(gap) : "";
+        text += rank > rank1 ? "/" : "";
+    }
+    return text;
+}
+
+std::string castlingText(const pos &position, bool byFile)
+{
+    std::string text;
+    for (const colour side : {white, black})
+        for (const int wing : {kingSide, queenSide})
+        {
+            if ((position.info[0].castling & castlingRightOf(wing, side)) == 0)
+                continue;
+            const char letter = byFile             ? static_cast<char>('A' + fileOf(position.castleRook[wing][side]))
+                                : wing == kingSide ? 'K'
+                                                   : 'Q';
+            text += side == white ? letter : static_cast<char>(std::tolower(letter));
+        }
+    return text.empty() ? "-" : text;
+}
+
+} // namespace
+
+std::string fenOf(const pos &position, bool byFile, int fullMove)
+{
+    const int pawnSquare = position.info[0].enPassant;
+    const colour side = position.sideToMove;
+    return placementText(position) + (side == white ? " w " : " b ") + castlingText(position, byFile) + " " +
+           (pawnSquare == 0 ? "-" : squareText(pawnSquare + forward(side))) + " " +
+           std::to_string(position.fiftyCount) + " " + std::to_string(fullMove);
 }
 
 std::string boardText(const pos &position)

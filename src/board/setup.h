@@ -1,4 +1,4 @@
-// From FEN text to a position, and the diagram of a board.
+// From FEN text to a position and back, and the diagram of a board.
 #pragma once
 
 #include <string>
@@ -42,6 +42,10 @@ void dropUnfoundedRights(pos &position);
 /// Whether each side has its king and the side to move could not take the other's: only then may
 /// a position be searched, counted or evaluated.
 bool isPlayable(const pos &position);
+
+/// The position as FEN; castling rights as letters of the rooks' files where `byFile` is set.
+/// `fullMove` is the number of the coming move.
+std::string fenOf(const pos &position, bool byFile, int fullMove);
 
 /// The board as nine lines of ruling and eight of squares, each ending in a newline.
 std::string boardText(const pos &position);

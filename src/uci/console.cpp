@@ -21,6 +21,7 @@
 #include "uci/commandGuards.h"
 #include "uci/diagnostics.h"
 #include "uci/engineVersion.h"
+#include "uci/genfensCommand.h"
 #include "uci/goCommand.h"
 #include "uci/netFile.h"
 #include "uci/options.h"
@@ -129,6 +130,12 @@ void runBench(std::istream &words, consoleState &)
         bench(settings);
 }
 
+void runGenfens(std::istream &words, consoleState &)
+{
+    if (awaitSearchEnd("genfens"))
+        genfensCommand(words);
+}
+
 void help(std::istream &, consoleState &)
 {
     printText("supported UCI commands 'uci' 'ucinewgame' 'position' 'go' 'ponderhit' 'stop 'quit' 'setoption' "
@@ -154,6 +161,7 @@ constexpr commandRow commandTable[] = {
     {"perft", runPerft},
     {"texel", runTexel},
     {"bench", runBench},
+    {"genfens", runGenfens},
     {"showboard", [](std::istream &, consoleState &) { showBoard(); }},
     {"evil", [](std::istream &, consoleState &) { printEvaluation(); }},
     {"hashstats", [](std::istream &, consoleState &) { hashStatistics(); }},

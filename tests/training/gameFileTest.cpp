@@ -7,9 +7,11 @@
 
 #include <gtest/gtest.h>
 
+#include "board/chess960.h"
 #include "board/makeMove.h"
+#include "board/setup.h"
 #include "games/gameFile.h"
-#include "games/randomOpening.h"
+#include "movegen/randomOpening.h"
 #include "support/randomGames.h"
 #include "support/temporaryDirectory.h"
 
@@ -27,7 +29,7 @@ class gameFileTest : public testing::Test
         storedGame game;
         do
         {
-            game.earlierPlies = drawOpening(*board, {8, 0.5}, random);
+            game.earlierPlies = drawOpening(*board, {8, 0.5, {}}, random);
         } while (game.earlierPlies < 0);
         game.start = packStart(board->position);
         game.whitePoints = static_cast<int>(random() % 3);
@@ -84,7 +86,7 @@ TEST_F(gameFileTest, startPositionsComeBackWhole)
     const auto copy = std::make_unique<gameBoard>();
     for (int i = 0; i < 200; ++i)
     {
-        if (drawOpening(*board, {i % 30, 0.5}, random) < 0)
+        if (drawOpening(*board, {i % 30, 0.5, {}}, random) < 0)
             continue;
         ASSERT_EQ(unpackStart(packStart(board->position), *copy), "");
         EXPECT_EQ(copy->position.key, board->position.key);

@@ -17,10 +17,10 @@
 #include "eval/networkFile.h"
 #include "eval/networkWriter.h"
 #include "eval/pawnEvaluation.h"
-#include "games/randomOpening.h"
 #include "learning/modelNetwork.h"
 #include "learning/trainerJudge.h"
 #include "learning/trainerStep.h"
+#include "movegen/randomOpening.h"
 #include "support/randomGames.h"
 #include "support/temporaryDirectory.h"
 
@@ -38,7 +38,7 @@ template <typename Visitor> void visitRandomPositions(std::size_t count, std::ui
     randomSource random(seed);
     while (count > 0)
     {
-        if (drawOpening(*board, {static_cast<int>(random() % longest), 0.3}, random) >= 0)
+        if (drawOpening(*board, {static_cast<int>(random() % longest), 0.3, {}}, random) >= 0)
         {
             visit(board->position);
             --count;

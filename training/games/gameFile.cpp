@@ -6,6 +6,8 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include "board/setup.h"
+
 namespace tarvonel
 {
 

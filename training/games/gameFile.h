@@ -26,7 +26,7 @@
 #include <vector>
 
 #include "board/moveCode.h"
-#include "games/gameBoard.h"
+#include "movegen/gameBoard.h"
 #include "platform/fileMapping.h"
 
 namespace tarvonel

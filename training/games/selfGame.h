@@ -4,8 +4,8 @@
 #include <optional>
 
 #include "games/gameFile.h"
-#include "games/randomOpening.h"
 #include "games/selfSearch.h"
+#include "movegen/randomOpening.h"
 
 namespace tarvonel
 {
@@ -14,15 +14,15 @@ struct selfPlayPlan
 {
     openingPlan opening;
     nodeBudget budget;
-    bool quick = false;     ///< no search: moves by sampling, scores by quiescence of quiet positions
-    int tries = 4;          ///< moves that a quick choice looks at
-    int openingLimit = 300; ///< openings beyond this score are thrown away
-    int winScore = 600;     ///< a game is decided when so much is seen
-    int winPlies = 4;       ///< in so many plies in a row
-    int drawScore = 8;      ///< a game is drawn when no more than this is seen
-    int drawPlies = 12;     ///< in so many plies in a row
-    int drawFrom = 80;      ///< and not before this ply
-    int longestGame = 400;  ///< plies; longer games count as drawn
+    bool quick = false;               ///< no search: moves by sampling, scores by quiescence of quiet positions
+    int tries = 4;                    ///< moves that a quick choice looks at
+    int openingLimit = widestOpening; ///< openings beyond this score are thrown away
+    int winScore = 600;               ///< a game is decided when so much is seen
+    int winPlies = 4;                 ///< in so many plies in a row
+    int drawScore = 8;                ///< a game is drawn when no more than this is seen
+    int drawPlies = 12;               ///< in so many plies in a row
+    int drawFrom = 80;                ///< and not before this ply
+    int longestGame = 400;            ///< plies; longer games count as drawn
 };
 
 /// Plays a game from an opening of its own; none if the opening was thrown away.

@@ -6,8 +6,8 @@
 
 #include <cstdint>
 
-#include "games/gameBoard.h"
-#include "games/randomOpening.h"
+#include "movegen/gameBoard.h"
+#include "movegen/randomOpening.h"
 
 namespace tarvonel
 {

@@ -10,7 +10,6 @@
 #include <mutex>
 #include <optional>
 #include <random>
-#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -19,6 +18,7 @@
 #include "board/setup.h"
 #include "match/elo.h"
 #include "match/matchGame.h"
+#include "movegen/randomOpening.h"
 #include "programMain.h"
 #include "words.h"
 
@@ -181,7 +181,6 @@ void completeRules(matchPlan &plan)
     }
 }
 
-/// The lines of the file that are positions, comments behind ';' cut off.
 void readOpenings(matchPlan &plan)
 {
     if (plan.openingsFile.empty())
@@ -189,27 +188,13 @@ void readOpenings(matchPlan &plan)
         plan.openings.emplace_back(startPositionFen);
         return;
     }
-    std::ifstream file(plan.openingsFile);
-    const auto board = std::make_unique<gameBoard>();
-    std::size_t refused = 0;
-    for (std::string text; std::getline(file, text);)
-    {
-        std::string fen;
-        std::istringstream words(text.substr(0, text.find(';')));
-        std::string word;
-        for (int field = 0; field < 6 && words >> word; ++field)
-            fen += (field > 0 ? " " : "") + word;
-        if (fen.empty())
-            continue;
-        if (setupGame(*board, fen).empty() && endOfGame(*board, legalMoves(*board)) == gameEnd::none)
-            plan.openings.push_back(fen);
-        else
-            ++refused;
-    }
-    if (refused > 0)
-        std::fprintf(stderr, "%s: %zu lines hold no position to play from\n", plan.openingsFile.c_str(), refused);
-    if (plan.openings.empty())
+    openingBook book = readOpeningBook(plan.openingsFile);
+    if (book.refusedLines > 0)
+        std::fprintf(stderr, "%s: %zu lines hold no position to play from\n", plan.openingsFile.c_str(),
+                     book.refusedLines);
+    if (book.fens.empty())
         throw CLI::ValidationError("--openings", "no openings in " + plan.openingsFile);
+    plan.openings = std::move(book.fens);
     if (plan.shuffleSeed)
     {
         std::mt19937_64 random(*plan.shuffleSeed);

@@ -6,9 +6,9 @@
 #include <string>
 #include <vector>
 
-#include "games/gameBoard.h"
 #include "match/matchEngine.h"
 #include "match/pgn.h"
+#include "movegen/gameBoard.h"
 
 namespace tarvonel
 {

@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-#include "games/gameBoard.h"
+#include "movegen/gameBoard.h"
 
 namespace tarvonel
 {

@@ -1,10 +1,7 @@
-#include "games/randomOpening.h"
+#include "board/chess960.h"
 
 #include <array>
 #include <cctype>
-
-#include "board/makeMove.h"
-#include "board/setup.h"
 
 namespace tarvonel
 {
@@ -50,28 +47,6 @@ std::string chess960Fen(int number)
     for (char &letter : whiteRow)
         letter = static_cast<char>(std::toupper(letter));
     return row + "/pppppppp/8/8/8/8/PPPPPPPP/" + whiteRow + " w KQkq - 0 1";
-}
-
-moveCode randomMove(const std::vector<moveCode> &moves, randomSource &random)
-{
-    return moves[random() % moves.size()] & moveIdentityMask;
-}
-
-int drawOpening(gameBoard &board, const openingPlan &plan, randomSource &random)
-{
-    const bool is960 = std::uniform_real_distribution<double>(0, 1)(random) < plan.chess960Share;
-    const std::string fen = is960 ? chess960Fen(static_cast<int>(random() % chess960Starts)) : startPositionFen;
-    const int plies = plan.fewestPlies + static_cast<int>(random() % 2);
-    if (!setupGame(board, fen).empty())
-        return -1;
-    for (int ply = 0; ply < plies; ++ply)
-    {
-        const std::vector<moveCode> moves = legalMoves(board);
-        if (endOfGame(board, moves) != gameEnd::none)
-            return -1;
-        playGameMove(board.position, randomMove(moves, random));
-    }
-    return endOfGame(board, legalMoves(board)) == gameEnd::none ? plies : -1;
 }
 
 } // namespace tarvonel

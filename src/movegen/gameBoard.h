@@ -43,8 +43,4 @@ moveCode findMove(const gameBoard &board, const std::vector<moveCode> &moves, co
 /// What an end is called in a game's record.
 const char *endText(gameEnd end);
 
-/// The position as FEN; castling rights as letters of the rooks' files where `byFile` is set.
-/// `fullMove` is the number of the coming move.
-std::string fenOf(const pos &position, bool byFile, int fullMove);
-
 } // namespace tarvonel

@@ -1,4 +1,4 @@
-#include "games/gameBoard.h"
+#include "movegen/gameBoard.h"
 
 #include <algorithm>
 #include <cctype>
@@ -22,9 +22,7 @@ int occurrences(const pos &position)
     const int oldest = std::max(position.keyCount - 1 - position.fiftyCount, 0);
     int count = 0;
     for (int i = position.keyCount - 1; i >= oldest; i -= 2)
-    {
         count += position.keyHistory[i] == position.key ? 1 : 0;
-    }
     return count;
 }
 
@@ -33,60 +31,12 @@ bool isDeadPosition(const pos &position)
 {
     const auto both = [&](int code) { return position.bitboards[code] | position.bitboards[code + 1]; };
     if ((both(whitePawn) | both(whiteRook) | both(whiteQueen)) != 0)
-    {
         return false;
-    }
     const bitboard knights = both(whiteKnight);
     const bitboard bishops = both(whiteBishop);
     if (knights != 0)
-    {
         return bishops == 0 && exactlyOne(knights);
-    }
     return (bishops & darkSquares) == 0 || (bishops & ~darkSquares) == 0;
-}
-
-std::string placementText(const pos &position)
-{
-    std::string text;
-    for (int rank = 7; rank >= 0; --rank)
-    {
-        int gap = 0;
-        for (int file = 0; file < 8; ++file)
-        {
-            const int code = position.board[rank * 8 + file];
-            if (code == emptySquare)
-            {
-                ++gap;
-                continue;
-            }
-            text += gap > 0 ? std::to_string(gap) : "";
-            gap = 0;
-            text += pieceLetters[code];
-        }
-        text += gap > 0 ? std::to_string(gap) : "";
-        text += rank > 0 ? "/" : "";
-    }
-    return text;
-}
-
-std::string castlingText(const pos &position, bool byFile)
-{
-    std::string text;
-    for (const colour side : {white, black})
-    {
-        for (const int wing : {kingSide, queenSide})
-        {
-            if ((position.info[0].castling & castlingRightOf(wing, side)) == 0)
-            {
-                continue;
-            }
-            const char letter = byFile             ? static_cast<char>('A' + fileOf(position.castleRook[wing][side]))
-                                : wing == kingSide ? 'K'
-                                                   : 'Q';
-            text += side == white ? letter : static_cast<char>(std::tolower(letter));
-        }
-    }
-    return text.empty() ? "-" : text;
 }
 
 } // namespace
@@ -95,9 +45,7 @@ std::string setupGame(gameBoard &board, const std::string &fen)
 {
     const std::string error = setupPosition(fen, board.position);
     if (!error.empty())
-    {
         return error;
-    }
     dropUnfoundedRights(board.position);
     board.position.info[0].listStart = board.moveStack;
     return isPlayable(board.position) ? "" : "the side to move could take the king";
@@ -115,29 +63,19 @@ gameEnd endOfGame(const gameBoard &board, const std::vector<moveCode> &moves)
 {
     const pos &position = board.position;
     if (moves.empty())
-    {
         return position.info[0].inCheck != 0 ? gameEnd::checkmate : gameEnd::stalemate;
-    }
     if (isDeadPosition(position))
-    {
         return gameEnd::material;
-    }
     if (position.fiftyCount >= fiftyMovePlies)
-    {
         return gameEnd::fiftyMoves;
-    }
     return occurrences(position) >= 3 ? gameEnd::repetition : gameEnd::none;
 }
 
 moveCode findMove(const gameBoard &board, const std::vector<moveCode> &moves, const std::string &text)
 {
     for (const moveCode move : moves)
-    {
         if (moveText(move, board.position.sideToMove, board.position) == text)
-        {
             return move & moveIdentityMask;
-        }
-    }
     return noMove;
 }
 
@@ -159,15 +97,6 @@ const char *endText(gameEnd end)
         break;
     }
     return "unfinished";
-}
-
-std::string fenOf(const pos &position, bool byFile, int fullMove)
-{
-    const int pawnSquare = position.info[0].enPassant;
-    const colour side = position.sideToMove;
-    return placementText(position) + (side == white ? " w " : " b ") + castlingText(position, byFile) + " " +
-           (pawnSquare == 0 ? "-" : squareText(pawnSquare + forward(side))) + " " +
-           std::to_string(position.fiftyCount) + " " + std::to_string(fullMove);
 }
 
 } // namespace tarvonel
