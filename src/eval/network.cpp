@@ -124,8 +124,7 @@ std::int32_t networkOutput(pos &position, int ply)
 int networkScore(pos &position, int ply, int clampedPhase)
 {
     const int pawns = popCount(position.bitboards[whitePawn] | position.bitboards[blackPawn]);
-    const std::uint32_t product =
-        static_cast<std::uint32_t>(networkOutput(position, ply)) *
+    const std::uint32_t product = static_cast<std::uint32_t>(networkOutput(position, ply)) *
                                   static_cast<std::uint32_t>(outputFactor(pawns, clampedPhase));
     return static_cast<std::int32_t>(product) / scoreDivisor;
 }
