@@ -188,7 +188,7 @@ std::vector<dataBlock> dealBlocks(const trainingPlan &plan, const trainingData &
     std::uint64_t dealt = 0;
     for (const std::uint32_t piece : shuffledNumbers(data.pieces.size(), random))
     {
-        dataBlock &block = blocks[dealt * blocks.size() / data.learnable];
+        dataBlock &block = blocks[std::min(dealt * blocks.size() / data.learnable, blocks.size() - 1)];
         block.pieces.push_back(piece);
         block.positions += data.pieces[piece].positions;
         dealt += data.pieces[piece].positions;
