@@ -124,15 +124,18 @@ TEST(tableProbe, storedValuesCapturesAndEnPassantMakeTheTrueValue)
                                  {"KNvK", "KNk", 0, 0},
                                  {"KPvK", "PKk", 2, -2},
                                  {"KRvKR", "KRkr", 0, 0},
-                                 {"KPvKP", "PpKk", 0, 0},
+
                                  {"KQPvKP", "PpKQk", 2, 0},
                                  {"KQvKP", "pKQk", 2, -2},
                                  {"KNPvK", "PKNk", 1, -1},
                                  {"KNPvKP", "PpKNk", 1, -1},
                                  {"KNvKP", "pKNk", 0, 0}});
+    writeBytes(directory / "KPvKP.rtbw", // won where the mover's pawn stands on an edge
+               tableFileOf("PpKk", wdlKind, {onePart(4), onePart(2), onePart(2), onePart(2)}));
     writeBytes(directory / "KQvK.rtbz", tableFileOf("KQk", dtzKind, {onePart(9, dtzSideFlag)}));
     writeBytes(directory / "KRvK.rtbz", tableFileOf("KRk", dtzKind, {randomPart(31332, {3}, {6, 8, 0})}));
-    writeBytes(directory / "KPvK.rtbz", tableFileOf("PKk", dtzKind, std::vector<storedPart>(4, onePart(0))));
+    writeBytes(directory / "KPvK.rtbz",
+               tableFileOf("PKk", dtzKind, std::vector<storedPart>(4, randomPart(23436, {3}, {6, 8, dtzSideFlag}))));
     initTablebases(directory.path);
     ASSERT_EQ(tableCardinality, 5u);
 
@@ -148,6 +151,7 @@ TEST(tableProbe, storedValuesCapturesAndEnPassantMakeTheTrueValue)
         {"more men than any table has", "8/8/8/4k3/8/NNNNNN2/8/K7 w - - 0 1", 0, 0, 0, "none"},
 
         {"distance of the stored side", "8/8/8/4k3/8/8/1Q6/K7 b - - 0 1", -2, 1, -1, "e5e4"},
+        {"a longer one", "8/8/8/4k3/8/8/4P3/2K5 b - - 3 1", -2, 1, -7, "e5d4"},
         {"one move before it", "8/8/8/4k3/8/1Q6/8/K7 w - - 3 1", 2, 1, 2, "a1b1"},
         {"one move before mate", "7k/8/6K1/8/8/8/Q7/8 w - - 3 1", 2, 1, 1, "a2a8"},
         {"mated", "7k/6Q1/6K1/8/8/8/8/8 b - - 3 1", -2, 1, -1, "mate"},
@@ -156,6 +160,8 @@ TEST(tableProbe, storedValuesCapturesAndEnPassantMakeTheTrueValue)
         {"drawn: moves by the material", "8/8/8/4k3/8/1N6/8/K7 w - - 3 1", 0, 1, 0, "b3c5"},
         {"stalemate", "k7/8/1K6/8/8/6B1/8/8 b - - 3 1", 0, 1, 0, "stalemate"},
 
+        {"like men: the mover's pawn leads", "4k3/3p4/8/8/8/8/P7/4K3 w - - 0 1", 2, 1, 0, "none"},
+        {"and not the other", "4k3/3p4/8/8/8/8/P7/4K3 b - - 0 1", 0, 1, 0, "none"},
         {"a capture that saves", "8/8/8/8/8/8/4kR2/K7 b - - 3 1", 0, 1, 0, "e2f2"},
         {"a capture that wins too late", "8/8/3k4/8/4r3/8/8/K3R3 w - - 3 1", 1, 2, 101, "e1e4"},
         {"a capture that is met by one", "8/8/8/3kr3/8/8/8/K3R3 w - - 3 1", 0, 1, 0, "e1f1"},

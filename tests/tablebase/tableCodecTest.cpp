@@ -52,6 +52,7 @@ TEST(tableIndex, positionsAreNumberedAsTheirPlacementsAreListed)
     } rows[] = {
         {"QkK", leadingGroup::threePieces, 0, 1, "b1g7d6", 3328},
         {"QkK", leadingGroup::threePieces, 0, 1, "a1f1b8", 23739},
+        {"QkK", leadingGroup::threePieces, 0, 1, "d4b1a1", 28644},
         {"RKkQ", leadingGroup::threePieces, 1, 1, "a1c1f3e1", 1434539},
         {"RKkQ", leadingGroup::threePieces, 1, 1, "a1d4f2b6", 1857244},
         {"RKkQ", leadingGroup::threePieces, 1, 1, "b2f6g7f5", 1905310},
