@@ -1,20 +1,15 @@
 // A position with a move stack and tables of its own, as a worker has them, for the timings.
 #pragma once
 
-#include <cstdint>
 #include <cstdlib>
 #include <iostream>
 #include <memory>
 #include <vector>
 
-#include "board/attackTables.h"
 #include "board/engineOptions.h"
-#include "board/pos.h"
 #include "board/setup.h"
-#include "eval/accumulator.h"
-#include "eval/evaluate.h"
-#include "eval/pawnEvaluation.h"
 #include "movegen/moveChecks.h"
+#include "search/searchBoard.h"
 #include "uci/benchPositions.h"
 
 namespace tarvonel
@@ -22,35 +17,25 @@ namespace tarvonel
 
 struct benchBoard
 {
-    std::unique_ptr<pos> record = std::make_unique<pos>();
-    std::vector<moveCode> moveStack = std::vector<moveCode>(moveStackSize);
-    std::vector<pawnEntry> pawnTable = std::vector<pawnEntry>(pawnTableSize);
-    std::vector<accumulatorCacheEntry> accumulatorCache = std::vector<accumulatorCacheEntry>(accumulatorCacheSize);
-    std::vector<evalCacheEntry> evalCache = std::vector<evalCacheEntry>(evalCacheSize);
-
     /// Ends the program if the text is no position: a list of the benchmark's own is then wrong.
-    explicit benchBoard(const benchPosition &entry)
+    explicit benchBoard(const benchPosition &entry) : chess960(entry.chess960)
     {
-        engineOptions.chess960 = entry.chess960;
-        record->info[0].listStart = moveStack.data();
-        record->pawnTable = pawnTable.data();
-        record->evalCache = evalCache.data();
-        record->accumulatorCache = accumulatorCache.data();
-        if (const std::string complaint = setupPosition(entry.fen, *record); !complaint.empty())
+        engineOptions.chess960 = chess960;
+        if (const std::string complaint = setupPosition(entry.fen, **this); !complaint.empty())
         {
             std::cerr << entry.fen << ": " << complaint << '\n';
             std::exit(EXIT_FAILURE);
         }
-        record->info[0].inCheck = isKingAttacked(*record, record->sideToMove) ? 1 : 0;
+        buildLegalList(0, record->firstMove(), **this);
+        legalMoves.assign(record->firstMove(), (*this)->info[0].listEnd);
     }
 
-    pos &operator*() { return *record; }
+    pos &operator*() { return record->position; }
+    pos *operator->() { return &record->position; }
 
-    std::vector<moveCode> legalMoves()
-    {
-        buildLegalList(0, moveStack.data(), *record);
-        return {record->info[0].listStart, record->info[0].listEnd};
-    }
+    std::unique_ptr<searchBoard> record = std::make_unique<searchBoard>();
+    std::vector<moveCode> legalMoves;
+    bool chess960;
 };
 
 /// All of the list, set up.
@@ -60,6 +45,20 @@ inline std::vector<benchBoard> allBenchBoards()
     for (const benchPosition &entry : benchPositions)
         boards.emplace_back(entry);
     return boards;
+}
+
+/// Calls `visit(position, move)` for every legal move of every position; gives their number.
+template <typename visitor> std::int64_t forEachMove(std::vector<benchBoard> &boards, visitor visit)
+{
+    std::int64_t visited = 0;
+    for (benchBoard &board : boards)
+    {
+        engineOptions.chess960 = board.chess960;
+        for (const moveCode move : board.legalMoves)
+            visit(*board, move);
+        visited += static_cast<std::int64_t>(board.legalMoves.size());
+    }
+    return visited;
 }
 
 } // namespace tarvonel

@@ -32,23 +32,15 @@ BENCHMARK(perftOfPosition)
 void makeAndUnmake(benchmark::State &state)
 {
     std::vector<benchBoard> boards = allBenchBoards();
-    std::vector<std::vector<moveCode>> moves;
-    for (benchBoard &board : boards)
-        moves.push_back(board.legalMoves());
-
     std::int64_t made = 0;
     for ([[maybe_unused]] auto round : state)
-        for (std::size_t index = 0; index < boards.size(); ++index)
-        {
-            engineOptions.chess960 = benchPositions[index].chess960;
-            for (const moveCode move : moves[index])
-            {
-                makeMove(*boards[index], 0, move);
-                benchmark::ClobberMemory();
-                unmakeMove(*boards[index], 0, move);
-            }
-            made += static_cast<std::int64_t>(moves[index].size());
-        }
+        made += forEachMove(boards,
+                            [](pos &position, moveCode move)
+                            {
+                                makeMove(position, 0, move);
+                                benchmark::ClobberMemory();
+                                unmakeMove(position, 0, move);
+                            });
     state.SetItemsProcessed(made);
 }
 BENCHMARK(makeAndUnmake);

@@ -1,60 +1,31 @@
 // Timings of the network: sums from nothing, through the table of earlier sums, by one move; the
-// pass behind them at several shares of inputs that are not zero; the whole evaluation of a move.
+// pass behind them at several shares of inputs that are not zero; the whole score after a move.
 #include <algorithm>
-#include <vector>
 
 #include <benchmark/benchmark.h>
 
-#include "board/attackTables.h"
+#include "benchBoard.h"
 #include "board/makeMove.h"
 #include "board/pieceValues.h"
-#include "board/setup.h"
-#include "eval/accumulator.h"
 #include "eval/network.h"
 #include "support/syntheticNetwork.h"
+
+namespace tarvonel
+{
 
 namespace
 {
 
-using namespace tarvonel;
-
-const char *const middleGame = "r2q1rk1/pp1nbppp/2p1pn2/3p1b2/2PP4/1PN1PN2/PB2BPPP/R2Q1RK1 w - - 0 1";
-
-/// Moves on that board, of either side: quiet ones and captures.
-struct benchMove
-{
-    colour side;
-    moveCode move;
-};
-const benchMove benchMoves[] = {{white, encodeMove(c4, d5)}, {white, encodeMove(f3, e5)}, {white, encodeMove(c3, b5)},
-                                {white, encodeMove(a1, c1)}, {white, encodeMove(d1, c2)}, {black, encodeMove(d5, c4)},
-                                {black, encodeMove(f6, e4)}, {black, encodeMove(f5, g4)}, {black, encodeMove(c6, c5)},
-                                {black, encodeMove(d8, b6)}, {black, encodeMove(a8, c8)}, {white, encodeMove(h2, h3)}};
-
-struct workspace
-{
-    std::vector<accumulatorCacheEntry> cache{accumulatorCacheSize};
-
-    explicit workspace(int firstLayerBias = syntheticNetworkPlan().firstLayerBias)
-    {
-        initTables();
-        useSyntheticNetwork({1, firstLayerBias});
-        setupPosition(middleGame, mainPos);
-        mainPos.accumulatorCache = cache.data();
-    }
-    ~workspace() { mainPos.accumulatorCache = nullptr; }
-    workspace(const workspace &) = delete;
-    workspace &operator=(const workspace &) = delete;
-};
+constexpr benchPosition middleGame = {"r2q1rk1/pp1nbppp/2p1pn2/3p1b2/2PP4/1PN1PN2/PB2BPPP/R2Q1RK1 w - - 0 1"};
 
 void sumFromNothing(benchmark::State &state)
 {
-    const workspace work;
-    mainPos.accumulatorCache = nullptr;
-    for (auto _ : state)
+    benchBoard board(middleGame);
+    board->accumulatorCache = nullptr;
+    for ([[maybe_unused]] auto round : state)
     {
-        mainPos.accumulatorBlocks[0].computed = false;
-        updateAccumulators(mainPos, 0);
+        board->accumulatorBlocks[0].computed = false;
+        updateAccumulators(*board, 0);
     }
 }
 BENCHMARK(sumFromNothing);
@@ -62,54 +33,59 @@ BENCHMARK(sumFromNothing);
 /// The kings step to and fro and meet their earlier sums again.
 void sumThroughTable(benchmark::State &state)
 {
-    const workspace work;
+    benchBoard board(middleGame);
     const moveCode step = encodeMove(g1, h1);
-    updateAccumulators(mainPos, 0);
-    for (auto _ : state)
+    updateAccumulators(*board, 0);
+    for ([[maybe_unused]] auto round : state)
     {
-        makeMove(mainPos, 0, step);
-        updateAccumulators(mainPos, 1);
-        unmakeMove(mainPos, 0, step);
+        makeMove(*board, 0, step);
+        updateAccumulators(*board, 1);
+        unmakeMove(*board, 0, step);
     }
 }
 BENCHMARK(sumThroughTable);
 
-/// One move made, summed, maybe evaluated, and taken back.
-template <bool Evaluate> void oneMove(benchmark::State &state)
+/// Every legal move of every position of the list, made, summed, maybe scored, and taken back.
+template <bool Scores> void everyMove(benchmark::State &state)
 {
-    const workspace work;
-    updateAccumulators(mainPos, 0);
-    std::size_t next = 0;
-    for (auto _ : state)
-    {
-        const benchMove &made = benchMoves[next];
-        next = (next + 1) % std::size(benchMoves);
-        mainPos.sideToMove = static_cast<std::uint8_t>(made.side);
-        makeMove(mainPos, 0, made.move);
-        if constexpr (Evaluate)
-            benchmark::DoNotOptimize(networkScore(mainPos, 1, fullPhase));
-        else
-            updateAccumulators(mainPos, 1);
-        unmakeMove(mainPos, 0, made.move);
-    }
+    std::vector<benchBoard> boards = allBenchBoards();
+    for (benchBoard &board : boards)
+        updateAccumulators(*board, 0);
+    std::int64_t made = 0;
+    for ([[maybe_unused]] auto round : state)
+        made += forEachMove(boards,
+                            [](pos &position, moveCode move)
+                            {
+                                makeMove(position, 0, move);
+                                if constexpr (Scores)
+                                    benchmark::DoNotOptimize(networkScore(position, 1, fullPhase));
+                                else
+                                    updateAccumulators(position, 1);
+                                unmakeMove(position, 0, move);
+                            });
+    state.SetItemsProcessed(made);
 }
-void moveAndSum(benchmark::State &state) { oneMove<false>(state); }
-void moveAndScore(benchmark::State &state) { oneMove<true>(state); }
+void moveAndSum(benchmark::State &state) { everyMove<false>(state); }
+void moveAndScore(benchmark::State &state) { everyMove<true>(state); }
 BENCHMARK(moveAndSum);
 BENCHMARK(moveAndScore);
 
 /// The pass alone, its sums computed; the argument is the bias of the first layer.
 void passAlone(benchmark::State &state)
 {
-    const workspace work(static_cast<int>(state.range(0)));
-    updateAccumulators(mainPos, 0);
-    int alive = 0;
-    for (const auto &view : mainPos.accumulatorBlocks[0].accumulator)
-        alive += static_cast<int>(std::ranges::count_if(view, [](std::int16_t lane) { return lane > 0; }));
-    for (auto _ : state)
-        benchmark::DoNotOptimize(networkOutput(mainPos, 0));
+    useSyntheticNetwork({1, static_cast<int>(state.range(0))});
+    benchBoard board(middleGame);
+    updateAccumulators(*board, 0);
+    for ([[maybe_unused]] auto round : state)
+        benchmark::DoNotOptimize(networkOutput(*board, 0));
+    std::int64_t alive = 0;
+    for (const auto &view : board->accumulatorBlocks[0].accumulator)
+        alive += std::ranges::count_if(view, [](std::int16_t lane) { return lane > 0; });
     state.counters["inputsAlive"] = static_cast<double>(alive) / networkInputs;
+    useSyntheticNetwork();
 }
 BENCHMARK(passAlone)->Arg(100)->Arg(60)->Arg(0)->Arg(-20)->Arg(-50)->Arg(-200);
 
 } // namespace
+
+} // namespace tarvonel

@@ -15,18 +15,10 @@ namespace
 void exchangeTest(benchmark::State &state)
 {
     std::vector<benchBoard> boards = allBenchBoards();
-    std::vector<std::vector<moveCode>> moves;
-    for (benchBoard &board : boards)
-        moves.push_back(board.legalMoves());
-
     std::int64_t tested = 0;
     for ([[maybe_unused]] auto round : state)
-        for (std::size_t index = 0; index < boards.size(); ++index)
-        {
-            for (const moveCode move : moves[index])
-                benchmark::DoNotOptimize(seeAtLeast(move, 0, *boards[index]));
-            tested += static_cast<std::int64_t>(moves[index].size());
-        }
+        tested += forEachMove(boards, [](const pos &position, moveCode move)
+                              { benchmark::DoNotOptimize(seeAtLeast(move, 0, position)); });
     state.SetItemsProcessed(tested);
 }
 BENCHMARK(exchangeTest);

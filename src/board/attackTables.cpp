@@ -306,7 +306,6 @@ void fillEvaluationMasks()
 
 void initTables()
 {
-    mainPos.info[0].listStart = mainMoveStack;
     fillReductions();
     fillLeapers();
     fillSliders();

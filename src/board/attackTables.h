@@ -49,8 +49,7 @@ inline constexpr int reductionMoves = 256;
 /// Late move reduction by depth and move number, before adjustments.
 extern std::int8_t reductionTable[reductionDepths][reductionMoves];
 
-/// Fills all tables; may be run again. Before any other thread starts. Also points the list of
-/// `mainPos` at its move stack.
+/// Fills all tables; may be run again. Before any other thread starts.
 void initTables();
 
 inline bitboard bishopAttacks(int square, bitboard occupied)

@@ -1,9 +1,15 @@
-#include "board/pos.h"
+#include "board/posWithMoves.h"
 
 namespace tarvonel
 {
 
-pos mainPos;
-moveCode mainMoveStack[moveStackCapacity];
+namespace
+{
+
+posWithMoves mainBoard;
+
+} // namespace
+
+pos &mainPos = mainBoard.position;
 
 } // namespace tarvonel

@@ -113,11 +113,11 @@ struct posHead
     combEval squareScore[colourCount]; ///< sum of pieceSquareScore, positive is good for its owner
     std::int16_t phase;                ///< sum of phaseValue of both colours, not clamped
     std::uint8_t sideToMove = white;
-    pawnEntry *pawnTable; ///< the five tables belong to the worker
-    evalCacheEntry *evalCache;
-    accumulatorCacheEntry *accumulatorCache = nullptr; ///< may be missing; then sums start from nothing
-    std::int16_t (*contHistoryTwoBack)[historyRows];
-    std::int16_t (*contHistoryOneBack)[historyRows];
+    pawnEntry *pawnTable = nullptr; ///< the five tables lie outside, where a record of the thread attaches them
+    evalCacheEntry *evalCache = nullptr;
+    accumulatorCacheEntry *accumulatorCache = nullptr; ///< may stay missing; then sums start from nothing
+    std::int16_t (*contHistoryTwoBack)[historyRows] = nullptr;
+    std::int16_t (*contHistoryOneBack)[historyRows] = nullptr;
     relaxed<std::uint64_t> searchNodes{0};
     relaxed<std::uint64_t> quiescenceNodes{0};
     relaxed<std::uint64_t> tablebaseHits{0};
@@ -157,8 +157,7 @@ inline bool hasPieces(const pos &position, colour side)
             ~(position.bitboards[whitePawn + side] | position.bitboards[whiteKing + side])) != 0;
 }
 
-/// The position that the console commands work on, and its move stack. Static, hence zeroed.
-extern pos mainPos;
-extern moveCode mainMoveStack[moveStackCapacity];
+/// The position that the console commands work on; it has a move stack and no tables.
+extern pos &mainPos;
 
 } // namespace tarvonel

@@ -47,15 +47,13 @@ std::string setupGame(gameBoard &board, const std::string &fen)
     if (!error.empty())
         return error;
     dropUnfoundedRights(board.position);
-    board.position.info[0].listStart = board.moveStack;
     return isPlayable(board.position) ? "" : "the side to move could take the king";
 }
 
 std::vector<moveCode> legalMoves(gameBoard &board)
 {
-    posinfo &root = board.position.info[0];
-    root.listStart = board.moveStack;
-    buildLegalList(0, board.moveStack, board.position);
+    const posinfo &root = board.position.info[0];
+    buildLegalList(0, board.firstMove(), board.position);
     return {root.listStart, root.listEnd};
 }
 

@@ -1,21 +1,16 @@
 // A whole game on the engine's board: the legal moves, and when the rules end it.
 #pragma once
 
-#include <memory>
 #include <string>
 #include <vector>
 
-#include "board/pos.h"
+#include "board/posWithMoves.h"
 
 namespace tarvonel
 {
 
-/// A position with a move stack of its own, always at ply 0. Large: lives on the heap.
-struct gameBoard
-{
-    pos position{};
-    moveCode moveStack[moveStackCapacity]{};
-};
+/// Always at ply 0.
+using gameBoard = posWithMoves;
 
 enum class gameEnd
 {

@@ -1,6 +1,7 @@
 #include "movegen/randomOpening.h"
 
 #include <fstream>
+#include <memory>
 #include <sstream>
 
 #include "board/chess960.h"

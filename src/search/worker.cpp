@@ -1,6 +1,5 @@
 #include "search/worker.h"
 
-#include <cstring>
 #include <new>
 #include <system_error>
 
@@ -72,8 +71,6 @@ void worker::idleLoop()
 
 void worker::wake()
 {
-    if (!isStarted()) // a boss without a thread searches on the caller's
-        return search();
     const std::lock_guard guard(lock);
     searching = true;
     condition.notify_one();
@@ -89,30 +86,6 @@ bool worker::isSearching()
 {
     const std::lock_guard guard(lock);
     return searching;
-}
-
-void worker::adopt(const pos &root)
-{
-    position = root;
-    position.info[0].listStart = moveStack;
-    position.threadIndex = threadIndex;
-    position.pawnTable = pawnTable;
-    position.evalCache = evalCache;
-    position.accumulatorCache = accumulatorCache;
-    position.contHistoryTwoBack = contHistoryTwoBack;
-    position.contHistoryOneBack = contHistoryOneBack;
-}
-
-void worker::clearHistory()
-{
-    std::memset(contHistoryTwoBack, 0, sizeof contHistoryTwoBack);
-    std::memset(contHistoryOneBack, 0, sizeof contHistoryOneBack);
-}
-
-void worker::clearEvaluationCaches()
-{
-    std::memset(static_cast<void *>(evalCache), 0, sizeof evalCache);
-    std::memset(static_cast<void *>(accumulatorCache), 0, sizeof accumulatorCache);
 }
 
 boss &theBoss() { return static_cast<boss &>(*workerPool.front()); }
@@ -157,13 +130,13 @@ int rebuildWorkerPool(int count)
 void clearWorkerHistory()
 {
     for (const auto &each : workerPool)
-        each->clearHistory();
+        each->tables.clearHistory();
 }
 
 void clearEvaluationCaches()
 {
     for (const auto &each : workerPool)
-        each->clearEvaluationCaches();
+        each->tables.clear();
 }
 
 bool isSearchRunning() { return !workerPool.empty() && theBoss().isSearching(); }
@@ -181,8 +154,14 @@ void startSearch(const pos &root)
     deepestTimed = 0;
     ttAdvanceAge();
     for (const auto &each : workerPool)
+    {
         each->adopt(root);
-    theBoss().wake();
+        each->position.threadIndex = each->threadIndex;
+    }
+    if (theBoss().isStarted())
+        theBoss().wake();
+    else
+        theBoss().search();
 }
 
 } // namespace tarvonel

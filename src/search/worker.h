@@ -14,11 +14,8 @@
 #include <thread>
 #include <vector>
 
-#include "board/pos.h"
-#include "eval/accumulator.h"
-#include "eval/evaluate.h"
-#include "eval/pawnEvaluation.h"
 #include "platform/relaxed.h"
+#include "search/searchBoard.h"
 
 namespace tarvonel
 {
@@ -28,7 +25,7 @@ inline relaxed<bool> pondering{false};  ///< the clock does not count yet
 inline relaxed<bool> timeIsUp{false};   ///< the time decision has fallen; a `ponderhit` then stops
 inline relaxed<int> deepestTimed{0};    ///< deepest iteration for which a thread has decided on time
 
-class alignas(64) worker
+class alignas(64) worker : public searchBoard
 {
   public:
     explicit worker(int index);
@@ -46,27 +43,12 @@ class alignas(64) worker
     /// Whether the system granted the thread.
     bool isStarted() const { return thread.joinable(); }
 
-    /// Sets the thread to its search. It must be idle.
+    /// Sets the thread to its search. There must be one, and it must be idle.
     void wake();
     /// Returns when the thread is idle.
     void waitForSearchEnd();
     bool isSearching();
 
-    /// Takes over the whole of `root` and points it at this worker's own tables.
-    void adopt(const pos &root);
-
-    /// Forgets the continuation histories.
-    void clearHistory();
-    /// Forgets cached evaluations, which a new network makes untrue.
-    void clearEvaluationCaches();
-
-    pos position{};
-    moveCode moveStack[moveStackCapacity]{};
-    std::int16_t contHistoryTwoBack[historyRows][historyRows]{};
-    std::int16_t contHistoryOneBack[historyRows][historyRows]{};
-    pawnEntry pawnTable[pawnTableSize]{};
-    evalCacheEntry evalCache[evalCacheSize]{};
-    accumulatorCacheEntry accumulatorCache[accumulatorCacheSize]{};
     const int threadIndex;
     moveCode firstRootMove = noMove; ///< any legal move at the root, if there is one
     relaxed<int> currentDepth{0};    ///< iteration started last; other workers look at it
@@ -110,7 +92,8 @@ bool isSearchRunning();
 void waitForSearch();
 
 /// Hands `root` to all workers and wakes the boss, with the limits in `searchLimits`. The boss
-/// must be idle. Returns at once; the answer comes through the `reporter`.
+/// must be idle. Returns at once; the answer comes through the `reporter`. A boss for which no
+/// thread could be had searches on the caller's, and this returns when it has answered.
 void startSearch(const pos &root);
 
 } // namespace tarvonel

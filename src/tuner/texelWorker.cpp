@@ -1,7 +1,6 @@
 #include "tuner/texelWorker.h"
 
 #include <cstdint>
-#include <cstring>
 #include <limits>
 #include <memory>
 #include <system_error>
@@ -92,20 +91,10 @@ void texelWorker::waitUntilIdle()
     condition.wait(guard, [this] { return idle; });
 }
 
-// The terms may have changed since the last pass, the network between two runs. What the
-// accumulator cache holds can tell the network that it came from.
-void texelWorker::emptyCaches()
-{
-    std::memset(static_cast<void *>(pawnTable), 0, sizeof pawnTable);
-    std::memset(static_cast<void *>(evalCache), 0, sizeof evalCache);
-}
-
 void texelWorker::adopt(const tuningPosition &record)
 {
     static_cast<posHead &>(position) = record.head;
-    position.pawnTable = pawnTable;
-    position.evalCache = evalCache;
-    position.accumulatorCache = accumulatorCache;
+    tables.attachTo(position);
     position.accumulatorBlocks[0].computed = false;
     position.info[0].castling = record.castling;
     position.info[0].enPassant = static_cast<std::int8_t>(record.enPassant);
@@ -115,7 +104,7 @@ void texelWorker::adopt(const tuningPosition &record)
 
 void texelWorker::computeError()
 {
-    emptyCaches();
+    tables.clear(); // the terms may have changed since the last pass, the network between two runs
     const tuningSlice slice = sliceOf(tuningPositions.size(), tuningThreads, index);
     double sum = 0;
     for (std::size_t i = slice.first; i < slice.end; ++i)

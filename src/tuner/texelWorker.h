@@ -10,9 +10,7 @@
 #include <thread>
 
 #include "board/pos.h"
-#include "eval/accumulator.h"
-#include "eval/evaluate.h"
-#include "eval/pawnEvaluation.h"
+#include "eval/evaluationTables.h"
 #include "tuner/tunerOutput.h"
 
 namespace tarvonel
@@ -56,13 +54,10 @@ class texelWorker
   private:
     void idleLoop(const tunerOutput &print);
     void computeError();
-    void emptyCaches();
     void adopt(const tuningPosition &record);
 
     pos position{};
-    pawnEntry pawnTable[pawnTableSize]{};
-    evalCacheEntry evalCache[evalCacheSize]{};
-    accumulatorCacheEntry accumulatorCache[accumulatorCacheSize]{};
+    evaluationTables tables;
     const int index;
     std::mutex lock; ///< guards the two flags
     std::condition_variable condition;

@@ -7,7 +7,6 @@
 #include <gtest/gtest.h>
 
 #include "board/pieceValues.h"
-#include "eval/accumulator.h"
 #include "eval/evaluationSupport.h"
 #include "eval/network.h"
 #include "eval/networkFile.h"
@@ -78,7 +77,7 @@ TEST(evaluate, cacheHoldsWhitesViewOfBothEvaluators)
         for (const bool mirrored : {false, true})
         {
             evaluationPosition position(mirrored ? mirrorFen(fen) : fen);
-            evalCacheEntry &slot = position.evalCache[position->key % evalCacheSize];
+            evalCacheEntry &slot = position.tables->evalCache[position->key % evalCacheSize];
             const int score = evaluate(0, *position);
             EXPECT_EQ(slot.score, mirrored ? -score : score);
             slot.score = 123;
@@ -177,7 +176,6 @@ TEST(evaluate, equalsReferenceFigures)
         GTEST_SKIP() << "no reference figures here";
     const bool withNetwork = !vectorNetwork().empty();
     ASSERT_TRUE(!withNetwork || loadNetFile(vectorNetwork()));
-    std::vector<accumulatorCacheEntry> cache(accumulatorCacheSize);
     int compared = 0;
     for (std::string line; std::getline(file, line); ++compared)
     {
@@ -187,7 +185,6 @@ TEST(evaluate, equalsReferenceFigures)
             std::getline(fields, *field, ';');
         const variantScope scope(variant == "960");
         evaluationPosition position(fen);
-        position->accumulatorCache = cache.data();
         const pawnEntry &pawns = evaluatePawns<shippedTerms>(*position);
         EXPECT_EQ(termText(pawns.score), pawnTerms) << fen;
         EXPECT_EQ(termText(evaluatePieces<shippedTerms>(*position, pawns)), pieceTerms) << fen;

@@ -5,17 +5,8 @@
 
 #include <gtest/gtest.h>
 
-#include "board/setup.h"
-
 namespace tarvonel
 {
-
-evaluationPosition::evaluationPosition(const std::string &fen)
-{
-    EXPECT_EQ(setupPosition(fen, *position), "") << fen;
-    position->pawnTable = pawnTable.data();
-    position->evalCache = evalCache.data();
-}
 
 std::string mirrorFen(const std::string &fen)
 {

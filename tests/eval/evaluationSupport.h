@@ -5,27 +5,20 @@
 #include <memory>
 #include <span>
 #include <string>
-#include <vector>
 
-#include "board/pos.h"
 #include "eval/evalTerms.h"
-#include "eval/evaluate.h"
-#include "eval/pawnEvaluation.h"
+#include "eval/evaluationTables.h"
+#include "support/randomGames.h"
 
 namespace tarvonel
 {
 
-/// A position with an empty pawn table and an empty evaluation cache. A FEN that cannot be set up
-/// fails the test.
-struct evaluationPosition
+/// A position with empty tables of its own.
+struct evaluationPosition : ownedPosition
 {
-    explicit evaluationPosition(const std::string &fen);
-    pos &operator*() { return *position; }
-    pos *operator->() { return position.get(); }
+    explicit evaluationPosition(const std::string &fen) : ownedPosition(fen) { tables->attachTo(**this); }
 
-    std::unique_ptr<pos> position = std::make_unique<pos>();
-    std::vector<pawnEntry> pawnTable{pawnTableSize};
-    std::vector<evalCacheEntry> evalCache{evalCacheSize};
+    std::unique_ptr<evaluationTables> tables = std::make_unique<evaluationTables>();
 };
 
 /// While it lives all tunable terms are 0, but for those that a test then sets.

@@ -98,7 +98,7 @@ TEST(pawnEvaluation, passedPawnsOfBothColours)
 TEST(pawnEvaluation, tableIsBelievedOnlyForTheWholeKey)
 {
     evaluationPosition position("4k3/8/8/8/8/8/P7/4K3 w - - 0 1");
-    pawnEntry &slot = position.pawnTable[position->pawnKey % pawnTableSize];
+    pawnEntry &slot = position.tables->pawnTable[position->pawnKey % pawnTableSize];
     const combEval computed = evaluatePawns<shippedTerms>(*position).score;
     slot.score = computed + 77;
     EXPECT_EQ(evaluatePawns<shippedTerms>(*position).score, computed + 77);

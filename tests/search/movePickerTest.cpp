@@ -150,7 +150,7 @@ TEST(movePicker, everyLegalMoveComesOnceWhateverIsRemembered)
             {.seed = 21, .games = isSanitized ? 2 : 8, .chess960 = chess960},
             [&](pos &root, const bruteForce::letterBoard &board)
             {
-                static worker owner(1);
+                static searchBoard owner;
                 owner.adopt(root);
                 pos &position = owner.position;
                 posinfo &node = position.info[0];

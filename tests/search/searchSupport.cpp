@@ -100,7 +100,7 @@ void prepareSearchTest()
     searchLimits.pollInterval = defaultPollInterval;
 }
 
-workbench::workbench(const std::string &fen) : owner(std::make_unique<worker>(0))
+workbench::workbench(const std::string &fen)
 {
     ownedPosition root(fen);
     owner->adopt(*root);

@@ -27,8 +27,8 @@ inline constexpr bool isSanitized = false;
 /// Loads the test network and an empty transposition table of 1 MiB, and lifts all limits.
 void prepareSearchTest();
 
-/// A position with the tables of a worker, on which a test plays moves and calls the search's
-/// operations at the ply it has reached. Nothing runs in the worker's own thread.
+/// A position with the tables of a search, on which a test plays moves and calls the search's
+/// operations at the ply it has reached.
 class workbench
 {
   public:
@@ -52,7 +52,7 @@ class workbench
     int ply = 0;
 
   private:
-    std::unique_ptr<worker> owner;
+    std::unique_ptr<searchBoard> owner = std::make_unique<searchBoard>();
 };
 
 /// Limits of a search in milliseconds; a time of 0 is none.

@@ -29,11 +29,7 @@ void putOnFree(std::string &rank, int freeIndex, char letter)
 
 } // namespace
 
-ownedPosition::ownedPosition(const std::string &fen)
-{
-    record->info[0].listStart = moveStack.get();
-    EXPECT_EQ(setupPosition(fen, *record), "") << fen;
-}
+ownedPosition::ownedPosition(const std::string &fen) { EXPECT_EQ(setupPosition(fen, **this), "") << fen; }
 
 std::string startFen960(int number)
 {

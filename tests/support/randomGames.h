@@ -8,7 +8,7 @@
 #include <string>
 
 #include "board/engineOptions.h"
-#include "board/pos.h"
+#include "board/posWithMoves.h"
 #include "support/bruteForce.h"
 
 namespace tarvonel
@@ -17,12 +17,11 @@ namespace tarvonel
 /// A position with a move stack of its own, set up from FEN; fails the test if the text is refused.
 struct ownedPosition
 {
-    std::unique_ptr<pos> record = std::make_unique<pos>();
-    std::unique_ptr<moveCode[]> moveStack = std::make_unique<moveCode[]>(moveStackCapacity);
+    std::unique_ptr<posWithMoves> record = std::make_unique<posWithMoves>();
 
     explicit ownedPosition(const std::string &fen);
-    pos &operator*() { return *record; }
-    pos *operator->() { return record.get(); }
+    pos &operator*() { return record->position; }
+    pos *operator->() { return &record->position; }
 };
 
 /// The bytes of a record where it stands, to see later whether anything at all in it has changed.

@@ -13,10 +13,10 @@
 #include <gtest/gtest.h>
 
 #include "eval/evaluate.h"
+#include "eval/evaluationTables.h"
 #include "eval/network.h"
 #include "eval/networkFile.h"
 #include "eval/networkWriter.h"
-#include "eval/pawnEvaluation.h"
 #include "learning/modelNetwork.h"
 #include "learning/trainerJudge.h"
 #include "learning/trainerStep.h"
@@ -49,12 +49,12 @@ template <typename Visitor> void visitRandomPositions(std::size_t count, std::ui
 /// Such positions with the hand-set evaluation as their score.
 std::vector<trainingPosition> scoredPositions(std::size_t count, std::uint64_t seed)
 {
-    const auto pawnTable = std::make_unique<pawnEntry[]>(pawnTableSize);
+    const auto tables = std::make_unique<evaluationTables>();
     std::vector<trainingPosition> positions;
     visitRandomPositions(count, seed,
                          [&](pos &position)
                          {
-                             position.pawnTable = pawnTable.get();
+                             tables->attachTo(position);
                              const int forWhite = handSetScore(position);
                              const int score = position.sideToMove == white ? forWhite : -forWhite;
                              positions.push_back(packPosition(position, std::clamp(score, -1500, 1500), 1));

@@ -83,11 +83,11 @@ TEST_F(setOption, answersWithWhatItStores)
 TEST_F(setOption, newThreadsOnlyWhenTheNodeChanges)
 {
     outputOf(setOptionCommand, "name WindowsNumaNode value 1");
-    workerPool[0]->contHistoryOneBack[0][0] = 1;
+    workerPool[0]->tables.contHistoryOneBack[0][0] = 1;
     outputOf(setOptionCommand, "name WindowsNumaNode value 1");
-    EXPECT_EQ(workerPool[0]->contHistoryOneBack[0][0], 1);
+    EXPECT_EQ(workerPool[0]->tables.contHistoryOneBack[0][0], 1);
     outputOf(setOptionCommand, "name WindowsNumaNode value 0");
-    EXPECT_EQ(workerPool[0]->contHistoryOneBack[0][0], 0);
+    EXPECT_EQ(workerPool[0]->tables.contHistoryOneBack[0][0], 0);
 }
 
 TEST_F(setOption, netFileIsReadAtOnce)

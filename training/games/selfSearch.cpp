@@ -80,24 +80,13 @@ bool searchDepth(pos &position, int depth, int &score)
     }
 }
 
-/// Lets the board be evaluated where it stands: quicker than to hand it to the worker.
-void useWorkersTables(gameBoard &board)
-{
-    worker &owner = theBoss();
-    board.position.pawnTable = owner.pawnTable;
-    board.position.evalCache = owner.evalCache;
-    board.position.accumulatorCache = owner.accumulatorCache;
-    board.position.contHistoryTwoBack = owner.contHistoryTwoBack;
-    board.position.contHistoryOneBack = owner.contHistoryOneBack;
-}
-
 /// Quiescence value after the move, from the view of the side that makes it.
 int valueAfter(gameBoard &board, moveCode move)
 {
     pos &position = board.position;
     makeMove(position, 0, move);
     position.info[0].playedMove = withExtra(move, movedPieceAfter(position, move));
-    position.info[1].listStart = board.moveStack;
+    position.info[1].listStart = board.firstMove();
     position.info[1].inCheck = isKingAttacked(position, position.sideToMove) ? 1 : 0;
     const int value = -quiescence(1, 0, -infiniteScore, infiniteScore, position);
     unmakeMove(position, 0, move);
@@ -157,15 +146,15 @@ searchedMove searchMove(const pos &start, const nodeBudget &budget)
 
 quietValue quiescenceValue(gameBoard &board)
 {
-    useWorkersTables(board);
+    theBoss().tables.attachTo(board.position);
     const int standPat = evaluate(0, board.position);
-    board.position.info[1].listStart = board.moveStack;
+    board.position.info[1].listStart = board.firstMove();
     return {quiescence(0, 0, -infiniteScore, infiniteScore, board.position), standPat};
 }
 
 moveCode sampledMove(gameBoard &board, const std::vector<moveCode> &moves, int tries, randomSource &random)
 {
-    useWorkersTables(board);
+    theBoss().tables.attachTo(board.position);
     moveCode best = noMove;
     int bestValue = -infiniteScore - 1;
     const auto look = [&](moveCode move)

@@ -3,6 +3,7 @@
 #include <array>
 #include <cstdio>
 #include <cstdlib>
+#include <memory>
 
 #include "board/makeMove.h"
 #include "board/moveText.h"

@@ -1,5 +1,7 @@
 #include "match/pgn.h"
 
+#include <memory>
+
 #include "board/attackTables.h"
 #include "board/makeMove.h"
 
@@ -49,9 +51,10 @@ std::string pieceMoveText(const pos &position, const std::vector<moveCode> &move
 }
 
 /// "+" or "#" if the move gives check or mate.
-std::string checkMark(gameBoard &board, moveCode move)
+std::string checkMark(const gameBoard &board, moveCode move)
 {
-    const auto copy = std::make_unique<gameBoard>(board);
+    const auto copy = std::make_unique<gameBoard>();
+    copy->adopt(board.position);
     playGameMove(copy->position, move);
     if (!isKingAttacked(copy->position, copy->position.sideToMove))
         return {};
