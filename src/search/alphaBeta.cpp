@@ -13,11 +13,11 @@
 #include "eval/evaluate.h"
 #include "movegen/moveChecks.h"
 #include "search/checkTest.h"
-#include "search/drawTests.h"
 #include "search/exchange.h"
 #include "search/history.h"
 #include "search/moveDepth.h"
 #include "search/movePicker.h"
+#include "search/nodeEntry.h"
 #include "search/quiescence.h"
 #include "search/score.h"
 #include "search/searchLimits.h"
@@ -99,24 +99,6 @@ bool pollClock(pos &position)
     return true;
 }
 
-/// Whether the table's entry decides a node whose window is closed. `value` is relative to the node.
-bool doesTableCut(ttEntry entry, int value, int alpha, int beta)
-{
-    if (entry.bound() != boundUpper && value >= beta)
-        return true;
-    if (entry.bound() == boundLower)
-        return false;
-    return value <= alpha || entry.bound() == boundExact;
-}
-
-/// The better estimate of evaluation and table.
-int refineEvaluation(int rawEval, ttEntry entry, int tableValue)
-{
-    const bool isTableBetter = entry.bound() == boundExact || (entry.bound() == boundLower && rawEval < tableValue) ||
-                               (entry.bound() == boundUpper && rawEval > tableValue);
-    return isTableBetter ? tableValue : rawEval;
-}
-
 /// A mate found by passing is not to be trusted.
 int capNullMoveScore(int score, int beta) { return score > mateThreshold ? beta : score; }
 
@@ -154,6 +136,8 @@ std::optional<int> tryProbCut(int ply, int depth, int beta, int rawEval, pos &po
 {
     posinfo &node = position.info[ply];
     const int raisedBeta = beta + probCutMargin;
+    // Exchanges are reckoned in 16 bits, and this difference wraps to them: with beta near the mate
+    // scores and the side far behind, moves pass that could never gain so much. It is meant.
     const auto gainNeeded = static_cast<std::int16_t>(std::max(raisedBeta - rawEval, 0));
     prepareProbCut(ply, position);
 
@@ -398,17 +382,8 @@ int alphaBeta(int ply, int depth, int alpha, int beta, pos &position)
 
     // Draws, mates that come too late, and the end of the stack.
     if (ply > 0)
-    {
-        if (isRepetition(ply, position))
-            return repetitionScore(nodes);
-        if (isMaterialDraw(position))
-            return scoreDraw;
-        clampMateDistance(ply, alpha, beta);
-        if (alpha >= beta)
-            return alpha;
-        if (isStackEnd(ply, position))
-            return evaluate(ply, position);
-    }
+        if (const std::optional<int> score = decideAtEntry(ply, nodes, alpha, beta, position))
+            return *score;
     const bool isPv = isOpenWindow(alpha, beta);
     position.info[ply + 1].noNullMove = node.noNullMove;
     node.hashMove = noMove;

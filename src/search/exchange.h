@@ -11,10 +11,10 @@ namespace tarvonel
 bool seeAtLeast(moveCode move, std::int16_t threshold, const pos &position);
 
 /// The same with threshold 0 for a move that has just been made, capturing the man with code
-/// `captured` (0 for none).
+/// `captured` (0 for none), and is none of the exempt.
 bool seeHoldsAfter(moveCode move, int captured, const pos &position);
 
-/// En passant and castling are not judged: callers with threshold 0 let them pass.
+/// En passant and castling are not judged: they count as an exchange of nothing for nothing.
 constexpr bool isExemptFromSee(moveCode move) { return isEnPassant(move) || isCastling(move); }
 
 } // namespace tarvonel

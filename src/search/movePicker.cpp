@@ -1,9 +1,8 @@
 #include "search/movePicker.h"
 
-#include <utility>
-
 #include "board/makeMove.h"
 #include "movegen/moveChecks.h"
+#include "search/bestToFront.h"
 #include "search/exchange.h"
 #include "search/history.h"
 
@@ -22,16 +21,6 @@ constexpr int losingEvasionMalus = 100;
 constexpr int threadVariety = 4;
 constexpr int unsortedVariety = 3;
 
-/// Swaps the move with the highest extra byte, the first of equals, to the cursor.
-void swapBestToCursor(posinfo &node)
-{
-    moveCode *best = node.listCursor;
-    for (moveCode *move = best + 1; move < node.listEnd; ++move)
-        if (moveExtra(*move) > moveExtra(*best))
-            best = move;
-    std::swap(*best, *node.listCursor);
-}
-
 bool isPlayableHashMove(int ply, pos &position)
 {
     const moveCode move = position.info[ply].hashMove;
@@ -44,7 +33,7 @@ void demoteLosingEvasions(posinfo &node, const pos &position)
 {
     for (moveCode *move = node.listStart; move < node.listEnd; ++move)
     {
-        if (moveExtra(*move) == pawnCaptureScore || isKing(position.board[moveFrom(*move)]) || isExemptFromSee(*move))
+        if (moveExtra(*move) == pawnCaptureScore || isKing(position.board[moveFrom(*move)]))
             continue;
         if (!seeAtLeast(*move, 0, position))
             *move = withExtra(*move, moveExtra(*move) - losingEvasionMalus);
@@ -55,7 +44,7 @@ moveCode nextEvasion(posinfo &node)
 {
     while (node.listCursor < node.listEnd)
     {
-        swapBestToCursor(node);
+        highestToFront(node.listCursor, node.listEnd);
         if (!sameMove(*node.listCursor, node.hashMove))
             return *node.listCursor;
         ++node.listCursor;
@@ -70,11 +59,11 @@ moveCode nextGoodCapture(int ply, pos &position)
     for (; node.listCursor < node.listEnd; ++node.listCursor)
     {
         if (isSorted)
-            swapBestToCursor(node);
+            highestToFront(node.listCursor, node.listEnd);
         const moveCode move = *node.listCursor;
         if (sameMove(move, node.hashMove))
             continue;
-        if (isExemptFromSee(move) || seeAtLeast(move, 0, position))
+        if (seeAtLeast(move, 0, position))
             return move;
         *node.listCursor = withExtra(move, badCaptureMark);
     }
@@ -168,18 +157,7 @@ moveCode nextQuiet(int ply, pos &position, bool skipQuiets)
         return position.quietHistory[index] + one[index] + two[index];
     };
 
-    moveCode *best = node.listCursor;
-    int bestSum = sumOf(*best);
-    for (moveCode *move = best + 1; move < node.listEnd; ++move)
-    {
-        const int sum = sumOf(*move);
-        if (sum > bestSum)
-        {
-            bestSum = sum;
-            best = move;
-        }
-    }
-    std::swap(*best, *node.listCursor);
+    bestToFront(node.listCursor, node.listEnd, sumOf);
     return *node.listCursor;
 }
 

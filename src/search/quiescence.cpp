@@ -1,17 +1,16 @@
 #include "search/quiescence.h"
 
 #include <algorithm>
-#include <utility>
+#include <optional>
 
 #include "board/attackTables.h"
 #include "board/makeMove.h"
 #include "eval/evaluate.h"
 #include "movegen/generators.h"
 #include "movegen/moveChecks.h"
-#include "search/drawTests.h"
+#include "search/bestToFront.h"
 #include "search/exchange.h"
-#include "search/score.h"
-#include "search/transpositionTable.h"
+#include "search/nodeEntry.h"
 
 namespace tarvonel
 {
@@ -30,43 +29,18 @@ enum class captureOrder
     recaptures, ///< best first, untested
 };
 
-bool holdsExchange(moveCode move, const pos &position)
-{
-    return isExemptFromSee(move) || seeAtLeast(move, 0, position);
-}
-
-moveCode *highestFrom(moveCode *cursor, const moveCode *end)
-{
-    moveCode *best = cursor;
-    for (moveCode *move = cursor + 1; move < end; ++move)
-        if (moveExtra(*move) > moveExtra(*best))
-            best = move;
-    return best;
-}
-
-/// The best move from the cursor on that holds the exchange. A candidate that is not the one at
-/// the cursor has passed the test; the one at the cursor has not been asked.
-moveCode *highestHoldingFrom(moveCode *cursor, const moveCode *end, const pos &position)
-{
-    moveCode *best = cursor;
-    for (moveCode *move = cursor + 1; move < end; ++move)
-        if (moveExtra(*move) > moveExtra(*best) && holdsExchange(*move, position))
-            best = move;
-    return best;
-}
-
 /// Swaps the move to try next to the cursor; false steps over the one that stands there.
 bool pickAtCursor(captureOrder order, int ply, moveCode *cursor, const moveCode *end, pos &position)
 {
     if (order == captureOrder::exchanges)
     {
-        moveCode *best = highestHoldingFrom(cursor, end, position);
-        if (best == cursor && !holdsExchange(*cursor, position))
+        // Who takes the lead has passed the test; who keeps it has not been asked.
+        const auto holds = [&position](moveCode move) { return seeAtLeast(move, 0, position); };
+        if (!bestToFront(cursor, end, moveExtra, holds) && !holds(*cursor))
             return false;
-        std::swap(*best, *cursor);
         return isMoveLegal(position, ply, *cursor);
     }
-    std::swap(*highestFrom(cursor, end), *cursor);
+    highestToFront(cursor, end);
     return order == captureOrder::evasions || isMoveLegalUnaided(position, ply, *cursor);
 }
 
@@ -82,41 +56,19 @@ captureOrder generateFor(int ply, int qDepth, pos &position)
     return qDepth >= lastFullDepth ? captureOrder::exchanges : captureOrder::recaptures;
 }
 
-/// The static evaluation, or what the table knows better.
-int standPatScore(int ply, pos &position, ttEntry entry, int tableValue)
-{
-    if (entry.bound() == boundExact)
-        return tableValue;
-    const int standPat = evaluate(ply, position);
-    const bool isBetterKnown = (entry.bound() == boundLower && standPat < tableValue) ||
-                               (entry.bound() == boundUpper && standPat > tableValue);
-    return isBetterKnown ? tableValue : standPat;
-}
-
 } // namespace
 
 int quiescence(int ply, int qDepth, int alpha, int beta, pos &position)
 {
     const std::uint64_t nodes = position.quiescenceNodes.add(1);
-    if (isRepetition(ply, position))
-        return repetitionScore(nodes);
-    if (isMaterialDraw(position))
-        return scoreDraw;
-    clampMateDistance(ply, alpha, beta);
-    if (alpha >= beta)
-        return alpha;
-    if (isStackEnd(ply, position))
-        return evaluate(ply, position);
+    if (const std::optional<int> score = decideAtEntry(ply, nodes, alpha, beta, position))
+        return *score;
 
     // Table: any depth will do.
     const ttEntry entry = ttProbe(position.key);
     const int tableValue = scoreFromTable(entry.value(), ply);
-    if (entry.isHit())
-    {
-        if ((entry.bound() != boundUpper && tableValue >= beta) ||
-            (entry.bound() != boundLower && tableValue <= alpha) || entry.bound() == boundExact)
-            return tableValue;
-    }
+    if (doesTableCut(entry, tableValue, alpha, beta))
+        return tableValue;
 
     // Stand pat: no capture is forced, so the evaluation bounds the score from below.
     posinfo &node = position.info[ply];
@@ -125,7 +77,7 @@ int quiescence(int ply, int qDepth, int alpha, int beta, pos &position)
     int bestScore = ply - scoreMate;
     if (node.inCheck == 0)
     {
-        bestScore = standPatScore(ply, position, entry, tableValue);
+        bestScore = refineEvaluation(evaluate(ply, position), entry, tableValue);
         if (bestScore >= beta)
             return bestScore;
         alpha = std::max(alpha, bestScore);

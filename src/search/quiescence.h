@@ -11,10 +11,4 @@ namespace tarvonel
 /// transposition table, never writes it; looks neither at the clock nor at `stopSearch`.
 int quiescence(int ply, int qDepth, int alpha, int beta, pos &position);
 
-/// Whether the ply is the last one that can be stood at: no depth or no room for moves is left.
-inline bool isStackEnd(int ply, const pos &position)
-{
-    return ply >= maxPly || position.info[ply].listStart - position.info[0].listStart > moveStackSize - moveListReserve;
-}
-
 } // namespace tarvonel
