@@ -88,17 +88,6 @@ TEST(evaluate, cacheHoldsWhitesViewOfBothEvaluators)
         }
 }
 
-TEST(evaluate, tempoGoesToTheSideToMove)
-{
-    evaluationPosition toMove(queenUp), waiting("4k3/pp3ppp/8/8/8/8/PP3PPP/3QK3 b - - 0 1");
-    for (const auto &[phase, tempo] : {std::pair{0, 17}, std::pair{fullPhase, 25}})
-    {
-        for (evaluationPosition *position : {&toMove, &waiting})
-            setBalance(**position, X(0, 1000), phase);
-        EXPECT_EQ(handSetScore(*toMove) - handSetScore(*waiting), 2 * tempo);
-    }
-}
-
 TEST(evaluate, complexityMovesTheEndGameScoreButNeverItsSign)
 {
     const struct
@@ -137,23 +126,6 @@ TEST(evaluate, phaseTapersTowardZero)
     for (const auto &c : cases)
         EXPECT_EQ(tunableHandSet(bareKings, X(c.mg, c.eg), c.phase), c.expected)
             << c.mg << ", " << c.eg << ", phase " << c.phase;
-}
-
-TEST(evaluate, bishopPairIsExactlyTwoBishops)
-{
-    const struct
-    {
-        const char *board;
-        int pairs; ///< white's minus black's
-    } cases[] = {
-        {"4k3/8/8/8/8/8/8/B3K3", 0},      {"4k3/8/8/8/8/8/8/BB2K3", 1},  {"4k3/8/8/8/8/8/8/B1B1K3", 1},
-        {"4k3/8/8/8/8/8/8/BBB1K3", 0},    {"bb2k3/8/8/8/8/8/8/4K3", -1}, {"bb2k3/8/8/8/8/8/8/BB2K3", 0},
-        {"bb2k3/8/8/8/8/8/8/BBBBK3", -1},
-    };
-    const isolatedTerms guard;
-    tunableTerms.frame.bishopPair = X(0, 58);
-    for (const auto &c : cases)
-        EXPECT_EQ(tunableHandSet(c.board, 0, 0), 58 * c.pairs) << c.board;
 }
 
 TEST(evaluate, tunableTermsStartAsTheShippedOnesAndMoveAlone)
