@@ -154,33 +154,6 @@ TEST_F(trainerTest, engineAndTrainerAgreeOnTenThousandPositions)
     EXPECT_LT(worst, 15) << "centipawns";
 }
 
-TEST_F(trainerTest, rowsNeverSeenHoldTheSharedValue)
-{
-    std::vector<bool> seen(featureCount);
-    for (const trainingPosition &position : training)
-    {
-        featureList list;
-        listFeatures(position, list);
-        for (const auto &half : list.features)
-            std::for_each_n(half, list.count, [&](std::uint16_t feature) { seen[feature] = true; });
-    }
-    EXPECT_GT(std::count(seen.begin(), seen.end(), false), featureCount / 10);
-    for (std::size_t feature = 0; feature < featureCount; feature += 7)
-    {
-        if (seen[feature])
-            continue;
-        float shared[transformerWidth] = {};
-        for (const std::size_t level : {0, 1})
-        {
-            const std::size_t row = model->levels[level].rowOf[feature];
-            addRow(shared, model->levelRows[level].weights.data() + row * transformerWidth);
-        }
-        float whole[transformerWidth];
-        sumFeatureRow(*model, feature, whole);
-        ASSERT_TRUE(std::equal(whole, whole + transformerWidth, shared)) << feature;
-    }
-}
-
 TEST_F(trainerTest, weightsStayWithinWhatTheFileHolds)
 {
     const auto largest = [](const learntArray &array)
@@ -271,19 +244,6 @@ TEST_F(trainerTest, takesANetworkOver)
             worst =
                 std::max(worst, std::abs(written->featureWeight[feature][lane] - again->featureWeight[feature][lane]));
     EXPECT_LE(worst, 1);
-}
-
-TEST_F(trainerTest, theFactorOfTheTargetIsTheEngines)
-{
-    const auto board = std::make_unique<gameBoard>();
-    for (const auto &[fen, factor] : std::initializer_list<std::pair<const char *, int>>{
-             {"rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq - 0 1", 1400}, // (pawns + 55) x 16 + phase x 11
-             {"4k3/8/8/8/8/8/8/4K3 w - - 0 1", 880},
-             {"4k3/pp6/8/8/8/8/P7/R3K3 b - - 0 1", 950}})
-    {
-        ASSERT_EQ(setupGame(*board, fen), "");
-        EXPECT_NEAR(outputScale(packPosition(board->position, 0, 1)), 8128.0 * factor / 24576, 1e-9) << fen;
-    }
 }
 
 TEST(trainingPositions, areShownMirrored)

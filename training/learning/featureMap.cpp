@@ -69,9 +69,7 @@ featureLevel makeLevel(const knownLevel &known)
 {
     featureLevel level{known.name, known.rows, std::vector<std::uint16_t>(featureCount)};
     for (int feature = 0; feature < featureCount; ++feature)
-    {
         level.rowOf[static_cast<std::size_t>(feature)] = static_cast<std::uint16_t>(known.rowOf(feature));
-    }
     return level;
 }
 
@@ -127,9 +125,9 @@ featureClasses classifyFeatures(const std::vector<featureLevel> &levels)
     }
     for (const featureLevel &level : levels)
     {
-        std::vector<std::uint32_t> rowOfClass;
-        for (const std::uint32_t feature : classes.featureOf)
-            rowOfClass.push_back(level.rowOf[feature]);
+        std::vector<std::uint32_t> rowOfClass(classes.featureOf.size());
+        std::ranges::transform(classes.featureOf, rowOfClass.begin(),
+                               [&](std::uint32_t feature) { return level.rowOf[feature]; });
         groupItems(classes.classesOfRow.emplace_back(), rowOfClass, static_cast<std::size_t>(level.rows));
     }
     return classes;

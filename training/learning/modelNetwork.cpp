@@ -38,18 +38,14 @@ template <std::size_t Inputs> void quantiseLayer(const learntArray &weights, con
     {
         sums[o] = hiddenBias(biases.weights[o]);
         for (std::size_t i = 0; i < Inputs; ++i)
-        {
             rows[o][i] = denseWeight(weights.weights[i * hiddenWidth + o]);
-        }
     }
 }
 
 void quantiseRow(const float *row, std::int16_t *lanes)
 {
     for (int i = 0; i < transformerWidth; ++i)
-    {
         lanes[i] = rounded<std::int16_t>(row[i] * activationScale, -32767, 32767);
-    }
 }
 
 /// Puts the values of a row, lane by lane, into another order.
@@ -57,9 +53,7 @@ void orderRow(std::int16_t *row, const std::vector<int> &lanes)
 {
     std::int16_t ordered[transformerWidth];
     for (int i = 0; i < transformerWidth; ++i)
-    {
         ordered[i] = row[lanes[static_cast<std::size_t>(i)]];
-    }
     std::copy_n(ordered, transformerWidth, row);
 }
 
@@ -68,9 +62,7 @@ void orderLanes(networkWeights &weights, const std::vector<int> &lanes)
 {
     orderRow(weights.featureBias, lanes);
     for (auto &row : weights.featureWeight)
-    {
         orderRow(row, lanes);
-    }
     for (auto &row : weights.hidden1Weight)
     {
         orderRow(row, lanes);
@@ -87,18 +79,14 @@ template <std::size_t Inputs> void takeLayer(learntArray &weights, learntArray &
     {
         biases.weights[o] = static_cast<float>((sums[o] - halfStep) / rawPerOutput);
         for (std::size_t i = 0; i < Inputs; ++i)
-        {
             weights.weights[i * hiddenWidth + o] = static_cast<float>(rows[o][i]) / weightScale;
-        }
     }
 }
 
 void takeRow(float *row, const std::int16_t *lanes)
 {
     for (int i = 0; i < transformerWidth; ++i)
-    {
         row[i] = static_cast<float>(lanes[i]) / activationScale;
-    }
 }
 
 /// Moves the mean of what is left of the features that share a row into that row.
@@ -135,9 +123,7 @@ void splitRows(trainerModel &model, std::vector<float> rows)
         {
             const bool isShared = model.levels[i].rows < featureCount;
             if (isShared == (turn < turns))
-            {
                 fitLevel(model.levels[i], model.levelRows[i].weights, rows);
-            }
         }
     }
 }
@@ -156,9 +142,7 @@ void quantiseModel(const trainerModel &model, networkWeights &weights)
     quantiseLayer(model.hidden1Weight, model.hidden1Bias, weights.hidden1Weight, weights.hidden1Bias);
     quantiseLayer(model.hidden2Weight, model.hidden2Bias, weights.hidden2Weight, weights.hidden2Bias);
     for (std::size_t o = 0; o < hiddenWidth; ++o)
-    {
         weights.outputWeight[o] = denseWeight(model.outputWeight.weights[o]);
-    }
     weights.outputBias = rounded<std::int32_t>(model.outputBias.weights[0] * rawPerOutput, -1e9, 1e9);
 }
 
@@ -177,17 +161,13 @@ void takeNetwork(trainerModel &model, const networkWeights &weights)
         array->resize(array->steps.size(), array->weights.size() / array->steps.size());
     std::vector<float> rows(static_cast<std::size_t>(featureCount) * transformerWidth);
     for (std::size_t feature = 0; feature < featureCount; ++feature)
-    {
         takeRow(rows.data() + feature * transformerWidth, weights.featureWeight[feature]);
-    }
     splitRows(model, std::move(rows));
     takeRow(model.featureBias.weights.data(), weights.featureBias);
     takeLayer(model.hidden1Weight, model.hidden1Bias, weights.hidden1Weight, weights.hidden1Bias);
     takeLayer(model.hidden2Weight, model.hidden2Bias, weights.hidden2Weight, weights.hidden2Bias);
     for (std::size_t o = 0; o < hiddenWidth; ++o)
-    {
         model.outputWeight.weights[o] = static_cast<float>(weights.outputWeight[o]) / weightScale;
-    }
     model.outputBias.weights[0] = static_cast<float>(weights.outputBias / rawPerOutput);
 }
 

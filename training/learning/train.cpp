@@ -104,7 +104,7 @@ void declareOptions(CLI::App &app, trainingPlan &plan)
 std::string readData(const trainingPlan &plan, trainingData &data, workCrew &crew)
 {
     const std::int64_t start = millisecondsNow();
-    const std::string error = openData(data, plan.files, plan.filter, plan.capacity, crew);
+    std::string error = openData(data, plan.files, plan.filter, plan.capacity, crew);
     if (!error.empty())
         return error;
     std::printf("%llu positions to learn from, %zu for validation, of %llu in %llu games (%.1f s)\n",
@@ -124,22 +124,18 @@ std::string prepareModel(const trainingPlan &plan, trainerModel &model, checkpoi
     progress = {0, 0, plan.seed};
     if (plan.resumes && std::filesystem::exists(plan.checkpoint))
     {
-        const std::string error = loadCheckpoint(model, progress, plan.checkpoint);
+        std::string error = loadCheckpoint(model, progress, plan.checkpoint);
         std::printf("resuming after %llu epochs and %llu positions\n", static_cast<unsigned long long>(progress.epoch),
                     static_cast<unsigned long long>(progress.positions));
         return error;
     }
     initialiseModel(model, plan.levels, plan.seed);
     if (plan.from.empty())
-    {
         return {};
-    }
     if (!isCheckpoint(plan.from))
     {
         if (!loadNetFile(plan.from))
-        {
             return plan.from + " is neither checkpoint nor network";
-        }
         takeNetwork(model, netWeights);
         return {};
     }
@@ -224,7 +220,7 @@ struct progressTeller
         if (learnt == 0 || (now - told < progressInterval && !isLast))
             return;
         std::printf("epoch %llu  %5.1f%%  error %.6f  rate %.6f  %.0f positions/s\n",
-                    static_cast<unsigned long long>(run.progress.epoch + 1),
+                    static_cast<unsigned long long>(run.progress.epoch) + 1,
                     100 * static_cast<double>(run.progress.positions) / static_cast<double>(run.data.learnable),
                     error / static_cast<double>(learnt), rate,
                     static_cast<double>(learnt) * 1000 / static_cast<double>(std::max<std::int64_t>(now - told, 1)));
@@ -297,7 +293,7 @@ std::string judgeAndSave(trainingRun &run, const std::string &when)
     std::fflush(stdout);
     if (run.model.steps == 0)
         return {};
-    const std::string error = writeNetwork(model, judged.lanes, run.plan.out, "learnt from the engine's own games");
+    std::string error = writeNetwork(model, judged.lanes, run.plan.out, "learnt from the engine's own games");
     return !error.empty() || run.plan.checkpoint.empty() ? error
                                                          : saveCheckpoint(run.model, run.progress, run.plan.checkpoint);
 }

@@ -162,8 +162,8 @@ void forwardLayer(float *sums, const float *input, const std::uint16_t *alive, i
     {
         vector<float> total;
         load(total, biases + v * lanesOf<float>);
-        for (int strand = 0; strand < strands; ++strand)
-            total += totals[strand][v];
+        for (const auto &strand : totals)
+            total += strand[v];
         store(sums + v * lanesOf<float>, total);
     }
 }

@@ -47,9 +47,7 @@ template <typename Number> void putNumber(std::ostream &stream, Number value)
 {
     unsigned char bytes[sizeof(Number)];
     for (std::size_t i = 0; i < sizeof(Number); ++i)
-    {
         bytes[i] = static_cast<unsigned char>(static_cast<std::uint64_t>(value) >> (8 * i));
-    }
     stream.write(reinterpret_cast<const char *>(bytes), sizeof bytes);
 }
 
@@ -64,9 +62,7 @@ std::string joinNames(const std::vector<featureLevel> &levels)
 {
     std::string names;
     for (const featureLevel &level : levels)
-    {
         names += (names.empty() ? "" : ",") + level.name;
-    }
     return names;
 }
 
@@ -157,17 +153,13 @@ void sumFeatureRow(const trainerModel &model, std::size_t feature, float *row)
 std::string takeWeights(trainerModel &model, const trainerModel &other)
 {
     for (std::size_t i = 0; i < model.levels.size(); ++i)
-    {
         std::fill(model.levelRows[i].weights.begin(), model.levelRows[i].weights.end(), 0.0F);
-    }
     for (std::size_t i = 0; i < other.levels.size(); ++i)
     {
         const auto own = std::find_if(model.levels.begin(), model.levels.end(),
                                       [&](const featureLevel &level) { return level.name == other.levels[i].name; });
         if (own == model.levels.end())
-        {
             return "the checkpoint's rows of level " + other.levels[i].name + " have no place";
-        }
         model.levelRows[static_cast<std::size_t>(own - model.levels.begin())].weights = other.levelRows[i].weights;
     }
     model.featureBias.weights = other.featureBias.weights;
@@ -219,26 +211,20 @@ std::string loadCheckpoint(trainerModel &model, checkpointProgress &progress, co
         stream.read(reinterpret_cast<char *>(bytes), sizeof bytes);
         value = 0;
         for (std::size_t i = 0; i < sizeof bytes; ++i)
-        {
             value |= static_cast<std::remove_reference_t<decltype(value)>>(bytes[i]) << (8 * i);
-        }
     };
     std::ifstream stream(path, std::ios::binary);
     std::uint32_t length = 0;
     const bool isMarked = readMark(stream);
     getNumber(stream, length);
     if (!stream || !isMarked || length > longestText)
-    {
         return path + " is no checkpoint";
-    }
     std::string names(length, ' ');
     stream.read(names.data(), length);
     std::string error;
     const std::vector<featureLevel> levels = makeLevels(names, error);
     if (!error.empty())
-    {
         return path + ": " + error;
-    }
     sizeModel(model, levels);
     getNumber(stream, progress.epoch);
     getNumber(stream, progress.positions);

@@ -30,7 +30,7 @@ constexpr std::size_t rowOffset(std::size_t row) { return row * transformerWidth
 /// Hands out whole cache lines: vectors of numbers are read faster where they begin on one.
 template <typename T> struct lineAllocator
 {
-    using value_type = T;
+    using value_type = T; // NOLINT(readability-identifier-naming): what the library asks for
     static constexpr std::align_val_t lineSize{64};
 
     lineAllocator() = default;

@@ -183,8 +183,9 @@ void stepDense(trainerModel &model, trainerWorkspace &workspace, float scale, co
 /// An exponential mean, but a plain one over the first steps of a run.
 void averageWeights(trainerModel &model, workCrew &crew, double averagedSteps)
 {
-    const double taken = 1 + static_cast<double>(model.steps / averageInterval);
-    const double share = std::max(averageInterval / std::max<double>(averagedSteps, averageInterval), 1 / taken);
+    const std::uint64_t taken = 1 + model.steps / averageInterval;
+    const double share =
+        std::max(averageInterval / std::max<double>(averagedSteps, averageInterval), 1 / static_cast<double>(taken));
     for (learntArray *array : arraysOf(model))
     {
         const std::size_t width = array->weights.size() / array->steps.size();

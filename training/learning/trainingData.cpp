@@ -232,9 +232,7 @@ void listFeatures(const trainingPosition &position, featureList &list)
         const int square = popLowest(left) ^ flip;
         const int code = codeOf(position, index);
         if (isKing(code))
-        {
             kings[colourOf(code)] = square;
-        }
     }
     list.count = index;
     index = 0;
