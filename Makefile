@@ -6,6 +6,7 @@
 #   make bench           search signature, nodes per second and timings of the parts
 #   make training        the programs that make the network file
 #   make texel           tries the tuner on positions of random games (docs/development.md)
+#   make EXE=NAME EVALFILE=PATH CXX=COMPILER    the best engine for this processor as ./NAME
 #   make avx2            the engine for processors with AVX2 (build/avx2/tarvonel)
 #   make install         installs engine and network side by side under PREFIX
 #   make quick           the quick tests alone
@@ -24,10 +25,16 @@ ctest = ctest --output-on-failure --no-tests=error -j $(JOBS)
 build = cmake --preset $(1) >build/$(1).configure.log 2>&1 || { cat build/$(1).configure.log; exit 1; }; \
         cmake --build --preset $(1) -j $(JOBS) --target $(2)
 
-.PHONY: all engine run test quick bench training texel avx2 generic debug asan tsan clang format check-format tidy layers \
+.PHONY: all engine exe run test quick bench training texel avx2 generic debug asan tsan clang format check-format tidy layers \
         install clean
 
+# The convention of frameworks that test engines on many machines: NAME is the best engine for this
+# processor, and reads the network PATH where it is told no other.
+ifdef EXE
+all: exe
+else
 all: engine
+endif
 
 build:
 	@mkdir -p build
@@ -35,6 +42,16 @@ build:
 engine: | build
 	@tools/setup.sh build
 	@$(call build,release,tarvonel)
+
+exe: preset = $(firstword $(shell tools/runnableBuilds.sh))
+exe: folder = build/exe-$(notdir $(CXX))
+exe: | build
+	@tools/setup.sh build
+	cmake --preset $(preset) -B $(folder) -DCMAKE_CXX_COMPILER=$(CXX) -DTARVONEL_NETWORK=$(abspath $(EVALFILE)) \
+		-DTARVONEL_TESTS=OFF -DTARVONEL_BENCH=OFF -DTARVONEL_TRAINING=OFF
+	cmake --build $(folder) -j $(JOBS) --target tarvonel
+	cp $(folder)/tarvonel $(EXE)
+	test -n "$(EVALFILE)" || cp $(folder)/*.nnue $(dir $(EXE))
 
 run: engine
 	cd $(release) && ./tarvonel go movetime $(RUN_MILLISECONDS)
