@@ -299,7 +299,7 @@ void noteGame(matchState &state, const finishedGame &game, std::int64_t number, 
     }
     if (!game.whitePoints)
     {
-        std::printf("game %lld not played: %s\n", static_cast<long long>(number + 1), game.reason.c_str());
+        std::printf("game %lld not played: %s\n", static_cast<long long>(number) + 1, game.reason.c_str());
         return;
     }
     const int points = whiteIndex == 0 ? *game.whitePoints : 2 - *game.whitePoints;
@@ -316,7 +316,7 @@ void noteGame(matchState &state, const finishedGame &game, std::int64_t number, 
     }
     if (!plan.quiet)
     {
-        std::printf("game %lld: %s, %s (%zu plies)\n", static_cast<long long>(number + 1), resultText(game).c_str(),
+        std::printf("game %lld: %s, %s (%zu plies)\n", static_cast<long long>(number) + 1, resultText(game).c_str(),
                     game.reason.c_str(), game.moves.size());
     }
     if (!plan.quiet || state.finished % 20 == 0)
