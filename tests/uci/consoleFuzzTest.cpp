@@ -60,8 +60,7 @@ constexpr const char *seedLines[] = {
     "help",
     "rtest",
     "rtestQTV",
-    "",
-};
+    ""};
 
 using generator = std::mt19937;
 

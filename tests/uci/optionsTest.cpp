@@ -1,6 +1,5 @@
 #include "uci/options.h"
 
-#include <filesystem>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -10,8 +9,6 @@
 #include "eval/networkFile.h"
 #include "search/transpositionTable.h"
 #include "search/worker.h"
-#include "support/syntheticNetwork.h"
-#include "support/temporaryDirectory.h"
 #include "uci/consoleOutput.h"
 
 namespace tarvonel
@@ -78,30 +75,6 @@ TEST_F(setOption, answersWithWhatItStores)
     EXPECT_TRUE(engineOptions.chess960);
     EXPECT_EQ(engineOptions.syzygyPath, "a b;c");
     EXPECT_EQ(engineOptions.netFileName, "<empty>");
-}
-
-TEST_F(setOption, newThreadsOnlyWhenTheNodeChanges)
-{
-    outputOf(setOptionCommand, "name WindowsNumaNode value 1");
-    workerPool[0]->tables.contHistoryOneBack[0][0] = 1;
-    outputOf(setOptionCommand, "name WindowsNumaNode value 1");
-    EXPECT_EQ(workerPool[0]->tables.contHistoryOneBack[0][0], 1);
-    outputOf(setOptionCommand, "name WindowsNumaNode value 0");
-    EXPECT_EQ(workerPool[0]->tables.contHistoryOneBack[0][0], 0);
-}
-
-TEST_F(setOption, netFileIsReadAtOnce)
-{
-    const temporaryDirectory directory;
-    const std::string name = directory / "a net.bin";
-    ASSERT_TRUE(writeSyntheticNetwork(name));
-    EXPECT_EQ(outputOf(setOptionCommand, "name NetFile value " + name),
-              "Net read\ninfo string NetFile used : " + name + "\n");
-    outputOf(setOptionCommand, "name NetFile value <empty>");
-    EXPECT_TRUE(netLoaded) << "the network in use stays";
-    std::filesystem::resize_file(name, std::filesystem::file_size(name) - 1);
-    outputOf(setOptionCommand, "name NetFile value " + name);
-    EXPECT_FALSE(netLoaded);
 }
 
 // Rules that do not know the castling of the position in place must not be left with its rights.
