@@ -4,7 +4,7 @@
 #   make run             installs what is missing, builds, searches the start position for five seconds
 #   make test            installs what is missing, builds and runs all tests
 #   make bench           search signature, nodes per second and timings of the parts
-#   make training        the programs that make the network file
+#   make training        the programs that make the network file, for this machine (build/native/training)
 #   make texel           tries the tuner on positions of random games (docs/development.md)
 #   make EXE=NAME EVALFILE=PATH CXX=COMPILER    the best engine for this processor as ./NAME
 #   make avx2            the engine for processors with AVX2 (build/avx2/tarvonel)
@@ -74,7 +74,7 @@ bench: | build
 
 training: | build
 	@tools/setup.sh build training
-	@$(call build,release,training)
+	@$(call build,native,training)
 
 # A data file that is there already stays.
 texel: engine

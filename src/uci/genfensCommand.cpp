@@ -26,7 +26,7 @@ constexpr int maxOpenings = 1'000'000;
 constexpr int searchDepth = 6;
 constexpr int hashMegabytes = 1;
 constexpr int fewestPliesFromBook = 4; ///< its positions have their own variety
-constexpr int maxTries = 1000;         ///< for one opening; a book may hold none that is balanced
+constexpr int maxTries = 100;          ///< for one opening; a book may hold none that is balanced
 
 struct genfensPlan
 {

@@ -1,8 +1,8 @@
-// Files of games: what they hold comes back, and damage costs no more than what it hits.
+// Files of games, our own and PGN: what they hold comes back, and damage costs no more than what it hits.
 
-#include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -11,6 +11,8 @@
 #include "board/makeMove.h"
 #include "board/setup.h"
 #include "games/gameFile.h"
+#include "games/pgn.h"
+#include "games/pgnReader.h"
 #include "movegen/randomOpening.h"
 #include "support/randomGames.h"
 #include "support/temporaryDirectory.h"
@@ -23,23 +25,28 @@ namespace
 class gameFileTest : public testing::Test
 {
   protected:
-    /// A game of random moves from a random start, with scores that tell plies apart.
+    /// A game of random moves from a random start, with scores that tell plies apart; in `text` as PGN.
     storedGame randomGame(int plies)
     {
         storedGame game;
-        do
-        {
-            game.earlierPlies = drawOpening(*board, {8, 0.5, {}}, random);
-        } while (game.earlierPlies < 0);
+        while (drawOpening(*board, {8, 0.5, {}}, random) < 0)
+            continue;
+        game.earlierPlies = 8 + board->position.sideToMove;
+        const std::string fen = fenOf(board->position, true, 5);
+        EXPECT_EQ(setupGame(*board, fen), "");
         game.start = packStart(board->position);
         game.whitePoints = static_cast<int>(random() % 3);
+        text = {{{"FEN", fen}, {"Result", results[game.whitePoints]}}, results[game.whitePoints], {}};
         for (int ply = 0; ply < plies; ++ply)
         {
             const std::vector<moveCode> moves = legalMoves(*board);
             if (moves.empty())
                 break;
             const moveCode move = randomMove(moves, random);
-            game.moves.push_back({packMove(move), static_cast<std::int16_t>(ply % 2 == 0 ? -ply * 7 : unscored)});
+            const bool isScored = ply % 2 == 0;
+            game.moves.push_back({packMove(move), static_cast<std::int16_t>(isScored ? -ply * 10 : unscored)});
+            text.moves.push_back({shortNotation(*board, moves, move),
+                                  isScored ? "-" + std::to_string(ply / 10.0) + "/12 0.5s" : "book"});
             playGameMove(board->position, move);
         }
         return game;
@@ -53,86 +60,45 @@ class gameFileTest : public testing::Test
         closeWriter(writer);
     }
 
-    std::vector<storedGame> readAll(gameFileSummary &summary) const
+    /// Expects that the file holds these games and so many bytes of no game.
+    void expectGames(const std::vector<storedGame> &games, std::uint64_t damagedBytes) const
     {
-        std::vector<storedGame> games;
         gameReader reader;
-        EXPECT_TRUE(openGames(reader, path));
-        for (storedGame game; nextGame(reader, game);)
-            games.push_back(game);
-        summary = reader.summary;
+        ASSERT_TRUE(openGames(reader, path));
+        storedGame game;
+        for (const storedGame &expected : games)
+        {
+            ASSERT_TRUE(nextGame(reader, game));
+            EXPECT_EQ(encodeGame(game), encodeGame(expected));
+        }
+        EXPECT_FALSE(nextGame(reader, game));
+        EXPECT_EQ(reader.summary.damagedBytes, damagedBytes);
         closeGames(reader);
-        return games;
     }
 
+    static constexpr const char *results[] = {"0-1", "1/2-1/2", "1-0"};
     temporaryDirectory directory;
     std::string path = directory / "games";
     randomSource random{17};
     variantScope variant{true};
     std::unique_ptr<gameBoard> board = std::make_unique<gameBoard>();
+    pgnGame text;
 };
 
-void expectEqual(const storedGame &left, const storedGame &right)
+TEST_F(gameFileTest, gamesComeBackAndACutCostsTheLastAlone)
 {
-    EXPECT_EQ(encodeGame(left), encodeGame(right));
-    EXPECT_EQ(left.whitePoints, right.whitePoints);
-    EXPECT_TRUE(std::ranges::equal(left.moves, right.moves,
-                                   [](const auto &one, const auto &other)
-                                   { return one.move == other.move && one.score == other.score; }));
-}
-
-TEST_F(gameFileTest, startPositionsComeBackWhole)
-{
-    const auto copy = std::make_unique<gameBoard>();
-    for (int i = 0; i < 200; ++i)
+    const std::vector<storedGame> games = {randomGame(0), randomGame(200), randomGame(6)};
+    const std::size_t lastSize = encodeGame(games[2]).size();
+    for (const storedGame &game : games)
+        append(game);
+    expectGames(games, 0);
+    const std::uintmax_t size = std::filesystem::file_size(path);
+    for (std::size_t cut = 1; cut <= lastSize; ++cut)
     {
-        if (drawOpening(*board, {i % 30, 0.5, {}}, random) < 0)
-            continue;
-        ASSERT_EQ(unpackStart(packStart(board->position), *copy), "");
-        EXPECT_EQ(copy->position.key, board->position.key);
-        EXPECT_EQ(fenOf(copy->position, true, 1), fenOf(board->position, true, 1));
-    }
-}
-
-TEST_F(gameFileTest, gamesComeBackInFourBytesAPosition)
-{
-    std::vector<storedGame> games;
-    for (const int plies : {0, 1, 90, 200})
-    {
-        games.push_back(randomGame(plies));
-        append(games.back());
-    }
-    gameFileSummary summary;
-    const std::vector<storedGame> read = readAll(summary);
-    ASSERT_EQ(read.size(), games.size());
-    for (std::size_t i = 0; i < games.size(); ++i)
-        expectEqual(read[i], games[i]);
-    EXPECT_EQ(summary.soundEnd, std::filesystem::file_size(path));
-    EXPECT_EQ(summary.soundEnd, games.size() * 54 + summary.positions * 4);
-}
-
-TEST_F(gameFileTest, aCutAnywhereInARecordCostsThatRecordAlone)
-{
-    const storedGame first = randomGame(20);
-    const storedGame second = randomGame(6);
-    const std::size_t firstSize = encodeGame(first).size();
-    const std::size_t secondSize = encodeGame(second).size();
-    for (std::size_t kept = 0; kept < secondSize; ++kept)
-    {
-        SCOPED_TRACE(kept);
-        std::filesystem::remove(path);
-        append(first);
-        append(second);
-        std::filesystem::resize_file(path, firstSize + kept);
-        gameFileSummary summary;
-        ASSERT_EQ(readAll(summary).size(), 1U);
-        EXPECT_EQ(summary.damagedBytes, kept);
-
-        append(second);
-        const std::vector<storedGame> games = readAll(summary);
-        ASSERT_EQ(games.size(), 2U);
-        expectEqual(games[1], second);
-        EXPECT_EQ(summary.damagedBytes, 0U);
+        std::filesystem::resize_file(path, size - cut);
+        expectGames({games[0], games[1]}, lastSize - cut);
+        append(games[2]);
+        expectGames(games, 0);
     }
 }
 
@@ -145,40 +111,97 @@ TEST_F(gameFileTest, damageInTheMiddleIsPassedOver)
     const std::size_t second = encodeGame(games[1]).size();
     for (const std::size_t hit : {first, first + 5, first + 20, first + second - 1})
     {
-        const auto flip = [&]
-        {
-            std::fstream file(path, std::ios::in | std::ios::out | std::ios::binary);
-            const int before = file.seekg(static_cast<std::streamoff>(hit)).get();
-            file.seekp(static_cast<std::streamoff>(hit)).put(static_cast<char>(before ^ 0x40));
-        };
-        flip();
-        gameFileSummary summary;
-        const std::vector<storedGame> read = readAll(summary);
-        ASSERT_EQ(read.size(), 2U) << hit;
-        expectEqual(read[1], games[2]);
-        EXPECT_EQ(summary.damagedBytes, second);
-        flip();
+        std::fstream file(path, std::ios::in | std::ios::out | std::ios::binary);
+        const int before = file.seekg(static_cast<std::streamoff>(hit)).get();
+        const auto put = [&](int byte)
+        { file.seekp(static_cast<std::streamoff>(hit)).put(static_cast<char>(byte)).flush(); };
+        put(before ^ 0x40);
+        expectGames({games[0], games[2]}, second);
+        put(before);
     }
 }
 
-TEST_F(gameFileTest, filesThatCannotBeUsedAreRefused)
+TEST_F(gameFileTest, filesThatCannotBeUsedAreRefusedAndStay)
 {
     gameReader reader;
     EXPECT_FALSE(openGames(reader, path));
-    EXPECT_EQ(summariseGames(path).games, 0U);
     gameWriter writer;
     EXPECT_NE(openForAppending(writer, "/no/such/folder/games"), "");
+    std::ofstream(path) << "Dear diary";
+    EXPECT_NE(openForAppending(writer, path), "");
+    EXPECT_EQ(std::filesystem::file_size(path), 10U);
     storedStart start = packStart(board->position);
     EXPECT_NE(unpackStart(start, *board), "") << "no kings";
     start.board[0] = 0xFE;
     EXPECT_NE(unpackStart(start, *board), "") << "no such piece";
 }
 
+TEST_F(gameFileTest, pgnTellsTheSameGames)
+{
+    for (int i = 0; i < 60; ++i)
+    {
+        const storedGame game = randomGame(150);
+        text.blackBegins = game.start.sideToMove == black;
+        text.firstMoveNumber = 5;
+        std::istringstream stream("[Event \"cut off\"]\n\n1. e4 {+0.1/2\n" + pgnText(text));
+        pgnReader reader{stream};
+        const std::optional<storedGame> read = nextPgnGame(reader, *board);
+        ASSERT_TRUE(read.has_value()) << pgnText(text);
+        EXPECT_EQ(encodeGame(*read), encodeGame(game)) << pgnText(text);
+        EXPECT_FALSE(nextPgnGame(reader, *board).has_value());
+        EXPECT_EQ(reader.leftOut, 1U);
+    }
+}
+
+TEST_F(gameFileTest, pgnOfOthersIsReadAndOnlyWholeLegalGamesAreTaken)
+{
+    const struct
+    {
+        const char *tags, *moves;
+        std::size_t plies; ///< 0 if the game is left out
+        int lastScore = unscored;
+    } cases[] = {
+        {"[Result \"1-0\"]", "1.e4 {book} e5 2. Qh5!? $1 Nc6 (2... g6 {a (}) 3.Bc4 Nge7 {-M2/9 1s} 4.Qxf7# {+M1/3} 1-0",
+         7, 31999},
+        {"[Result \"1/2-1/2\"]", "1. e2-e4 {-0.25/14 0.100s, n=12} ; x\n 1/2-1/2", 1, -25},
+        {"[Result \"0-1\"]\r", "\r\n1. f3 e5\r\n2. g4 Qh4# {0.5/x 1/2-1/2} 0-1\r", 4},
+        {"[Result \"1-0\"]\n[FEN \"8/P6k/8/8/8/8/8/K7 w - - 0 1\"]", "1. a8Q {+999.99/5} 1-0", 1, 30000},
+        {"[Result \"1-0\"]\n[FEN \"4k3/8/8/8/8/8/8/4K2R w K - 0 1\"]", "1. 0-0 1-0", 1},
+        {"[Result \"1-0\"]", "1. e4 e5", 0},
+        {"[Result \"1-0\"]", "1. e4 0-1", 0},
+        {"[Result \"*\"]", "1. e4 *", 0},
+        {"[Result \"1-0\"]", "1. e5 1-0", 0},
+        {"[Result \"1-0\"]", "1. Nd2 1-0", 0},
+        {"[Result \"1-0\"]\n[FEN \"4k3/8/8/8/8/N7/8/N3K3 w - - 0 1\"]", "1. Nc2 1-0", 0},
+        {"[Result \"1-0\"]\n[FEN \"no position\"]", "1. e4 1-0", 0},
+        {"[Result \"1-0\"]\n[Termination \"time forfeit\"]", "1. e4 1-0", 0},
+    };
+    for (const auto &known : cases)
+    {
+        std::string all = std::string(known.tags) + "\n\n" + known.moves + "\n";
+        std::istringstream stream(all);
+        pgnReader reader{stream};
+        const std::optional<storedGame> game = nextPgnGame(reader, *board);
+        EXPECT_EQ(game ? game->moves.size() : 0, known.plies) << all;
+        EXPECT_EQ(game ? game->moves.back().score : unscored, known.lastScore) << all;
+        for (int i = 0; i < 300; ++i) // whatever stands there: neither crash nor hang
+        {
+            std::string damaged = all;
+            for (int hits = 0; hits < 3; ++hits)
+                damaged[random() % damaged.size()] =
+                    static_cast<char>(i % 2 == 0 ? all[random() % all.size()] : random());
+            std::istringstream other(damaged);
+            pgnReader otherReader{other};
+            while (nextPgnGame(otherReader, *board))
+                continue;
+        }
+    }
+}
+
 TEST(chess960Fen, numbersTheStartsAsTheOracleDoes)
 {
     for (int number = 0; number < chess960Starts; ++number)
         EXPECT_EQ(chess960Fen(number).substr(0, 9), startFen960(number).substr(0, 9));
-    EXPECT_EQ(chess960Fen(518), "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq - 0 1");
 }
 
 } // namespace

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <fcntl.h>
 #include <memory>
+#include <sys/file.h>
 #include <unistd.h>
 
 #include "board/setup.h"
@@ -101,6 +102,14 @@ bool writeAll(int descriptor, const std::uint8_t *bytes, std::size_t count)
         count -= done;
     }
     return true;
+}
+
+/// Whether what the file begins with could be a game, perhaps one that was cut off.
+bool beginsLikeGames(int descriptor)
+{
+    std::uint8_t head[sizeof marker];
+    const ssize_t size = pread(descriptor, head, sizeof head, 0);
+    return size >= 0 && std::memcmp(head, marker, static_cast<std::size_t>(size)) == 0;
 }
 
 } // namespace
@@ -211,9 +220,15 @@ gameFileSummary summariseGames(const std::string &path)
 
 std::string openForAppending(gameWriter &writer, const std::string &path)
 {
+    writer.descriptor = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644);
+    const bool isLocked = writer.descriptor >= 0 && flock(writer.descriptor, LOCK_EX) == 0;
+    if (isLocked && !beginsLikeGames(writer.descriptor))
+    {
+        closeWriter(writer);
+        return path + " is no file of games";
+    }
     writer.summary = summariseGames(path);
-    writer.descriptor = open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644);
-    if (writer.descriptor < 0 || ftruncate(writer.descriptor, static_cast<off_t>(writer.summary.soundEnd)) != 0 ||
+    if (!isLocked || ftruncate(writer.descriptor, static_cast<off_t>(writer.summary.soundEnd)) != 0 ||
         lseek(writer.descriptor, 0, SEEK_END) < 0)
     {
         const std::string error = "cannot write " + path + ": " + std::strerror(errno);

@@ -108,8 +108,9 @@ struct gameWriter
     gameFileSummary summary;
 };
 
-/// Opens or creates the file, cuts off what stands behind its last whole record, and tells in
-/// `summary` what it already holds. Empty text or what went wrong.
+/// Opens or creates the file, waits until no other process appends to it, cuts off what stands behind
+/// its last whole record, and tells in `summary` what it already holds. Empty text or what went
+/// wrong; a file that holds something else is refused.
 std::string openForAppending(gameWriter &writer, const std::string &path);
 
 /// Writes one record; false when the disk refuses it.

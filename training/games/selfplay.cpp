@@ -87,8 +87,8 @@ void declareOptions(CLI::App &app, processPlan &plan)
 
 std::string partName(const processPlan &plan, int process) { return plan.out + "." + std::to_string(process); }
 
-/// The work of one process: games into its file until it holds enough positions.
-int playGames(const processPlan &plan, int process, processTally &tally)
+/// The work of one process: games into its file until it holds enough positions or the parent is gone.
+int playGames(const processPlan &plan, int process, pid_t parent, processTally &tally)
 {
     gameWriter writer;
     const std::string error = openForAppending(writer, partName(plan, process));
@@ -106,7 +106,7 @@ int playGames(const processPlan &plan, int process, processTally &tally)
     randomSource random(seed);
     const std::uint64_t wanted = plan.positions / static_cast<std::uint64_t>(plan.processes) + 1;
     bool written = true;
-    while (written && !interrupted && writer.summary.positions < wanted)
+    while (written && !interrupted && getppid() == parent && writer.summary.positions < wanted)
     {
         const std::optional<storedGame> game = playSelfGame(*board, plan.game, random);
         if (game)
@@ -189,13 +189,14 @@ int runProcesses(const processPlan &plan)
         return 1;
     }
     auto *tallies = new (shared) processTally[mostProcesses];
+    const pid_t parent = getpid();
     std::vector<pid_t> children;
     for (int process = 0; process < plan.processes; ++process)
     {
         const pid_t child = fork();
         if (child == 0)
         {
-            const int result = playGames(plan, process, tallies[process]);
+            const int result = playGames(plan, process, parent, tallies[process]);
             std::fflush(nullptr);
             _exit(result);
         }

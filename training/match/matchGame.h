@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "match/matchEngine.h"
-#include "match/pgn.h"
+#include "games/pgn.h"
 #include "movegen/gameBoard.h"
 
 namespace tarvonel

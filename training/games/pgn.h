@@ -28,6 +28,9 @@ struct pgnGame
 /// The move in short algebraic notation, for a legal move not yet made. Leaves the board as it was.
 std::string shortNotation(gameBoard &board, const std::vector<moveCode> &moves, moveCode move);
 
+/// The one legal move that the notation means, whatever marks, hints or dashes it has, or 0.
+moveCode findNotation(const pos &position, const std::vector<moveCode> &moves, std::string text);
+
 /// The whole game, lines of at most about 80 characters, with an empty line at its end.
 std::string pgnText(const pgnGame &game);
 

@@ -1,5 +1,8 @@
-#include "match/pgn.h"
+#include "games/pgn.h"
 
+#include <algorithm>
+#include <cctype>
+#include <cstring>
 #include <memory>
 
 #include "board/attackTables.h"
@@ -32,9 +35,15 @@ std::string disambiguation(const pos &position, const std::vector<moveCode> &mov
     return !ambiguous ? "" : !sameFile ? square.substr(0, 1) : !sameRank ? square.substr(1) : square;
 }
 
+/// Where the moving man comes to stand; not for castling.
+int landing(const pos &position, moveCode move)
+{
+    return isEnPassant(move) ? enPassantLanding(position.sideToMove, move) : moveTo(move);
+}
+
 std::string pawnMoveText(const pos &position, moveCode move)
 {
-    const int target = isEnPassant(move) ? enPassantLanding(position.sideToMove, move) : moveTo(move);
+    const int target = landing(position, move);
     std::string text = squareText(target);
     if (fileOf(target) != fileOf(moveFrom(move)))
         text = squareText(moveFrom(move)).substr(0, 1) + "x" + text;
@@ -71,6 +80,42 @@ std::string shortNotation(gameBoard &board, const std::vector<moveCode> &moves, 
                              : isPawn(position.board[moveFrom(move)]) ? pawnMoveText(position, move)
                                                                       : pieceMoveText(position, moves, move);
     return text + checkMark(board, move);
+}
+
+moveCode findNotation(const pos &position, const std::vector<moveCode> &moves, std::string text)
+{
+    const auto takeLast = [&](std::size_t count)
+    {
+        const std::string last = text.substr(text.size() - std::min(count, text.size()));
+        text.resize(text.size() - last.size());
+        return last;
+    };
+    while (!text.empty() && std::strchr("+#!?", text.back()) != nullptr)
+        text.pop_back();
+    const bool isLong = text == "O-O-O" || text == "0-0-0";
+    const bool isCastlingText = isLong || text == "O-O" || text == "0-0";
+    char promotion = '\0';
+    if (!text.empty() && std::isalpha(static_cast<unsigned char>(text.back())) != 0)
+        promotion = static_cast<char>(std::toupper(takeLast(1)[0]));
+    if (text.ends_with('='))
+        text.pop_back();
+    const std::string target = takeLast(2);
+    const char piece = !text.empty() && std::strchr("NBRQK", text[0]) != nullptr ? text[0] : pieceLetters[whitePawn];
+    const auto isMeant = [&](moveCode move)
+    {
+        if (isCastling(move) || isCastlingText)
+            return isCastlingText && moveFlagOf(move) == (isLong ? castleQueenSide : castleKingSide);
+        const std::string from = squareText(moveFrom(move));
+        return pieceLetters[position.board[moveFrom(move)] & ~1] == piece &&
+               target == squareText(landing(position, move)) &&
+               promotion == (isPromotion(move) ? pieceLetters[moveFlagOf(move)] : '\0') &&
+               std::ranges::all_of(
+                   text, [&](char hint)
+                   { return hint == 'x' || hint == '-' || hint == piece || from.find(hint) != std::string::npos; });
+    };
+    const auto found = std::ranges::find_if(moves, isMeant);
+    const bool isUnique = found != moves.end() && std::find_if(found + 1, moves.end(), isMeant) == moves.end();
+    return isUnique ? *found & moveIdentityMask : noMove;
 }
 
 std::string pgnText(const pgnGame &game)

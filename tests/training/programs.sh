@@ -1,0 +1,39 @@
+#!/usr/bin/env bash
+# The training programs as programs: self-play killed and gone on with, a training interrupted and
+# gone on with, a match, and what was learnt from its games.
+#
+#   programs.sh FOLDER_OF_THE_PROGRAMS
+set -euo pipefail
+PATH=$1:$PATH
+folder=$(mktemp -d)
+trap 'rm -rf "$folder"' EXIT
+cd "$folder"
+
+fail() { echo "programs.sh: $1" >&2; cat log >&2; exit 1; }
+await() { for ((i = 0; i < 600; ++i)); do grep -qs "$1" "$2" && return; sleep 0.05; done; fail "no '$1' in $2"; }
+expect() { grep -q "$1" log || fail "no '$1'"; }
+
+play=(selfplay --quick --hand-set --processes 2 --longest 120 --out games)
+"${play[@]}" --positions 1000000000 >log 2>&1 &
+await TVG1 games.1
+kill -KILL $!
+{ wait $! || true; } 2>/dev/null
+flock games.0 truncate --size=-3 games.0 # as if the power had failed; the lock waits for the orphan
+"${play[@]}" --positions 12000 >log 2>&1 || fail "self-play does not go on"
+
+learn=(train --threads 2 --levels base --batch 256 --out mine.nnue --checkpoint checkpoint games.0 games.1)
+"${learn[@]}" --epochs 1000 >log 2>&1 &
+await "after epoch 1" log
+kill -INT $!
+wait $! || fail "train does not end well"
+grep -q "passed over" log && fail "games were damaged"
+last=$(sed -n 's/.* epoch \([0-9]*\): .*/\1/p' log | tail -1)
+"${learn[@]}" --epochs $((last + 1)) --resume >log 2>&1 || fail "train does not go on"
+expect "^resuming after"
+expect "^after epoch $((last + 1)):"
+
+match --engine1 nodeEngine --option1 NetFile=mine.nnue --engine2 'nodeEngine --hand-set' --nodes 200 --games 4 \
+      --concurrency 2 --maxplies 60 --pgn match.pgn >log 2>&1 || fail "match"
+expect "game 4: "
+fromPgn --out games.2 match.pgn >log 2>&1 || fail "fromPgn"
+expect "^4 games, .* left out: 0"
