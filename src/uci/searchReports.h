@@ -11,10 +11,9 @@ namespace tarvonel
 /// The reporter that prints the lines of the protocol.
 extern const searchReporter protocolReporter;
 
-/// The principal variation of the position, each move followed by a blank.
-std::string pvText(const pos &position);
-
-/// Moves to the mate that a mate score tells, negative if the side to move is the one to be mated.
-int movesToMate(int mateScore);
+/// The lines of a finished iteration, of a mate it has proved, and of the answer.
+std::string iterationText(const pos &position, int score, int depth, int selDepth);
+std::string mateText(const pos &position, int score, int depth);
+std::string answerText(moveCode best, moveCode ponder, colour side, const pos &rooks);
 
 } // namespace tarvonel

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <regex>
 #include <utility>
 
 #include "board/attackTables.h"
@@ -10,11 +11,11 @@
 #include "board/moveText.h"
 #include "movegen/moveChecks.h"
 #include "platform/clock.h"
-#include "search/score.h"
 #include "search/searchReporter.h"
 #include "search/transpositionTable.h"
 #include "support/randomGames.h"
 #include "support/syntheticNetwork.h"
+#include "uci/searchReports.h"
 
 namespace tarvonel
 {
@@ -27,61 +28,41 @@ constexpr int noTimeLimit = 1'000'000'000;
 searchRecord record;          // written by the boss, read when it is idle
 std::atomic<int> answerTally; // of the present search
 
-std::string variationText(const pos &position)
+/// Keeps a line of a report without what the clock has to say in it.
+void keepLine(const std::string &line)
 {
-    std::string text;
-    colour side = position.sideToMove == white ? white : black;
-    for (int ply = 0; ply <= position.pvLast; ++ply, side = opponent(side))
-        text += " " + moveText(position.info[ply].pvMove, side, position);
-    return text;
+    static const std::regex ofTheClock(" nps [0-9]+ time [0-9]+| $");
+    record.lines.push_back(std::regex_replace(line, ofTheClock, ""));
 }
 
-void recordLine(const pos &position, const std::string &head, int score, int depth, const std::string &selDepth)
-{
-    const searchTotals totals = sumUpSearch();
-    record.lines.push_back(head + " depth " + std::to_string(depth) + selDepth + " nodes " +
-                           std::to_string(totals.nodes) + " tbhits " + std::to_string(totals.tablebaseHits) + " pv" +
-                           variationText(position));
-    record.score = score;
-    record.lastDepth = depth;
-}
-
-void recordIteration(const pos &position, int score, int depth, int selDepth)
-{
-    recordLine(position, "info score cp " + std::to_string(score), score, depth,
-               " seldepth " + std::to_string(selDepth));
-}
-
-void recordMate(const pos &position, int score, int depth)
-{
-    const int moves = (scoreMate - std::abs(score)) / 2 + 1;
-    recordLine(position, "info score mate " + std::to_string(score > 0 ? moves : -moves), score, depth, "");
-    ++record.mates;
-}
-
-void recordAnswer(moveCode best, moveCode ponder, colour side, const pos &rooks)
-{
-    std::string line = "bestmove " + moveText(best, side, rooks);
-    if (ponder != noMove)
-        line += " ponder " + moveText(ponder, opponent(side), rooks);
-    record.lines.push_back(line);
-    record.best = best;
-    record.ponder = ponder;
-    record.nodes = sumUpSearch().nodes;
-    ++record.answers;
-    ++answerTally;
-}
-
-const searchReporter recorder{.iterationDone = recordIteration,
-                              .mateFound = recordMate,
-                              .matedAtRoot = [] { ++record.matedRoots; },
+const searchReporter recorder{.iterationDone =
+                                  [](const pos &position, int score, int depth, int selDepth)
+                              {
+                                  keepLine(iterationText(position, score, depth, selDepth));
+                                  record.score = score;
+                              },
+                              .mateFound =
+                                  [](const pos &position, int score, int depth)
+                              {
+                                  keepLine(mateText(position, score, depth));
+                                  record.score = score;
+                                  ++record.mates;
+                              },
+                              .matedAtRoot = nullptr,
                               .tableMove =
                                   [](const pos &, int score, moveCode)
                               {
                                   record.score = score;
                                   ++record.tableMoves;
                               },
-                              .answer = recordAnswer,
+                              .answer =
+                                  [](moveCode best, moveCode ponder, colour side, const pos &rooks)
+                              {
+                                  keepLine(answerText(best, ponder, side, rooks));
+                                  record.best = best;
+                                  record.nodes = sumUpSearch().nodes;
+                                  ++answerTally;
+                              },
                               .isBudgetSpent = nullptr};
 
 } // namespace
@@ -190,7 +171,7 @@ void searchFixture::start(const pos &root, const searchPlan &plan)
 const searchRecord &searchFixture::finish()
 {
     waitForSearch();
-    EXPECT_EQ(record.answers, 1);
+    EXPECT_EQ(answerTally, 1);
     return record;
 }
 

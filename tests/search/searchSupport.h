@@ -70,13 +70,9 @@ struct searchPlan
 struct searchRecord
 {
     std::vector<std::string> lines;
-    int answers = 0;
     moveCode best = noMove;
-    moveCode ponder = noMove;
-    int score = 0;     ///< of the last iteration reported or mate found
-    int lastDepth = 0; ///< the same
-    int mates = 0;     ///< mates found
-    int matedRoots = 0;
+    int score = 0; ///< of the last iteration reported, mate found or table move
+    int mates = 0; ///< mates found
     int tableMoves = 0;
     std::uint64_t nodes = 0; ///< of all workers, at the answer
 };

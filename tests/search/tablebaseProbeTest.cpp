@@ -221,7 +221,7 @@ TEST_F(searchWithTables, capturesIntoTheTablesHitInTheTree)
     {
         initTablebases(directory.path); // all files are mapped anew, by whoever comes first
         newGame();
-        EXPECT_EQ(run(fen, {.depth = 8}).answers, 1);
+        run(fen, {.depth = 8});
         EXPECT_GT(sumUpSearch().tablebaseHits, 0U);
     }
 }

@@ -1,12 +1,12 @@
 #include "uci/searchReports.h"
 
-#include <regex>
+#include <initializer_list>
 #include <string>
+#include <utility>
 
 #include <gtest/gtest.h>
 
 #include "board/engineOptions.h"
-#include "board/setup.h"
 #include "search/searchLimits.h"
 #include "search/worker.h"
 #include "uci/consoleOutput.h"
@@ -16,6 +16,7 @@ namespace tarvonel
 namespace
 {
 
+/// Two workers that have searched, and a variation with an en passant capture and a castling.
 class searchReports : public testing::Test
 {
   protected:
@@ -39,43 +40,31 @@ class searchReports : public testing::Test
         rebuildWorkerPool(0);
         engineOptions.chess960 = false;
     }
-    static pos &position() { return workerPool[0]->position; }
+    static pos &position() { return theBoss().position; }
 };
 
 TEST_F(searchReports, linesOfAnIteration)
 {
-    // an elapsed time of 0 counts as 1
     EXPECT_EQ(outputOf([] { protocolReporter.iterationDone(position(), -31, 12, 20); }),
-              "info score cp -31 depth 12 seldepth 20 nodes 1500 nps 1500000 time 1 tbhits 7 pv e5d6 e8g8 d6d7 \n");
-    EXPECT_EQ(searchLimits.elapsedMs, 1U);
+              "info score cp -31 depth 12 seldepth 20 nodes 1500 nps 1500000 time 1 tbhits 7 pv e5d6 e8g8 d6d7 \n")
+        << "an elapsed time of 0 counts as 1";
     searchLimits.elapsedMs = 700;
-    EXPECT_EQ(outputOf([] { protocolReporter.mateFound(position(), 32000 - 3, 12); }),
-              "info score mate 2 depth 12 nodes 1500 nps 2142 time 700 tbhits 7 pv e5d6 e8g8 d6d7 \n");
     position().pvLast = 0;
-    EXPECT_EQ(outputOf([] { protocolReporter.iterationDone(position(), 31999, 127, 0); }),
-              "info score cp 31999 depth 127 seldepth 0 nodes 1500 nps 2142 time 700 tbhits 7 pv e5d6 \n");
+    for (const auto &[score, moves] : std::initializer_list<std::pair<int, std::string>>{
+             {31999, "1"}, {31997, "2"}, {-31998, "-2"}, {-31996, "-3"}, {31873, "64"}})
+        EXPECT_EQ(outputOf([value = score] { protocolReporter.mateFound(position(), value, 12); }),
+                  "info score mate " + moves + " depth 12 nodes 1500 nps 2142 time 700 tbhits 7 pv e5d6 \n");
 }
 
 TEST_F(searchReports, endsOfASearch)
 {
-    const moveCode castling = encodeMove(e1, c1, castleQueenSide), reply = encodeMove(e8, g8, castleKingSide);
-    const auto answer = [](moveCode best, moveCode ponder, colour side)
-    { return outputOf([&] { protocolReporter.answer(best, ponder, side, position()); }); };
-    EXPECT_EQ(outputOf([] { protocolReporter.matedAtRoot(); }), "info score mate 0\n");
+    const moveCode castling = encodeMove(e1, c1, castleQueenSide);
     EXPECT_EQ(outputOf([&] { protocolReporter.tableMove(position(), 31800, castling); }),
               "info score cp 31800 depth 127 seldepth 127 nodes 1 tbhits 1 time 1 pv e1c1\n");
-    EXPECT_EQ(answer(castling, noMove, white), "bestmove e1c1\n");
-    EXPECT_EQ(answer(reply, encodeMove(a7, a8, promoteKnight), black), "bestmove e8g8 ponder a7a8n\n");
-    EXPECT_EQ(answer(noMove, noMove, white), "bestmove a1a1\n");
+    EXPECT_EQ(answerText(encodeMove(e8, g8, castleKingSide), encodeMove(a7, a8, promoteKnight), black, position()),
+              "bestmove e8g8 ponder a7a8n");
     engineOptions.chess960 = true;
-    EXPECT_EQ(answer(castling, noMove, white), "bestmove e1a1\n");
-}
-
-TEST(mateScores, countMovesOfTheMatingSide)
-{
-    for (const auto &[value, moves] : std::initializer_list<std::pair<int, int>>{
-             {31999, 1}, {31997, 2}, {31998, 2}, {-31998, -2}, {-31996, -3}, {-32000, -1}, {31873, 64}})
-        EXPECT_EQ(movesToMate(value), moves) << value;
+    EXPECT_EQ(answerText(castling, noMove, white, position()), "bestmove e1a1");
 }
 
 } // namespace
