@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "match/matchEngine.h"
 #include "games/pgn.h"
+#include "match/matchEngine.h"
 #include "movegen/gameBoard.h"
 
 namespace tarvonel
