@@ -30,7 +30,6 @@ namespace
 
 constexpr int rookAttackCount = 102400; // sum over all squares of 2 to the number of mask bits
 constexpr int bishopAttackCount = 5248;
-constexpr int maxSubsets = 4096;
 
 bitboard rookAttackArray[rookAttackCount];
 bitboard bishopAttackArray[bishopAttackCount];
@@ -81,129 +80,71 @@ bitboard walkRays(int square, const directionSet &directions, bitboard occupied)
 /// The rays without the last square of each, where a blocker changes nothing.
 bitboard relevantOccupancy(int square, const directionSet &directions)
 {
-    bitboard mask = 0;
-    for (const int step : directions)
-    {
-        int from = square;
-        int to = from + step;
-        while (isOnBoard(to + step) && squareDistance(from, to) == 1 && squareDistance(to, to + step) == 1)
-        {
-            mask |= bit(to);
-            from = to;
-            to += step;
-        }
-    }
-    return mask;
+    const bitboard edges =
+        ((rank1Bits | rank8Bits) & ~rankBits(rankOf(square))) | ((fileABits | fileHBits) & ~fileBits(fileOf(square)));
+    return walkRays(square, directions, 0) & ~edges;
 }
 
-// Where the drawing of candidates starts, by square: found beforehand so that one of the first few
-// candidates fits. Any others would do, after a longer search.
+// Sparse multipliers, found by trial: under each no two occupancies with different attacks meet in
+// one slot. Any others of which that is true would do.
 // clang-format off
-constexpr std::uint32_t rookSeeds[squareCount] = {
-    2293, 6591, 27159, 16614, 2234, 2284, 1272, 3913,
-    2629, 1363, 1736, 1415, 14987, 1713, 205, 57,
-    210, 2443, 2471, 1087, 695, 3683, 2925, 2451,
-    1352, 26, 263, 7257, 6024, 5672, 2769, 2962,
-    2271, 2676, 2717, 545, 4001, 6713, 2273, 57,
-    3630, 3661, 1817, 2308, 2533, 20469, 205, 4458,
-    1303, 1405, 2605, 1415, 5969, 722, 2925, 317,
-    440, 3765, 2859, 6220, 3225, 1666, 1720, 2012,
+constexpr std::uint64_t rookMultipliers[squareCount] = {
+    0x808010E080014000, 0x014009500040A000, 0x2880200008500082, 0x8200104008620004,
+    0x0600104804202200, 0xC300110004000208, 0x1400040201009028, 0x0080012845000280,
+    0x8100800320804004, 0x0225004000210280, 0x0101001020004506, 0x0720800800500080,
+    0x8601000800104500, 0x0022001024120108, 0x00060008A4020021, 0x0804801144800100,
+    0x8040008000A08450, 0x0050084004412008, 0x8001010020061041, 0x0410008012805800,
+    0x000A020020300884, 0x3A00818002000400, 0x0040140008102211, 0x0204320000440081,
+    0x10400A8080002840, 0xA802C00080802000, 0x0220008080100A21, 0x0210100100210089,
+    0xC004680080800400, 0x9402008080028400, 0x0004080400102245, 0x0408108200040049,
+    0x8013204001800080, 0x0001201002400642, 0x1490A00080801000, 0x1049080080805000,
+    0x4021808800801400, 0x3110120080800400, 0x2000010824008A10, 0x0804801144800100,
+    0x4A20802040018000, 0x8020100420414002, 0xA400102005010040, 0x0121100101210008,
+    0x1540080005010010, 0x4000401060480104, 0x00060008A4020021, 0x10010080410A0014,
+    0x2020800220410900, 0x0002A000C0128080, 0x0002008320405200, 0x0720800800500080,
+    0x020004280100D100, 0x4112000890040200, 0x0040221015080400, 0x0080010164008A00,
+    0x0400130080084021, 0x0000408102012212, 0x0050410010200209, 0x00000814A1003001,
+    0x0106001004200822, 0x0101003802040009, 0x1020010820821004, 0x002100020028C081,
 };
-constexpr std::uint32_t bishopSeeds[squareCount] = {
-    1086, 371, 587, 2264, 133, 1055, 406, 1738,
-    1019, 140, 97, 626, 432, 1691, 680, 60,
-    1676, 1702, 1363, 763, 1564, 591, 898, 485,
-    39, 152, 2159, 3245, 129, 720, 308, 485,
-    702, 2775, 2395, 1019, 4558, 409, 50, 2199,
-    1949, 406, 401, 418, 593, 2200, 371, 2107,
-    406, 680, 340, 623, 294, 648, 2739, 371,
-    1738, 60, 1383, 550, 132, 436, 1019, 1086,
+constexpr std::uint64_t bishopMultipliers[squareCount] = {
+    0x0008010108260082, 0x0404840404003040, 0x008C440C00400001, 0x040C04008A040080,
+    0x0022021011204200, 0x0002080E09000402, 0x0010581210100800, 0x0001022210042402,
+    0x2003404802008200, 0x0520020288010100, 0x0014040802004406, 0x0007040420840008,
+    0x0081820210C00001, 0x0080050138420000, 0x0824240108080400, 0x0200070108028200,
+    0x00200019200400C2, 0x0028001032008408, 0x0440400801504080, 0x228200040A120000,
+    0x000E0004020A4800, 0x0401800108094001, 0x0000800518051100, 0x0102002081412800,
+    0x0028042008A00804, 0x0004040050510820, 0x08020801210800A0, 0x2140808008020202,
+    0x00A0848014002008, 0x0006088000B01004, 0x2002C40001110800, 0x0102002081412800,
+    0x040402084C401000, 0x1188020200101400, 0x1002010401404140, 0x2003404802008200,
+    0x1001840240140100, 0x0001101102108041, 0x4408010400104220, 0x000810A100102300,
+    0x000C101211000808, 0x0010581210100800, 0x002084004801010A, 0x0105202031000800,
+    0x0800012011009202, 0x00C0880081003020, 0x0404840404003040, 0x008802008A0800A0,
+    0x0010581210100800, 0x0824240108080400, 0x10000046081100A0, 0x00405140420A0000,
+    0x1800804405040080, 0x0008042048024300, 0x0511200800808040, 0x0404840404003040,
+    0x0001022210042402, 0x0200070108028200, 0x21A000010C010400, 0x0002840000A09810,
+    0x2800140010202A00, 0x0040004282040B00, 0x2003404802008200, 0x0008010108260082,
 };
 // clang-format on
 
-/// Draws sparse multipliers, which are the ones that tend to work.
-struct candidateSource
+/// The slices of all squares back to back, each filled for all occupancies of its mask.
+void fillMagics(magicEntry (&entries)[squareCount], bitboard *attackArray, const directionSet &directions,
+                const std::uint64_t (&multipliers)[squareCount])
 {
-    static constexpr int bitsPerCandidate = 9;
-    std::uint32_t state;
-
-    int nextSquare()
+    bitboard *slice = attackArray;
+    for (int square = 0; square < squareCount; ++square)
     {
-        state = state * 214013 + 2531011;
-        return static_cast<int>(state >> 16 & 63);
-    }
-
-    std::uint64_t next()
-    {
-        std::uint64_t candidate = 0;
-        while (popCount(candidate) < bitsPerCandidate)
-            candidate |= bit(nextSquare());
-        return candidate;
-    }
-};
-
-/// Finds a multiplier for each square by trial. A slot counts as written if its mark bears the
-/// number of the present attempt, so no slice is cleared between attempts.
-class magicFinder
-{
-  public:
-    void fill(magicEntry (&entries)[squareCount], bitboard *attackArray, const directionSet &directions,
-              const std::uint32_t (&seeds)[squareCount])
-    {
-        bitboard *slice = attackArray;
-        for (int square = 0; square < squareCount; ++square)
-        {
-            magicEntry &entry = entries[square];
-            entry.attackSlice = slice;
-            entry.mask = relevantOccupancy(square, directions);
-            entry.shift = static_cast<std::uint64_t>(64 - popCount(entry.mask));
-            listSubsets(square, entry.mask, directions);
-            candidateSource candidates{seeds[square]};
-            do
-                entry.magic = candidates.next();
-            while (!tryCandidate(entry));
-            slice += subsetCount;
-        }
-    }
-
-  private:
-    /// All subsets of the mask by the carry-rippler walk, with the attacks through each.
-    void listSubsets(int square, bitboard mask, const directionSet &directions)
-    {
-        subsetCount = 0;
+        magicEntry &entry = entries[square];
+        const bitboard mask = relevantOccupancy(square, directions);
+        entry = {slice, mask, multipliers[square], static_cast<std::uint64_t>(64 - popCount(mask))};
         bitboard subset = 0;
         do
         {
-            subsets[subsetCount] = subset;
-            attacks[subsetCount] = walkRays(square, directions, subset);
-            ++subsetCount;
-            subset = (subset - mask) & mask;
+            slice[(subset * entry.magic) >> entry.shift] = walkRays(square, directions, subset);
+            subset = (subset - mask) & mask; // the next one, by carries through the gaps of the mask
         } while (subset != 0);
+        slice += bitboard{1} << popCount(mask);
     }
-
-    bool tryCandidate(const magicEntry &entry)
-    {
-        ++attempt;
-        for (int i = 0; i < subsetCount; ++i)
-        {
-            const std::uint64_t index = (subsets[i] * entry.magic) >> entry.shift;
-            if (marks[index] != attempt)
-            {
-                marks[index] = attempt;
-                entry.attackSlice[index] = attacks[i];
-            }
-            else if (entry.attackSlice[index] != attacks[i])
-                return false;
-        }
-        return true;
-    }
-
-    int attempt = 0;
-    int subsetCount = 0;
-    std::array<int, maxSubsets> marks{};
-    std::array<bitboard, maxSubsets> subsets{};
-    std::array<bitboard, maxSubsets> attacks{};
-};
+}
 
 /// Grows with the square root of depth times move number; the first two moves are not reduced.
 void fillReductions()
@@ -245,9 +186,8 @@ void fillSliders()
         rookRays[square] = walkRays(square, rookDirections, 0);
         bishopRays[square] = walkRays(square, bishopDirections, 0);
     }
-    magicFinder finder;
-    finder.fill(rookMagics, rookAttackArray, rookDirections, rookSeeds);
-    finder.fill(bishopMagics, bishopAttackArray, bishopDirections, bishopSeeds);
+    fillMagics(rookMagics, rookAttackArray, rookDirections, rookMultipliers);
+    fillMagics(bishopMagics, bishopAttackArray, bishopDirections, bishopMultipliers);
 }
 
 void fillLines()

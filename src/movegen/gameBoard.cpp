@@ -1,9 +1,7 @@
 #include "movegen/gameBoard.h"
 
 #include <algorithm>
-#include <cctype>
 
-#include "board/makeMove.h"
 #include "board/moveText.h"
 #include "board/setup.h"
 #include "movegen/moveChecks.h"

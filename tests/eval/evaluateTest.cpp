@@ -1,6 +1,7 @@
 #include "eval/evaluate.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <fstream>
 #include <sstream>
 

@@ -3,12 +3,13 @@
 #include <fstream>
 #include <sstream>
 #include <string>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
 
 #include "board/setup.h"
-#include "support/bruteForce.h"
 #include "support/randomGames.h"
 #include "support/sharedData.h"
 
@@ -40,16 +41,16 @@ const knownCounts wellKnown[] = {
     {"R6k/6pp/8/8/8/8/8/K7 b - - 0 1", {0, 0}},    // mate
 };
 
-TEST(perft, countsWellKnownPositions)
+TEST(perft, countsWellKnownPositionsInBothVariants)
 {
-    for (const knownCounts &known : wellKnown)
-    {
-        for (std::size_t depth = 1; depth <= known.leaves.size(); ++depth)
-        {
-            EXPECT_EQ(countFrom(known.fen, static_cast<int>(depth)), known.leaves[depth - 1])
-                << known.fen << ' ' << depth;
-        }
-    }
+    for (const bool chess960 : {false, true})
+        for (const knownCounts &known : wellKnown)
+            for (std::size_t depth = 1; depth <= known.leaves.size(); ++depth)
+            {
+                const variantScope variant(chess960);
+                EXPECT_EQ(countFrom(known.fen, static_cast<int>(depth)), known.leaves[depth - 1])
+                    << known.fen << ' ' << depth;
+            }
 }
 
 TEST(slowPerft, countsWellKnownPositionsDeeper)
@@ -62,69 +63,25 @@ TEST(slowPerft, countsWellKnownPositionsDeeper)
     EXPECT_EQ(countFrom(wellKnown[5].fen, 5), 164075551U);
 }
 
-TEST(perft, agreesWithBruteForceOnAllKindsOf960StartPositions)
-{
-    const variantScope variant(true);
-    EXPECT_EQ(bruteForce::writeFen(bruteForce::readFen(startFen960(518)), false), startPositionFen);
-    for (int number = 0; number < 960; number += 20)
-    {
-        const std::string fen = startFen960(number);
-        const bruteForce::letterBoard board = bruteForce::readFen(fen);
-        const std::uint64_t leaves = bruteForce::countLeaves(board, 3);
-        EXPECT_EQ(countFrom(fen, 3), leaves) << fen;
-        EXPECT_EQ(countFrom(bruteForce::writeFen(board, false), 3), leaves) << fen;
-    }
-}
-
-TEST(perft, agreesWithBruteForceWhere960CastlingIsPossible)
-{
-    int withCastling = 0;
-    playRandomGames({.seed = 960, .games = 250, .plies = 60, .chess960 = true},
-                    [&](pos &position, const bruteForce::letterBoard &board)
-                    {
-                        bool castles = false;
-                        for (const bruteForce::letterMove &move : bruteForce::legalMoves(board))
-                            castles = castles || move.castlingWing != bruteForce::nowhere;
-                        if (!castles || withCastling >= 120)
-                            return;
-                        ++withCastling;
-                        const std::uint64_t leaves = bruteForce::countLeaves(board, 2);
-                        EXPECT_EQ(perft(0, 2, position), leaves) << bruteForce::writeFen(board, true);
-                        EXPECT_EQ(countFrom(bruteForce::writeFen(board, true), 2), leaves);
-                    });
-    EXPECT_EQ(withCastling, 120);
-}
-
 // Files of known counts: "FEN ;D1 20 ;D2 400 ...".
 
 /// Counts each line of a file at its greatest depth with no more than `mostLeaves` leaves.
 void checkCountFile(const std::string &path, std::uint64_t mostLeaves)
 {
     std::ifstream lines(path);
-    std::string line;
-    while (std::getline(lines, line))
+    for (std::string line; std::getline(lines, line);)
     {
         std::istringstream fields(line);
-        std::string fen, field;
+        std::string fen;
         std::getline(fields, fen, ';');
-        int bestDepth = 0;
-        std::uint64_t bestLeaves = 0;
-        while (std::getline(fields, field, ';'))
-        {
-            std::istringstream words(field);
-            char mark = 0;
-            int depth = 0;
-            std::uint64_t leaves = 0;
-            if (words >> mark >> depth >> leaves && leaves <= mostLeaves && depth > bestDepth)
-            {
-                bestDepth = depth;
-                bestLeaves = leaves;
-            }
-        }
-        if (bestDepth > 0)
-        {
-            EXPECT_EQ(countFrom(fen, bestDepth), bestLeaves) << path << ": " << fen << " depth " << bestDepth;
-        }
+        int depth = 0;
+        std::uint64_t leaves = 0;
+        char mark = 0;
+        for (auto [nextDepth, nextLeaves] = std::pair(0, std::uint64_t{0});
+             fields >> mark >> nextDepth >> nextLeaves && nextLeaves <= mostLeaves; fields >> mark)
+            std::tie(depth, leaves) = std::tie(nextDepth, nextLeaves);
+        if (depth > 0)
+            EXPECT_EQ(countFrom(fen, depth), leaves) << path << ": " << fen << " depth " << depth;
     }
 }
 

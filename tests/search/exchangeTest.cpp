@@ -96,7 +96,7 @@ TEST(exchange, agreesWithRecursionOverAllMovesOfRandomGames)
                             ++(isDisputed ? disputed : compared);
                             for (const std::int16_t threshold : thresholds)
                                 ASSERT_TRUE(isDisputed || seeAtLeast(code, threshold, position) == (gain >= threshold))
-                                    << bruteForce::writeFen(board, false) << ' ' << code << ' ' << threshold << ' '
+                                    << bruteForce::writeFen(board) << ' ' << code << ' ' << threshold << ' '
                                     << gain;
                         }
                     });

@@ -192,7 +192,7 @@ TEST(movePicker, everyLegalMoveComesOnceWhateverIsRemembered)
                         found.push_back(move & moveIdentityMask);
                 std::ranges::sort(expected);
                 std::ranges::sort(found);
-                ASSERT_EQ(found, expected) << bruteForce::writeFen(board, true) << ' ' << node.hashMove << ' '
+                ASSERT_EQ(found, expected) << bruteForce::writeFen(board) << ' ' << node.hashMove << ' '
                                            << node.killers[0] << ' ' << node.killers[1];
                 ++nodes;
             });

@@ -148,26 +148,20 @@ void readCastling(letterBoard &board, const std::string &text)
 {
     for (const char letter : text)
     {
+        if (letter == '-')
+            continue;
         const char kind = lower(letter);
         const bool isWhite = isWhiteLetter(letter);
         const int home = isWhite ? 0 : 56;
         const int king = findKing(board, isWhite);
-        auto &rooks = board.castlingRooks[isWhite ? 0 : 1];
-        if (kind == 'k')
-        {
-            for (int square = home + 7; square > king && rooks[0] == nowhere; --square)
-                rooks[0] = board.squares[square] == coloured('r', isWhite) ? square : nowhere;
-        }
-        else if (kind == 'q')
-        {
-            for (int square = home; square < king && rooks[1] == nowhere; ++square)
-                rooks[1] = board.squares[square] == coloured('r', isWhite) ? square : nowhere;
-        }
-        else if (kind >= 'a' && kind <= 'h')
-        {
-            const int square = home + (kind - 'a');
-            rooks[square > king ? 0 : 1] = square;
-        }
+        const bool byFile = kind != 'k' && kind != 'q';
+        // From the corner on towards the king, or the file that the letter names.
+        const int step = kind == 'q' ? 1 : -1;
+        int square = byFile ? home + (kind - 'a') : kind == 'q' ? home : home + 7;
+        while (!byFile && square != king && board.squares[square] != coloured('r', isWhite))
+            square += step;
+        if (square != king)
+            board.castlingRooks[isWhite ? 0 : 1][square > king ? 0 : 1] = square;
     }
 }
 
@@ -195,39 +189,27 @@ letterBoard readFen(const std::string &fen)
     return board;
 }
 
-std::string writeFen(const letterBoard &board, bool fileLetters)
+std::string writeFen(const letterBoard &board)
 {
     std::string text;
     for (int rank = 7; rank >= 0; --rank)
     {
-        int empty = 0;
         for (int file = 0; file < 8; ++file)
-            if (const char letter = board.squares[rank * 8 + file]; letter == noPiece)
-                ++empty;
+            if (const char letter = board.squares[rank * 8 + file]; letter != noPiece)
+                text += letter;
+            else if (!text.empty() && text.back() >= '1' && text.back() <= '7')
+                ++text.back();
             else
-            {
-                text += (empty > 0 ? std::to_string(empty) : "") + letter;
-                empty = 0;
-            }
-        text += empty > 0 ? std::to_string(empty) : "";
+                text += '1';
         text += rank > 0 ? "/" : "";
     }
     text += board.whiteToMove ? " w " : " b ";
-    std::string rights;
-    for (int side = 0; side < 2; ++side)
-    {
-        for (int wing = 0; wing < 2; ++wing)
-        {
-            const int rook = board.castlingRooks[side][wing];
+    const std::size_t rightsStart = text.size();
+    for (const bool isWhite : {true, false})
+        for (const int rook : board.castlingRooks[isWhite ? 0 : 1])
             if (rook != nowhere)
-            {
-                const char letter = fileLetters ? static_cast<char>('a' + rook % 8) : "kq"[wing];
-                rights += coloured(letter, side == 0);
-            }
-        }
-    }
-    text += rights.empty() ? "-" : rights;
-    text += ' ';
+                text += coloured(static_cast<char>('a' + rook % 8), isWhite);
+    text += text.size() == rightsStart ? "- " : " ";
     text += board.skippedSquare == nowhere ? "-" : squareText(board.skippedSquare);
     return text + ' ' + std::to_string(board.halfMoves) + ' ' + std::to_string(board.moveNumber);
 }
@@ -257,7 +239,7 @@ bool isCapture(const letterBoard &board, const letterMove &move)
     return move.isEnPassant || (move.castlingWing == nowhere && board.squares[move.to] != noPiece);
 }
 
-std::vector<letterMove> pseudoLegalMoves(const letterBoard &board)
+std::vector<letterMove> legalMoves(const letterBoard &board)
 {
     std::vector<letterMove> moves;
     for (int from = 0; from < 64; ++from)
@@ -280,15 +262,7 @@ std::vector<letterMove> pseudoLegalMoves(const letterBoard &board)
             for (const int wing : {0, 1})
                 addCastling(board, wing, moves);
     }
-    return moves;
-}
-
-std::vector<letterMove> legalMoves(const letterBoard &board)
-{
-    std::vector<letterMove> moves;
-    for (const letterMove &move : pseudoLegalMoves(board))
-        if (!isInCheck(play(board, move), board.whiteToMove))
-            moves.push_back(move);
+    std::erase_if(moves, [&](const letterMove &move) { return isInCheck(play(board, move), board.whiteToMove); });
     return moves;
 }
 
@@ -324,16 +298,6 @@ letterBoard play(const letterBoard &board, const letterMove &move)
     next.moveNumber = isWhite ? board.moveNumber : board.moveNumber + 1;
     next.whiteToMove = !isWhite;
     return next;
-}
-
-std::uint64_t countLeaves(const letterBoard &board, int depth)
-{
-    if (depth == 0)
-        return 1;
-    std::uint64_t leaves = 0;
-    for (const letterMove &move : legalMoves(board))
-        leaves += countLeaves(play(board, move), depth - 1);
-    return leaves;
 }
 
 moveCode codeOf(const letterBoard &board, const letterMove &move)

@@ -6,7 +6,6 @@
 #pragma once
 
 #include <array>
-#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -41,19 +40,15 @@ struct letterMove
 /// Reads FEN with castling rights as KQkq (outermost rooks of the king's rank) or as file letters.
 letterBoard readFen(const std::string &fen);
 
-/// FEN text; castling rights as file letters, or as KQkq, which holds for outermost rooks alone.
-std::string writeFen(const letterBoard &board, bool fileLetters);
+/// FEN text, castling rights as file letters.
+std::string writeFen(const letterBoard &board);
 
 bool isAttackedBy(const letterBoard &board, int square, bool byWhite);
 bool isInCheck(const letterBoard &board, bool whiteKing);
 bool isCapture(const letterBoard &board, const letterMove &move);
 
-/// Moves by the rules of movement; those that leave the king attacked included, but for castling
-/// out of or through check.
-std::vector<letterMove> pseudoLegalMoves(const letterBoard &board);
 std::vector<letterMove> legalMoves(const letterBoard &board);
 letterBoard play(const letterBoard &board, const letterMove &move);
-std::uint64_t countLeaves(const letterBoard &board, int depth);
 
 /// The engine's code of a move, extra byte 0.
 moveCode codeOf(const letterBoard &board, const letterMove &move);

@@ -49,10 +49,6 @@ struct randomGamePlan
     bool chess960 = false;
 };
 
-/// Placement of one of the 960 start positions, castling rights as file letters; 518 is the
-/// standard one.
-std::string startFen960(int number);
-
 /// A position of a game as the engine and as the oracle have it. The engine's stands at ply 0 and
 /// `inCheck` of it is valid; the visitor may make moves on it if it takes them back.
 using gameVisitor = std::function<void(pos &position, const bruteForce::letterBoard &board)>;

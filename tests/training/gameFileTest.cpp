@@ -7,7 +7,6 @@
 
 #include <gtest/gtest.h>
 
-#include "board/chess960.h"
 #include "board/makeMove.h"
 #include "board/setup.h"
 #include "games/gameFile.h"
@@ -196,12 +195,6 @@ TEST_F(gameFileTest, pgnOfOthersIsReadAndOnlyWholeLegalGamesAreTaken)
                 continue;
         }
     }
-}
-
-TEST(chess960Fen, numbersTheStartsAsTheOracleDoes)
-{
-    for (int number = 0; number < chess960Starts; ++number)
-        EXPECT_EQ(chess960Fen(number).substr(0, 9), startFen960(number).substr(0, 9));
 }
 
 } // namespace
