@@ -96,8 +96,7 @@ TEST(exchange, agreesWithRecursionOverAllMovesOfRandomGames)
                             ++(isDisputed ? disputed : compared);
                             for (const std::int16_t threshold : thresholds)
                                 ASSERT_TRUE(isDisputed || seeAtLeast(code, threshold, position) == (gain >= threshold))
-                                    << bruteForce::writeFen(board) << ' ' << code << ' ' << threshold << ' '
-                                    << gain;
+                                    << bruteForce::writeFen(board) << ' ' << code << ' ' << threshold << ' ' << gain;
                         }
                     });
     EXPECT_GT(compared, 5000);
