@@ -18,7 +18,7 @@ JOBS ?= $(shell nproc 2>/dev/null || echo 2)
 RUN_MILLISECONDS ?= 5000
 
 release := build/release
-sources = find src tests bench training -name '*.cpp' -o -name '*.h'
+sources = find src tests bench training tools -name '*.cpp' -o -name '*.h'
 ctest = ctest --output-on-failure --no-tests=error -j $(JOBS)
 
 # $(call build,PRESET,TARGETS): configures (again only where something changed) and builds.

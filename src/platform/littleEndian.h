@@ -2,6 +2,7 @@
 // program is built for.
 #pragma once
 
+#include <array>
 #include <bit>
 #include <cstddef>
 #include <cstdint>
@@ -36,8 +37,8 @@ template <typename Number> void writeLittle(std::ostream &stream, const Number *
 
 template <typename Number> void appendLittle(std::vector<std::uint8_t> &bytes, Number number)
 {
-    const auto *const first = reinterpret_cast<const std::uint8_t *>(&number);
-    bytes.insert(bytes.end(), first, first + sizeof number);
+    for (const std::uint8_t byte : std::bit_cast<std::array<std::uint8_t, sizeof number>>(number))
+        bytes.push_back(byte);
 }
 
 } // namespace tarvonel

@@ -3,12 +3,10 @@
 #include <algorithm>
 #include <bit>
 #include <cstring>
-#include <system_error>
-#include <thread>
-#include <vector>
 
 #include "board/engineOptions.h"
 #include "platform/largeMemory.h"
+#include "platform/workCrew.h"
 #include "search/score.h"
 
 namespace tarvonel
@@ -104,23 +102,13 @@ void ttClear()
     const std::uint64_t clusters = ttMask + 1;
     const auto threads = static_cast<std::uint64_t>(std::max<int>(engineOptions.threadCount, 1));
     const std::uint64_t share = clusters / threads;
-    std::vector<std::thread> helpers;
-    helpers.reserve(threads);
-    for (std::uint64_t i = 0; i < threads; ++i)
-    {
-        const std::uint64_t first = i * share;
-        const std::uint64_t count = i + 1 == threads ? clusters - first : share;
-        try
-        {
-            helpers.emplace_back(zeroClusters, first, count);
-        }
-        catch (const std::system_error &)
-        {
-            zeroClusters(first, count); // no thread to be had: this one does the work
-        }
-    }
-    for (std::thread &helper : helpers)
-        helper.join();
+    workCrew(static_cast<int>(threads))
+        .share(threads, 1,
+               [&](std::size_t i)
+               {
+                   const std::uint64_t first = i * share;
+                   zeroClusters(first, i + 1 == threads ? clusters - first : share);
+               });
     ttSearchCount = 0;
 }
 

@@ -95,8 +95,11 @@ void texel(int threads, pos &position, const tunerOutput &print, parameterRegist
 {
     if (!loadTuningPositions(position, print))
         return;
-    if (const int granted = createTexelWorkers(threads, print); granted < threads)
+    const int granted = createTexelWorkers(threads, print);
+    if (granted < threads)
         print(lineOf("info string Only ", granted, " threads could be started"));
+    if (granted == 0)
+        return;
     print("Starting texel tuning....\n");
 
     parameterList parameters;

@@ -1,95 +1,37 @@
 #include "tuner/texelWorker.h"
 
+#include <cstddef>
 #include <cstdint>
-#include <limits>
 #include <memory>
-#include <system_error>
+#include <new>
 #include <vector>
 
 #include "board/engineOptions.h"
 #include "board/setup.h"
+#include "eval/evaluationTables.h"
 #include "platform/threadPlacement.h"
+#include "platform/workCrew.h"
 #include "tuner/tuningData.h"
 
 namespace tarvonel
 {
 
-int tuningThreads = 1;
-
 namespace
 {
 
-std::vector<std::unique_ptr<texelWorker>> texelWorkers;
-
-} // namespace
-
-tuningSlice sliceOf(std::size_t positions, int threads, int index)
+/// What one thread writes during a pass.
+struct texelWorker
 {
-    const std::size_t perThread = positions / static_cast<std::size_t>(threads);
-    const std::size_t first = perThread * static_cast<std::size_t>(index);
-    return {first, index == threads - 1 ? positions : first + perThread};
-}
+    pos position{};
+    evaluationTables tables;
+    double error = 0; ///< sum of the squared errors of the slice
 
-texelWorker::texelWorker(int workerIndex, const tunerOutput &print) : index(workerIndex)
-{
-    try
-    {
-        thread = std::thread(&texelWorker::idleLoop, this, std::cref(print));
-    }
-    catch (const std::system_error &)
-    {
-        idle = true; // the caller looks at isStarted
-        return;
-    }
-    waitUntilIdle();
-}
+    void computeError(std::size_t first, std::size_t end);
+    void adopt(const tuningPosition &record);
+};
 
-texelWorker::~texelWorker()
-{
-    if (!isStarted())
-        return;
-    waitUntilIdle();
-    {
-        const std::lock_guard guard(lock);
-        quit = true;
-        condition.notify_one();
-    }
-    thread.join();
-}
-
-// `print` lives until the constructor returns, which waits for the thread to be idle.
-void texelWorker::idleLoop(const tunerOutput &print)
-{
-    bindThreadToNode(index, engineOptions.numaNode);
-    print("Lets go\n");
-    for (;;)
-    {
-        {
-            std::unique_lock guard(lock);
-            idle = true;
-            condition.notify_one();
-            condition.wait(guard, [this] { return !idle || quit; });
-            if (quit)
-                return;
-        }
-        computeError();
-    }
-}
-
-void texelWorker::start()
-{
-    if (!isStarted())
-        return computeError();
-    const std::lock_guard guard(lock);
-    idle = false;
-    condition.notify_one();
-}
-
-void texelWorker::waitUntilIdle()
-{
-    std::unique_lock guard(lock);
-    condition.wait(guard, [this] { return idle; });
-}
+std::unique_ptr<workCrew> texelCrew;
+std::vector<std::unique_ptr<texelWorker>> texelWorkers; ///< one for each thread of the crew
 
 void texelWorker::adopt(const tuningPosition &record)
 {
@@ -102,12 +44,11 @@ void texelWorker::adopt(const tuningPosition &record)
     refreshSums(position);
 }
 
-void texelWorker::computeError()
+void texelWorker::computeError(std::size_t first, std::size_t end)
 {
     tables.clear(); // the terms may have changed since the last pass, the network between two runs
-    const tuningSlice slice = sliceOf(tuningPositions.size(), tuningThreads, index);
     double sum = 0;
-    for (std::size_t i = slice.first; i < slice.end; ++i)
+    for (std::size_t i = first; i < end; ++i)
     {
         const tuningPosition &record = tuningPositions[i];
         adopt(record);
@@ -118,35 +59,49 @@ void texelWorker::computeError()
     error = sum;
 }
 
+} // namespace
+
 int createTexelWorkers(int count, const tunerOutput &print)
 {
     texelWorkers.clear();
-    while (static_cast<int>(texelWorkers.size()) < count)
-    {
-        auto next = std::make_unique<texelWorker>(static_cast<int>(texelWorkers.size()), print);
-        const bool isStarted = next->isStarted();
-        if (isStarted || texelWorkers.empty())
-            texelWorkers.push_back(std::move(next));
-        if (!isStarted)
-            break;
-    }
-    tuningThreads = static_cast<int>(texelWorkers.size());
-    return tuningThreads;
+    texelCrew.reset();
+
+    for (int worker = 0; worker < count; ++worker)
+        if (auto *const created = new (std::nothrow) texelWorker; created != nullptr)
+            texelWorkers.emplace_back(created);
+    if (texelWorkers.empty())
+        return 0;
+    texelCrew = std::make_unique<workCrew>(static_cast<int>(texelWorkers.size()));
+    texelWorkers.resize(static_cast<std::size_t>(texelCrew->size()));
+
+    // The console thread stays where the system puts it: it outlives the run.
+    texelCrew->runOnAll(
+        [](int thread)
+        {
+            if (thread > 0)
+                bindThreadToNode(thread, engineOptions.numaNode);
+        });
+    for (std::size_t worker = 0; worker < texelWorkers.size(); ++worker)
+        print("Lets go\n");
+    return texelCrew->size();
 }
 
 double meanError()
 {
-    if (tuningPositions.empty())
-        return std::numeric_limits<double>::quiet_NaN();
+    const std::size_t count = tuningPositions.size();
+    const std::size_t share = count / texelWorkers.size(); // the last thread takes the remainder too
+    texelCrew->runOnAll(
+        [&](int thread)
+        {
+            const std::size_t first = share * static_cast<std::size_t>(thread);
+            const bool isLast = thread + 1 == texelCrew->size();
+            texelWorkers[static_cast<std::size_t>(thread)]->computeError(first, isLast ? count : first + share);
+        });
+
+    double sum = 0; // in the order of the threads, so that it does not hang on their timing
     for (const auto &each : texelWorkers)
-        each->start();
-    double sum = 0;
-    for (const auto &each : texelWorkers)
-    {
-        each->waitUntilIdle();
         sum += each->error;
-    }
-    return sum / static_cast<double>(tuningPositions.size());
+    return sum / static_cast<double>(count);
 }
 
 } // namespace tarvonel

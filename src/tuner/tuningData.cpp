@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <new>
 #include <sstream>
 #include <system_error>
 
@@ -15,7 +16,7 @@
 namespace tarvonel
 {
 
-std::vector<tuningPosition> tuningPositions;
+std::deque<tuningPosition> tuningPositions;
 double tuningK = 3.55;
 
 namespace
@@ -27,8 +28,11 @@ constexpr int outputPerCentipawn = 58;   ///< raw output of the network, whateve
 constexpr int noLabelScore = 32767;
 constexpr double probabilityScale = 400;
 
-struct skippedLines
+/// What became of the lines of a file.
+struct lineTally
 {
+    std::uint64_t taken = 0;
+    std::uint64_t handSet = 0; ///< of those taken, the ones that the network does not score
     std::uint64_t withoutMarker = 0;
     std::uint64_t unplayable = 0;
 };
@@ -45,9 +49,10 @@ bool readFenWords(const std::string &lineText, std::string &fen)
 }
 
 /// Adds the position to the list unless it is too one-sided to be labelled.
-void takePosition(const std::string &fen, pos &position)
+void takePosition(const std::string &fen, pos &position, lineTally &tally)
 {
-    if (!netLoaded || std::abs(egOf(balance(position))) >= balanceLimit)
+    const int imbalance = std::abs(egOf(balance(position)));
+    if (imbalance >= balanceLimit)
         return;
     const int score = networkOutput(position, 0) / outputPerCentipawn;
     if (score == noLabelScore)
@@ -61,6 +66,34 @@ void takePosition(const std::string &fen, pos &position)
         .enPassant = static_cast<std::uint8_t>(root.enPassant),
         .inCheck = root.inCheck,
     });
+    ++tally.taken;
+    tally.handSet += imbalance >= networkLimit;
+}
+
+/// Takes the positions of all lines; returns what failed, or null.
+const char *takeLines(std::istream &file, pos &position, lineTally &tally)
+try
+{
+    file.exceptions(std::ios::badbit); // a line for which memory ends would otherwise pass as the last
+    std::string lineText, fen;
+    while (std::getline(file, lineText))
+    {
+        if (!readFenWords(lineText, fen))
+            ++tally.withoutMarker;
+        else if (!setupPlayablePosition(fen, position).empty())
+            ++tally.unplayable;
+        else
+            takePosition(fen, position, tally);
+    }
+    return nullptr;
+}
+catch (const std::bad_alloc &)
+{
+    return " does not fit in memory";
+}
+catch (const std::ios_base::failure &)
+{
+    return " cannot be read to its end";
 }
 
 } // namespace
@@ -79,26 +112,32 @@ bool loadTuningPositions(pos &position, const tunerOutput &print)
         print("There seems to be a problem with the tuning file. tuning not executed\n");
         return false;
     }
-    readTuningPositions(file, position, print);
-    return true;
+    if (!netLoaded)
+    {
+        print("info string There is no network to label positions by: tuning not executed\n");
+        return false;
+    }
+    return readTuningPositions(file, position, print);
 }
 
-void readTuningPositions(std::istream &file, pos &position, const tunerOutput &print)
+bool readTuningPositions(std::istream &file, pos &position, const tunerOutput &print)
 {
-    skippedLines skipped;
-    std::string lineText, fen;
-    while (std::getline(file, lineText))
+    const auto known = static_cast<std::ptrdiff_t>(tuningPositions.size());
+    lineTally tally;
+    if (const char *const failure = takeLines(file, position, tally); failure != nullptr)
     {
-        if (!readFenWords(lineText, fen))
-            ++skipped.withoutMarker;
-        else if (!setupPlayablePosition(fen, position).empty())
-            ++skipped.unplayable;
-        else
-            takePosition(fen, position);
+        tuningPositions.erase(tuningPositions.begin() + known, tuningPositions.end());
+        print(lineOf("info string ", tuningFileName, failure, ": tuning not executed"));
+        return false;
     }
-    if (skipped.withoutMarker + skipped.unplayable > 0)
-        print(lineOf("info string Lines skipped in ", tuningFileName, ": ", skipped.withoutMarker, " without ",
-                     markerWord, ", ", skipped.unplayable, " without a playable position"));
+    print(lineOf("info string Positions taken from ", tuningFileName, ": ", tally.taken, ", of which ", tally.handSet,
+                 " measure the hand-set terms"));
+    if (tally.withoutMarker + tally.unplayable > 0)
+        print(lineOf("info string Lines skipped in ", tuningFileName, ": ", tally.withoutMarker, " without ",
+                     markerWord, ", ", tally.unplayable, " without a playable position"));
+    if (tuningPositions.empty())
+        print("info string There is no position to tune with: tuning not executed\n");
+    return !tuningPositions.empty();
 }
 
 } // namespace tarvonel

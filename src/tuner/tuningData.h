@@ -11,9 +11,9 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <istream>
 #include <string>
-#include <vector>
 
 #include "board/pos.h"
 #include "tuner/tunerOutput.h"
@@ -36,7 +36,8 @@ struct alignas(64) tuningPosition
 };
 
 /// In the order of the file. Each run of the tuner adds its positions to those of the runs before.
-extern std::vector<tuningPosition> tuningPositions;
+/// Grows without moving what is there: a file may take half the machine's memory.
+extern std::deque<tuningPosition> tuningPositions;
 
 /// Scales a score into a probability, see `winProbability`. Kept from run to run.
 extern double tuningK;
@@ -45,11 +46,13 @@ extern double tuningK;
 double winProbability(int whiteScore);
 
 /// Reads the data file and labels its positions by the `tuningK` in force; false, with a message,
-/// if it cannot be opened. Sets each position up in `position`, which keeps the last of them.
+/// if there is no file, no network or no position to tune with. Sets each position up in `position`,
+/// which keeps the last of them.
 bool loadTuningPositions(pos &position, const tunerOutput &print);
 
-/// The same from a stream. Without a network no position is taken. A line that is no position is
-/// skipped; if there were any, the end of the reading tells how many.
-void readTuningPositions(std::istream &file, pos &position, const tunerOutput &print);
+/// The same from a stream, with a network in force. Tells how many positions were taken, and how
+/// many lines were skipped if some hold no position. Where memory or stream fail, the positions of
+/// earlier runs stay alone.
+bool readTuningPositions(std::istream &file, pos &position, const tunerOutput &print);
 
 } // namespace tarvonel

@@ -16,7 +16,6 @@
 #include "search/transpositionTable.h"
 #include "search/worker.h"
 #include "tuner/optimiser.h"
-#include "tuner/texelWorker.h"
 #include "uci/benchCommand.h"
 #include "uci/commandGuards.h"
 #include "uci/diagnostics.h"
@@ -208,7 +207,6 @@ void startUp()
 void shutDown()
 {
     rebuildWorkerPool(0);
-    createTexelWorkers(0, printText);
     ttRelease();
 }
 

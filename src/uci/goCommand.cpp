@@ -1,5 +1,6 @@
 #include "uci/goCommand.h"
 
+#include <optional>
 #include <string>
 
 #include "board/moveText.h"
@@ -7,6 +8,7 @@
 #include "eval/networkFile.h"
 #include "platform/clock.h"
 #include "platform/output.h"
+#include "platform/parseNumber.h"
 #include "search/searchLimits.h"
 #include "search/worker.h"
 #include "uci/commandGuards.h"
@@ -44,13 +46,13 @@ void resetLimits(std::int64_t startTimeMs)
 /// stream fails. At the end of the line the field stays.
 template <typename T> void readNumber(std::istream &words, relaxed<T> &field)
 {
-    if ((words >> std::ws).eof())
+    std::string word;
+    if (!(words >> word))
         return;
-    T number{};
-    words >> number;
-    field = number;
-    if (words.fail() && number != 0)
-        words.clear(words.rdstate() & ~std::ios::failbit);
+    const std::optional<T> number = leadingNumber<T>(word);
+    field = number.value_or(0);
+    if (!number)
+        words.setstate(std::ios::failbit);
 }
 
 void readLimits(std::istream &words)

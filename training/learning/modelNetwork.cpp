@@ -6,7 +6,7 @@
 #include <memory>
 
 #include "eval/networkWriter.h"
-#include "wholeFile.h"
+#include "platform/wholeFile.h"
 
 namespace tarvonel
 {

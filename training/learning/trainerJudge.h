@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "learning/trainerPass.h"
-#include "workCrew.h"
+#include "platform/workCrew.h"
 
 namespace tarvonel
 {

@@ -9,7 +9,8 @@
 #include <random>
 #include <type_traits>
 
-#include "wholeFile.h"
+#include "platform/littleEndian.h"
+#include "platform/wholeFile.h"
 
 namespace tarvonel
 {
@@ -41,14 +42,6 @@ void fillLayer(lineVector<float> &weights, std::mt19937_64 &random)
         for (std::size_t i = 0; i < inputs; ++i)
             weights[i * hiddenWidth + o] -= static_cast<float>(sum / static_cast<double>(inputs));
     }
-}
-
-template <typename Number> void putNumber(std::ostream &stream, Number value)
-{
-    unsigned char bytes[sizeof(Number)];
-    for (std::size_t i = 0; i < sizeof(Number); ++i)
-        bytes[i] = static_cast<unsigned char>(static_cast<std::uint64_t>(value) >> (8 * i));
-    stream.write(reinterpret_cast<const char *>(bytes), sizeof bytes);
 }
 
 bool readMark(std::istream &stream)
@@ -84,13 +77,11 @@ void sizeModel(trainerModel &model, const std::vector<featureLevel> &levels)
 
 template <typename Numbers> void transferNumbers(std::ostream &stream, const Numbers &numbers)
 {
-    stream.write(reinterpret_cast<const char *>(numbers.data()),
-                 static_cast<std::streamsize>(numbers.size() * sizeof numbers[0]));
+    writeLittle(stream, numbers.data(), numbers.size());
 }
 template <typename Numbers> void transferNumbers(std::istream &stream, Numbers &numbers)
 {
-    stream.read(reinterpret_cast<char *>(numbers.data()),
-                static_cast<std::streamsize>(numbers.size() * sizeof numbers[0]));
+    readLittle(stream, numbers.data(), numbers.size());
 }
 
 template <typename Stream> void transferArrays(Stream &stream, trainerModel &model)
@@ -187,12 +178,13 @@ std::string saveCheckpoint(trainerModel &model, const checkpointProgress &progre
                           {
                               const std::string names = joinNames(model.levels);
                               stream.write(checkpointMark, sizeof checkpointMark);
-                              putNumber(stream, static_cast<std::uint32_t>(names.size()));
+                              const auto length = static_cast<std::uint32_t>(names.size());
+                              writeLittle(stream, &length, 1);
                               stream << names;
-                              putNumber(stream, progress.epoch);
-                              putNumber(stream, progress.positions);
-                              putNumber(stream, progress.seed);
-                              putNumber(stream, model.steps);
+                              writeLittle(stream, &progress.epoch, 1);
+                              writeLittle(stream, &progress.positions, 1);
+                              writeLittle(stream, &progress.seed, 1);
+                              writeLittle(stream, &model.steps, 1);
                               transferArrays(stream, model);
                           });
 }
@@ -205,18 +197,10 @@ bool isCheckpoint(const std::string &path)
 
 std::string loadCheckpoint(trainerModel &model, checkpointProgress &progress, const std::string &path)
 {
-    const auto getNumber = [](std::istream &stream, auto &value)
-    {
-        unsigned char bytes[sizeof value] = {};
-        stream.read(reinterpret_cast<char *>(bytes), sizeof bytes);
-        value = 0;
-        for (std::size_t i = 0; i < sizeof bytes; ++i)
-            value |= static_cast<std::remove_reference_t<decltype(value)>>(bytes[i]) << (8 * i);
-    };
     std::ifstream stream(path, std::ios::binary);
     std::uint32_t length = 0;
     const bool isMarked = readMark(stream);
-    getNumber(stream, length);
+    readLittle(stream, &length, 1);
     if (!stream || !isMarked || length > longestText)
         return path + " is no checkpoint";
     std::string names(length, ' ');
@@ -226,10 +210,10 @@ std::string loadCheckpoint(trainerModel &model, checkpointProgress &progress, co
     if (!error.empty())
         return path + ": " + error;
     sizeModel(model, levels);
-    getNumber(stream, progress.epoch);
-    getNumber(stream, progress.positions);
-    getNumber(stream, progress.seed);
-    getNumber(stream, model.steps);
+    readLittle(stream, &progress.epoch, 1);
+    readLittle(stream, &progress.positions, 1);
+    readLittle(stream, &progress.seed, 1);
+    readLittle(stream, &model.steps, 1);
     transferArrays(stream, model);
     return stream ? "" : path + " is cut off";
 }

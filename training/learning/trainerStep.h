@@ -10,7 +10,7 @@
 #include <span>
 
 #include "learning/trainerPass.h"
-#include "workCrew.h"
+#include "platform/workCrew.h"
 
 namespace tarvonel
 {

@@ -11,7 +11,7 @@
 
 #include "board/pos.h"
 #include "games/gameFile.h"
-#include "workCrew.h"
+#include "platform/workCrew.h"
 
 namespace tarvonel
 {

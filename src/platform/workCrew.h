@@ -1,4 +1,7 @@
-// A fixed set of threads that share the steps of a loop.
+// A fixed set of threads that do a piece of work together: all are woken, work and are waited for.
+//
+// The thread that calls works along as number 0, so that a crew always has at least one. One thread
+// at a time may call.
 #pragma once
 
 #include <atomic>
@@ -15,11 +18,13 @@ namespace tarvonel
 class workCrew
 {
   public:
+    /// Starts `threadCount` - 1 threads, or as many of them as the system grants.
     explicit workCrew(int threadCount);
     ~workCrew();
     workCrew(const workCrew &) = delete;
     workCrew &operator=(const workCrew &) = delete;
 
+    /// Number of threads that work, the caller's included.
     int size() const { return static_cast<int>(threads.size()) + 1; }
 
     /// Runs `work(thread)` once for each thread number from 0 on, the caller's thread being 0, and

@@ -1,4 +1,4 @@
-// Positions of random games in the form that the tuner reads.
+// Positions of random games in the form that the tuner reads: enough to see it work.
 #pragma once
 
 #include <cstdint>

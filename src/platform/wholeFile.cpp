@@ -1,15 +1,16 @@
-#include "wholeFile.h"
+#include "platform/wholeFile.h"
 
-#include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <system_error>
 
 namespace tarvonel
 {
 
 std::string writeWholeFile(const std::string &path, const std::function<void(std::ostream &)> &write)
 {
-    if (std::filesystem::exists(path) && !std::filesystem::is_regular_file(path))
+    std::error_code error;
+    if (std::filesystem::exists(path, error) && !std::filesystem::is_regular_file(path, error))
         return path + " is no regular file";
     const std::string draft = path + ".part";
     {
@@ -18,7 +19,8 @@ std::string writeWholeFile(const std::string &path, const std::function<void(std
         if (!stream.flush())
             return "cannot write " + draft;
     }
-    return std::rename(draft.c_str(), path.c_str()) == 0 ? "" : "cannot rename " + draft + " to " + path;
+    std::filesystem::rename(draft, path, error);
+    return error ? "cannot rename " + draft + " to " + path : "";
 }
 
 } // namespace tarvonel

@@ -1,14 +1,23 @@
-#include "workCrew.h"
+#include "platform/workCrew.h"
 
 #include <algorithm>
+#include <exception>
 
 namespace tarvonel
 {
 
 workCrew::workCrew(int threadCount)
 {
-    for (int thread = 1; thread < threadCount; ++thread)
-        threads.emplace_back(&workCrew::loop, this, thread);
+    threads.reserve(static_cast<std::size_t>(threadCount));
+    try
+    {
+        while (size() < threadCount)
+            threads.emplace_back(&workCrew::loop, this, size());
+    }
+    catch (const std::exception &)
+    {
+        return; // no thread or no memory for one: those that there are do the work
+    }
 }
 
 workCrew::~workCrew()

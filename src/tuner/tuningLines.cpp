@@ -1,4 +1,4 @@
-#include "tuningLines.h"
+#include "tuner/tuningLines.h"
 
 #include <memory>
 #include <random>
