@@ -42,7 +42,7 @@ class workbench
     /// Writes the legal moves of the ply on to its list.
     std::vector<moveCode> legalMoves();
     /// The legal move with that text, its extra byte the moving piece; fails the test if there is none.
-    moveCode move(const std::string &text);
+    moveCode move(const std::string &wanted);
     /// Plays a move, or passes, as the search does, and goes on to the next ply.
     void play(moveCode move);
     void play(const std::string &text) { play(move(text)); }
