@@ -118,7 +118,7 @@ check-format:
 tidy: | build
 	@tools/setup.sh
 	@cmake --preset release >/dev/null
-	run-clang-tidy -quiet -j $(JOBS) -p $(release) '$(CURDIR)/(src|tests|bench|training)/.*'
+	run-clang-tidy -quiet -j $(JOBS) -p $(release) '$(CURDIR)/(src|tests|bench|training|tools)/.*'
 
 layers:
 	tools/checkLayers.sh

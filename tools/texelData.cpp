@@ -6,16 +6,18 @@
 
 #include "platform/wholeFile.h"
 #include "programMain.h"
+#include "tuner/tuningData.h"
 #include "tuner/tuningLines.h"
 
 int main(int argc, char **argv)
 {
     using namespace tarvonel;
-    std::string name = "lichess-good.epd"; // where the engine looks for it
+    std::string name;
     std::int64_t count = 50'000;
     std::uint64_t seed = 1;
     const auto declareOptions = [&](CLI::App &app)
     {
+        name = tuningFileName;
         app.add_option("--out", name, "the file");
         app.add_option("--positions", count, "lines to write")->check(numberFrom(1, 100'000'000));
         app.add_option("--seed", seed, "of the random games")->check(numberFrom(0, 1e9));
