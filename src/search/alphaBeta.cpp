@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cassert>
 #include <optional>
+#include <utility>
 
 #include "board/attackTables.h"
 #include "board/engineOptions.h"
@@ -83,19 +84,17 @@ int searchChild(int ply, int depth, int alpha, int beta, pos &position)
     return -alphaBeta(ply + 1, depth, -beta, -alpha, position);
 }
 
-/// Reads the clock once in a while. True when the search is over.
-bool pollClock(pos &position)
+/// Looks at clock and node budget once in a while. True when the search is over.
+bool pollLimits(pos &position)
 {
     if (--position.pollCountdown >= 0)
         return false;
     position.pollCountdown = searchLimits.pollInterval;
-    if (reporter.isBudgetSpent != nullptr && reporter.isBudgetSpent(position))
-        stopSearch = true;
-    else if (!searchLimits.infinite && !pondering &&
-             static_cast<std::int64_t>(measureElapsed()) >= searchLimits.maximumTime)
-        stopSearch = true;
-    else
+    const bool isBudgetSpent = searchLimits.hardNodes != 0 && nodesOf(position) >= searchLimits.hardNodes;
+    const bool isTimed = !searchLimits.infinite && !pondering;
+    if (!isBudgetSpent && !(isTimed && std::cmp_greater_equal(measureElapsed(), searchLimits.maximumTime)))
         return false;
+    stopSearch = true;
     return true;
 }
 
@@ -377,7 +376,7 @@ int alphaBeta(int ply, int depth, int alpha, int beta, pos &position)
     posinfo &node = position.info[ply];
     const std::uint64_t nodes = position.searchNodes.add(1);
     position.selDepth = static_cast<std::uint8_t>(std::max<int>(position.selDepth, ply));
-    if (pollClock(position) || stopSearch)
+    if (pollLimits(position) || stopSearch)
         return scoreDraw;
 
     // Draws, mates that come too late, and the end of the stack.

@@ -63,7 +63,7 @@ class deepening
         : self(owner), position(owner.position), isFirst(owner.threadIndex == 0),
           steps(aspirationTable[owner.threadIndex % aspirationRows]),
           timeGate(std::max<std::uint64_t>(
-              minTimeGate, static_cast<std::uint64_t>(std::max<int>(0, searchLimits.optimalTime / timeGateDivisor))))
+              minTimeGate, static_cast<std::uint64_t>(std::max(0, searchLimits.optimalTime / timeGateDivisor))))
     {
         const int threads = engineOptions.threadCount;
         constexpr int smallPool = 3;
@@ -86,7 +86,7 @@ class deepening
     void reportIteration();
     bool isMateProved() const;
     void adjustTimeFactor(int changes);
-    void decideOnTime();
+    void decideOnLimits();
     int instability() const;
 
     worker &self;
@@ -116,6 +116,7 @@ bool deepening::isSettledAtRoot()
         if (reporter.matedAtRoot != nullptr)
             reporter.matedAtRoot();
         root.pvMove = noMove;
+        position.rootScore = -scoreMate;
     }
     else if (isTableRoot(position))
     {
@@ -149,7 +150,7 @@ bool deepening::prepare()
     if (isFirst && isSettledAtRoot())
         return false;
 
-    localDepthLimit = root.listEnd - root.listStart == 1 ? singleMoveDepth : searchLimits.depthLimit.load();
+    localDepthLimit = root.listEnd - root.listStart == 1 ? singleMoveDepth : searchLimits.depthLimit;
     root.noNullMove = 0;
     position.info[1].noNullMove = 0;
     return true;
@@ -276,7 +277,8 @@ void deepening::adjustTimeFactor(int changes)
     timeFactor = std::clamp(timeFactor, minTimeFactor, maxTimeFactor);
 }
 
-void deepening::decideOnTime()
+/// Whether another iteration may begin.
+void deepening::decideOnLimits()
 {
     if (localDepthLimit != 0)
     {
@@ -290,6 +292,8 @@ void deepening::decideOnTime()
             timeIsUp = true;
         keepGoing = pondering || !timeIsUp;
     }
+    if (searchLimits.softNodes != 0 && nodesOf(position) >= searchLimits.softNodes)
+        keepGoing = false;
     if (searchLimits.infinite)
         keepGoing = true;
 }
@@ -327,7 +331,7 @@ void deepening::run()
         }
         adjustTimeFactor(changes);
         if (isDeciding)
-            decideOnTime();
+            decideOnLimits();
     }
     measureElapsed();
     if (!keepGoing)
@@ -379,6 +383,12 @@ void boss::search()
         ponderMove = best.position.info[1].pvMove;
     else if (sameMove(bestMove, bestSoFar))
         ponderMove = ponderSoFar;
+    const pos &found = best.position;
+    result = {.best = bestMove & moveIdentityMask,
+              .ponder = ponderMove & moveIdentityMask,
+              .score = found.rootScore == noScore ? scoreDraw : found.rootScore,
+              .depth = found.rootDepthDone != 0 ? found.rootDepth : found.rootDepth - 1,
+              .nodes = sumUpSearch().nodes};
     if (reporter.answer != nullptr)
         reporter.answer(bestMove, ponderMove, best.position.sideToMove, position);
 }

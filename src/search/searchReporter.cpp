@@ -23,7 +23,7 @@ searchTotals sumUpSearch()
     searchTotals totals;
     for (const auto &each : workerPool)
     {
-        totals.nodes += each->position.searchNodes + each->position.quiescenceNodes;
+        totals.nodes += nodesOf(each->position);
         totals.tablebaseHits += each->position.tablebaseHits;
     }
     totals.elapsedMs = searchLimits.elapsedMs; // read once: other threads may set it to 0 again

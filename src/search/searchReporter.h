@@ -1,7 +1,7 @@
 // What a search announces, as a record of callbacks that its user installs: the console's prints
 // UCI lines, a test's records. The search itself writes nothing to standard output.
 //
-// Threads: all calls come from the thread of the `boss`, one at a time, but for `isBudgetSpent`.
+// Threads: all calls come from the thread of the `boss`, one at a time.
 #pragma once
 
 #include <cstdint>
@@ -24,13 +24,13 @@ struct searchReporter
     /// The answer: the best move and the expected reply (or 0) of the chosen thread. `rooks` is the
     /// position whose castling rooks the text of the moves refers to.
     void (*answer)(moveCode best, moveCode ponder, colour side, const pos &rooks) = nullptr;
-    /// Asked by every thread whenever it reads the clock; true stops the search. For users with
-    /// limits of their own; must be safe to call from several threads.
-    bool (*isBudgetSpent)(const pos &position) = nullptr;
 };
 
 /// The reporter in force. Change it only while no search runs; empty slots are skipped.
 extern searchReporter reporter;
+
+/// Alpha-beta and quiescence nodes of one thread.
+inline std::uint64_t nodesOf(const pos &position) { return position.searchNodes + position.quiescenceNodes; }
 
 /// Figures over all workers, as reports print them. Counters of running workers may lag.
 struct searchTotals

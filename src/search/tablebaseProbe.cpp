@@ -127,8 +127,9 @@ moveCode probeAtRoot(pos &position)
     const moveCode move = toMoveCode(position, table, found);
     if (!isMoveValid(position, 0, move) || !leavesKingSafe(position, 0, move))
         return noMove;
+    position.rootScore = static_cast<std::int16_t>(rootScore(classify(dtz, rule50), dtz));
     if (reporter.tableMove != nullptr)
-        reporter.tableMove(position, rootScore(classify(dtz, rule50), dtz), move);
+        reporter.tableMove(position, position.rootScore, move);
     return move;
 }
 

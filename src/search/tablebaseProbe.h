@@ -43,8 +43,8 @@ std::optional<int> probeForCutoff(int ply, int depth, int alpha, int beta, pos &
 /// Whether the root may be probed.
 bool isTableRoot(const pos &position);
 
-/// The move that the tables give at the root, announced through the reporter; `noMove` if the
-/// search has to run.
+/// The move that the tables give at the root, announced through the reporter, its score in
+/// `rootScore`; `noMove` if the search has to run.
 moveCode probeAtRoot(pos &position);
 
 } // namespace tarvonel

@@ -4,6 +4,7 @@
 #include <system_error>
 
 #include "board/engineOptions.h"
+#include "platform/clock.h"
 #include "platform/largeMemory.h"
 #include "platform/threadPlacement.h"
 #include "search/transpositionTable.h"
@@ -147,7 +148,10 @@ void waitForSearch()
         theBoss().waitForSearchEnd();
 }
 
-void startSearch(const pos &root)
+namespace
+{
+
+void prepareSearch(const pos &root)
 {
     stopSearch = false;
     timeIsUp = false;
@@ -158,10 +162,29 @@ void startSearch(const pos &root)
         each->adopt(root);
         each->position.threadIndex = each->threadIndex;
     }
+}
+
+} // namespace
+
+void startSearch(const pos &root)
+{
+    prepareSearch(root);
     if (theBoss().isStarted())
         theBoss().wake();
     else
         theBoss().search();
+}
+
+searchResult runSearch(const pos &root, const searchLimitValues &limits)
+{
+    searchLimits = limits;
+    searchLimits.startTimeMs = millisecondsNow();
+    if (limits.hardNodes != 0)
+        searchLimits.pollInterval = budgetPollInterval;
+    pondering = false;
+    prepareSearch(root);
+    theBoss().search();
+    return theBoss().result;
 }
 
 } // namespace tarvonel

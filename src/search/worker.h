@@ -16,6 +16,7 @@
 
 #include "platform/relaxed.h"
 #include "search/searchBoard.h"
+#include "search/searchLimits.h"
 
 namespace tarvonel
 {
@@ -63,6 +64,16 @@ class alignas(64) worker : public searchBoard
     std::thread thread;
 };
 
+/// What a search found.
+struct searchResult
+{
+    moveCode best = noMove;   ///< any legal move if nothing better is known, `noMove` if there is none
+    moveCode ponder = noMove; ///< the reply expected, if any
+    int score = 0;            ///< of the last whole iteration, from the side to move's view; 0 if there was none
+    int depth = 0;            ///< of that iteration
+    std::uint64_t nodes = 0;  ///< of both kinds and all threads
+};
+
 class boss final : public worker
 {
   public:
@@ -71,6 +82,7 @@ class boss final : public worker
 
     moveCode bestSoFar = noMove; ///< first two moves of the last reported variation
     moveCode ponderSoFar = noMove;
+    searchResult result; ///< of the last search that has ended
 };
 
 /// Element 0 is the boss; element i has threadIndex i. Changed only between searches.
@@ -95,5 +107,11 @@ void waitForSearch();
 /// must be idle. Returns at once; the answer comes through the `reporter`. A boss for which no
 /// thread could be had searches on the caller's, and this returns when it has answered.
 void startSearch(const pos &root);
+
+/// The search as a function, for programs that are no console: searches `root` on the caller's
+/// thread, in the place of the boss's, and those of the other workers, within `limits`, which
+/// become `searchLimits` with the clock started now. The boss must be idle. With no limit but
+/// depth and nodes, one thread and fresh tables the result depends on the position alone.
+searchResult runSearch(const pos &root, const searchLimitValues &limits);
 
 } // namespace tarvonel

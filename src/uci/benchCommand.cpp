@@ -8,7 +8,6 @@
 #include "eval/networkFile.h"
 #include "platform/clock.h"
 #include "platform/output.h"
-#include "search/searchReporter.h"
 #include "uci/benchPositions.h"
 #include "uci/netFile.h"
 #include "uci/ownSearches.h"
@@ -23,8 +22,7 @@ benchEffort searchBenchPositions(int depth)
     {
         engineOptions.chess960 = entry.chess960;
         setupPosition(entry.fen, mainPos);
-        searchAfresh(depth);
-        effort.nodes += sumUpSearch().nodes;
+        effort.nodes += searchAfresh(depth).nodes;
     }
     effort.milliseconds = std::max<std::int64_t>(millisecondsNow() - start, 1);
     return effort;

@@ -13,7 +13,6 @@
 #include "movegen/randomOpening.h"
 #include "platform/output.h"
 #include "platform/parseNumber.h"
-#include "search/worker.h"
 #include "uci/netFile.h"
 #include "uci/ownSearches.h"
 
@@ -63,8 +62,7 @@ std::optional<genfensPlan> readPlan(std::istream &words)
 bool isBalanced(const std::string &fen)
 {
     setupPosition(fen, mainPos);
-    searchAfresh(searchDepth);
-    return std::abs(theBoss().position.rootScore) <= widestOpening;
+    return std::abs(searchAfresh(searchDepth).score) <= widestOpening;
 }
 
 /// Empty if the plan yields no balanced opening.

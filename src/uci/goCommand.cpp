@@ -23,28 +23,21 @@ namespace
 constexpr int defaultClock = 900000;
 constexpr int defaultMovesToGo = 30;
 
+/// What lasts for a whole game stays.
 void resetLimits(std::int64_t startTimeMs)
 {
-    searchLimits.startTimeMs = startTimeMs;
     pondering = false;
-    for (colour side : {white, black})
-    {
-        searchLimits.clock[side] = defaultClock;
-        searchLimits.increment[side] = 0;
-    }
-    searchLimits.movesToGo = defaultMovesToGo;
-    searchLimits.depthLimit = 0;
-    searchLimits.mateLimit = 0;
-    searchLimits.nodes = 0;
-    searchLimits.moveTime = 0;
-    searchLimits.pollInterval = defaultPollInterval;
-    searchLimits.infinite = false;
-    searchLimits.movesToGoGiven = false;
+    searchLimits = {.startTimeMs = startTimeMs,
+                    .incrementFactor = searchLimits.incrementFactor,
+                    .clock = {defaultClock, defaultClock},
+                    .movesToGo = defaultMovesToGo,
+                    .gamePlyHint = searchLimits.gamePlyHint,
+                    .newGame = searchLimits.newGame};
 }
 
 /// Reads a number into `field`: the nearest bound if it is too large, 0 if it is none, and then the
 /// stream fails. At the end of the line the field stays.
-template <typename T> void readNumber(std::istream &words, relaxed<T> &field)
+template <typename T> void readNumber(std::istream &words, T &field)
 {
     std::string word;
     if (!(words >> word))
@@ -60,7 +53,7 @@ void readLimits(std::istream &words)
     struct numberWord
     {
         const char *word;
-        relaxed<int> *field;
+        int *field;
     };
     static constexpr numberWord numberWords[] = {
         {"wtime", &searchLimits.clock[white]},    {"btime", &searchLimits.clock[black]},

@@ -2,17 +2,13 @@
 
 #include <utility>
 
-#include "platform/clock.h"
 #include "search/transpositionTable.h"
-#include "search/worker.h"
 #include "uci/options.h"
 
 namespace tarvonel
 {
 namespace
 {
-
-constexpr int endlessMilliseconds = 1 << 30;
 
 /// Puts threads and table to the sizes that the options tell.
 void takeThreadsAndTable()
@@ -41,20 +37,12 @@ void endOwnSearches(const setAsideState &before)
     takeThreadsAndTable();
 }
 
-void searchAfresh(int depth)
+searchResult searchAfresh(int depth)
 {
-    pondering = false;
     ttClear();
     clearWorkerHistory();
     clearEvaluationCaches();
-    searchLimits = searchLimitValues();
-    searchLimits.startTimeMs = millisecondsNow();
-    searchLimits.depthLimit = depth;
-    searchLimits.optimalTime = endlessMilliseconds;
-    searchLimits.maximumTime = endlessMilliseconds;
-    searchLimits.pollInterval = defaultPollInterval;
-    startSearch(mainPos);
-    waitForSearch();
+    return runSearch(mainPos, {.depthLimit = depth});
 }
 
 } // namespace tarvonel

@@ -6,8 +6,8 @@
 
 #include "board/engineOptions.h"
 #include "board/pos.h"
-#include "search/searchLimits.h"
 #include "search/searchReporter.h"
+#include "search/worker.h"
 
 namespace tarvonel
 {
@@ -27,8 +27,8 @@ setAsideState beginOwnSearches(int threads, int hashMegabytes);
 /// Makes all as it was before, but for the table, which is empty then.
 void endOwnSearches(const setAsideState &before);
 
-/// Searches `mainPos` to `depth` as if there had been no search before, and waits for its end.
-/// Overwrites the limits. No search may run.
-void searchAfresh(int depth);
+/// Searches `mainPos` to `depth` as if there had been no search before. Overwrites the limits. No
+/// search may run.
+searchResult searchAfresh(int depth);
 
 } // namespace tarvonel

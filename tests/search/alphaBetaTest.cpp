@@ -1,7 +1,5 @@
 #include "search/alphaBeta.h"
 
-#include <algorithm>
-#include <tuple>
 #include <utility>
 
 #include <gtest/gtest.h>
@@ -103,15 +101,6 @@ TEST_F(alphaBetaNode, endsOfTheGame)
     }
 }
 
-TEST_F(alphaBetaNode, matesTooLateForTheWindowEndTheNode)
-{
-    workbench bench = quietBench();
-    EXPECT_EQ(searched(bench, 5, scoreMate, scoreMate + 1), scoreMate);
-    EXPECT_EQ(nodes, 1U);
-    EXPECT_EQ(searched(bench, 5, -infiniteScore, bench.ply - scoreMate), bench.ply - scoreMate);
-    EXPECT_EQ(nodes, 1U);
-}
-
 TEST_F(alphaBetaNode, stoppedNodeReturnsNothingAndStoresNothing)
 {
     workbench bench = quietBench();
@@ -148,23 +137,6 @@ TEST_F(alphaBetaNode, clockIsReadEvery4097Nodes)
         EXPECT_FALSE(stopSearch);
     }
     pondering = false;
-}
-
-TEST_F(alphaBetaNode, leavesThePositionAsItWas)
-{
-    for (const char *fen : {"r3k2r/p1ppqpb1/bn2pnp1/3PN3/1p2P3/2N2Q1p/PPPBBPPP/R3K2R w KQkq - 0 1",
-                            "8/2p5/3p4/KP5r/1R3p1k/8/4P1P1/8 w - - 0 1", "8/PPP4k/8/8/8/8/4Kppp/8 w - - 0 1"})
-    {
-        workbench bench(fen);
-        const posHead before = *bench;
-        searched(bench, 7);
-        EXPECT_GT(nodes, 500U);
-        EXPECT_TRUE(std::ranges::equal(before.board, bench->board)) << fen;
-        EXPECT_TRUE(std::ranges::equal(before.bitboards, bench->bitboards)) << fen;
-        EXPECT_EQ(std::tuple(before.key, before.pawnKey, before.phase, before.keyCount, before.fiftyCount),
-                  std::tuple(bench->key, bench->pawnKey, bench->phase, bench->keyCount, bench->fiftyCount));
-        EXPECT_EQ(before.sideToMove, bench->sideToMove);
-    }
 }
 
 TEST_F(alphaBetaNode, positionsWithMoreMovesThanAnyGameAreSearched)

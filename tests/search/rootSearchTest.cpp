@@ -1,5 +1,6 @@
 // Whole searches of one thread: what they find, when they end, which move they play.
 #include <string>
+#include <tuple>
 
 #include <gtest/gtest.h>
 
@@ -40,7 +41,7 @@ TEST_F(rootSearch, findsMates)
     for (const auto &c : cases)
     {
         newGame();
-        const searchRecord &record = run(c.fen, {.depth = 30});
+        const searchRecord &record = run(c.fen, {.depthLimit = 30});
         EXPECT_EQ(record.mates, 1) << c.fen;
         EXPECT_EQ(record.score, scoreMate - (2 * c.moves - 1)) << c.fen;
         EXPECT_TRUE(record.lines.back().starts_with("bestmove " + std::string(c.best))) << record.lines.back();
@@ -49,19 +50,19 @@ TEST_F(rootSearch, findsMates)
 
 TEST_F(rootSearch, newGameForgetsAllThatLastsBetweenSearches)
 {
-    const std::uint64_t fresh = run(middleGame, {.depth = 9}).nodes;
-    EXPECT_NE(run(middleGame, {.depth = 9}).nodes, fresh);
+    const std::uint64_t fresh = run(middleGame, {.depthLimit = 9}).nodes;
+    EXPECT_NE(run(middleGame, {.depthLimit = 9}).nodes, fresh);
     newGame();
-    EXPECT_EQ(run(middleGame, {.depth = 9}).nodes, fresh);
+    EXPECT_EQ(run(middleGame, {.depthLimit = 9}).nodes, fresh);
 }
 
 TEST_F(rootSearch, forcedMovesAndDrawsOfTheRoot)
 {
-    run("8/8/4k3/8/8/8/r7/7K w - - 0 1", {.depth = 20});
+    run("8/8/4k3/8/8/8/r7/7K w - - 0 1", {.depthLimit = 20});
     EXPECT_EQ(theBoss().currentDepth, 3) << "a forced move is not thought about";
     for (const char *drawn : {"7k/8/8/8/8/8/8/K6B w - - 0 1", "7k/6pp/8/8/8/8/8/R3K3 w - - 100 90"})
     {
-        run(drawn, {.depth = 4});
+        run(drawn, {.depthLimit = 4});
         EXPECT_EQ(theBoss().position.rootScore, scoreDraw) << drawn;
     }
 }
@@ -72,7 +73,7 @@ TEST_F(rootSearch, movesOfALongGameLeaveRoomForTheSearch)
     constexpr const char *circle[] = {"g1f3", "g8f6", "f3g1", "f6g8"};
     for (int i = 0; i < 1200; ++i)
         playGameMove(*root, parseMoveText(circle[i % 4], *root));
-    EXPECT_TRUE(isLegalIn(startPositionFen, run(*root, {.depth = 8}).best));
+    EXPECT_TRUE(isLegalIn(startPositionFen, run(*root, {.depthLimit = 8}).best));
 }
 
 // Another move in the root's exact entry comes from an older iteration, which the one cut off has
@@ -93,6 +94,27 @@ TEST_F(rootSearch, variationIsThatOfTheMoveFound)
     EXPECT_TRUE(sameMove(root.node(1).pvMove, reply.move("d7d5")));
 }
 
+TEST_F(rootSearch, budgetsOfNodesEndASearch)
+{
+    ownedPosition root(middleGame);
+    const auto afresh = [&](const searchLimitValues &limits)
+    {
+        newGame();
+        return runSearch(*root, limits);
+    };
+    constexpr std::uint64_t slack = 3000; // between two looks; quiescence nodes count and do not look
+    const searchResult whole = afresh({.depthLimit = 9});
+    const searchResult soft = afresh({.softNodes = whole.nodes});
+    EXPECT_EQ(std::tuple(soft.depth, soft.nodes, soft.score, soft.best),
+              std::tuple(9, whole.nodes, whole.score, whole.best))
+        << "the iteration that spends it is finished";
+    const searchResult hard = afresh({.hardNodes = whole.nodes / 2});
+    EXPECT_GE(hard.nodes, whole.nodes / 2);
+    EXPECT_LT(hard.nodes, whole.nodes / 2 + slack);
+    EXPECT_LT(hard.depth, 9);
+    EXPECT_TRUE(isLegalIn(middleGame, hard.best));
+}
+
 // Generous bounds: the machine may be busy with other things.
 TEST_F(rootSearch, timeLimitsAreKept)
 {
@@ -100,17 +122,19 @@ TEST_F(rootSearch, timeLimitsAreKept)
     const struct
     {
         const char *reason;
-        searchPlan plan;
+        searchLimitValues limits;
         int least;
     } cases[] = {
-        {"the hard limit alone ends it", {.optimalMs = 100000, .maximumMs = 150}, 150},
-        {"never below 0.6 of the soft limit", {.optimalMs = 60, .maximumMs = 10 * patienceMs}, 36},
-        {"a depth limit ignores the soft limit, not the hard one", {.depth = 100, .optimalMs = 1, .maximumMs = 50}, 50},
+        {"the hard limit alone ends it", {.optimalTime = 100000, .maximumTime = 150}, 150},
+        {"never below 0.6 of the soft limit", {.optimalTime = 60, .maximumTime = 10 * patienceMs}, 36},
+        {"a depth limit ignores the soft limit, not the hard one",
+         {.depthLimit = 100, .optimalTime = 1, .maximumTime = 50},
+         50},
     };
     for (const auto &c : cases)
     {
         const std::int64_t begin = millisecondsNow();
-        EXPECT_TRUE(isLegalIn(middleGame, run(middleGame, c.plan).best));
+        EXPECT_TRUE(isLegalIn(middleGame, run(middleGame, c.limits).best));
         const std::int64_t taken = millisecondsNow() - begin;
         EXPECT_GE(taken, c.least) << c.reason;
         EXPECT_LT(taken, c.least + patienceMs) << c.reason;

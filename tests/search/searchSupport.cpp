@@ -23,8 +23,6 @@ namespace tarvonel
 namespace
 {
 
-constexpr int noTimeLimit = 1'000'000'000;
-
 searchRecord record;          // written by the boss, read when it is idle
 std::atomic<int> answerTally; // of the present search
 
@@ -62,8 +60,7 @@ const searchReporter recorder{.iterationDone =
                                   record.best = best;
                                   record.nodes = sumUpSearch().nodes;
                                   ++answerTally;
-                              },
-                              .isBudgetSpent = nullptr};
+                              }};
 
 } // namespace
 
@@ -77,8 +74,7 @@ void prepareSearchTest()
     ttAdvanceAge();
     stopSearch = false;
     pondering = false;
-    searchLimits.infinite = true;
-    searchLimits.pollInterval = defaultPollInterval;
+    searchLimits = {.infinite = true};
 }
 
 workbench::workbench(const std::string &fen)
@@ -140,7 +136,6 @@ void searchFixture::TearDown()
     reporter = {};
     engineOptions.threadCount = 1;
     pondering = false;
-    searchLimits.depthLimit = 0;
 }
 
 void searchFixture::usePool(int threads)
@@ -149,22 +144,19 @@ void searchFixture::usePool(int threads)
     ASSERT_EQ(rebuildWorkerPool(threads), threads);
 }
 
-void searchFixture::start(const std::string &fen, const searchPlan &plan) { start(*ownedPosition(fen), plan); }
+void searchFixture::start(const std::string &fen, const searchLimitValues &limits, bool ponders)
+{
+    start(*ownedPosition(fen), limits, ponders);
+}
 
-void searchFixture::start(const pos &root, const searchPlan &plan)
+void searchFixture::start(const pos &root, const searchLimitValues &limits, bool ponders)
 {
     waitForSearch();
     record = {};
     answerTally = 0;
+    searchLimits = limits;
     searchLimits.startTimeMs = millisecondsNow();
-    searchLimits.elapsedMs = 0;
-    searchLimits.timeScale = 1.0F;
-    searchLimits.depthLimit = plan.depth;
-    searchLimits.optimalTime = plan.optimalMs != 0 ? plan.optimalMs : noTimeLimit;
-    searchLimits.maximumTime = plan.maximumMs != 0 ? plan.maximumMs : noTimeLimit;
-    searchLimits.pollInterval = defaultPollInterval;
-    searchLimits.infinite = plan.infinite;
-    pondering = plan.ponder;
+    pondering = ponders;
     startSearch(root);
 }
 
@@ -175,14 +167,14 @@ const searchRecord &searchFixture::finish()
     return record;
 }
 
-const searchRecord &searchFixture::run(const std::string &fen, const searchPlan &plan)
+const searchRecord &searchFixture::run(const std::string &fen, const searchLimitValues &limits)
 {
-    return run(*ownedPosition(fen), plan);
+    return run(*ownedPosition(fen), limits);
 }
 
-const searchRecord &searchFixture::run(const pos &root, const searchPlan &plan)
+const searchRecord &searchFixture::run(const pos &root, const searchLimitValues &limits)
 {
-    start(root, plan);
+    start(root, limits);
     return finish();
 }
 

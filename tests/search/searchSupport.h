@@ -55,16 +55,6 @@ class workbench
     std::unique_ptr<searchBoard> owner = std::make_unique<searchBoard>();
 };
 
-/// Limits of a search in milliseconds; a time of 0 is none.
-struct searchPlan
-{
-    int depth = 0;
-    int optimalMs = 0;
-    int maximumMs = 0;
-    bool infinite = false;
-    bool ponder = false;
-};
-
 /// What a search has announced, as lines like "info score cp 12 depth 10 seldepth 12 nodes 99 tbhits 0 pv e2e4"
 /// and "bestmove e2e4 ponder e7e5".
 struct searchRecord
@@ -85,13 +75,13 @@ class searchFixture : public testing::Test
     void TearDown() override;
 
     static void usePool(int threads);
-    /// Sets the limits and starts; the record starts afresh.
-    static void start(const std::string &fen, const searchPlan &plan);
-    static void start(const pos &root, const searchPlan &plan);
+    /// Starts with these limits and the clock set to now; the record starts afresh.
+    static void start(const std::string &fen, const searchLimitValues &limits, bool ponders = false);
+    static void start(const pos &root, const searchLimitValues &limits, bool ponders = false);
     /// Waits for the answer and gives the record.
     static const searchRecord &finish();
-    static const searchRecord &run(const std::string &fen, const searchPlan &plan);
-    static const searchRecord &run(const pos &root, const searchPlan &plan);
+    static const searchRecord &run(const std::string &fen, const searchLimitValues &limits);
+    static const searchRecord &run(const pos &root, const searchLimitValues &limits);
     /// What a controller's commands do.
     static void stop() { stopSearch = true; }
     static void ponderHit();

@@ -32,7 +32,7 @@ TEST_F(searchThreads, poolsOfAllSizes)
     {
         usePool(threads);
         ASSERT_EQ(workerPool.size(), static_cast<std::size_t>(threads));
-        EXPECT_TRUE(isLegalIn(middleGame, run(middleGame, {.depth = 6}).best)) << threads;
+        EXPECT_TRUE(isLegalIn(middleGame, run(middleGame, {.depthLimit = 6}).best)) << threads;
         for (const auto &each : workerPool)
             EXPECT_FALSE(each->isSearching()) << "all are idle before the answer";
     }
@@ -49,7 +49,8 @@ TEST_F(searchThreads, oneAnswerToEverySearchWhereverItIsStopped)
         const std::string &fen = fens[random() % std::size(fens)];
         const int kind = static_cast<int>(random() % 4);
         start(fen,
-              {.depth = kind == 2 ? 7 : 0, .maximumMs = kind == 3 ? 2 : 0, .infinite = kind == 0, .ponder = kind == 1});
+              {.depthLimit = kind == 2 ? 7 : 0, .maximumTime = kind == 3 ? 2 : unlimitedTime, .infinite = kind == 0},
+              kind == 1);
         if (random() % 3 != 0)
             std::this_thread::sleep_for(std::chrono::microseconds(random() % 4000));
         if (kind == 1 && random() % 2 == 0)
@@ -77,7 +78,7 @@ TEST_F(searchThreads, bossFinishesTheDepthAskedFor)
     for (int i = 0; i < 8; ++i)
     {
         newGame();
-        run(middleGame, {.depth = depth, .optimalMs = 1});
+        run(middleGame, {.depthLimit = depth, .optimalTime = 1});
         EXPECT_EQ(theBoss().position.rootDepth, depth);
         EXPECT_EQ(theBoss().position.rootDepthDone, 1);
     }

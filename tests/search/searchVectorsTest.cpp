@@ -71,7 +71,7 @@ class slowReferenceSearches : public searchFixture
             if (!isOneGame)
                 newGame();
             ASSERT_EQ(outputOf(positionCommand, reference.position), "");
-            ASSERT_EQ(run(mainPos, {.depth = depth}).lines, reference.lines) << reference.position;
+            ASSERT_EQ(run(mainPos, {.depthLimit = depth}).lines, reference.lines) << reference.position;
         }
     }
 };

@@ -155,7 +155,7 @@ TEST_F(searchWithTables, rootMoveSettlesTheSearch)
     };
     for (const auto &c : cases)
     {
-        const searchRecord &record = run(c.fen, {.depth = 1});
+        const searchRecord &record = run(c.fen, {.depthLimit = 1});
         EXPECT_EQ(record.tableMoves, 1) << c.reason;
         EXPECT_EQ(record.lines.size(), 1U) << "the answer alone";
         EXPECT_TRUE(isLegalIn(c.fen, record.best)) << c.reason;
@@ -180,7 +180,7 @@ TEST_F(searchWithTables, distancesThatContradictTheResultsWinTooLate)
     initTablebases(contradicting.path);
     for (const char *fen : {"8/4P3/8/8/8/k7/8/2K5 w - - 0 1", "8/4P3/8/8/8/k7/8/2K5 w - - 7 9"})
     {
-        const searchRecord &record = run(fen, {.depth = 1});
+        const searchRecord &record = run(fen, {.depthLimit = 1});
         EXPECT_EQ(record.tableMoves, 1);
         EXPECT_EQ(record.score, 0) << fen;
     }
@@ -199,7 +199,7 @@ TEST_F(searchWithTables, rootsThatTheTablesDoNotSettle)
     };
     for (const auto &c : cases)
     {
-        const searchRecord &record = run(c.fen, {.depth = 4});
+        const searchRecord &record = run(c.fen, {.depthLimit = 4});
         EXPECT_EQ(record.tableMoves, 0) << c.reason;
         EXPECT_GT(theBoss().position.searchNodes, 0U) << c.reason;
     }
@@ -208,12 +208,12 @@ TEST_F(searchWithTables, rootsThatTheTablesDoNotSettle)
 TEST_F(searchWithTables, capturesIntoTheTablesHitInTheTree)
 {
     constexpr const char *fen = "8/8/3k4/8/2n1p3/8/3K4/4R3 w - - 0 1"; // five men, two of them hanging
-    run(fen, {.depth = 8});
+    run(fen, {.depthLimit = 8});
     const std::uint64_t hits = sumUpSearch().tablebaseHits;
     EXPECT_GT(hits, 0U);
     engineOptions.syzygyProbeDepth = 127;
     newGame();
-    run(fen, {.depth = 5});
+    run(fen, {.depthLimit = 5});
     EXPECT_LT(sumUpSearch().tablebaseHits, hits) << "four men are no longer probed, three men still are";
     engineOptions.syzygyProbeDepth = defaultSyzygyProbeDepth;
     usePool(3);
@@ -221,7 +221,7 @@ TEST_F(searchWithTables, capturesIntoTheTablesHitInTheTree)
     {
         initTablebases(directory.path); // all files are mapped anew, by whoever comes first
         newGame();
-        run(fen, {.depth = 8});
+        run(fen, {.depthLimit = 8});
         EXPECT_GT(sumUpSearch().tablebaseHits, 0U);
     }
 }

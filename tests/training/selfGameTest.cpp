@@ -7,6 +7,7 @@
 #include "board/makeMove.h"
 #include "eval/evaluate.h"
 #include "games/selfGame.h"
+#include "games/selfSearch.h"
 #include "learning/trainingData.h"
 #include "support/randomGames.h"
 #include "support/temporaryDirectory.h"
@@ -53,7 +54,7 @@ TEST_F(selfGameTest, gamesAreLegalReproducibleAndLearntFrom)
     {
         selfPlayPlan plan;
         plan.quick = quick;
-        plan.budget = {100, 400};
+        plan.limits = {.softNodes = 100, .hardNodes = 400};
         plan.opening.chess960Share = 0.5;
         for (std::uint64_t seed = 1; seed <= 6; ++seed)
         {
@@ -78,24 +79,6 @@ TEST_F(selfGameTest, gamesAreLegalReproducibleAndLearntFrom)
     EXPECT_EQ(positions.size(), data.learnable);
     closeData(data);
     EXPECT_NE(openData(data, {directory / "none"}, {}, 1000000, crew), "");
-}
-
-TEST_F(selfGameTest, searchFindsMatesAndKeepsItsBudget)
-{
-    ASSERT_EQ(setupGame(*board, "6k1/5ppp/8/8/8/8/5PPP/3R2K1 w - - 0 1"), "");
-    const searchedMove mate = searchMove(board->position, {2000, 10000});
-    EXPECT_EQ(mate.score, 31999);
-    EXPECT_EQ(moveTo(mate.move), 59) << "Rd8";
-
-    ASSERT_EQ(setupGame(*board, "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq - 0 1"), "");
-    const searchedMove shallow = searchMove(board->position, {300, 100000});
-    forgetSearches();
-    const searchedMove deep = searchMove(board->position, {20000, 1000000});
-    EXPECT_GT(deep.depth, shallow.depth);
-    forgetSearches();
-    const searchedMove cut = searchMove(board->position, {20000, 400});
-    EXPECT_LT(cut.depth, deep.depth);
-    EXPECT_NE(cut.move, noMove);
 }
 
 TEST_F(selfGameTest, onlyQuietBalancedPositionsAreLearntFrom)

@@ -4,6 +4,8 @@
 #include <cstdlib>
 
 #include "board/makeMove.h"
+#include "games/selfSearch.h"
+#include "search/worker.h"
 
 namespace tarvonel
 {
@@ -32,17 +34,17 @@ std::optional<int> judge(gameTrend &trend, const selfPlayPlan &plan, int whiteSc
     return std::nullopt;
 }
 
-searchedMove quickMove(gameBoard &board, const std::vector<moveCode> &moves, const selfPlayPlan &plan,
+searchResult quickMove(gameBoard &board, const std::vector<moveCode> &moves, const selfPlayPlan &plan,
                        randomSource &random)
 {
-    searchedMove chosen;
+    searchResult chosen;
     chosen.score = unscored;
     if (board.position.info[0].inCheck == 0)
     {
         const quietValue value = quiescenceValue(board);
         chosen.score = value.value == value.standPat ? value.value : unscored;
     }
-    chosen.move = sampledMove(board, moves, plan.tries, random);
+    chosen.best = sampledMove(board, moves, plan.tries, random);
     return chosen;
 }
 
@@ -68,12 +70,12 @@ std::optional<storedGame> playSelfGame(gameBoard &board, const selfPlayPlan &pla
             game.whitePoints = end != gameEnd::checkmate ? 1 : side == white ? 0 : 2;
             return game;
         }
-        const searchedMove chosen =
-            plan.quick ? quickMove(board, moves, plan, random) : searchMove(board.position, plan.budget);
+        const searchResult chosen =
+            plan.quick ? quickMove(board, moves, plan, random) : runSearch(board.position, plan.limits);
         if (game.moves.empty() && std::abs(chosen.score) > plan.openingLimit && chosen.score != unscored)
             return std::nullopt;
-        game.moves.push_back({packMove(chosen.move), static_cast<std::int16_t>(chosen.score)});
-        playGameMove(board.position, chosen.move);
+        game.moves.push_back({packMove(chosen.best), static_cast<std::int16_t>(chosen.score)});
+        playGameMove(board.position, chosen.best);
         const std::optional<int> points = chosen.score == unscored
                                               ? std::nullopt
                                               : judge(trend, plan, side == white ? chosen.score : -chosen.score, ply);

@@ -4,8 +4,8 @@
 #include <optional>
 
 #include "games/gameFile.h"
-#include "games/selfSearch.h"
 #include "movegen/randomOpening.h"
+#include "search/searchLimits.h"
 
 namespace tarvonel
 {
@@ -13,7 +13,7 @@ namespace tarvonel
 struct selfPlayPlan
 {
     openingPlan opening;
-    nodeBudget budget;
+    searchLimitValues limits = {.softNodes = 1500, .hardNodes = 10000}; ///< of each move
     bool quick = false;               ///< no search: moves by sampling, scores by quiescence of quiet positions
     int tries = 4;                    ///< moves that a quick choice looks at
     int openingLimit = widestOpening; ///< openings beyond this score are thrown away

@@ -20,6 +20,7 @@
 #include "eval/networkFile.h"
 #include "games/gameFile.h"
 #include "games/selfGame.h"
+#include "games/selfSearch.h"
 #include "platform/clock.h"
 #include "programMain.h"
 
@@ -68,8 +69,9 @@ void declareOptions(CLI::App &app, processPlan &plan)
                  "no search: moves drawn by chance, the best of a few; quiet positions are scored by their "
                  "quiescence value");
     app.add_option("--tries", game.tries, "moves that such a choice looks at")->check(numberFrom(1, 256));
-    app.add_option("--soft-nodes", game.budget.soft, "no further iteration begins beyond")->check(numberFrom(1, 1e9));
-    app.add_option("--hard-nodes", game.budget.hard, "a search is cut off at")->check(numberFrom(1, 1e9));
+    app.add_option("--soft-nodes", game.limits.softNodes, "no further iteration begins beyond")
+        ->check(numberFrom(1, 1e9));
+    app.add_option("--hard-nodes", game.limits.hardNodes, "a search is cut off at")->check(numberFrom(1, 1e9));
     app.add_option("--hash", plan.hashMegabytes, "table of each process, MiB")->check(numberFrom(1, 4096));
     app.add_option("--random-plies", game.opening.fewestPlies, "plies drawn by chance at the start, or one more")
         ->check(numberFrom(0, 100));

@@ -1,5 +1,5 @@
-// An engine that obeys "go nodes N" to within some 50 nodes, for matches in which neither clock nor machine
-// matters. It knows as much of the protocol as `match` speaks.
+// An engine that obeys "go nodes N" to within some hundred nodes, for matches in which neither clock
+// nor machine matters. It knows as much of the protocol as `match` speaks.
 #include <iostream>
 #include <sstream>
 #include <string>
@@ -10,6 +10,7 @@
 #include "games/selfSearch.h"
 #include "platform/output.h"
 #include "programMain.h"
+#include "search/worker.h"
 #include "uci/netFile.h"
 #include "uci/options.h"
 #include "uci/positionCommand.h"
@@ -40,10 +41,10 @@ std::uint64_t nodesAsked(std::istream &words)
 void answerGo(std::istream &words)
 {
     const std::uint64_t nodes = nodesAsked(words);
-    const searchedMove found = searchMove(mainPos, {nodes, nodes});
+    const searchResult found = runSearch(mainPos, {.softNodes = nodes, .hardNodes = nodes});
     printLine("info score cp " + std::to_string(found.score) + " depth " + std::to_string(found.depth) + " nodes " +
               std::to_string(found.nodes));
-    printLine("bestmove " + moveText(found.move, mainPos.sideToMove, mainPos));
+    printLine("bestmove " + moveText(found.best, mainPos.sideToMove, mainPos));
 }
 
 /// False once the line was "quit".
