@@ -78,36 +78,6 @@ TEST_F(quiescenceSearch, whatIsTriedByDepth)
     }
 }
 
-TEST_F(quiescenceSearch, tableEntriesCutAtAnyDepthAndInAnyWindow)
-{
-    const struct
-    {
-        const char *reason;
-        ttBound bound;
-        int value, alpha, beta;
-        bool isCut;
-        int expected; ///< when cut
-    } cases[] = {
-        {"exact in an open window", boundExact, 123, -30000, 30000, true, 123},
-        {"exact below alpha", boundExact, -500, 0, 100, true, -500},
-        {"lower bound at beta", boundLower, 100, 0, 100, true, 100},
-        {"lower bound inside", boundLower, 20000, 0, 30000, false, 20000},
-        {"lower bound below alpha", boundLower, -30000, -100, 30000, false, 0},
-        {"upper bound at alpha", boundUpper, -100, -100, 0, true, -100},
-        {"upper bound inside", boundUpper, -20000, -30000, 0, false, -20000},
-        {"upper bound above beta", boundUpper, 30000, -30000, 20000, false, 0},
-    };
-    for (const auto &c : cases)
-    {
-        workbench bench("6k1/5ppp/8/8/8/8/5PPP/6K1 w - - 0 1");
-        ttClear();
-        ttStore(bench->key, noMove, c.value, 1, c.bound, 0);
-        // nothing to capture: what is not cut stands pat at the better of evaluation and bound
-        const int standPat = c.expected != 0 ? c.expected : evaluate(0, *bench);
-        EXPECT_EQ(resolve(bench, 0, c.alpha, c.beta), standPat) << c.reason;
-    }
-}
-
 TEST_F(quiescenceSearch, writesNothingIntoTheTable)
 {
     workbench bench("r3k2r/p1ppqpb1/bn2pnp1/3PN3/1p2P3/2N2Q1p/PPPBBPPP/R3K2R w KQkq - 0 1");
@@ -116,15 +86,6 @@ TEST_F(quiescenceSearch, writesNothingIntoTheTable)
     for (std::uint64_t cluster = 0; cluster <= ttMask; ++cluster)
         for (const auto &word : ttTable[cluster].data)
             ASSERT_EQ(word, 0U);
-}
-
-TEST_F(quiescenceSearch, repetitionsAreDrawsHereToo)
-{
-    workbench bench(startPositionFen);
-    for (const char *text : {"g1f3", "g8f6", "f3g1", "f6g8", "g1f3"})
-        bench.play(text);
-    EXPECT_EQ(resolve(bench, 0), 1) << "odd count";
-    EXPECT_EQ(resolve(bench, 0), -1) << "even count";
 }
 
 TEST_F(quiescenceSearch, lastPlyIsEvaluated)
