@@ -26,20 +26,6 @@ void worker::operator delete(void *block, std::size_t bytes, std::align_val_t /*
     releaseLarge(block, bytes);
 }
 
-worker::worker(int index) : threadIndex(index)
-{
-    try
-    {
-        thread = std::thread(&worker::idleLoop, this);
-    }
-    catch (const std::system_error &)
-    {
-        searching = false; // the pool looks at isStarted and goes on without this one
-        return;
-    }
-    waitForSearchEnd();
-}
-
 worker::~worker()
 {
     if (!isStarted())
@@ -51,6 +37,22 @@ worker::~worker()
         condition.notify_one();
     }
     thread.join();
+}
+
+bool worker::start()
+{
+    searching = true;
+    try
+    {
+        thread = std::thread(&worker::idleLoop, this);
+    }
+    catch (const std::system_error &)
+    {
+        searching = false;
+        return false;
+    }
+    waitForSearchEnd();
+    return true;
 }
 
 void worker::idleLoop()
@@ -100,7 +102,7 @@ std::unique_ptr<worker> tryCreateWorker(int index)
     try
     {
         auto created = std::make_unique<worker>(index);
-        return created->isStarted() ? std::move(created) : nullptr;
+        return created->start() ? std::move(created) : nullptr;
     }
     catch (const std::bad_alloc &)
     {
@@ -117,7 +119,10 @@ int rebuildWorkerPool(int count)
     while (!workerPool.empty())
         workerPool.pop_back();
     if (count > 0)
+    {
         workerPool.push_back(std::make_unique<boss>());
+        theBoss().start(); // without a thread of its own it searches on the caller's
+    }
     while (static_cast<int>(workerPool.size()) < count)
     {
         auto next = tryCreateWorker(static_cast<int>(workerPool.size()));

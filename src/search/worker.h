@@ -29,7 +29,7 @@ inline relaxed<int> deepestTimed{0};    ///< deepest iteration for which a threa
 class alignas(64) worker : public searchBoard
 {
   public:
-    explicit worker(int index);
+    explicit worker(int index) : threadIndex(index) {}
     virtual ~worker();
     worker(const worker &) = delete;
     worker &operator=(const worker &) = delete;
@@ -38,11 +38,12 @@ class alignas(64) worker : public searchBoard
     static void *operator new(std::size_t bytes, std::align_val_t alignment);
     static void operator delete(void *block, std::size_t bytes, std::align_val_t alignment);
 
+    /// Starts the thread, which is idle when this returns. False if the system grants none.
+    bool start();
+    bool isStarted() const { return thread.joinable(); }
+
     /// The search of this thread, from the position in `position`. Called by the thread's loop.
     virtual void search();
-
-    /// Whether the system granted the thread.
-    bool isStarted() const { return thread.joinable(); }
 
     /// Sets the thread to its search. There must be one, and it must be idle.
     void wake();
@@ -60,7 +61,7 @@ class alignas(64) worker : public searchBoard
     std::mutex lock;
     std::condition_variable condition;
     bool exiting = false;
-    bool searching = true;
+    bool searching = false;
     std::thread thread;
 };
 
