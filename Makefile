@@ -7,7 +7,10 @@
 #   make training        the programs that make the network file, for this machine (build/native/training)
 #   make texel           tries the tuner on positions of random games (docs/development.md)
 #   make EXE=NAME EVALFILE=PATH CXX=COMPILER    the best engine for this processor as ./NAME
-#   make avx2            the engine for processors with AVX2 (build/avx2/tarvonel)
+#   make ssse3 avx2 avx512 neon generic    the engine for other processors (build/avx2/tarvonel)
+#   make native          the best of these for the processor at hand
+#   make pgo             the engine optimised by what a run of it counted (build/release-pgo/tarvonel); also
+#                        pgo-ssse3, pgo-avx2, pgo-avx512
 #   make install         installs engine and network side by side under PREFIX
 #   make quick           the quick tests alone
 #   make debug asan tsan tests of the other builds; make clang: the engine compiled with clang
@@ -25,7 +28,7 @@ ctest = ctest --output-on-failure --no-tests=error -j $(JOBS)
 build = cmake --preset $(1) >build/$(1).configure.log 2>&1 || { cat build/$(1).configure.log; exit 1; }; \
         cmake --build --preset $(1) -j $(JOBS) --target $(2)
 
-.PHONY: all engine exe run test quick bench training texel avx2 generic debug asan tsan clang format check-format tidy layers \
+.PHONY: all engine exe run test quick bench training texel pgo native ssse3 avx2 avx512 neon generic debug asan tsan clang format check-format tidy layers \
         install clean
 
 # The convention of frameworks that test engines on many machines: NAME is the best engine for this
@@ -83,7 +86,16 @@ texel: engine
 	test -f $(release)/lichess-good.epd || $(release)/training/texelData --out $(release)/lichess-good.epd
 	cd $(release) && ./tarvonel texel $(JOBS)
 
-avx2 generic: | build
+native: $(firstword $(shell tools/runnableBuilds.sh))
+release: engine
+
+pgo: pgo-release
+
+pgo-%: | build
+	@tools/setup.sh build
+	tools/profiledBuild.sh $* $(JOBS)
+
+ssse3 avx2 avx512 neon generic: | build
 	@tools/setup.sh build
 	@$(call build,$@,tarvonel)
 
