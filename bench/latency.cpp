@@ -96,35 +96,45 @@ void measure(engineSettings settings, int moves, const char *load)
     }
 }
 
+struct latencyPlan
+{
+    std::string command;
+    int moves = 200;
+    engineSettings settings;
+};
+
+void declareOptions(CLI::App &app, latencyPlan &plan)
+{
+    plan.command = "./tarvonel";
+    plan.settings.name = "the engine";
+    app.add_option("--engine", plan.command, "the engine: its program and words, in one argument");
+    app.add_option("--dir", plan.settings.directory, "where it runs; relative program paths are seen from there");
+    app.add_option("--moves", plan.moves, "of each row")->check(numberFrom(1, 1'000'000));
+}
+
+int measureAll(latencyPlan &plan)
+{
+    plan.settings.command = splitWords(plan.command);
+    std::printf("cores   threads  limit       median     99 %%    worst (ms)\n");
+    measure(plan.settings, plan.moves, "idle");
+    std::vector<std::jthread> load;
+    for (int i = 0; i < coreCount(); ++i)
+        load.emplace_back(
+            [](const std::stop_token &end)
+            {
+                while (!end.stop_requested())
+                    continue;
+            });
+    measure(plan.settings, plan.moves, "loaded");
+    return 0;
+}
+
 } // namespace
 
 int main(int argc, char **argv)
 {
-    std::string command = "./tarvonel";
-    int moves = 200;
-    engineSettings settings;
-    settings.name = "the engine";
-    const auto declareOptions = [&](CLI::App &app)
-    {
-        app.add_option("--engine", command, "the engine: its program and words, in one argument");
-        app.add_option("--dir", settings.directory, "where it runs; relative program paths are seen from there");
-        app.add_option("--moves", moves, "of each row")->check(numberFrom(1, 1'000'000));
-    };
-    const auto work = [&]
-    {
-        settings.command = splitWords(command);
-        std::printf("cores   threads  limit       median     99 %%    worst (ms)\n");
-        measure(settings, moves, "idle");
-        std::vector<std::jthread> load;
-        for (int i = 0; i < coreCount(); ++i)
-            load.emplace_back(
-                [](const std::stop_token &end)
-                {
-                    while (!end.stop_requested())
-                        continue;
-                });
-        measure(settings, moves, "loaded");
-        return 0;
-    };
-    return programMain(argc, argv, "Measures how late an engine answers.", declareOptions, work);
+    latencyPlan plan;
+    return programMain(
+        argc, argv, "Measures how late an engine answers.", [&](CLI::App &app) { declareOptions(app, plan); },
+        [&] { return measureAll(plan); });
 }

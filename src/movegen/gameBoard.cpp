@@ -41,7 +41,7 @@ bool isDeadPosition(const pos &position)
 
 std::string setupGame(gameBoard &board, const std::string &fen)
 {
-    const std::string error = setupPosition(fen, board.position);
+    std::string error = setupPosition(fen, board.position);
     if (!error.empty())
         return error;
     dropUnfoundedRights(board.position);

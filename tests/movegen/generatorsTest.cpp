@@ -36,9 +36,6 @@ struct listCase
     const char *list;
 };
 
-const char *const whiteCaptures = "q1n1k3/1P4P1/1N3ppq/2pPn1NP/1b2P1B1/PpNp3r/Q2K1R2/8 w - c6 0 1";
-const char *const blackCaptures = "4k2r/8/5q2/8/1p1pPp2/1n1b1P2/P1R3p1/4KN1R b k e3 0 1";
-
 // All kinds of men and moves, two pinned knights among them.
 const char *const beforeWhite = "q1n1k3/1Pp3P1/1N3ppq/3Pn1NP/1b2P1B1/PpNp3r/Q2K1R2/8 b - - 0 1";
 const char *const beforeBlack = "4k2r/8/5q2/8/1p1p1p2/1n1b1P2/P1R1P1p1/4KN1R w K - 0 1";

@@ -40,7 +40,7 @@ TEST(fileMapping, holdsEveryByteAndOutlivesTheFilesName)
 TEST(fileMapping, whatIsNoReadableFileLeavesTheRecordEmpty)
 {
     const temporaryDirectory directory;
-    std::ofstream(directory / "empty");
+    std::ofstream(directory / "empty").close();
     struct
     {
         std::string path;

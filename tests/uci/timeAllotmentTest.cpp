@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <fstream>
-#include <limits>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -21,7 +20,6 @@ namespace tarvonel
 namespace
 {
 
-constexpr int maxInt = std::numeric_limits<int>::max();
 
 void readGo(const std::string &go)
 {

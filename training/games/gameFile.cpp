@@ -218,7 +218,7 @@ std::string openForAppending(gameWriter &writer, const std::string &path)
     if (!isLocked || ftruncate(writer.descriptor, static_cast<off_t>(writer.summary.soundEnd)) != 0 ||
         lseek(writer.descriptor, 0, SEEK_END) < 0)
     {
-        const std::string error = "cannot write " + path + ": " + std::strerror(errno);
+        std::string error = "cannot write " + path + ": " + std::strerror(errno);
         closeWriter(writer);
         return error;
     }

@@ -86,7 +86,7 @@ moveCode findNotation(const pos &position, const std::vector<moveCode> &moves, s
 {
     const auto takeLast = [&](std::size_t count)
     {
-        const std::string last = text.substr(text.size() - std::min(count, text.size()));
+        std::string last = text.substr(text.size() - std::min(count, text.size()));
         text.resize(text.size() - last.size());
         return last;
     };

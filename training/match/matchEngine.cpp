@@ -60,7 +60,7 @@ std::string startEngine(matchEngine &engine)
 {
     const engineSettings &settings = *engine.settings;
     engine.lastLines.clear();
-    const std::string error = startProcess(engine.process, settings.command, settings.directory);
+    std::string error = startProcess(engine.process, settings.command, settings.directory);
     if (!error.empty())
         return error;
     bool alive = exchange(engine, "uci", "uciok");
