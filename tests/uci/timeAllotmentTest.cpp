@@ -20,7 +20,6 @@ namespace tarvonel
 namespace
 {
 
-
 void readGo(const std::string &go)
 {
     std::istringstream words(go);
