@@ -126,11 +126,11 @@ check-format:
 	@tools/setup.sh develop
 	$(sources) | xargs clang-format --dry-run -Werror
 
-# clang's warnings count as well: they are errors in the builds whose commands this reads.
+# clang's warnings count as well: they are errors in the build whose commands this reads, one for each file.
 tidy: | build
 	@tools/setup.sh
-	@cmake --preset release >/dev/null
-	run-clang-tidy -quiet -j $(JOBS) -p $(release) '$(CURDIR)/(src|tests|bench|training|tools)/.*'
+	@cmake --preset clang >/dev/null
+	run-clang-tidy -quiet -j $(JOBS) -p build/clang '$(CURDIR)/(src|tests|bench|training|tools)/.*'
 
 layers:
 	tools/checkLayers.sh
