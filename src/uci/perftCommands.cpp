@@ -115,56 +115,30 @@ std::optional<qtvLine> readQtvLine(const std::string &line)
     return result;
 }
 
-bool reportBadLine(const std::string &line)
-{
-    printInfo("The perftFile has a line that cannot be read: " + line);
-    return false;
-}
-
 bool isMarker(const std::string &line) { return line == "extended" || line == "full"; }
 
-/// Reads the file and hands each line to `checkLine`, which clears `isAllGood` at a wrong count and
-/// returns false at a line that it cannot read. Returns nothing if there is no file.
-template <typename Check> std::optional<bool> checkFile(const std::string &path, bool hasMarkers, Check checkLine)
-{
-    const auto lines = readLines(path);
-    if (!lines)
-    {
-        printText("There seems to be a problem with the perftFile. check of the move generator not executed\n");
-        return std::nullopt;
-    }
-    bool isAllGood = true;
-    for (const std::string &line : *lines)
-    {
-        if (hasMarkers && isMarker(line))
-            break;
-        if (!line.empty() && !checkLine(line, isAllGood))
-            return reportBadLine(line);
-    }
-    return isAllGood;
-}
+// Whether the counts of a line are right; nothing if it cannot be read.
 
-bool checkRtestLine(const std::string &line, pos &position, bool &isAllGood)
+std::optional<bool> checkRtestLine(const std::string &line, pos &position)
 {
     const std::optional<rtestLine> test = readRtestLine(line);
     if (!test || !setupPlayablePosition(test->fen, position).empty())
-        return false;
+        return std::nullopt;
     const timedCount count = timedPerft(test->depth, position);
     const bool isRight = count.nodes == test->expected;
-    isAllGood &= isRight;
     printLine(std::to_string(isRight) + "; " + test->fen + "; " + std::to_string(test->depth) + "; " +
               std::to_string(test->expected) + "; " + std::to_string(count.nodes) + "; " +
               std::to_string(count.nanoseconds));
     resizeHashTable(rtestHashMegabytes);
-    return true;
+    return isRight;
 }
 
 // The first wrong depth ends the line.
-bool checkQtvLine(const std::string &line, pos &position, bool &isAllGood)
+std::optional<bool> checkQtvLine(const std::string &line, pos &position)
 {
     const std::optional<qtvLine> test = readQtvLine(line);
     if (!test || !setupPlayablePosition(test->fen, position).empty())
-        return false;
+        return std::nullopt;
     printLine(test->fen);
     for (int depth = 1; depth <= qtvDepths; ++depth)
     {
@@ -174,12 +148,42 @@ bool checkQtvLine(const std::string &line, pos &position, bool &isAllGood)
         {
             printLine("WRONGGGGGGGGGGGG " + std::to_string(depth) + " correct : " + std::to_string(expected) +
                       " berekend : " + std::to_string(nodes));
-            isAllGood = false;
-            return true;
+            return false;
         }
     }
     printLine("Okidoki");
     return true;
+}
+
+/// Checks the file line by line, up to one that cannot be read. Prints the verdict behind `head` and
+/// returns it; without a file it is 0.
+int checkFile(const std::string &path, bool hasMarkers, const char *head,
+              std::optional<bool> (*checkLine)(const std::string &line, pos &position))
+{
+    const auto lines = readLines(path);
+    if (!lines)
+    {
+        printText("There seems to be a problem with the perftFile. check of the move generator not executed\n");
+        return 0;
+    }
+    const auto position = std::make_unique<pos>(mainPos);
+    bool isAllGood = true;
+    for (const std::string &line : *lines)
+    {
+        if (hasMarkers && isMarker(line))
+            break;
+        if (line.empty())
+            continue;
+        const std::optional<bool> isRight = checkLine(line, *position);
+        isAllGood &= isRight.value_or(false);
+        if (!isRight)
+        {
+            printInfo("The perftFile has a line that cannot be read: " + line);
+            break;
+        }
+    }
+    printLine(head + std::to_string(isAllGood));
+    return isAllGood;
 }
 
 } // namespace
@@ -201,24 +205,12 @@ void perftCommand(int depth)
 
 int rtest(const std::string &path)
 {
-    const auto position = std::make_unique<pos>(mainPos);
-    const auto isAllGood = checkFile(
-        path, true, [&position](const std::string &line, bool &good) { return checkRtestLine(line, *position, good); });
-    if (!isAllGood)
-        return 0;
-    printLine("Results of the perft checks is OK: " + std::to_string(*isAllGood));
-    return *isAllGood;
+    return checkFile(path, true, "Results of the perft checks is OK: ", checkRtestLine);
 }
 
 int rtestQTV(const std::string &path)
 {
-    const auto position = std::make_unique<pos>(mainPos);
-    const auto isAllGood = checkFile(
-        path, false, [&position](const std::string &line, bool &good) { return checkQtvLine(line, *position, good); });
-    if (!isAllGood)
-        return 0;
-    printLine("Results of the perft checks (0 = wrong, 1 = OK) : " + std::to_string(*isAllGood));
-    return *isAllGood;
+    return checkFile(path, false, "Results of the perft checks (0 = wrong, 1 = OK) : ", checkQtvLine);
 }
 
 } // namespace tarvonel
