@@ -17,12 +17,12 @@ TEST(exchange, byHand)
         std::int16_t threshold;
         bool expected;
     } cases[] = {
-        {"queen takes defended pawn", "4k3/2p5/3p4/8/8/8/3Q4/4K3 w - - 0 1", "d2d6", 0, false},
+        {"queen takes defended pawn", "2n1k3/8/3p4/8/8/8/3Q4/4K3 w - - 0 1", "d2d6", 0, false},
         {"rook takes defended knight, a rook behind", "4k3/8/3n4/5n2/8/8/3R4/3RK3 w - - 0 1", "d2d6", 0, true},
         {"the king may not take back a defended man", "8/8/3pk3/8/8/8/3R4/3RK3 w - - 0 1", "d2d6", 0, true},
         {"a pawn is no gain of 100", "4k3/8/3p4/4P3/8/8/8/4K3 w - - 0 1", "e5d6", 100, false},
         {"quiet knight on to a pawn's square", "4k3/2p5/8/8/4N3/8/8/4K3 w - - 0 1", "e4d6", 0, false},
-        {"a bishop behind the capturing pawn joins in", "4k3/8/3p4/2b5/3P4/4B3/8/4K3 w - - 0 1", "d4c5", 372, true},
+        {"a bishop behind a pawn takes too", "6k1/8/4pn2/3p4/2P5/1BN5/8/6K1 w - - 0 1", "c3d5", -197, true},
         {"a knight on the square a bishop behind a pawn covers", "4k3/8/8/1b6/2p5/8/4N3/4K3 b - - 0 1", "c4c3", 0,
          false},
         {"en passant at 0", "4k3/8/8/3pP3/8/8/8/4K3 w - d6 0 1", "e5d6", 0, true},
