@@ -177,9 +177,8 @@ bool isHopelessByHistory(const pos &position, const continuationRows &rows, move
     return position.quietHistory[index] < 0 && rows.one[index] < 0 && rows.two[index] < 0;
 }
 
-/// The best score of the other moves of a node against a bound just below the table move's: they
-/// are tried one after the other at half depth until one reaches `bound`. True if one does.
-/// Leaves the ply's record as it was found.
+/// Whether another move than the table move reaches `bound`: they are tried one after the other at
+/// half depth until one does or enough have failed. Leaves the ply's record as it was found.
 bool doesOtherMoveReach(int ply, int depth, int bound, pos &position)
 {
     posinfo &node = position.info[ply];
@@ -223,8 +222,8 @@ bool isSingularCandidate(int ply, const posinfo &node, const nodeFacts &facts, c
            !isMateScore(facts.tableValue);
 }
 
-/// Late moves of a reduced depth first, then at full depth, then with the open window, as long as
-/// they hold what they promise.
+/// A move that is not the first: at reduced depth, then at full depth, then with the open window, as
+/// long as it holds what it promises.
 int searchLateMove(int ply, int newDepth, int reduction, int alpha, int beta, pos &position)
 {
     int score = searchChild(ply, newDepth - reduction, alpha, alpha + 1, position);

@@ -53,7 +53,8 @@ constexpr double minTimeFactor = 0.6;
 constexpr double maxTimeFactor = 2.0;
 constexpr int calmChanges = 1;
 
-int clipScore(int value) { return static_cast<std::int16_t>(value); }
+/// Bounds of windows wrap at 16 bits.
+int wrappedBound(int value) { return static_cast<std::int16_t>(value); }
 
 /// The iterations of one thread.
 class deepening
@@ -172,8 +173,8 @@ void deepening::openWindow()
     self.currentDepth = depth;
     if (depth > openWindowDepth)
     {
-        alpha = clipScore(score - steps[0]);
-        beta = clipScore(score + steps[0]);
+        alpha = wrappedBound(score - steps[0]);
+        beta = wrappedBound(score + steps[0]);
     }
 }
 
@@ -182,14 +183,14 @@ void deepening::failLow(int result)
     ++failLows;
     failHighStreak = 0;
     beta = (alpha + beta) / 2;
-    alpha = failLows <= wideningSteps ? clipScore(result - steps[failLows]) : -scoreMate;
+    alpha = failLows <= wideningSteps ? wrappedBound(result - steps[failLows]) : -scoreMate;
 }
 
 void deepening::failHigh(int result)
 {
     ++failHighs;
     ++failHighStreak;
-    beta = failHighs <= wideningSteps ? clipScore(result + steps[failHighs]) : scoreMate;
+    beta = failHighs <= wideningSteps ? wrappedBound(result + steps[failHighs]) : scoreMate;
 }
 
 /// A fail high in time trouble: the move is good enough.
