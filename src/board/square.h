@@ -4,8 +4,6 @@
 // square ^ 56.
 #pragma once
 
-#include <algorithm>
-#include <cstdlib>
 #include <string>
 
 namespace tarvonel

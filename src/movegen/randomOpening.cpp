@@ -33,13 +33,14 @@ openingBook readOpeningBook(const std::string &path)
 {
     openingBook book;
     std::ifstream file(path);
-    const auto board = std::make_unique<gameBoard>();
+    const auto board = std::make_unique<posWithMoves>();
     for (std::string line; std::getline(file, line);)
     {
         const std::string fen = positionOf(line);
         if (fen.empty())
             continue;
-        if (setupGame(*board, fen).empty() && endOfGame(*board, legalMoves(*board)) == gameEnd::none)
+        if (setupPlayablePosition(fen, board->position).empty() &&
+            endOfGame(*board, legalMoves(*board)) == gameEnd::none)
             book.fens.push_back(fen);
         else
             ++book.refusedLines;
@@ -52,14 +53,14 @@ moveCode randomMove(const std::vector<moveCode> &moves, randomSource &random)
     return moves[random() % moves.size()] & moveIdentityMask;
 }
 
-int drawOpening(gameBoard &board, const openingPlan &plan, randomSource &random)
+int drawOpening(posWithMoves &board, const openingPlan &plan, randomSource &random)
 {
     const bool is960 = std::uniform_real_distribution<double>(0, 1)(random) < plan.chess960Share;
     const std::string fen = !plan.book.empty() ? plan.book[random() % plan.book.size()]
                             : is960            ? chess960Fen(static_cast<int>(random() % chess960Starts))
                                                : startPositionFen;
     const int plies = plan.fewestPlies + static_cast<int>(random() % 2);
-    if (!setupGame(board, fen).empty())
+    if (!setupPlayablePosition(fen, board.position).empty())
         return -1;
     for (int ply = 0; ply < plies; ++ply)
     {

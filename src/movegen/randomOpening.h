@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "movegen/gameBoard.h"
+#include "movegen/gameRules.h"
 
 namespace tarvonel
 {
@@ -37,6 +37,6 @@ struct openingPlan
 };
 
 /// Sets up an opening and tells how many plies it took; -1 if the game ended in them.
-int drawOpening(gameBoard &board, const openingPlan &plan, randomSource &random);
+int drawOpening(posWithMoves &board, const openingPlan &plan, randomSource &random);
 
 } // namespace tarvonel

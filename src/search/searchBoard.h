@@ -1,6 +1,8 @@
 // Everything that one thread's search works on: its position, its move stack and its tables.
 #pragma once
 
+#include <algorithm>
+
 #include "board/posWithMoves.h"
 #include "eval/evaluationTables.h"
 

@@ -7,7 +7,7 @@
 
 #include "board/makeMove.h"
 #include "board/setup.h"
-#include "movegen/gameBoard.h"
+#include "movegen/gameRules.h"
 
 namespace tarvonel
 {
@@ -25,9 +25,9 @@ struct playedGame
     const char *result = "1/2-1/2"; ///< of a game that is not over either
 };
 
-playedGame playRandomGame(gameBoard &board, std::mt19937_64 &random)
+playedGame playRandomGame(posWithMoves &board, std::mt19937_64 &random)
 {
-    setupGame(board, startPositionFen);
+    setupPlayablePosition(startPositionFen, board.position);
     const pos &position = board.position;
     playedGame game;
     for (int ply = 0; ply <= lastPly; ++ply)
@@ -49,7 +49,7 @@ playedGame playRandomGame(gameBoard &board, std::mt19937_64 &random)
 
 void writeTuningLines(std::ostream &out, std::int64_t count, std::uint64_t seed)
 {
-    const auto board = std::make_unique<gameBoard>();
+    const auto board = std::make_unique<posWithMoves>();
     std::mt19937_64 random(seed);
     while (count > 0)
     {

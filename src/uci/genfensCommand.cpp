@@ -66,7 +66,7 @@ bool isBalanced(const std::string &fen)
 }
 
 /// Empty if the plan yields no balanced opening.
-std::string balancedOpening(gameBoard &board, const openingPlan &plan, randomSource &random)
+std::string balancedOpening(posWithMoves &board, const openingPlan &plan, randomSource &random)
 {
     for (int i = 0; i < maxTries; ++i)
     {
@@ -80,7 +80,7 @@ std::string balancedOpening(gameBoard &board, const openingPlan &plan, randomSou
 
 void printOpenings(const genfensPlan &plan, const openingPlan &opening)
 {
-    const auto board = std::make_unique<gameBoard>();
+    const auto board = std::make_unique<posWithMoves>();
     randomSource random(plan.seed);
     for (int i = 0; i < plan.count; ++i)
     {

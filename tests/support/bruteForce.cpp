@@ -1,5 +1,6 @@
 #include "support/bruteForce.h"
 
+#include <algorithm>
 #include <cctype>
 #include <cstdlib>
 #include <sstream>

@@ -1,6 +1,8 @@
 // What is stored comes back: values out of blocks of codes, numbers of placements, distances through
 // their maps.
 
+#include <algorithm>
+
 #include <gtest/gtest.h>
 
 #include "support/tableFiles.h"

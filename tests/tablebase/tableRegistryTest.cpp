@@ -1,5 +1,6 @@
 // Finding tables: names, directories, file sizes; files that are corrupt; first use by many threads.
 
+#include <algorithm>
 #include <gtest/gtest.h>
 
 #include <array>

@@ -32,7 +32,7 @@ class gameFileTest : public testing::Test
             continue;
         game.earlierPlies = 8 + board->position.sideToMove;
         const std::string fen = fenOf(board->position, true, 5);
-        EXPECT_EQ(setupGame(*board, fen), "");
+        EXPECT_EQ(setupPlayablePosition(fen, board->position), "");
         game.start = packStart(board->position);
         game.whitePoints = static_cast<int>(random() % 3);
         text = {{{"FEN", fen}, {"Result", results[game.whitePoints]}}, results[game.whitePoints], {}};
@@ -80,7 +80,7 @@ class gameFileTest : public testing::Test
     std::string path = directory / "games";
     randomSource random{17};
     variantScope variant{true};
-    std::unique_ptr<gameBoard> board = std::make_unique<gameBoard>();
+    std::unique_ptr<posWithMoves> board = std::make_unique<posWithMoves>();
     pgnGame text;
 };
 

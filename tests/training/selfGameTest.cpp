@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "board/makeMove.h"
+#include "board/setup.h"
 #include "eval/evaluate.h"
 #include "games/selfGame.h"
 #include "games/selfSearch.h"
@@ -41,7 +42,7 @@ class selfGameTest : public testing::Test
     }
 
     variantScope variant{true};
-    std::unique_ptr<gameBoard> board = std::make_unique<gameBoard>();
+    std::unique_ptr<posWithMoves> board = std::make_unique<posWithMoves>();
 };
 
 TEST_F(selfGameTest, gamesAreLegalReproducibleAndLearntFrom)
@@ -102,7 +103,7 @@ TEST_F(selfGameTest, onlyQuietBalancedPositionsAreLearntFrom)
     };
     for (const filterCase &each : cases)
     {
-        ASSERT_EQ(setupGame(*board, each.fen), "") << each.fen;
+        ASSERT_EQ(setupPlayablePosition(each.fen, board->position), "") << each.fen;
         const moveCode move = findMove(*board, legalMoves(*board), each.move);
         ASSERT_NE(move, noMove) << each.fen;
         EXPECT_EQ(isWorthLearning(board->position, move, each.score, {}), each.isTaken) << each.fen << " " << each.move;

@@ -12,6 +12,7 @@
 
 #include <gtest/gtest.h>
 
+#include "board/setup.h"
 #include "eval/evaluate.h"
 #include "eval/evaluationTables.h"
 #include "eval/network.h"
@@ -34,7 +35,7 @@ template <typename Visitor> void visitRandomPositions(std::size_t count, std::ui
 {
     constexpr std::uint64_t longest = 80;
     const variantScope variant{true};
-    const auto board = std::make_unique<gameBoard>();
+    const auto board = std::make_unique<posWithMoves>();
     randomSource random(seed);
     while (count > 0)
     {
@@ -248,10 +249,10 @@ TEST_F(trainerTest, takesANetworkOver)
 
 TEST(trainingPositions, areShownMirrored)
 {
-    const auto board = std::make_unique<gameBoard>();
+    const auto board = std::make_unique<posWithMoves>();
     const auto featuresOf = [&](const char *fen, bool isMirrored)
     {
-        EXPECT_EQ(setupGame(*board, fen), "");
+        EXPECT_EQ(setupPlayablePosition(fen, board->position), "");
         trainingPosition position = packPosition(board->position, 0, 1);
         position.isMirrored = isMirrored ? 1 : 0;
         featureList list;
@@ -265,7 +266,7 @@ TEST(trainingPositions, areShownMirrored)
     const char *fen = "6k1/5ppp/2n5/8/8/1B6/PP6/1K1R4 b - - 0 1";
     EXPECT_EQ(featuresOf(fen, true), featuresOf("1k6/ppp5/5n2/8/8/6B1/6PP/4R1K1 b - - 0 1", false));
     EXPECT_NE(featuresOf(fen, true), featuresOf(fen, false));
-    EXPECT_EQ(setupGame(*board, "r3k3/8/8/8/8/8/8/4K3 b q - 0 1"), "");
+    EXPECT_EQ(setupPlayablePosition("r3k3/8/8/8/8/8/8/4K3 b q - 0 1", board->position), "");
     EXPECT_NE(packPosition(board->position, 0, 1).hasCastling, 0);
 }
 

@@ -24,7 +24,7 @@ int convert(const std::vector<std::string> &files, const std::string &out)
         throw std::runtime_error(error);
     if (writer.summary.games > 0)
         throw std::runtime_error(out + " holds games already");
-    const auto board = std::make_unique<gameBoard>();
+    const auto board = std::make_unique<posWithMoves>();
     std::uint64_t leftOut = 0;
     for (const std::string &file : files)
     {

@@ -115,7 +115,7 @@ storedStart packStart(const pos &position)
     return start;
 }
 
-std::string unpackStart(const storedStart &start, gameBoard &board)
+std::string unpackStart(const storedStart &start, posWithMoves &board)
 {
     // A bare record with what a FEN tells; the text then goes through the same checks as any other.
     const auto bare = std::make_unique<pos>();
@@ -133,7 +133,7 @@ std::string unpackStart(const storedStart &start, gameBoard &board)
     const bool validStep = start.enPassant == 0 || (start.enPassant >= 24 && start.enPassant < 40);
     bare->info[0].enPassant = static_cast<std::int8_t>(validStep ? start.enPassant : 0);
     bare->fiftyCount = start.fiftyCount;
-    return setupGame(board, fenOf(*bare, true, 1));
+    return setupPlayablePosition(fenOf(*bare, true, 1), board.position);
 }
 
 std::vector<std::uint8_t> encodeGame(const storedGame &game)

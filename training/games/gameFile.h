@@ -26,7 +26,7 @@
 #include <vector>
 
 #include "board/moveCode.h"
-#include "movegen/gameBoard.h"
+#include "movegen/gameRules.h"
 #include "platform/fileMapping.h"
 
 namespace tarvonel
@@ -69,7 +69,7 @@ constexpr moveCode unpackMove(std::uint16_t packed) { return encodeMove(packed &
 storedStart packStart(const pos &position);
 
 /// Sets up the board; an empty text or what is wrong with the stored position.
-std::string unpackStart(const storedStart &start, gameBoard &board);
+std::string unpackStart(const storedStart &start, posWithMoves &board);
 
 std::vector<std::uint8_t> encodeGame(const storedGame &game);
 

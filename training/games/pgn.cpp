@@ -60,9 +60,9 @@ std::string pieceMoveText(const pos &position, const std::vector<moveCode> &move
 }
 
 /// "+" or "#" if the move gives check or mate.
-std::string checkMark(const gameBoard &board, moveCode move)
+std::string checkMark(const posWithMoves &board, moveCode move)
 {
-    const auto copy = std::make_unique<gameBoard>();
+    const auto copy = std::make_unique<posWithMoves>();
     copy->adopt(board.position);
     playGameMove(copy->position, move);
     if (!isKingAttacked(copy->position, copy->position.sideToMove))
@@ -72,7 +72,7 @@ std::string checkMark(const gameBoard &board, moveCode move)
 
 } // namespace
 
-std::string shortNotation(gameBoard &board, const std::vector<moveCode> &moves, moveCode move)
+std::string shortNotation(posWithMoves &board, const std::vector<moveCode> &moves, moveCode move)
 {
     const pos &position = board.position;
     const std::string text = moveFlagOf(move) == castleKingSide       ? "O-O"

@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-#include "movegen/gameBoard.h"
+#include "movegen/gameRules.h"
 
 namespace tarvonel
 {
@@ -26,7 +26,7 @@ struct pgnGame
 };
 
 /// The move in short algebraic notation, for a legal move not yet made. Leaves the board as it was.
-std::string shortNotation(gameBoard &board, const std::vector<moveCode> &moves, moveCode move);
+std::string shortNotation(posWithMoves &board, const std::vector<moveCode> &moves, moveCode move);
 
 /// The one legal move that the notation means, whatever marks, hints or dashes it has, or 0.
 moveCode findNotation(const pos &position, const std::vector<moveCode> &moves, std::string text);

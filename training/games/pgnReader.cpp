@@ -97,7 +97,7 @@ std::string withoutNumber(const std::string &word)
     return behindDots == behindDigits ? word : behindDots == std::string::npos ? "" : word.substr(behindDots);
 }
 
-bool playWord(storedGame &game, gameBoard &board, const std::string &word)
+bool playWord(storedGame &game, posWithMoves &board, const std::string &word)
 {
     const moveCode move = findNotation(board.position, legalMoves(board), word);
     if (move == noMove || game.moves.size() == longestStoredGame)
@@ -108,7 +108,7 @@ bool playWord(storedGame &game, gameBoard &board, const std::string &word)
 }
 
 /// Plays what the text tells, up to `result`. False if it is no whole legal game.
-bool playMoves(storedGame &game, gameBoard &board, const std::string &text, const std::string &result)
+bool playMoves(storedGame &game, posWithMoves &board, const std::string &text, const std::string &result)
 {
     for (std::size_t i = 0, end = 0; i < text.size(); i = end)
     {
@@ -135,7 +135,7 @@ bool playMoves(storedGame &game, gameBoard &board, const std::string &text, cons
     return false;
 }
 
-std::optional<storedGame> playGame(const rawGame &raw, gameBoard &board)
+std::optional<storedGame> playGame(const rawGame &raw, posWithMoves &board)
 {
     const auto tag = [&](const char *name, const char *fallback)
     {
@@ -146,7 +146,7 @@ std::optional<storedGame> playGame(const rawGame &raw, gameBoard &board)
     const std::string fen = tag("FEN", startPositionFen);
     const std::string termination = tag("Termination", "");
     const std::optional<int> points = pointsOf(result);
-    if (!points || !setupGame(board, fen).empty() ||
+    if (!points || !setupPlayablePosition(fen, board.position).empty() ||
         std::ranges::any_of(faultWords, [&](const char *word) { return termination.find(word) != std::string::npos; }))
         return std::nullopt;
     storedGame game;
@@ -182,7 +182,7 @@ int commentScore(const std::string &comment)
     return unscored;
 }
 
-std::optional<storedGame> nextPgnGame(pgnReader &reader, gameBoard &board)
+std::optional<storedGame> nextPgnGame(pgnReader &reader, posWithMoves &board)
 {
     for (rawGame raw; nextRawGame(reader, raw); ++reader.leftOut)
         if (std::optional<storedGame> game = playGame(raw, board))

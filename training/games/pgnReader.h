@@ -25,7 +25,7 @@ struct pgnReader
 /// The next game that is whole, legal, and was decided on the board or by adjudication; nothing at
 /// the end of the text. The board is worked on. `engineOptions.chess960` has to be set, for both
 /// variants.
-std::optional<storedGame> nextPgnGame(pgnReader &reader, gameBoard &board);
+std::optional<storedGame> nextPgnGame(pgnReader &reader, posWithMoves &board);
 
 /// The score in centipawns that the comment behind a move tells, `unscored` if none.
 int commentScore(const std::string &comment);

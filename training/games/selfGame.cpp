@@ -34,7 +34,7 @@ std::optional<int> judge(gameTrend &trend, const selfPlayPlan &plan, int whiteSc
     return std::nullopt;
 }
 
-searchResult quickMove(gameBoard &board, const std::vector<moveCode> &moves, const selfPlayPlan &plan,
+searchResult quickMove(posWithMoves &board, const std::vector<moveCode> &moves, const selfPlayPlan &plan,
                        randomSource &random)
 {
     searchResult chosen;
@@ -50,7 +50,7 @@ searchResult quickMove(gameBoard &board, const std::vector<moveCode> &moves, con
 
 } // namespace
 
-std::optional<storedGame> playSelfGame(gameBoard &board, const selfPlayPlan &plan, randomSource &random)
+std::optional<storedGame> playSelfGame(posWithMoves &board, const selfPlayPlan &plan, randomSource &random)
 {
     storedGame game;
     game.earlierPlies = drawOpening(board, plan.opening, random);

@@ -26,6 +26,6 @@ struct selfPlayPlan
 };
 
 /// Plays a game from an opening of its own; none if the opening was thrown away.
-std::optional<storedGame> playSelfGame(gameBoard &board, const selfPlayPlan &plan, randomSource &random);
+std::optional<storedGame> playSelfGame(posWithMoves &board, const selfPlayPlan &plan, randomSource &random);
 
 } // namespace tarvonel

@@ -17,7 +17,7 @@ namespace
 {
 
 /// Quiescence value after the move, from the view of the side that makes it.
-int valueAfter(gameBoard &board, moveCode move)
+int valueAfter(posWithMoves &board, moveCode move)
 {
     pos &position = board.position;
     makeMove(position, 0, move);
@@ -50,7 +50,7 @@ void forgetSearches()
     clearWorkerHistory();
 }
 
-quietValue quiescenceValue(gameBoard &board)
+quietValue quiescenceValue(posWithMoves &board)
 {
     theBoss().tables.attachTo(board.position);
     const int standPat = evaluate(0, board.position);
@@ -58,7 +58,7 @@ quietValue quiescenceValue(gameBoard &board)
     return {quiescence(0, 0, -infiniteScore, infiniteScore, board.position), standPat};
 }
 
-moveCode sampledMove(gameBoard &board, const std::vector<moveCode> &moves, int tries, randomSource &random)
+moveCode sampledMove(posWithMoves &board, const std::vector<moveCode> &moves, int tries, randomSource &random)
 {
     theBoss().tables.attachTo(board.position);
     moveCode best = noMove;

@@ -6,7 +6,7 @@
 
 #include <vector>
 
-#include "movegen/gameBoard.h"
+#include "movegen/gameRules.h"
 #include "movegen/randomOpening.h"
 
 namespace tarvonel
@@ -26,10 +26,10 @@ struct quietValue
     int value;
     int standPat;
 };
-quietValue quiescenceValue(gameBoard &board);
+quietValue quiescenceValue(posWithMoves &board);
 
 /// A move chosen quickly and not too badly: the best of all captures and `tries` legal moves drawn
 /// by chance, by the quiescence value after them.
-moveCode sampledMove(gameBoard &board, const std::vector<moveCode> &moves, int tries, randomSource &random);
+moveCode sampledMove(posWithMoves &board, const std::vector<moveCode> &moves, int tries, randomSource &random);
 
 } // namespace tarvonel

@@ -102,7 +102,7 @@ int playGames(const processPlan &plan, int process, pid_t parent, processTally &
     tally.games = writer.summary.games;
     tally.positions = writer.summary.positions;
     startSelfSearch(plan.hashMegabytes);
-    const auto board = std::make_unique<gameBoard>();
+    const auto board = std::make_unique<posWithMoves>();
     // A resumed file goes on with other games than those it holds.
     std::seed_seq seed{plan.seed, static_cast<std::uint64_t>(process), writer.summary.games};
     randomSource random(seed);

@@ -24,7 +24,7 @@ constexpr std::uint64_t pieceBytes = 1 << 18;
 
 int codeOf(const trainingPosition &position, int index) { return position.men[index / 2] >> (index % 2 * 4) & 15; }
 
-bool isLegal(gameBoard &board, moveCode move)
+bool isLegal(posWithMoves &board, moveCode move)
 {
     const std::vector<moveCode> moves = legalMoves(board);
     return std::any_of(moves.begin(), moves.end(), [&](moveCode other) { return sameMove(move, other); });
@@ -46,7 +46,7 @@ bool isForValidation(const storedGame &game, const dataFilter &filter)
 }
 
 /// Replays a game and appends its positions; false if it holds a move that is not legal.
-bool takeGame(storedGame &game, gameBoard &board, const dataFilter &filter, std::vector<trainingPosition> &positions)
+bool takeGame(storedGame &game, posWithMoves &board, const dataFilter &filter, std::vector<trainingPosition> &positions)
 {
     if (!unpackStart(game.start, board).empty())
         return false;
@@ -81,7 +81,7 @@ pieceContent readPiece(const trainingData &data, const gamePiece &piece, const d
 {
     gameReader reader = data.files[piece.file];
     reader.offset = piece.begin;
-    const auto board = std::make_unique<gameBoard>();
+    const auto board = std::make_unique<posWithMoves>();
     pieceContent content;
     for (storedGame game; reader.offset < piece.end && nextGame(reader, game);)
     {

@@ -1,5 +1,6 @@
 #include "match/matchGame.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <cstdlib>
@@ -7,6 +8,7 @@
 
 #include "board/makeMove.h"
 #include "board/moveText.h"
+#include "board/setup.h"
 #include "platform/parseNumber.h"
 #include "words.h"
 
@@ -22,7 +24,7 @@ struct runningGame
 {
     matchEngine *engines[colourCount];
     const gamePlan &plan;
-    gameBoard &board;
+    posWithMoves &board;
     adjudicator judge;
     std::int64_t clocks[colourCount];
     finishedGame record;
@@ -175,10 +177,10 @@ std::optional<int> adjudicate(adjudicator &judge, colour mover, std::optional<in
 
 finishedGame playGame(matchEngine &whiteEngine, matchEngine &blackEngine, const gamePlan &plan)
 {
-    const auto board = std::make_unique<gameBoard>();
+    const auto board = std::make_unique<posWithMoves>();
     runningGame game{{&whiteEngine, &blackEngine},           plan, *board, {plan.rules},
                      {plan.limits.clock, plan.limits.clock}, {}};
-    const std::string error = setupGame(*board, plan.openingFen);
+    const std::string error = setupPlayablePosition(plan.openingFen, board->position);
     if (!error.empty())
     {
         game.record.reason = "bad opening: " + error;

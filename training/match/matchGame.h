@@ -8,7 +8,7 @@
 
 #include "games/pgn.h"
 #include "match/matchEngine.h"
-#include "movegen/gameBoard.h"
+#include "movegen/gameRules.h"
 
 namespace tarvonel
 {

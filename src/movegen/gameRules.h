@@ -1,4 +1,4 @@
-// A whole game on the engine's board: the legal moves, and when the rules end it.
+// A whole game, its position always at ply 0: the legal moves, and when the rules end it.
 #pragma once
 
 #include <string>
@@ -8,9 +8,6 @@
 
 namespace tarvonel
 {
-
-/// Always at ply 0.
-using gameBoard = posWithMoves;
 
 enum class gameEnd
 {
@@ -22,18 +19,14 @@ enum class gameEnd
     material, ///< neither side could mate by any sequence of moves
 };
 
-/// Sets up a start position; an empty text, or what is wrong with it. Positions in which the game
-/// is already over are accepted, those that cannot be searched are not.
-std::string setupGame(gameBoard &board, const std::string &fen);
-
 /// All legal moves, in no special order. Also brings `inCheck` of ply 0 up to date.
-std::vector<moveCode> legalMoves(gameBoard &board);
+std::vector<moveCode> legalMoves(posWithMoves &board);
 
 /// Why the game is over, given its legal moves.
-gameEnd endOfGame(const gameBoard &board, const std::vector<moveCode> &moves);
+gameEnd endOfGame(const posWithMoves &board, const std::vector<moveCode> &moves);
 
 /// The legal move that a text in the protocol's form means, or 0.
-moveCode findMove(const gameBoard &board, const std::vector<moveCode> &moves, const std::string &text);
+moveCode findMove(const posWithMoves &board, const std::vector<moveCode> &moves, const std::string &text);
 
 /// What an end is called in a game's record.
 const char *endText(gameEnd end);

@@ -1,9 +1,8 @@
-#include "movegen/gameBoard.h"
+#include "movegen/gameRules.h"
 
 #include <algorithm>
 
 #include "board/moveText.h"
-#include "board/setup.h"
 #include "movegen/moveChecks.h"
 
 namespace tarvonel
@@ -39,23 +38,14 @@ bool isDeadPosition(const pos &position)
 
 } // namespace
 
-std::string setupGame(gameBoard &board, const std::string &fen)
-{
-    std::string error = setupPosition(fen, board.position);
-    if (!error.empty())
-        return error;
-    dropUnfoundedRights(board.position);
-    return isPlayable(board.position) ? "" : "the side to move could take the king";
-}
-
-std::vector<moveCode> legalMoves(gameBoard &board)
+std::vector<moveCode> legalMoves(posWithMoves &board)
 {
     const posinfo &root = board.position.info[0];
     buildLegalList(0, board.firstMove(), board.position);
     return {root.listStart, root.listEnd};
 }
 
-gameEnd endOfGame(const gameBoard &board, const std::vector<moveCode> &moves)
+gameEnd endOfGame(const posWithMoves &board, const std::vector<moveCode> &moves)
 {
     const pos &position = board.position;
     if (moves.empty())
@@ -67,7 +57,7 @@ gameEnd endOfGame(const gameBoard &board, const std::vector<moveCode> &moves)
     return occurrences(position) >= 3 ? gameEnd::repetition : gameEnd::none;
 }
 
-moveCode findMove(const gameBoard &board, const std::vector<moveCode> &moves, const std::string &text)
+moveCode findMove(const posWithMoves &board, const std::vector<moveCode> &moves, const std::string &text)
 {
     for (const moveCode move : moves)
         if (moveText(move, board.position.sideToMove, board.position) == text)
