@@ -20,43 +20,34 @@ struct lesson
     continuationRows rows;
     int bonus;
 
-    static void reward(std::int16_t &value, int amount)
+    void reward(moveCode move) const
     {
-        value = static_cast<std::int16_t>(value + amount - value * amount / historyLimit);
+        teach(move, [this](int value) { return value + bonus - value * bonus / historyLimit; });
     }
-    void penalise(std::int16_t &value) const
+    void penalise(moveCode move) const
     {
-        value = static_cast<std::int16_t>(value - value * bonus / historyLimit - bonus);
+        teach(move, [this](int value) { return value - bonus - value * bonus / historyLimit; });
     }
-    void penaliseMove(moveCode move) const
+
+  private:
+    template <typename rule> void teach(moveCode move, rule changed) const
     {
         const int index = historyIndexOf(position, move);
-        penalise(position.quietHistory[index]);
-        if (rows.two != nullptr)
-            penalise(rows.two[index]);
-        if (rows.one != nullptr)
-            penalise(rows.one[index]);
-    }
-    void penaliseRange(const moveCode *first, const moveCode *last) const
-    {
-        for (; first < last; ++first)
-            penaliseMove(*first);
+        for (const historyRow row : {position.quietHistory, rows.two, rows.one})
+            if (row != nullptr)
+                row[index] = static_cast<std::int16_t>(changed(row[index]));
     }
 };
 
 void rewardBest(const lesson &learnt, int ply, moveCode bestMove)
 {
     pos &position = learnt.position;
-    const int index = historyIndexOf(position, bestMove);
-    if (learnt.rows.two != nullptr)
-        lesson::reward(learnt.rows.two[index], learnt.bonus);
+    learnt.reward(bestMove);
     if (learnt.rows.one != nullptr)
     {
         const moveCode previous = position.info[ply - 1].playedMove;
         position.counterMoves[historyIndex(moveExtra(previous), moveTo(previous))] = bestMove;
-        lesson::reward(learnt.rows.one[index], learnt.bonus);
     }
-    lesson::reward(position.quietHistory[index], learnt.bonus);
 }
 
 void penaliseTried(const lesson &learnt, int ply, moveCode bestMove)
@@ -66,17 +57,12 @@ void penaliseTried(const lesson &learnt, int ply, moveCode bestMove)
     const moveCode tableMove = node.hashMove;
     if (tableMove != noMove && !sameMove(tableMove, bestMove) && position.board[moveTo(tableMove)] == emptySquare &&
         position.board[moveFrom(tableMove)] != emptySquare)
-        learnt.penaliseMove(tableMove);
+        learnt.penalise(tableMove);
 
-    if (node.stage == stageCaptureInit) // the table move itself cut off
-        return;
-    if (node.stage == stageQuiets)
-    {
-        learnt.penaliseRange(node.captureEnd, node.quietStart);
-        learnt.penaliseRange(node.quietStart, node.listCursor);
-    }
-    else
-        learnt.penaliseRange(node.captureEnd, node.listCursor);
+    // Behind the captures lie killers, counter move and quiet moves as they were tried.
+    if (node.stage != stageCaptureInit) // or the table move itself cut off
+        for (const moveCode *move = node.captureEnd; move < node.listCursor; ++move)
+            learnt.penalise(*move);
 }
 
 void rememberKiller(posinfo &node, moveCode bestMove)
