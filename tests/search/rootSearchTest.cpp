@@ -50,7 +50,9 @@ TEST_F(rootSearch, findsMates)
 
 TEST_F(rootSearch, newGameForgetsAllThatLastsBetweenSearches)
 {
+    deepestTimed = maxPly; // or the other threads would no longer decide on time
     const std::uint64_t fresh = run(middleGame, {.depthLimit = 9}).nodes;
+    EXPECT_LT(deepestTimed, maxPly);
     EXPECT_NE(run(middleGame, {.depthLimit = 9}).nodes, fresh);
     newGame();
     EXPECT_EQ(run(middleGame, {.depthLimit = 9}).nodes, fresh);
