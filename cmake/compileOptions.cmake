@@ -32,5 +32,12 @@ if(TARVONEL_SANITIZE)
 endif()
 
 if(MINGW)
-    target_link_options(tarvonelOptions INTERFACE -static) # the engine then needs no further library
+    # The engine then needs no further library, and its threads have as much stack as Linux gives them.
+    target_link_options(tarvonelOptions INTERFACE -static -Wl,--stack,8388608)
+    if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+        # The stack is aligned to 16 bytes, which gcc forgets where it puts longer vectors there.
+        set(unalignedMoves -Wa,-muse-unaligned-vector-move)
+        target_compile_options(tarvonelOptions INTERFACE ${unalignedMoves})
+        target_link_options(tarvonelOptions INTERFACE ${unalignedMoves})
+    endif()
 endif()

@@ -1,9 +1,9 @@
 #include "eval/networkFile.h"
 
 #include <algorithm>
-#include <filesystem>
 #include <fstream>
 
+#include "platform/fileMapping.h"
 #include "platform/largeMemory.h"
 #include "platform/littleEndian.h"
 #include "platform/output.h"
@@ -124,8 +124,7 @@ bool readNet(std::istream &stream)
 bool loadNetFile(const std::string &name)
 {
     netLoaded = false;
-    std::error_code ignored;
-    if (!std::filesystem::is_regular_file(name, ignored))
+    if (readableFileSize(name) < 0)
         return false;
     std::ifstream file(name, std::ios::binary);
     return file.is_open() && readNet(file);

@@ -2,16 +2,15 @@
 
 #include <cmath>
 #include <cstdlib>
-#include <filesystem>
 #include <fstream>
 #include <new>
 #include <sstream>
-#include <system_error>
 
 #include "board/setup.h"
 #include "eval/evaluate.h"
 #include "eval/network.h"
 #include "eval/networkFile.h"
+#include "platform/fileMapping.h"
 
 namespace tarvonel
 {
@@ -103,9 +102,8 @@ double winProbability(int whiteScore) { return 1 / (1 + std::exp(-tuningK * whit
 bool loadTuningPositions(pos &position, const tunerOutput &print)
 {
     // Anything but a regular file is refused: reading a pipe could wait for ever.
-    std::error_code ignored;
     std::ifstream file;
-    if (std::filesystem::is_regular_file(tuningFileName, ignored))
+    if (readableFileSize(tuningFileName) >= 0)
         file.open(tuningFileName);
     if (!file.is_open())
     {

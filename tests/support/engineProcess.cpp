@@ -1,14 +1,35 @@
 #include "support/engineProcess.h"
 
+#include <algorithm>
+#include <cstdlib>
+
 #include "platform/clock.h"
 #include "support/syntheticNetwork.h"
+#include "words.h"
 
 namespace tarvonel
 {
 
+namespace
+{
+
+const char *foreignEngine() { return std::getenv("TARVONEL_ENGINE"); }
+
+} // namespace
+
+bool isForeignEngine() { return foreignEngine() != nullptr; }
+
+std::string pathForEngine(std::string path)
+{
+    if (!isForeignEngine())
+        return path;
+    std::ranges::replace(path, '/', '\\');
+    return "Z:" + path;
+}
+
 engineProcess::engineProcess(const std::string &directory, const lines &words, int limitKib)
 {
-    lines all = {TARVONEL_ENGINE_PATH};
+    lines all = isForeignEngine() ? splitWords(foreignEngine()) : lines{TARVONEL_ENGINE_PATH};
     if (limitKib != 0)
         all = {"sh", "-c", "ulimit -v " + std::to_string(limitKib) + " && exec \"$0\" \"$@\"", TARVONEL_ENGINE_PATH};
     all.insert(all.end(), words.begin(), words.end());

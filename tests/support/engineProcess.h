@@ -47,6 +47,13 @@ class engineProcess
     childProcess process;
 };
 
+/// Whether the environment variable TARVONEL_ENGINE names another engine than the one built here: the
+/// program and words before the tests' own. It is taken for one that runs under wine.
+bool isForeignEngine();
+
+/// The path as the engine's system writes it.
+std::string pathForEngine(std::string path);
+
 /// A directory with a network of the default name.
 const temporaryDirectory &networkDirectory();
 

@@ -7,6 +7,7 @@
 #include "platform/clock.h"
 #include "search/searchSupport.h"
 #include "support/engineProcess.h"
+#include "support/tableFiles.h"
 
 namespace tarvonel
 {
@@ -109,19 +110,36 @@ TEST_F(dialogue, withoutNetwork)
     EXPECT_TRUE(fresh.ask("bench").at(0).starts_with(missing));
     EXPECT_TRUE(fresh.ask("evil").at(0).starts_with("Evaluation : "));
 
-    const std::string file = networkDirectory() / "220321-307.nnue";
+    const std::string file = pathForEngine(networkDirectory() / "220321-307.nnue");
     EXPECT_EQ(fresh.ask("setoption name NetFile value " + file),
               (lines{"Net read", "info string NetFile used : " + file}));
     fresh.send("setoption name NetFile value <empty>\ngo depth 1"); // the network in use stays
     fresh.readUntil("bestmove ");
 }
 
+// Paths in UTF-8, and an empty directory before the one that holds the tables.
+TEST_F(dialogue, endgameTablesFromSeveralDirectories)
+{
+    const temporaryDirectory empty, parent;
+    const std::string directory = parent / "Türme";
+    std::filesystem::create_directory(directory);
+    endings::writeTables(directory, {{"KRvK", "KRk", 2, -2}});
+    const std::string path = pathForEngine(empty.path) + ";" + pathForEngine(directory);
+    EXPECT_EQ(engine.ask("setoption name SyzygyPath value " + path),
+              lines{"info string Syzygy tablebases used from directory : " + path});
+    engine.send("position fen 8/8/4k3/8/8/3K4/3P3r/8 w - - 0 1\ngo depth 10");
+    const lines search = engine.readUntil("bestmove");
+    EXPECT_TRUE(std::ranges::any_of(search, [](const std::string &text)
+                                    { return std::regex_search(text, std::regex("tbhits [1-9]")); }))
+        << testing::PrintToString(search);
+}
+
 // The table gives way to the first thread, and where even that has no room the program ends. Threads
 // that the system grants are those that count.
 TEST_F(dialogue, littleMemory)
 {
-    if (isSanitized)
-        GTEST_SKIP() << "a sanitizer takes all addresses";
+    if (isSanitized || isForeignEngine())
+        GTEST_SKIP() << "a sanitizer takes all addresses, and an emulator memory of its own";
     const std::string smaller = "info string Not enough memory for that Hashtable, size taken : ";
     for (const int limitKib : {200'000, 100'000, 70'000, 60'000})
     {
