@@ -7,12 +7,16 @@
 #   make training        the programs that make the network file, for this machine (build/native/training)
 #   make texel           tries the tuner on positions of random games (docs/development.md)
 #   make EXE=NAME EVALFILE=PATH CXX=COMPILER    the best engine for this processor as ./NAME
-#   make ssse3 avx2 avx512 neon generic    the engine for other processors (build/avx2/tarvonel)
+#   make sse2 ssse3 avx2 avx512 neon generic    the engine for other processors (build/avx2/tarvonel)
+#   make windows         the engines for Windows and their network, compiled here (build/windows)
 #   make native          the best of these for the processor at hand
 #   make pgo             the engine optimised by what a run of it counted (build/release-pgo/tarvonel); also
 #                        pgo-ssse3, pgo-avx2, pgo-avx512
-#   make install         installs engine and network side by side under PREFIX
-#   make quick           the quick tests alone
+#   make install         installs the builds for all processors with one network under PREFIX; the script in
+#                        PREFIX/bin starts the best. QUICK=yes leaves out the profiles and link-time optimisation,
+#                        BUILDS="avx2 sse2" takes these only; so too for windows and packages
+#   make packages        for Debian, other Linux systems and Windows, in dist/; make test-packages tries them
+#   make quick           the quick tests alone; make test-windows: the console's on a build for Windows, under wine
 #   make debug asan tsan tests of the other builds; make clang: the engine compiled with clang
 #   make format tidy layers             habits of the source
 
@@ -21,15 +25,32 @@ JOBS ?= $(shell nproc 2>/dev/null || echo 2)
 RUN_MILLISECONDS ?= 5000
 
 release := build/release
+BUILDS ?= $(if $(filter aarch64,$(shell uname -m)),neon,sse2 ssse3 avx2 avx512)
+
+runnable := $(shell tools/runnableBuilds.sh)
 sources = find src tests bench training tools -name '*.cpp' -o -name '*.h'
 ctest = ctest --output-on-failure --no-tests=error -j $(JOBS)
 
-# $(call build,PRESET,TARGETS): configures (again only where something changed) and builds.
-build = cmake --preset $(1) >build/$(1).configure.log 2>&1 || { cat build/$(1).configure.log; exit 1; }; \
+# $(call build,PRESET,TARGETS,WORDS): configures (again only where something changed) and builds.
+build = cmake --preset $(1) $(3) >build/$(1).configure.log 2>&1 || { cat build/$(1).configure.log; exit 1; }; \
         cmake --build --preset $(1) -j $(JOBS) --target $(2)
 
-.PHONY: all engine exe run test quick bench training texel pgo native ssse3 avx2 avx512 neon generic debug asan tsan clang format check-format tidy layers \
-        install clean
+# The builds that go out into the world, each with a profile where it can run here. SYSTEM is empty or
+# "windows-": $(call shippedTargets,SYSTEM) builds them, in $(call shippedFolders,SYSTEM).
+profiled = $(if $(QUICK),,$(filter $(1),$(runnable)))
+shippedTargets = $(foreach build,$(BUILDS),$(if $(call profiled,$(build)),pgo-)$(1)$(build))
+shippedFolders = $(foreach build,$(BUILDS),build/$(1)$(build)$(if $(call profiled,$(build)),-pgo))
+
+# $(call installAll,FOLDERS,PREFIX)
+installAll = for folder in $(1); do cmake --install $$folder --prefix $(2) || exit; done
+# $(call pack,GENERATORS,FOLDERS)
+pack = cpack -G "$(1)" --config $(firstword $(2))/CPackConfig.cmake -B build/packages \
+       -D CPACK_INSTALL_CMAKE_PROJECTS="$(subst ; ,;,$(foreach folder,$(2),$(CURDIR)/$(folder);tarvonel;ALL;/;))"
+
+windowsBuilds = $(addprefix windows-,sse2 ssse3 avx2 avx512)
+
+.PHONY: all engine exe run test quick test-windows bench training texel pgo native sse2 ssse3 avx2 avx512 neon generic \
+        windows $(windowsBuilds) debug asan tsan clang format check-format tidy layers install packages test-packages clean
 
 # The convention of frameworks that test engines on many machines: NAME is the best engine for this
 # processor, and reads the network PATH where it is told no other.
@@ -46,7 +67,7 @@ engine: | build
 	@tools/setup.sh build
 	@$(call build,release,tarvonel)
 
-exe: preset = $(firstword $(shell tools/runnableBuilds.sh))
+exe: preset = $(firstword $(runnable))
 exe: folder = build/exe-$(notdir $(CXX))
 exe: | build
 	@tools/setup.sh build
@@ -69,6 +90,12 @@ quick: | build
 	@$(call build,release,all)
 	$(ctest) --test-dir $(release) -L quick
 
+# The tests that drive the engine by its console, on one for Windows under wine.
+test-windows: | build
+	@tools/setup.sh
+	@$(call build,release,tarvonelTests)
+	tools/testWindows.sh
+
 bench: | build
 	@tools/setup.sh build bench
 	@$(call build,release,tarvonelSignature tarvonelBench)
@@ -86,18 +113,21 @@ texel: engine
 	test -f $(release)/lichess-good.epd || $(release)/training/texelData --out $(release)/lichess-good.epd
 	cd $(release) && ./tarvonel texel $(JOBS)
 
-native: $(firstword $(shell tools/runnableBuilds.sh))
-release: engine
+native: $(firstword $(runnable))
 
 pgo: pgo-release
 
 pgo-%: | build
-	@tools/setup.sh build
+	@tools/setup.sh build $(findstring windows,$*)
 	tools/profiledBuild.sh $* $(JOBS)
 
-ssse3 avx2 avx512 neon generic: | build
-	@tools/setup.sh build
-	@$(call build,$@,tarvonel)
+sse2 ssse3 avx2 avx512 neon generic $(windowsBuilds): | build
+	@tools/setup.sh build $(findstring windows,$@)
+	@$(call build,$@,tarvonel,-DTARVONEL_LTO=$(if $(QUICK),OFF,ON))
+
+windows: $(call shippedTargets,windows-)
+	rm -rf build/windows
+	$(call installAll,$(call shippedFolders,windows-),build/windows)
 
 debug: | build
 	@tools/setup.sh build test
@@ -135,8 +165,22 @@ tidy: | build
 layers:
 	tools/checkLayers.sh
 
-install: engine
-	cmake --install $(release) --prefix $(PREFIX)
+install: $(shippedTargets)
+	$(call installAll,$(shippedFolders),$(PREFIX))
+
+packages: $(shippedTargets) $(call shippedTargets,windows-)
+	@tools/setup.sh package
+	rm -rf build/packages dist
+	$(call pack,DEB;TGZ,$(shippedFolders))
+	$(call pack,ZIP,$(call shippedFolders,windows-))
+	mkdir dist
+	mv build/packages/tarvonel[-_]* dist
+	cd dist && sha256sum * >SHA256SUMS
+
+# As root: it installs one and removes it.
+test-packages:
+	@tools/setup.sh package windows
+	tests/packages.sh dist
 
 clean:
-	rm -rf build
+	rm -rf build dist

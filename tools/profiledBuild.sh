@@ -12,14 +12,14 @@ jobs=${2:-$(nproc)}
 folder=build/$preset-pgo
 
 # The counts of each file lie beside what it is compiled to, so both stages share the folder.
-buildStage() # generate or use
+buildStage() # generate or use, and what is built
 {
     cmake --preset "$preset" -B "$folder" -DTARVONEL_PROFILE="$1" \
         -DTARVONEL_TESTS=OFF -DTARVONEL_BENCH=OFF -DTARVONEL_TRAINING=OFF >/dev/null
-    cmake --build "$folder" -j "$jobs" --target tarvonel
+    cmake --build "$folder" -j "$jobs" --target "$2"
 }
 
-buildStage generate
+mkdir -p "$folder"
 find "$folder" -name '*.gcda' -delete
-(cd "$folder" && ./tarvonel bench && ./tarvonel perft 5)
-buildStage use
+buildStage generate countedRun
+buildStage use tarvonel

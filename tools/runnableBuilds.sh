@@ -1,22 +1,30 @@
-#!/usr/bin/env bash
-# Prints the presets of the release builds that this processor can run, the fastest first.
-set -euo pipefail
+#!/bin/sh
+# Prints the names of the builds that this processor can run, the fastest first. An installed engine is
+# chosen by it too (tools/tarvonel.sh).
 
-flags=$(grep -m1 '^flags' /proc/cpuinfo || true)
+flags=" $(sed -n '/^flags/{s/.*: //p;q;}' /proc/cpuinfo 2>/dev/null) "
 
-# PRESET WORDS: prints the preset if the processor has all the words (alternatives joined by |).
+# BUILD WORDS: prints the build if the processor has all the words.
 offer()
 {
-    local preset=$1 word
+    build=$1
     shift
     for word in "$@"; do
-        grep -qwE "$word" <<<"$flags" || return 0
+        case $flags in
+        *" $word "*) ;;
+        *) return ;;
+        esac
     done
-    echo "$preset"
+    echo "$build"
 }
 
-offer avx512 avx512bw avx512dq avx512vl avx512_vnni bmi2
-offer avx2 avx2 bmi1 'abm|lzcnt' popcnt
-offer ssse3 ssse3 popcnt
-offer release
+case $(uname -m) in
+x86_64)
+    offer avx512 avx512bw avx512dq avx512vl avx512_vnni bmi2
+    offer avx2 avx2 bmi1 abm popcnt
+    offer ssse3 ssse3 popcnt
+    offer sse2
+    ;;
+aarch64) offer neon ;;
+esac
 offer generic

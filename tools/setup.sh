@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs what the build needs and the machine lacks, from the distribution's own packages.
 #
-#   tools/setup.sh [build] [test] [bench] [training] [develop]      without a word: all
+#   tools/setup.sh [build] [test] [bench] [training] [develop] [windows] [package]      without a word: all
 #
 # Says what it installs and does nothing where all is there. For Debian and its relatives, as root
 # or with sudo; elsewhere it names what is missing.
@@ -23,7 +23,7 @@ needHeader() # HEADER PACKAGE
     missing+=("$2")
 }
 
-for group in "${@:-build test bench training develop}"; do
+for group in "${@:-build test bench training develop windows}"; do
     for word in $group; do
         case $word in
         build)
@@ -40,8 +40,16 @@ for group in "${@:-build test bench training develop}"; do
             needCommand clang-format clang-format
             needCommand run-clang-tidy clang-tidy
             ;;
+        windows)
+            needCommand x86_64-w64-mingw32-g++-posix g++-mingw-w64-x86-64-posix
+            PATH=$PATH:/usr/lib/wine needCommand wine64 wine64
+            ;;
+        package)
+            needCommand dpkg-shlibdeps dpkg-dev
+            needCommand lintian lintian
+            ;;
         *)
-            echo "setup: build, test, bench, training or develop, not '$word'" >&2
+            echo "setup: build, test, bench, training, develop, windows or package, not '$word'" >&2
             exit 2
             ;;
         esac
