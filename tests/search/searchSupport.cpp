@@ -178,21 +178,11 @@ const searchRecord &searchFixture::run(const pos &root, const searchLimitValues 
     return finish();
 }
 
-void searchFixture::ponderHit()
-{
-    if (timeIsUp)
-        stopSearch = true;
-    else
-        pondering = false;
-}
-
 void searchFixture::newGame()
 {
     ttClear();
     clearWorkerHistory();
 }
-
-int searchFixture::answerCount() { return answerTally; }
 
 bool isLegalIn(const std::string &fen, moveCode move)
 {

@@ -84,11 +84,7 @@ class searchFixture : public testing::Test
     static const searchRecord &run(const pos &root, const searchLimitValues &limits);
     /// What a controller's commands do.
     static void stop() { stopSearch = true; }
-    static void ponderHit();
     static void newGame();
-
-    /// Safe while a search runs.
-    static int answerCount();
 };
 
 /// Whether the move is one of the legal moves of the position.

@@ -54,7 +54,7 @@ TEST_F(searchThreads, oneAnswerToEverySearchWhereverItIsStopped)
         if (random() % 3 != 0)
             std::this_thread::sleep_for(std::chrono::microseconds(random() % 4000));
         if (kind == 1 && random() % 2 == 0)
-            ponderHit();
+            pondering = false;
         stop();
         const searchRecord &record = finish();
         EXPECT_TRUE(fen == stalemate || fen == mated ? record.best == noMove : isLegalIn(fen, record.best)) << cycle;

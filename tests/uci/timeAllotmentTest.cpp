@@ -76,7 +76,7 @@ TEST_F(timeAllotment, sharesTheClockByThreadsPhaseAndControl)
         {"unknown ply", 1, false, endgame + std::string("1"), "wtime 60000", 1847, 9235, 1, 1.75F},
         {"ply 239", 1, false, endgame + std::string("120"), "wtime 60000", 2640, 13200, 1, 1.75F},
         {"short clock", 1, false, "startpos", "wtime 10", 0, 1, 5, 1.37F},
-        {"short clock, long increment", 1, false, "startpos", "wtime 200 winc 1000", 100, 100, 5, 1.37F},
+        {"short clock, small increment", 1, false, "startpos", "wtime 200 winc 30", 14, 25, 5, 1.37F},
         {"last move of the control", 1, false, "startpos", "movestogo 1 wtime 1000", 657, 900, 1, 1.75F},
         {"given moves, opening", 1, false, "startpos", "movestogo 40 wtime 5400000", 88695, 443475, 1, 1.75F},
         {"four moves given, at least 40", 1, false, "startpos", "movestogo 4 wtime 150", 24, 40, 1, 1.44308F},
