@@ -88,25 +88,6 @@ TEST(networkFile, writtenNetworksAreReadBack)
     EXPECT_NE(netWeights.generation, generation);
 }
 
-TEST(networkFile, filesThatEndEarlyAreRefused)
-{
-    std::string bytes = syntheticNetworkBytes({1, 60, 50});
-    const std::size_t lengths[] = {0, 7, 11, 40, 62, 66, 578, 10'000'001, 25'166'551, 25'184'073, bytes.size() - 1};
-    for (const std::size_t length : lengths)
-    {
-        netLoaded = true;
-        std::string printed;
-        EXPECT_FALSE(readQuietly(bytes.substr(0, length), &printed)) << length;
-        EXPECT_FALSE(netLoaded) << length;
-        EXPECT_EQ(printed, "") << length;
-    }
-    EXPECT_TRUE(readQuietly(bytes));
-    EXPECT_TRUE(netLoaded);
-    putBytes(bytes, 8, {0xFF, 0xFF, 0xFF, 0xFF}); // a description longer than memory
-    EXPECT_FALSE(readQuietly(bytes));
-    EXPECT_FALSE(netLoaded);
-}
-
 TEST(networkFile, onlyRegularFilesOfThatNameAreLoaded)
 {
     const temporaryDirectory directory;

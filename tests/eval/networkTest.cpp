@@ -1,9 +1,11 @@
 #include "eval/network.h"
 
 #include <algorithm>
+#include <cstring>
 #include <limits>
 #include <random>
-#include <sstream>
+#include <streambuf>
+#include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -11,6 +13,7 @@
 #include "board/pieceValues.h"
 #include "board/setup.h"
 #include "eval/accumulator.h"
+#include "support/fuzzSeeds.h"
 #include "support/randomGames.h"
 #include "support/syntheticNetwork.h"
 
@@ -75,6 +78,97 @@ double shareAlive(const std::vector<std::int32_t> &activations)
 {
     const auto zeros = std::count(activations.begin(), activations.end(), 0);
     return 1.0 - static_cast<double>(zeros) / static_cast<double>(activations.size());
+}
+
+// --- mutated files ---
+
+constexpr std::size_t descriptionLengthAt = 8, headEnd = 12;
+constexpr std::size_t fieldStarts[] = {0,          4,          descriptionLengthAt, headEnd,    16,
+                                       528,        25'166'352, 25'166'356,          25'166'484, 25'182'868,
+                                       25'182'996, 25'184'020, 25'184'024,          25'184'056};
+constexpr std::size_t soundSize = 25'184'056;
+
+/// Fills some bytes behind the head with noise, or with one number over and over: the ends of the
+/// ranges of 8, 16 and 32 bits, 0 or -1.
+void fillStretch(std::string &bytes, std::size_t start, std::size_t length, std::mt19937_64 &random)
+{
+    const std::uint32_t numbers[] = {0,          0xFFFFFFFF, 0x7F7F7F7F, 0x80808080,
+                                     0x7FFF7FFF, 0x80008000, 0x7FFFFFFF, 0x80000000};
+    const std::uint32_t number = numbers[random() % std::size(numbers)];
+    const bool isNoise = random() % 4 == 0;
+    const std::size_t end = std::min(start + length, bytes.size());
+    for (std::size_t at = std::max(start, headEnd); at + sizeof number <= end; at += sizeof number)
+    {
+        const std::uint32_t next = isNoise ? static_cast<std::uint32_t>(random()) : number;
+        std::memcpy(bytes.data() + at, &next, sizeof next);
+    }
+}
+
+void mutate(std::string &bytes, std::mt19937_64 &random)
+{
+    const std::size_t field = random() % (std::size(fieldStarts) - 1);
+    const std::size_t start = fieldStarts[field], size = fieldStarts[field + 1] - start;
+    switch (random() % 6)
+    {
+    case 0: // cut at a field's border or close to it
+        bytes.resize(std::min(bytes.size(), start + random() % 9));
+        break;
+    case 1: // longer
+        bytes.append(random() % 1000, '\xAB');
+        break;
+    case 2: // another length told for the description than it has
+        if (bytes.size() >= headEnd)
+            bytes[descriptionLengthAt + random() % 4] = static_cast<char>(random() % 3 == 0 ? random() : random() % 2);
+        break;
+    case 3: // a whole field
+        fillStretch(bytes, start, size, random);
+        break;
+    default: // a stretch of any length, short ones more often, so that small and large fields are met
+        fillStretch(bytes, start + random() % size, std::size_t{1} << random() % 25, random);
+    }
+}
+
+/// What the file's head asks for.
+std::size_t wholeSize(const std::string &bytes)
+{
+    std::size_t size = soundSize;
+    for (std::size_t i = 0; i < 4 && bytes.size() >= headEnd; ++i)
+        size += std::size_t{static_cast<std::uint8_t>(bytes[descriptionLengthAt + i])} << 8 * i;
+    return size;
+}
+
+/// Reads where the bytes lie: a stream with a copy of its own would take most of the time.
+struct bytesInPlace : std::streambuf
+{
+    explicit bytesInPlace(std::string &bytes) { setg(bytes.data(), bytes.data(), bytes.data() + bytes.size()); }
+};
+
+void fuzzFiles(unsigned seed, int files)
+{
+    const std::string sound = syntheticNetworkBytes();
+    ASSERT_EQ(sound.size(), soundSize);
+    std::mt19937_64 random(seed);
+    std::string bytes;
+    for (int i = 0; i < files; ++i)
+    {
+        bytes = sound;
+        for (std::size_t mutations = 1 + random() % 3; mutations > 0; --mutations)
+            mutate(bytes, random);
+        const bool isLongEnough = bytes.size() >= wholeSize(bytes);
+        bytesInPlace source(bytes);
+        std::istream stream(&source);
+        ::testing::internal::CaptureStdout();
+        EXPECT_EQ(readNet(stream), isLongEnough) << i;
+        EXPECT_EQ(::testing::internal::GetCapturedStdout(), isLongEnough ? "Net read\n" : "") << i;
+        EXPECT_EQ(netLoaded, isLongEnough) << i;
+        if (isLongEnough)
+            playRandomGames({static_cast<std::uint32_t>(random()), 1, 3, random() % 2 == 0},
+                            [](pos &position, const bruteForce::letterBoard &)
+                            {
+                                expectExactPass(position);
+                                networkScore(position, 0, fullPhase);
+                            });
+    }
 }
 
 } // namespace
@@ -143,19 +237,12 @@ TEST(network, extremeWeightsStayExact)
     }
 }
 
-TEST(network, arbitraryNumbersInTheFileWrap)
+// Any file that is long enough is a network, and its numbers, whatever they are, wrap.
+TEST(network, mutatedFilesAreReadByTheirSizeAndStayExact) { fuzzFiles(11, 40); }
+
+TEST(slowNetwork, mutatedFilesAreReadByTheirSizeAndStayExact)
 {
-    std::mt19937_64 random(11);
-    std::string bytes = syntheticNetworkBytes();
-    for (std::size_t at = 12; at + 8 <= bytes.size(); at += 8)
-    {
-        const std::uint64_t bits = random();
-        std::memcpy(bytes.data() + at, &bits, sizeof bits);
-    }
-    std::istringstream stream(bytes);
-    ASSERT_TRUE(readNet(stream));
-    playRandomGames({3, 2, 40, false},
-                    [](pos &position, const bruteForce::letterBoard &) { expectExactPass(position); });
+    forEachFuzzSeed(2, [](unsigned seed) { fuzzFiles(seed, 100); });
 }
 
 TEST(network, scoreWeighsTheOutputByTheMenOnTheBoard)

@@ -11,6 +11,8 @@
 #include "search/bestThread.h"
 #include "search/searchReporter.h"
 #include "search/searchSupport.h"
+#include "support/fuzzSeeds.h"
+#include "uci/benchPositions.h"
 
 namespace tarvonel
 {
@@ -23,6 +25,38 @@ constexpr const char *mated = "rnb1kbnr/pppp1ppp/8/4p3/6Pq/5P2/PPPPP2P/RNBQKBNR 
 constexpr const char *stalemate = "7k/5Q2/8/8/8/8/8/4K3 b - - 0 1";
 
 class searchThreads : public searchFixture
+{
+  protected:
+    /// Searches of all kinds, stopped after up to `longest` microseconds, if they still run then.
+    static void stopAnywhere(unsigned seed, int cycles, unsigned longest)
+    {
+        std::mt19937 random(seed);
+        const std::string soonSettled[] = {"6k1/5ppp/8/8/8/8/8/R6K w - - 0 1", "8/8/4k3/8/8/8/r7/7K w - - 0 1",
+                                           stalemate, mated};
+        for (int cycle = 0; cycle < cycles; ++cycle)
+        {
+            const benchPosition &busy = benchPositions[random() % std::size(benchPositions)];
+            const std::string fen =
+                busy.chess960 || random() % 4 == 0 ? soonSettled[random() % std::size(soonSettled)] : busy.fen;
+            const auto kind = random() % 4;
+            start(fen,
+                  {.depthLimit = kind == 2 ? 7 : 0,
+                   .maximumTime = kind == 3 ? static_cast<int>(longest / 2000) : unlimitedTime,
+                   .infinite = kind == 0},
+                  kind == 1);
+            if (random() % 3 != 0)
+                std::this_thread::sleep_for(std::chrono::microseconds(random() % longest));
+            if (kind == 1 && random() % 2 == 0)
+                pondering = false;
+            stop();
+            const searchRecord &record = finish();
+            EXPECT_TRUE(fen == stalemate || fen == mated ? record.best == noMove : isLegalIn(fen, record.best)) << fen;
+            ASSERT_FALSE(isSearchRunning());
+        }
+    }
+};
+
+class slowSearchThreads : public searchThreads
 {
 };
 
@@ -41,25 +75,13 @@ TEST_F(searchThreads, poolsOfAllSizes)
 TEST_F(searchThreads, oneAnswerToEverySearchWhereverItIsStopped)
 {
     usePool(3);
-    std::mt19937 random(17);
-    const std::string fens[] = {middleGame, "6k1/5ppp/8/8/8/8/8/R6K w - - 0 1", "8/8/4k3/8/8/8/r7/7K w - - 0 1",
-                                stalemate, mated};
-    for (int cycle = 0; cycle < 300; ++cycle)
-    {
-        const std::string &fen = fens[random() % std::size(fens)];
-        const int kind = static_cast<int>(random() % 4);
-        start(fen,
-              {.depthLimit = kind == 2 ? 7 : 0, .maximumTime = kind == 3 ? 2 : unlimitedTime, .infinite = kind == 0},
-              kind == 1);
-        if (random() % 3 != 0)
-            std::this_thread::sleep_for(std::chrono::microseconds(random() % 4000));
-        if (kind == 1 && random() % 2 == 0)
-            pondering = false;
-        stop();
-        const searchRecord &record = finish();
-        EXPECT_TRUE(fen == stalemate || fen == mated ? record.best == noMove : isLegalIn(fen, record.best)) << cycle;
-        ASSERT_FALSE(isSearchRunning());
-    }
+    stopAnywhere(17, 300, 4000);
+}
+
+TEST_F(slowSearchThreads, oneAnswerToEverySearchWhereverItIsStopped)
+{
+    usePool(4);
+    forEachFuzzSeed(2, [](unsigned seed) { stopAnywhere(seed, 100, 200'000); });
 }
 
 // The others search on until they see that the boss has settled it, and reach any depth in no time.

@@ -2,19 +2,23 @@
 // be typed may crash it or hang it. Most is gained under sanitizers and in debug builds.
 #include <algorithm>
 #include <cstdlib>
-#include <cstring>
-#include <initializer_list>
+#include <filesystem>
+#include <fstream>
 #include <iterator>
 #include <random>
 #include <sstream>
 #include <string>
+#include <tuple>
 
 #include <gtest/gtest.h>
 
 #include "board/engineOptions.h"
 #include "eval/networkFile.h"
+#include "support/fuzzSeeds.h"
 #include "support/syntheticNetwork.h"
+#include "support/tableFiles.h"
 #include "support/temporaryDirectory.h"
+#include "tablebase/tableRegistry.h"
 #include "uci/console.h"
 #include "uci/consoleOutput.h"
 
@@ -32,12 +36,17 @@ constexpr const char *seedLines[] = {
     "position fen QQQQQQQQ/QQQQQQ2/8/8/8/1k6/8/7K b - - 0 1",
     "position fen 4k3/8/8/8/4P3/8/8/4K2R b K e3 99 512",
     "position fen k7/8/8/qqqqqqqq/QQQQQQQQ/8/8/7K w - - 0 1",
+    "position fen 8/8/8/8/8/2k5/8/K6R w - - 0 1 moves a1b1",
+    "position fen 8/8/8/2k5/2pP4/8/8/K7 b - d3 0 1 moves c4d3",
+    "position fen rk2r3/8/8/8/8/8/8/RK2R3 b EAea - 0 1 moves b8e8 b1a1",
+    "position fen 8/8/8/8/8/8/8/8 w KQkq - 0 1",
     "go depth 2",
     "go movetime 5",
     "go wtime 20 btime 20 winc 1 binc 1 movestogo 3",
     "go ponder depth 3",
     "go infinite",
     "go nodes 100 mate 2 depth 1 searchmoves e2e4",
+    "go infinite ponder movetime 1 depth 1 wtime 1",
     "setoption name Hash value 2",
     "setoption name Threads value 3",
     "setoption name MoveOverhead value 30",
@@ -49,6 +58,8 @@ constexpr const char *seedLines[] = {
     "setoption name UCI_Chess960 value false",
     "setoption name NetFile value <empty>",
     "perft 2",
+    "bench 1 1 1",
+    "genfens 1 seed 7 book None",
     "isready",
     "uci",
     "ucinewgame",
@@ -62,17 +73,32 @@ constexpr const char *seedLines[] = {
     "rtestQTV",
     ""};
 
+constexpr const char *hardNumbers[] = {"-1", "+5", "1.5", "0x10", "2147483648", "9223372036854775808", "9e999999"};
+
 using generator = std::mt19937;
 
 /// From 0 to below `bound`, the same with every standard library.
 std::size_t below(generator &random, std::size_t bound) { return random() % bound; }
+
+struct stretch
+{
+    std::size_t start, length;
+};
+
+stretch wordAt(const std::string &text, std::size_t place)
+{
+    const std::size_t blank = text.rfind(' ', place);
+    const std::size_t start = blank == std::string::npos ? 0 : blank + 1;
+    return {start, std::min(text.find(' ', start), text.size()) - start};
+}
 
 /// One letter or word changed, taken away, doubled, or brought in from elsewhere.
 void damage(std::string &text, generator &random)
 {
     constexpr std::string_view alphabet = "abcdefgh12345678 /-wkqQKRrNnBbPp09xo\t\xff\r\"%";
     const std::size_t place = below(random, text.size() + 1);
-    switch (below(random, 5))
+    const stretch word = wordAt(text, place);
+    switch (below(random, 8))
     {
     case 0:
         text.insert(place, 1, alphabet[below(random, alphabet.size())]);
@@ -89,6 +115,15 @@ void damage(std::string &text, generator &random)
         text.replace(place, std::string::npos, other, below(random, other.size() + 1));
         break;
     }
+    case 4:
+        text.replace(word.start, word.length, hardNumbers[below(random, std::size(hardNumbers))]);
+        break;
+    case 5:
+        text.erase(word.start, word.length);
+        break;
+    case 6:
+        text.insert(wordAt(text, below(random, text.size() + 1)).start, text.substr(word.start, word.length) + ' ');
+        break;
     default:
         if (place < text.size())
             text[place] = static_cast<char>(below(random, 256));
@@ -96,76 +131,132 @@ void damage(std::string &text, generator &random)
     }
 }
 
+/// The largest number on the line, -1 if there is none.
+long largestNumber(const std::string &text)
+{
+    constexpr const char *digits = "0123456789";
+    long largest = -1;
+    for (std::size_t at = text.find_first_of(digits); at != std::string::npos;
+         at = text.find_first_of(digits, text.find_first_not_of(digits, at)))
+        largest = std::max(largest, std::atol(text.c_str() + at));
+    return largest;
+}
+
 /// Whether the line would only cost time or memory: that much is the user's to choose.
 bool isTooLarge(const std::string &text)
 {
-    struct
-    {
-        const char *command, *numberWord;
-        long most;
-    } const costs[] = {{"perft", "perft", 2}, {"Hash", "value", 16}, {"Threads", "value", 4}};
-    for (const auto &cost : costs)
-        if (text.find(cost.command) != std::string::npos)
-        {
-            const std::size_t place = text.rfind(cost.numberWord);
-            return place != std::string::npos &&
-                   std::atol(text.c_str() + place + std::strlen(cost.numberWord)) > cost.most;
-        }
+    const std::tuple<const char *, long, long> leastAndMost[] = {
+        {"perft", 0, 2}, {"bench", 1, 2}, {"genfens", -1, 7}, {"Hash", -1, 16}, {"Threads", -1, 4}};
+    const long number = largestNumber(text);
+    for (const auto &[word, least, most] : leastAndMost)
+        if (text.find(word) != std::string::npos && (number < least || number > most))
+            return true;
     return text.find("quit") != std::string::npos || text.find("texel") != std::string::npos;
+}
+
+/// Files that a session may name, and the lines that name them.
+class namedFiles
+{
+  public:
+    namedFiles()
+    {
+        std::string bytes = syntheticNetworkBytes();
+        write("net", bytes);
+        std::ranges::generate(bytes.end() - hiddenLayerBytes, bytes.end(),
+                              [random = generator(1)]() mutable { return static_cast<char>(random()); });
+        write("wild", bytes);
+        write("cut", bytes.substr(0, bytes.size() - 1));
+        std::filesystem::create_directory(directory / "tables");
+        endings::writeTables(directory / "tables", {{"KRvK", "KRk", 2, -2}, {"KPvKP", "PKpk", -1, 1}});
+        write("tables/KQvK.rtbw", bytes.substr(0, bytes.size() / 64 * 64 + 16));
+        engineOptions.netFileName = directory / "net";
+    }
+
+    std::string line(generator &random) const
+    {
+        constexpr const char *lines[] = {"NetFile value cut", "NetFile value wild", "NetFile value wild",
+                                         "SyzygyPath value tables", "NetFile value net"};
+        const std::string text = lines[std::min(below(random, 8), std::size(lines) - 1)];
+        return "setoption name " + text.substr(0, text.rfind(' ') + 1) + directory / text.substr(text.rfind(' ') + 1);
+    }
+
+  private:
+    static constexpr std::ptrdiff_t hiddenLayerBytes = 17'700;
+
+    void write(const std::string &name, const std::string &bytes) const
+    {
+        std::ofstream(directory / name, std::ios::binary) << bytes;
+    }
+
+    temporaryDirectory directory;
+};
+
+std::string damagedLine(generator &random)
+{
+    std::string text;
+    do
+    {
+        text = seedLines[below(random, std::size(seedLines))];
+        for (std::size_t j = below(random, 4); j > 0; --j)
+            damage(text, random);
+    } while (isTooLarge(text));
+    if (below(random, 50) == 0)
+        text += std::string(100'000, 'x');
+    return text;
+}
+
+/// What may stand behind a `go`, up to the `stop`: anything, with a limit that ends the search soon.
+std::string besideSearch(std::string &go, generator &random)
+{
+    const std::string quick[] = {"isready\n", "position startpos\nponderhit\n"};
+    if (go.find("movetime") != std::string::npos || below(random, 2) == 0)
+        return quick[below(random, std::size(quick))] + "stop\n";
+    go.insert(go.find("go") + 2, " depth 3 movetime 50");
+    return damagedLine(random) + '\n' + "stop\n";
 }
 
 /// Sound and damaged lines. A `go` is followed by what may stand beside a search and by a `stop`;
 /// damaged positions are also searched, counted and evaluated.
-std::string damagedSession(unsigned seed, int lineCount, const std::string &netFile)
+std::string damagedSession(unsigned seed, int lineCount, const namedFiles &files)
 {
     generator random(seed);
     std::string session;
     for (int i = 0; i < lineCount; ++i)
     {
-        std::string text = seedLines[below(random, std::size(seedLines))];
-        for (std::size_t j = below(random, 4); j > 0; --j)
-            damage(text, random);
-        if (isTooLarge(text))
-            continue;
-        if (below(random, 50) == 0)
-            text += std::string(100'000, 'x');
-        session += text + '\n';
-        std::string word;
+        std::string text = damagedLine(random), more, word;
         std::istringstream(text) >> word;
         if (word == "go")
-            session += std::string(below(random, 2) == 0 ? "isready\n" : "position startpos\nponderhit\n") + "stop\n";
+            more = besideSearch(text, random);
         else if (word == "position" && below(random, 2) == 0)
-            session += "go depth 4 movetime 50\nperft 2\nevil\n";
-        if (below(random, 10) == 0)
-            session += "setoption name NetFile value " + netFile + '\n';
+            more = "go depth 3 movetime 50\nperft 2\nevil\n";
+        session += text + '\n' + more;
+        if (below(random, 20) == 0)
+            session += files.line(random) + '\n';
     }
     return session;
 }
 
-void surviveSessions(std::initializer_list<unsigned> seeds, int lineCount)
+void surviveSession(unsigned seed, int lineCount)
 {
-    const temporaryDirectory directory;
-    const std::string netFile = directory / "net";
-    ASSERT_TRUE(writeSyntheticNetwork(netFile));
+    const namedFiles files;
     engineOptions.hashMegabytes = 1;
-    engineOptions.netFileName = netFile;
-    for (const unsigned seed : seeds)
-    {
-        SCOPED_TRACE(seed);
-        std::istringstream session(damagedSession(seed, lineCount, netFile));
-        int status = -1;
-        const std::string output = outputOf([&] { status = runConsole(session, {}); });
-        EXPECT_EQ(status, 0);
-        EXPECT_TRUE(output.ends_with('\n'));
-        EXPECT_NE(output.find("\nbestmove "), std::string::npos);
-    }
+    std::istringstream session(damagedSession(seed, lineCount, files));
+    int status = -1;
+    const std::string output = outputOf([&] { status = runConsole(session, {}); });
+    EXPECT_EQ(status, 0);
+    EXPECT_TRUE(output.ends_with('\n'));
+    EXPECT_NE(output.find("\nbestmove "), std::string::npos);
     engineOptions = engineOptionValues();
     netLoaded = false;
+    initTablebases("");
 }
 
-TEST(consoleFuzz, survives) { surviveSessions({5}, 400); }
+TEST(consoleFuzz, survives) { surviveSession(5, 400); }
 
-TEST(slowConsoleFuzz, survives) { surviveSessions({1, 2, 3, 4}, 1500); }
+TEST(slowConsoleFuzz, survives)
+{
+    forEachFuzzSeed(4, [](unsigned seed) { surviveSession(seed, 1500); });
+}
 
 } // namespace
 } // namespace tarvonel
