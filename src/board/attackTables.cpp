@@ -139,7 +139,7 @@ void fillMagics(magicEntry (&entries)[squareCount], bitboard *attackArray, const
         bitboard subset = 0;
         do
         {
-            slice[(subset * entry.magic) >> entry.shift] = walkRays(square, directions, subset);
+            slice[sliceIndex(entry, subset)] = walkRays(square, directions, subset);
             subset = (subset - mask) & mask; // the next one, by carries through the gaps of the mask
         } while (subset != 0);
         slice += bitboard{1} << popCount(mask);

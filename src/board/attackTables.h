@@ -1,7 +1,8 @@
 // Attack and geometry tables, filled once by `initTables` and read-only afterwards, and the test
 // whether a square is attacked.
 //
-// Sliders use magic bitboards: attacks = attackSlice[((occupancy & mask) x magic) >> shift].
+// Sliders use magic bitboards: attacks = attackSlice[((occupancy & mask) x magic) >> shift]. Builds for
+// processors that gather bits in one instruction number the occupancies by it instead.
 #pragma once
 
 #include <cstdint>
@@ -52,16 +53,26 @@ extern std::int8_t reductionTable[reductionDepths][reductionMoves];
 /// Fills all tables; may be run again. Before any other thread starts.
 void initTables();
 
+/// Place of an occupancy in the square's slice.
+inline std::uint64_t sliceIndex(const magicEntry &entry, bitboard occupied)
+{
+#ifdef __BMI2__
+    return gatherBits(occupied, entry.mask);
+#else
+    return ((occupied & entry.mask) * entry.magic) >> entry.shift;
+#endif
+}
+
 inline bitboard bishopAttacks(int square, bitboard occupied)
 {
     const magicEntry &entry = bishopMagics[square];
-    return entry.attackSlice[((occupied & entry.mask) * entry.magic) >> entry.shift];
+    return entry.attackSlice[sliceIndex(entry, occupied)];
 }
 
 inline bitboard rookAttacks(int square, bitboard occupied)
 {
     const magicEntry &entry = rookMagics[square];
-    return entry.attackSlice[((occupied & entry.mask) * entry.magic) >> entry.shift];
+    return entry.attackSlice[sliceIndex(entry, occupied)];
 }
 
 inline bitboard queenAttacks(int square, bitboard occupied)

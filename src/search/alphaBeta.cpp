@@ -10,6 +10,7 @@
 
 #include "board/attackTables.h"
 #include "board/engineOptions.h"
+#include "board/keys.h"
 #include "board/makeMove.h"
 #include "eval/evaluate.h"
 #include "movegen/moveChecks.h"
@@ -294,6 +295,8 @@ int searchMoves(int ply, int alpha, int beta, const nodeFacts &facts, pos &posit
         if (ply > 0 && depth <= historyPruningMaxDepth && isHopelessByHistory(position, facts.rows, move))
             continue;
 
+        ttPrefetch(likelyKeyAfter(position, ply, move));
+
         // Legality: the table move has been tested, evasions are generated legal.
         if (node.stage != stageCaptureInit && node.inCheck == 0 && !isMoveLegal(position, ply, move))
             continue;
@@ -311,7 +314,6 @@ int searchMoves(int ply, int alpha, int beta, const nodeFacts &facts, pos &posit
         }
 
         makeMove(position, ply, move);
-        ttPrefetch(position.key);
         child.inCheck = isCheck ? 1 : 0;
         node.playedMove = withExtra(move, movedPieceAfter(position, move));
         assert(isCheck == isKingAttacked(position, position.sideToMove));

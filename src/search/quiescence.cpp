@@ -4,6 +4,7 @@
 #include <optional>
 
 #include "board/attackTables.h"
+#include "board/keys.h"
 #include "board/makeMove.h"
 #include "eval/evaluate.h"
 #include "movegen/generators.h"
@@ -38,9 +39,11 @@ bool pickAtCursor(captureOrder order, int ply, moveCode *cursor, const moveCode 
         const auto holds = [&position](moveCode move) { return seeAtLeast(move, 0, position); };
         if (!bestToFront(cursor, end, moveExtra, holds) && !holds(*cursor))
             return false;
+        ttPrefetch(likelyKeyAfter(position, ply, *cursor));
         return isMoveLegal(position, ply, *cursor);
     }
     highestToFront(cursor, end);
+    ttPrefetch(likelyKeyAfter(position, ply, *cursor));
     return order == captureOrder::evasions || isMoveLegalUnaided(position, ply, *cursor);
 }
 
@@ -94,7 +97,6 @@ int quiescence(int ply, int qDepth, int alpha, int beta, pos &position)
             continue;
         const moveCode move = *cursor;
         makeMove(position, ply, move);
-        ttPrefetch(position.key);
         node.playedMove = withExtra(move, 0);
         child.inCheck = isAttacked(position, opponentKing, mover, occupancy(position)) ? 1 : 0;
 
