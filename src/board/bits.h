@@ -80,12 +80,12 @@ template <colour Side> constexpr bitboard pawnAttackSet(bitboard pawns)
     return pawnAttacksBy9<Side>(pawns) | pawnAttacksBy7<Side>(pawns);
 }
 
-/// Brings the cache line at `address` nearer; never faults.
 #ifdef __BMI2__
 /// The bits of `mask`, close together in the low end of the result.
 inline std::uint64_t gatherBits(bitboard value, bitboard mask) { return __builtin_ia32_pext_di(value, mask); }
 #endif
 
+/// Brings the cache line at `address` nearer; never faults.
 inline void prefetch(const void *address) { __builtin_prefetch(address); }
 
 } // namespace tarvonel
