@@ -53,26 +53,6 @@ TEST(pawnEvaluation, coloursAreAlike)
     expectColoursAlike([](evaluationPosition &position) { return evaluatePawns<shippedTerms>(*position).score; });
 }
 
-TEST(pawnEvaluation, passedPawnsOfBothColours)
-{
-    const struct
-    {
-        const char *reason, *board;
-        bitboard passed;
-    } cases[] = {
-        {"nothing ahead", "4k3/8/8/8/8/8/P7/4K3", bit(a2)},
-        {"each bars the other", "4k3/8/8/8/8/1p6/P7/4K3", 0},
-        {"beside is not ahead", "4k3/8/8/8/8/8/Pp6/4K3", bit(a2) | bit(b2)},
-        {"the seventh rank is always passed", "4k3/ppp4P/8/8/8/8/8/4K3", bit(h7) | bit(a7) | bit(b7) | bit(c7)},
-        {"two files away does not matter", "4k3/8/2p5/8/8/8/P7/4K3", bit(a2) | bit(c6)},
-    };
-    for (const auto &c : cases)
-    {
-        evaluationPosition position(std::string(c.board) + " w - - 0 1");
-        EXPECT_EQ(evaluatePawns<shippedTerms>(*position).passed, c.passed) << c.reason;
-    }
-}
-
 TEST(pawnEvaluation, tableIsBelievedOnlyForTheWholeKey)
 {
     evaluationPosition position("4k3/8/8/8/8/8/P7/4K3 w - - 0 1");

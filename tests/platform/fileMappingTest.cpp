@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include "platform/wholeFile.h"
 #include "support/temporaryDirectory.h"
 
 namespace tarvonel
@@ -65,6 +66,15 @@ TEST(fileMapping, whatIsNoReadableFileLeavesTheRecordEmpty)
         EXPECT_EQ(mapping.data, nullptr) << c.path;
         EXPECT_EQ(mapping.size, 0U) << c.path;
     }
+}
+
+TEST(wholeFile, aWriteThatFailsLeavesTheFileAsItWas)
+{
+    const temporaryDirectory directory;
+    const std::string path = directory / "content";
+    EXPECT_EQ(writeWholeFile(path, [](std::ostream &stream) { stream << "old"; }), "");
+    EXPECT_NE(writeWholeFile(path, [](std::ostream &stream) { stream.setstate(std::ios::badbit); }), "");
+    EXPECT_EQ(std::filesystem::file_size(path), 3U);
 }
 
 } // namespace tarvonel

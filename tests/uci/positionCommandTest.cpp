@@ -44,6 +44,7 @@ TEST_F(positionText, reachesTheBoardAndTellsTheGamesPly)
         {"fen 4k3/8/8/8/8/8/8/R3K2R w KQ - 0 1 moves e1h1", 3, "4k3/8/8/8/8/8/8/R4RK1 b - - 1 1", false, true},
         {"fen 7k/P7/8/8/8/8/8/K7 w - - 0 1 moves a7a8q", 3, "Q6k/8/8/8/8/8/8/K7 b - - 0 1", true},
         {"fen 4k3/8/8/8/1p6/8/P7/4K3 w - - 0 1 moves a2a4 b4a3", 5, "4k3/8/8/8/8/p7/8/4K3 w - - 0 1"},
+        {"startpos moves g1f3q", 1, "rnbqkbnr/pppppppp/8/8/8/5Q2/PPPPPPPP/RNBQKBNR b KQkq - 1 1"}, // no pawn, on trust
         {"fen 4k3/8/8/8/8/8/8/4K2R w KQkq - 0 2", 3, "4k3/8/8/8/8/8/8/4K2R w K - 0 1"}, // rights without rooks
     };
     for (const auto &c : cases)
