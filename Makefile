@@ -180,7 +180,7 @@ packages: $(shippedTargets) $(call shippedTargets,windows-)
 # As root: it installs one and removes it.
 test-packages:
 	@tools/setup.sh package windows
-	tests/packages.sh dist
+	tools/testPackages.sh
 
 clean:
 	rm -rf build dist

@@ -1,7 +1,9 @@
 #!/usr/bin/env bash
 # Installs what the build needs and the machine lacks, from the distribution's own packages.
 #
-#   tools/setup.sh [build] [test] [bench] [training] [develop] [windows] [package]      without a word: all
+#   tools/setup.sh [build] [test] [bench] [training] [develop] [windows] [package]
+#
+# Without a word all groups but the last.
 #
 # Says what it installs and does nothing where all is there. For Debian and its relatives, as root
 # or with sudo; elsewhere it names what is missing.

@@ -1,41 +1,41 @@
 #!/usr/bin/env bash
 # What `make packages` has written: the Debian package is installed, run and removed (as root), the
-# archives are unpacked and each of their builds that this processor can run counts the nodes of `bench`
-# that README.md tells. Too long for .ci/run, as the packages hold eight builds.
-#
-#   tests/packages.sh FOLDER
+# archives are unpacked, and each of their builds that this processor can run counts the nodes of `bench`
+# that README.md tells. Not in .ci/run, as the packages take eight builds.
 set -euo pipefail
-root=$(readlink -f "$(dirname "$0")/..")
-packages=$(readlink -f "$1")
+cd "$(dirname "$0")/.."
+root=$PWD
 folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
-trap 'echo "packages.sh: failed in line $LINENO" >&2' ERR
+trap 'echo "testPackages: failed in line $LINENO" >&2' ERR
 
-# COMMAND of an engine: in whatever folder it is started
+# The words that start an engine.
 expectNodes()
 {
     local nodes
     nodes=$("$@" bench | grep -o '^[0-9]* nodes')
-    echo "packages.sh: $nodes by $*"
+    echo "testPackages: $nodes by $*"
     grep -qF "\`$nodes\`" "$root/README.md"
 }
 
-cd "$packages"
-sha256sum --check SHA256SUMS
-lintian --allow-root --fail-on error ./*.deb
-dpkg --install ./*.deb
+(cd dist && sha256sum --check SHA256SUMS)
+lintian --allow-root --fail-on error dist/*.deb
+dpkg --install dist/*.deb
 [[ $(/usr/games/tarvonel --which) == /usr/lib/tarvonel/tarvonel-* ]]
 expectNodes /usr/games/tarvonel
+files=$(dpkg --listfiles tarvonel | grep tarvonel)
 dpkg --remove tarvonel
-[[ -z $(find /usr -name '*tarvonel*') ]]
+for file in $files; do
+    [[ ! -e $file ]]
+done
 
 cd "$folder"
-cmake -E tar xf "$packages"/*.tar.gz
-cmake -E tar xf "$packages"/*.zip
+cmake -E tar xf "$root"/dist/*.tar.gz
+cmake -E tar xf "$root"/dist/*.zip
 ln -s tarvonel-*-linux-*/bin/tarvonel tarvonel
 expectNodes ./tarvonel
 for build in $("$root/tools/runnableBuilds.sh"); do
-    for program in tarvonel-*-linux-*/lib/tarvonel/tarvonel-$build tarvonel-*-windows-*/tarvonel-$build.exe; do
+    for program in tarvonel-*-linux-*/lib/tarvonel/tarvonel-"$build" tarvonel-*-windows-*/tarvonel-"$build".exe; do
         [[ -e $program ]] || continue
         emulator=()
         [[ $program != *.exe ]] || emulator=("$root/tools/underWine.sh")
