@@ -35,7 +35,7 @@ constexpr const char *seedLines[] = {
     "position fen bqnb1rkr/pp3ppp/3ppn2/2p5/5P2/P2P4/NPP1P1PP/BQ1BNRKR w HFhf - 2 9 moves g1h1 g8f8",
     "position fen QQQQQQQQ/QQQQQQ2/8/8/8/1k6/8/7K b - - 0 1",
     "position fen 4k3/8/8/8/4P3/8/8/4K2R b K e3 99 512",
-    "position fen k7/8/8/qqqqqqqq/QQQQQQQQ/8/8/7K w - - 0 1",
+    "position fen k7/8/8/3qqq2/3QQQ2/8/8/7K w - - 0 1",
     "position fen 8/8/8/8/8/2k5/8/K6R w - - 0 1 moves a1b1",
     "position fen 8/8/8/2k5/2pP4/8/8/K7 b - d3 0 1 moves c4d3",
     "position fen rk2r3/8/8/8/8/8/8/RK2R3 b EAea - 0 1 moves b8e8 b1a1",
