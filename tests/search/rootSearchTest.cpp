@@ -1,4 +1,5 @@
 // Whole searches of one thread: what they find, when they end, which move they play.
+#include <cstdlib>
 #include <string>
 #include <tuple>
 
@@ -29,21 +30,23 @@ TEST_F(rootSearch, findsMates)
 {
     const struct
     {
-        int moves;
+        int plies; ///< to the mate, negative to one against the side to move
         const char *fen, *best;
     } cases[] = {
         {1, "6k1/5ppp/8/8/8/8/8/R6K w - - 0 1", "a1a8"},
-        {2, "kbK5/pp6/1P6/8/8/8/8/R7 w - - 0 1", "a1a6"},
-        {3, "r1b1kb1r/pppp1ppp/5q2/4n3/3KP3/2N3PN/PPP4P/R1BQ1B1R b kq - 0 1", "f8c5"},
-        {4, "8/8/8/5K2/8/8/1R6/7k w - - 0 1", "f5e4"},
-        {5, "8/k7/8/8/8/1K6/8/3Q4 w - - 0 1", "d1d7"},
+        {3, "kbK5/pp6/1P6/8/8/8/8/R7 w - - 0 1", "a1a6"},
+        {5, "r1b1kb1r/pppp1ppp/5q2/4n3/3KP3/2N3PN/PPP4P/R1BQ1B1R b kq - 0 1", "f8c5"},
+        {7, "8/8/8/5K2/8/8/1R6/7k w - - 0 1", "f5e4"},
+        {9, "8/k7/8/8/8/1K6/8/3Q4 w - - 0 1", "d1d7"},
+        {-12, "8/8/8/4K3/8/8/1R6/6k1 b - - 0 1", "g1f1"},
     };
     for (const auto &c : cases)
     {
         newGame();
         const searchRecord &record = run(c.fen, {.depthLimit = 30});
         EXPECT_EQ(record.mates, 1) << c.fen;
-        EXPECT_EQ(record.score, scoreMate - (2 * c.moves - 1)) << c.fen;
+        EXPECT_EQ(record.score, (c.plies > 0 ? scoreMate : -scoreMate) - c.plies) << c.fen;
+        EXPECT_GE(theBoss().position.rootDepth, std::abs(c.plies)) << "or it is not proved";
         EXPECT_TRUE(record.lines.back().starts_with("bestmove " + std::string(c.best))) << record.lines.back();
     }
 }
@@ -53,6 +56,7 @@ TEST_F(rootSearch, newGameForgetsAllThatLastsBetweenSearches)
     deepestTimed = maxPly; // or the other threads would no longer decide on time
     const std::uint64_t fresh = run(middleGame, {.depthLimit = 9}).nodes;
     EXPECT_LT(deepestTimed, maxPly);
+    EXPECT_LT(theBoss().position.rootChanges, 9) << "of the last iteration alone";
     EXPECT_NE(run(middleGame, {.depthLimit = 9}).nodes, fresh);
     newGame();
     EXPECT_EQ(run(middleGame, {.depthLimit = 9}).nodes, fresh);
