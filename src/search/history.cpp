@@ -33,7 +33,7 @@ struct lesson
     template <typename rule> void teach(moveCode move, rule changed) const
     {
         const int index = historyIndexOf(position, move);
-        for (const historyRow row : {position.quietHistory, rows.two, rows.one})
+        for (std::int16_t *const row : {position.quietHistory, rows.two, rows.one})
             if (row != nullptr)
                 row[index] = static_cast<std::int16_t>(changed(row[index]));
     }
