@@ -4,8 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include "support/randomGames.h"
-
 namespace tarvonel
 {
 namespace
@@ -24,19 +22,6 @@ TEST(keys, tableHoldsItsLandmarksAndNoValueTwice)
     values.insert(std::begin(keys.castling), std::end(keys.castling));
     values.insert(std::begin(keys.enPassant), std::end(keys.enPassant));
     EXPECT_EQ(values.size(), 793U + 1U);
-}
-
-std::uint64_t keyOf(const std::string &fen) { return ownedPosition(fen)->key; }
-
-TEST(keys, keyTellsSideRightsAndDoubleStepApart)
-{
-    const std::string men = "r3k2r/8/8/8/4P3/8/8/R3K2R";
-    const std::uint64_t key = keyOf(men + " b KQkq - 0 1");
-    EXPECT_EQ(keyOf(men + " w KQkq - 0 1") ^ key, keys.side);
-    EXPECT_EQ(keyOf(men + " b KQkq e3 0 1") ^ key, keys.enPassant[fileE]);
-    EXPECT_EQ(keyOf(men + " b Kkq - 0 1") ^ key, keys.castling[15] ^ keys.castling[11]);
-    EXPECT_EQ(keyOf(men + " b - - 0 1") ^ key, keys.castling[15] ^ keys.castling[0]);
-    EXPECT_EQ(keyOf(men + " b KQkq - 37 99"), key);
 }
 
 } // namespace
