@@ -295,6 +295,7 @@ int searchMoves(int ply, int alpha, int beta, const nodeFacts &facts, pos &posit
         if (ply > 0 && depth <= historyPruningMaxDepth && isHopelessByHistory(position, facts.rows, move))
             continue;
 
+        // The child's line of the table travels while the move is tested and made.
         ttPrefetch(likelyKeyAfter(position, ply, move));
 
         // Legality: the table move has been tested, evasions are generated legal.

@@ -39,12 +39,14 @@ bool pickAtCursor(captureOrder order, int ply, moveCode *cursor, const moveCode 
         const auto holds = [&position](moveCode move) { return seeAtLeast(move, 0, position); };
         if (!bestToFront(cursor, end, moveExtra, holds) && !holds(*cursor))
             return false;
-        ttPrefetch(likelyKeyAfter(position, ply, *cursor));
-        return isMoveLegal(position, ply, *cursor);
     }
-    highestToFront(cursor, end);
+    else
+        highestToFront(cursor, end);
     ttPrefetch(likelyKeyAfter(position, ply, *cursor));
-    return order == captureOrder::evasions || isMoveLegalUnaided(position, ply, *cursor);
+    if (order == captureOrder::evasions)
+        return true;
+    return order == captureOrder::exchanges ? isMoveLegal(position, ply, *cursor)
+                                            : isMoveLegalUnaided(position, ply, *cursor);
 }
 
 captureOrder generateFor(int ply, int qDepth, pos &position)

@@ -1,8 +1,8 @@
 // Finding tables: names, directories, file sizes; files that are corrupt; first use by many threads.
 
-#include <algorithm>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <barrier>
 #include <filesystem>
