@@ -32,8 +32,8 @@ build() { # TREE PRESET...
     shift 2
     [[ -x $folder/$tree ]] && return
     cmake --preset "$preset" -B "build/$tree" -DCMAKE_CXX_FLAGS_DEBUG="-O1 -g1 -DNDEBUG" "$@" >/dev/null
-    cmake --build "build/$tree" --target tarvonelFuzz >"$folder/$tree.build" 2>&1 || { cat "$folder/$tree.build" >&2; exit 1; }
-    cp "build/$tree/tests/tarvonelFuzz" "$folder/$tree"
+    cmake --build "build/$tree" --target tarvonelTests >"$folder/$tree.build" 2>&1 || { cat "$folder/$tree.build" >&2; exit 1; }
+    cp "build/$tree/tests/tarvonelTests" "$folder/$tree"
 }
 
 seedsDone() { cat "$folder/$1.done" 2>/dev/null || echo 0; }
