@@ -4,6 +4,7 @@
 #include <cmath>
 #include <functional>
 #include <memory>
+#include <numeric>
 
 #include "eval/networkWriter.h"
 #include "platform/wholeFile.h"
@@ -113,8 +114,8 @@ void fitLevel(const featureLevel &level, lineVector<float> &rows, std::vector<fl
 }
 
 /// Splits the rows of all features among the levels: the shared ones by turns, as they overlap, and
-/// then what is left to those that nobody shares.
-void splitRows(trainerModel &model, std::vector<float> rows)
+/// then what is left to those that nobody shares. `rows` keep what no level holds.
+void splitRows(trainerModel &model, std::vector<float> &rows)
 {
     constexpr int turns = 16;
     for (int turn = 0; turn <= turns; ++turn)
@@ -126,6 +127,11 @@ void splitRows(trainerModel &model, std::vector<float> rows)
                 fitLevel(model.levels[i], model.levelRows[i].weights, rows);
         }
     }
+}
+
+double sumOfSquares(const std::vector<float> &values)
+{
+    return std::inner_product(values.begin(), values.end(), values.begin(), 0.0);
 }
 
 } // namespace
@@ -155,20 +161,22 @@ std::string writeNetwork(const trainerModel &model, const std::vector<int> &lane
     return writeWholeFile(path, [&](std::ostream &stream) { writeNet(stream, *weights, description); });
 }
 
-void takeNetwork(trainerModel &model, const networkWeights &weights)
+double takeNetwork(trainerModel &model, const networkWeights &weights)
 {
     for (learntArray *array : arraysOf(model))
         array->resize(array->steps.size(), array->weights.size() / array->steps.size());
     std::vector<float> rows(static_cast<std::size_t>(featureCount) * transformerWidth);
     for (std::size_t feature = 0; feature < featureCount; ++feature)
         takeRow(rows.data() + feature * transformerWidth, weights.featureWeight[feature]);
-    splitRows(model, std::move(rows));
+    const double whole = sumOfSquares(rows);
+    splitRows(model, rows);
     takeRow(model.featureBias.weights.data(), weights.featureBias);
     takeLayer(model.hidden1Weight, model.hidden1Bias, weights.hidden1Weight, weights.hidden1Bias);
     takeLayer(model.hidden2Weight, model.hidden2Bias, weights.hidden2Weight, weights.hidden2Bias);
     for (std::size_t o = 0; o < hiddenWidth; ++o)
         model.outputWeight.weights[o] = static_cast<float>(weights.outputWeight[o]) / weightScale;
     model.outputBias.weights[0] = static_cast<float>(weights.outputBias / rawPerOutput);
+    return whole > 0 ? 1 - sumOfSquares(rows) / whole : 1;
 }
 
 } // namespace tarvonel

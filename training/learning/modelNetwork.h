@@ -20,7 +20,8 @@ std::string writeNetwork(const trainerModel &model, const std::vector<int> &lane
 
 /// Takes over a network's weights. Its rows are split among the model's levels, as much of them as
 /// will go into the shared ones; without a level of free rows the rest is lost, which is nothing but
-/// rounding where the network was learnt with the same levels.
-void takeNetwork(trainerModel &model, const networkWeights &weights);
+/// rounding where the network was learnt with the same levels. The share of the rows' squares that
+/// the levels hold.
+double takeNetwork(trainerModel &model, const networkWeights &weights);
 
 } // namespace tarvonel

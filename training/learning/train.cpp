@@ -136,7 +136,8 @@ std::string prepareModel(const trainingPlan &plan, trainerModel &model, checkpoi
     {
         if (!loadNetFile(plan.from))
             return plan.from + " is neither checkpoint nor network";
-        takeNetwork(model, netWeights);
+        std::printf("--levels %s: holds %.2f%% of the network's first layer\n", plan.levelNames.c_str(),
+                    100 * takeNetwork(model, netWeights));
         return {};
     }
     trainerModel other;
