@@ -19,6 +19,7 @@
 #include "eval/networkFile.h"
 #include "eval/networkWriter.h"
 #include "learning/modelNetwork.h"
+#include "learning/networkMean.h"
 #include "learning/trainerJudge.h"
 #include "learning/trainerStep.h"
 #include "movegen/randomOpening.h"
@@ -247,6 +248,46 @@ TEST_F(trainerTest, takesANetworkOver)
     EXPECT_LE(worst, 1);
     initialiseModel(taken, levelsOf("base"), 1);
     EXPECT_LT(takeNetwork(taken, *written), 0.99);
+}
+
+TEST_F(trainerTest, meansPairTheLanesOfRelatives)
+{
+    const auto written = [](const trainerModel &of)
+    {
+        auto weights = std::make_unique<networkWeights>();
+        quantiseModel(of, *weights);
+        return weights;
+    };
+    const auto meanWith = [&](std::unique_ptr<networkWeights> other, std::string &error)
+    {
+        std::vector<std::unique_ptr<networkWeights>> networks;
+        networks.push_back(written(*model));
+        networks.push_back(std::move(other));
+        return meanOfNetworks(std::move(networks), error);
+    };
+    const auto expected = written(*model);
+    auto relative = written(*model);
+    std::vector<int> lanes(accumulatorLanes);
+    std::iota(lanes.rbegin(), lanes.rend(), 0);
+    orderLanes(*relative, lanes);
+    relative->featureWeight[1000][lanes[7]] += 6;
+    relative->hidden1Weight[3][networkInputs / 2 + lanes[9]] -= 4;
+    relative->outputBias += 2;
+    expected->featureWeight[1000][7] += 3;
+    expected->hidden1Weight[3][networkInputs / 2 + 9] -= 2;
+    expected->outputBias += 1;
+    std::string error;
+    const auto mean = meanWith(std::move(relative), error);
+    ASSERT_TRUE(mean) << error;
+    std::ostringstream files[2];
+    writeNet(files[0], *mean, "");
+    writeNet(files[1], *expected, "");
+    EXPECT_EQ(files[0].str(), files[1].str());
+
+    trainerModel stranger;
+    initialiseModel(stranger, model->levels, 2);
+    EXPECT_FALSE(meanWith(written(stranger), error));
+    EXPECT_EQ(error, "network 2 is no relative of the first");
 }
 
 TEST(trainingPositions, areShownMirrored)

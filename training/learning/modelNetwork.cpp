@@ -58,19 +58,6 @@ void orderRow(std::int16_t *row, const std::vector<int> &lanes)
     std::copy_n(ordered, transformerWidth, row);
 }
 
-/// Lane i becomes what lane lanes[i] was; the network stays the same function.
-void orderLanes(networkWeights &weights, const std::vector<int> &lanes)
-{
-    orderRow(weights.featureBias, lanes);
-    for (auto &row : weights.featureWeight)
-        orderRow(row, lanes);
-    for (auto &row : weights.hidden1Weight)
-    {
-        orderRow(row, lanes);
-        orderRow(row + transformerWidth, lanes);
-    }
-}
-
 /// The inverse of `quantiseLayer`.
 template <std::size_t Inputs> void takeLayer(learntArray &weights, learntArray &biases,
                                              const std::int16_t (&rows)[hiddenWidth][Inputs],
@@ -150,6 +137,18 @@ void quantiseModel(const trainerModel &model, networkWeights &weights)
     for (std::size_t o = 0; o < hiddenWidth; ++o)
         weights.outputWeight[o] = denseWeight(model.outputWeight.weights[o]);
     weights.outputBias = rounded<std::int32_t>(model.outputBias.weights[0] * rawPerOutput, -1e9, 1e9);
+}
+
+void orderLanes(networkWeights &weights, const std::vector<int> &lanes)
+{
+    orderRow(weights.featureBias, lanes);
+    for (auto &row : weights.featureWeight)
+        orderRow(row, lanes);
+    for (auto &row : weights.hidden1Weight)
+    {
+        orderRow(row, lanes);
+        orderRow(row + transformerWidth, lanes);
+    }
 }
 
 std::string writeNetwork(const trainerModel &model, const std::vector<int> &lanes, const std::string &path,

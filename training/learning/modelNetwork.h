@@ -13,6 +13,9 @@ namespace tarvonel
 /// The network as the engine computes it: rows expanded, all rounded to the file's integers.
 void quantiseModel(const trainerModel &model, networkWeights &weights);
 
+/// Lane i of the first layer becomes what lane lanes[i] was; the network stays the same function.
+void orderLanes(networkWeights &weights, const std::vector<int> &lanes);
+
 /// Writes the network file of the model, the first layer's lanes in the order given. Empty text or
 /// what went wrong.
 std::string writeNetwork(const trainerModel &model, const std::vector<int> &lanes, const std::string &path,

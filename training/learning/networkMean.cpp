@@ -1,0 +1,96 @@
+#include "learning/networkMean.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <cstdlib>
+#include <span>
+
+#include "learning/modelNetwork.h"
+
+namespace tarvonel
+{
+
+namespace
+{
+
+/// Some rows tell lanes apart. Prime, so that they show men of all kinds on squares all over the board.
+constexpr int rowsApart = 97;
+
+std::int64_t distance(const networkWeights &reference, int lane, const networkWeights &other, int otherLane)
+{
+    std::int64_t sum = 0;
+    for (int feature = 0; feature < featureCount; feature += rowsApart)
+        sum += std::abs(reference.featureWeight[feature][lane] - other.featureWeight[feature][otherLane]);
+    return sum;
+}
+
+int nearestLane(const networkWeights &reference, int lane, const networkWeights &other)
+{
+    int nearest = 0;
+    std::int64_t least = INT64_MAX;
+    for (int candidate = 0; candidate < accumulatorLanes; ++candidate)
+        if (const std::int64_t apart = distance(reference, lane, other, candidate); apart < least)
+        {
+            least = apart;
+            nearest = candidate;
+        }
+    return nearest;
+}
+
+/// Puts the mean of all networks' numbers into the first one's.
+template <typename NumbersOf>
+void takeMean(const std::vector<std::unique_ptr<networkWeights>> &networks, const NumbersOf &numbersOf)
+{
+    const auto means = numbersOf(*networks.front());
+    for (std::size_t i = 0; i < means.size(); ++i)
+    {
+        std::int64_t sum = 0;
+        for (const auto &network : networks)
+            sum += numbersOf(*network)[i];
+        const auto mean = std::llround(static_cast<double>(sum) / static_cast<double>(networks.size()));
+        means[i] = static_cast<std::remove_reference_t<decltype(means[i])>>(mean);
+    }
+}
+
+} // namespace
+
+std::vector<int> matchLanes(const networkWeights &reference, const networkWeights &other)
+{
+    std::vector<int> lanes;
+    for (int lane = 0; lane < accumulatorLanes; ++lane)
+        if (const int nearest = nearestLane(reference, lane, other); std::ranges::find(lanes, nearest) == lanes.end())
+            lanes.push_back(nearest);
+        else
+            return {};
+    return lanes;
+}
+
+std::unique_ptr<networkWeights> meanOfNetworks(std::vector<std::unique_ptr<networkWeights>> networks,
+                                               std::string &error)
+{
+    for (std::size_t i = 1; i < networks.size(); ++i)
+    {
+        const std::vector<int> lanes = matchLanes(*networks[0], *networks[i]);
+        if (lanes.empty())
+        {
+            error = "network " + std::to_string(i + 1) + " is no relative of the first";
+            return nullptr;
+        }
+        orderLanes(*networks[i], lanes);
+    }
+    takeMean(networks, [](networkWeights &net) { return std::span(net.featureBias); });
+    takeMean(networks, [](networkWeights &net)
+             { return std::span(net.featureWeight[0], std::size_t{featureCount} * accumulatorLanes); });
+    takeMean(networks, [](networkWeights &net) { return std::span(net.hidden1Bias); });
+    takeMean(networks, [](networkWeights &net)
+             { return std::span(net.hidden1Weight[0], std::size_t{hiddenOutputs} * networkInputs); });
+    takeMean(networks, [](networkWeights &net) { return std::span(net.hidden2Bias); });
+    takeMean(networks, [](networkWeights &net)
+             { return std::span(net.hidden2Weight[0], std::size_t{hiddenOutputs} * hiddenOutputs); });
+    takeMean(networks, [](networkWeights &net) { return std::span(net.outputWeight); });
+    takeMean(networks, [](networkWeights &net) { return std::span(&net.outputBias, 1); });
+    return std::move(networks.front());
+}
+
+} // namespace tarvonel
