@@ -75,5 +75,7 @@ if [[ $(id -u) -ne 0 ]]; then
 fi
 
 echo "setup: installing ${missing[*]}"
-"${asRoot[@]}" apt-get update -qq
-"${asRoot[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+# A list that cannot be fetched, such as one of a foreign archive, need not be one of ours.
+"${asRoot[@]}" apt-get -o Acquire::Retries=3 update -qq || echo "setup: some package lists are not up to date" >&2
+"${asRoot[@]}" env DEBIAN_FRONTEND=noninteractive \
+    apt-get -o Acquire::Retries=3 install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
