@@ -32,7 +32,9 @@ last=$(sed -n 's/.* epoch \([0-9]*\): .*/\1/p' log | tail -1)
 expect "^resuming after"
 expect "^after epoch $((last + 1)):"
 
-match --engine1 nodeEngine --option1 NetFile=mine.nnue --engine2 'nodeEngine --hand-set' --nodes 200 --games 4 \
+averageNetworks --out mean.nnue mine.nnue mine.nnue >log 2>&1 || fail "averageNetworks"
+
+match --engine1 nodeEngine --option1 NetFile=mean.nnue --engine2 'nodeEngine --hand-set' --nodes 200 --games 4 \
       --concurrency 2 --maxplies 60 --pgn match.pgn >log 2>&1 || fail "match"
 expect "game 4: "
 fromPgn --out games.2 match.pgn >log 2>&1 || fail "fromPgn"
