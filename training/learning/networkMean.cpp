@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <span>
+#include <type_traits>
 
 #include "learning/modelNetwork.h"
 
