@@ -23,20 +23,6 @@ extern const zobristKeys keys;
 
 inline std::uint64_t pieceKey(int code, int square) { return keys.piece[code - firstPieceCode][square]; }
 
-/// The key after `move`, without looking at what few moves change: castling and its rights, promotion,
-/// a step of two squares. Good enough to fetch what will be looked up under it.
-inline std::uint64_t likelyKeyAfter(const pos &position, int ply, moveCode move)
-{
-    const int piece = position.board[moveFrom(move)];
-    const int captured = position.board[moveTo(move)];
-    std::uint64_t key = position.key ^ keys.side ^ pieceKey(piece, moveFrom(move)) ^ pieceKey(piece, moveTo(move));
-    if (captured != emptySquare)
-        key ^= pieceKey(captured, moveTo(move));
-    if (position.info[ply].enPassant != 0)
-        key ^= keys.enPassant[fileOf(position.info[ply].enPassant)];
-    return key;
-}
-
 /// The full computations. Rights and en passant are those of `ply`, which is 0 but for the checks
 /// of debug builds.
 std::uint64_t computeKey(const pos &position, int ply = 0);

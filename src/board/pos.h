@@ -94,6 +94,7 @@ struct posinfo
     std::int16_t staticEval;  ///< noScore when in check
     std::uint16_t noNullMove; ///< not 0 in and below a singular verification
     std::int32_t savedFifty;
+    std::uint64_t quietsScoredAt; ///< `historyUpdates` when the quiet moves were scored; 0 before
     std::int16_t savedPhase;
     pieceCode captured;       ///< what that move captured, 0 if nothing
     std::int8_t enPassant;    ///< square of the pawn that has just made a double step, else 0
@@ -113,11 +114,13 @@ struct posHead
     combEval squareScore[colourCount]; ///< sum of pieceSquareScore, positive is good for its owner
     std::int16_t phase;                ///< sum of phaseValue of both colours, not clamped
     std::uint8_t sideToMove = white;
-    pawnEntry *pawnTable = nullptr; ///< the five tables lie outside, where a record of the thread attaches them
+    pawnEntry *pawnTable = nullptr; ///< the tables lie outside, where a record of the thread attaches them
     evalCacheEntry *evalCache = nullptr;
     accumulatorCacheEntry *accumulatorCache = nullptr; ///< may stay missing; then sums start from nothing
     std::int16_t (*contHistoryTwoBack)[historyRows] = nullptr;
     std::int16_t (*contHistoryOneBack)[historyRows] = nullptr;
+    std::int32_t *quietScores = nullptr; ///< of the quiet moves, slot for slot beside the move stack
+    std::uint64_t historyUpdates = 1;    ///< how often the histories have changed, and 1
     relaxed<std::uint64_t> searchNodes{0};
     relaxed<std::uint64_t> quiescenceNodes{0};
     relaxed<std::uint64_t> tablebaseHits{0};

@@ -102,9 +102,10 @@ bool pollLimits(pos &position)
 /// A mate found by passing is not to be trusted.
 int capNullMoveScore(int score, int beta) { return score > mateThreshold ? beta : score; }
 
-/// Writes down check state and played move after a make.
+/// Writes down check state and played move after a make, and sends for the table's line.
 void noteMadeMove(int ply, pos &position, moveCode move)
 {
+    ttPrefetch(position.key);
     position.info[ply + 1].inCheck = isKingAttacked(position, position.sideToMove) ? 1 : 0;
     position.info[ply].playedMove = withExtra(move, movedPieceAfter(position, move));
 }
@@ -116,6 +117,7 @@ std::optional<int> tryNullMove(int ply, int depth, int beta, int nodeEval, pos &
     const int nullDepth = depth - depth / 4 - evalReduction - nullMoveBaseReduction;
 
     const std::uint64_t savedKey = makeNullMove(position, ply);
+    ttPrefetch(position.key);
     const int score = searchChild(ply, nullDepth, beta - 1, beta, position);
     unmakeNullMove(position, savedKey);
     if (score < beta)
@@ -295,9 +297,6 @@ int searchMoves(int ply, int alpha, int beta, const nodeFacts &facts, pos &posit
         if (ply > 0 && depth <= historyPruningMaxDepth && isHopelessByHistory(position, facts.rows, move))
             continue;
 
-        // The child's line of the table travels while the move is tested and made.
-        ttPrefetch(likelyKeyAfter(position, ply, move));
-
         // Legality: the table move has been tested, evasions are generated legal.
         if (node.stage != stageCaptureInit && node.inCheck == 0 && !isMoveLegal(position, ply, move))
             continue;
@@ -315,6 +314,7 @@ int searchMoves(int ply, int alpha, int beta, const nodeFacts &facts, pos &posit
         }
 
         makeMove(position, ply, move);
+        ttPrefetch(position.key);
         child.inCheck = isCheck ? 1 : 0;
         node.playedMove = withExtra(move, movedPieceAfter(position, move));
         assert(isCheck == isKingAttacked(position, position.sideToMove));
@@ -389,6 +389,10 @@ int alphaBeta(int ply, int depth, int alpha, int beta, pos &position)
     position.info[ply + 1].noNullMove = node.noNullMove;
     node.hashMove = noMove;
 
+    // Static evaluation: while it is worked out, the table's line is on its way. In check it would
+    // mean nothing.
+    const int rawEval = node.inCheck != 0 ? noScore : evaluate(ply, position);
+
     // Transposition table: an entry of sufficient depth decides a node with a closed window, but
     // not straight after a null move.
     const ttEntry entry = ttProbe(position.key);
@@ -406,13 +410,10 @@ int alphaBeta(int ply, int depth, int alpha, int beta, pos &position)
         if (const std::optional<int> score = probeForCutoff(ply, depth, alpha, beta, position))
             return *score;
 
-    // Static evaluation. In check it would mean nothing.
     nodeFacts facts{depth, entry, tableValue, true, continuationOf(ply, position)};
-    node.staticEval = noScore;
+    node.staticEval = static_cast<std::int16_t>(rawEval);
     if (node.inCheck != 0)
         return searchMoves(ply, alpha, beta, facts, position);
-    const int rawEval = evaluate(ply, position);
-    node.staticEval = static_cast<std::int16_t>(rawEval);
     const int nodeEval = refineEvaluation(rawEval, entry, tableValue);
     facts.improving = ply < 2 || rawEval >= position.info[ply - 2].staticEval;
 

@@ -83,6 +83,7 @@ void updateHistories(int ply, pos &position, moveCode bestMove, int depth)
                             bonusScale * std::min(depth * depth, maxSquaredDepth)};
         rewardBest(learnt, ply, bestMove);
         penaliseTried(learnt, ply, bestMove);
+        ++position.historyUpdates;
     }
     rememberKiller(position.info[ply], bestMove);
 }

@@ -42,7 +42,6 @@ bool pickAtCursor(captureOrder order, int ply, moveCode *cursor, const moveCode 
     }
     else
         highestToFront(cursor, end);
-    ttPrefetch(likelyKeyAfter(position, ply, *cursor));
     if (order == captureOrder::evasions)
         return true;
     return order == captureOrder::exchanges ? isMoveLegal(position, ply, *cursor)
@@ -69,6 +68,12 @@ int quiescence(int ply, int qDepth, int alpha, int beta, pos &position)
     if (const std::optional<int> score = decideAtEntry(ply, nodes, alpha, beta, position))
         return *score;
 
+    // The evaluation, where the side to move may stand pat: while it is worked out, the table's line is
+    // on its way.
+    posinfo &node = position.info[ply];
+    const bool mayStandPat = node.inCheck == 0 || qDepth < lastEvasionDepth;
+    const int evaluation = mayStandPat ? evaluate(ply, position) : noScore;
+
     // Table: any depth will do.
     const ttEntry entry = ttProbe(position.key);
     const int tableValue = scoreFromTable(entry.value(), ply);
@@ -76,13 +81,11 @@ int quiescence(int ply, int qDepth, int alpha, int beta, pos &position)
         return tableValue;
 
     // Stand pat: no capture is forced, so the evaluation bounds the score from below.
-    posinfo &node = position.info[ply];
-    if (qDepth < lastEvasionDepth)
-        node.inCheck = 0;
     int bestScore = ply - scoreMate;
-    if (node.inCheck == 0)
+    if (mayStandPat)
     {
-        bestScore = refineEvaluation(evaluate(ply, position), entry, tableValue);
+        node.inCheck = 0;
+        bestScore = refineEvaluation(evaluation, entry, tableValue);
         if (bestScore >= beta)
             return bestScore;
         alpha = std::max(alpha, bestScore);
@@ -99,6 +102,7 @@ int quiescence(int ply, int qDepth, int alpha, int beta, pos &position)
             continue;
         const moveCode move = *cursor;
         makeMove(position, ply, move);
+        ttPrefetch(position.key);
         node.playedMove = withExtra(move, 0);
         child.inCheck = isAttacked(position, opponentKing, mover, occupancy(position)) ? 1 : 0;
 

@@ -18,6 +18,7 @@ struct searchTables : evaluationTables
         evaluationTables::attachTo(position);
         position.contHistoryTwoBack = contHistoryTwoBack;
         position.contHistoryOneBack = contHistoryOneBack;
+        position.quietScores = quietScores;
     }
 
     /// Forgets the continuation histories.
@@ -30,6 +31,7 @@ struct searchTables : evaluationTables
 
     std::int16_t contHistoryTwoBack[historyRows][historyRows]{};
     std::int16_t contHistoryOneBack[historyRows][historyRows]{};
+    std::int32_t quietScores[moveStackCapacity]{};
 };
 
 struct searchBoard : posWithMoves
