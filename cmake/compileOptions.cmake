@@ -14,7 +14,7 @@ target_compile_definitions(tarvonelOptions INTERFACE $<$<CONFIG:Debug>:_GLIBCXX_
 set(archOptions_generic -DTARVONEL_PLAIN_VECTORS)
 set(archOptions_sse2 "")
 set(archOptions_ssse3 -mssse3 -mpopcnt)
-set(archOptions_avx2 -mavx2 -mpopcnt -mbmi -mlzcnt)
+set(archOptions_avx2 -mavx2 -mpopcnt -mbmi)
 set(archOptions_avx512 ${archOptions_avx2} -mbmi2 -mavx512f -mavx512bw -mavx512dq -mavx512vl -mavx512vnni)
 set(archOptions_neon "")
 if(NOT DEFINED archOptions_${TARVONEL_ARCH})

@@ -21,7 +21,7 @@ offer()
 case $(uname -m) in
 x86_64)
     offer avx512 avx512bw avx512dq avx512vl avx512_vnni bmi2
-    offer avx2 avx2 bmi1 abm popcnt
+    offer avx2 avx2 bmi1 popcnt
     offer ssse3 ssse3 popcnt
     offer sse2
     ;;

@@ -10,7 +10,6 @@
 
 #include "board/attackTables.h"
 #include "board/engineOptions.h"
-#include "board/keys.h"
 #include "board/makeMove.h"
 #include "eval/evaluate.h"
 #include "movegen/moveChecks.h"

@@ -4,7 +4,6 @@
 #include <optional>
 
 #include "board/attackTables.h"
-#include "board/keys.h"
 #include "board/makeMove.h"
 #include "eval/evaluate.h"
 #include "movegen/generators.h"
