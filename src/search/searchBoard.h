@@ -31,7 +31,7 @@ struct searchTables : evaluationTables
 
     std::int16_t contHistoryTwoBack[historyRows][historyRows]{};
     std::int16_t contHistoryOneBack[historyRows][historyRows]{};
-    std::int32_t quietScores[moveStackCapacity]{};
+    std::int32_t quietScores[moveStackCapacity]{}; ///< the move picker's, of the lists on the path
 };
 
 struct searchBoard : posWithMoves
