@@ -2,8 +2,9 @@
 # Games in which nothing may go wrong: the engine against itself by a clock of 1 s + 0.01 s, standard
 # chess and Chess960, with 1 and 2 threads, with and without endgame tables, one game for each core.
 #
-#   tools/gameCampaign.sh FOLDER [GAMES [SLICE]]   until each of the eight kinds has GAMES (1250), SLICE (250) at a time
-#   tools/gameCampaign.sh FOLDER sum               what came of it
+#   tools/gameCampaign.sh FOLDER [GAMES [SLICE [KIND...]]]   until each of the kinds, all eight if none is told, has
+#                                                            GAMES (1250), SLICE (250) at a time
+#   tools/gameCampaign.sh FOLDER sum                         what came of it
 #
 # FOLDER keeps the programs as they were built for the first run and, for each slice, its games, its
 # log, and its faults with the engine's last words. The number of a slice draws its openings. `kill` of
@@ -19,6 +20,10 @@ isEnding=0
 trap 'isEnding=1; ((playing == 0)) || kill -TERM "$playing"' INT TERM
 
 kinds=({standard,chess960}-{1,2}-{plain,tables}) # variant, threads, tables
+for kind in "${@:4}"; do
+    [[ " ${kinds[*]} " == *" $kind "* ]] || { echo "no kind $kind: ${kinds[*]}" >&2; exit 1; }
+done
+(($# < 4)) || kinds=("${@:4}")
 declare -A words=(
     [standard]="--openings $data/openings/openings.epd"
     [chess960]="--openings $data/openings/openings960.epd --chess960"
