@@ -79,7 +79,7 @@ class deepening
     bool isSettledAtRoot();
     bool isDepthTaken() const;
     void openWindow();
-    bool searchWindow();
+    void searchWindow();
     void failLow(int result);
     void failHigh(int result);
     void stopIfOutOfTime() const;
@@ -202,8 +202,8 @@ void deepening::stopIfOutOfTime() const
         stopSearch = true;
 }
 
-/// Searches until the result lies inside the window. False if the search was stopped before.
-bool deepening::searchWindow()
+/// Searches until the result lies inside the window or the search is stopped.
+void deepening::searchWindow()
 {
     while (!stopSearch)
     {
@@ -219,10 +219,9 @@ bool deepening::searchWindow()
         else if (!stopSearch)
         {
             acceptResult(result);
-            return true;
+            return;
         }
     }
-    return false;
 }
 
 void deepening::acceptResult(int result)
