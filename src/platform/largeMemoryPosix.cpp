@@ -1,12 +1,13 @@
 #include "platform/largeMemory.h"
 
 #include <algorithm>
-#include <cstdint>
+#include <atomic>
 #include <fstream>
 #include <limits>
-#include <string>
+#include <sstream>
 
 #include <sys/mman.h>
+#include <unistd.h>
 
 namespace tarvonel
 {
@@ -15,12 +16,15 @@ namespace
 {
 
 constexpr std::size_t hugePage = std::size_t{2} << 20;
-constexpr std::uint64_t unknownSize = std::numeric_limits<std::uint64_t>::max();
+constexpr std::uint64_t unlimited = std::numeric_limits<std::uint64_t>::max();
+
+/// Bytes of all blocks of `allocateLarge` that have not been released.
+std::atomic<std::uint64_t> bytesInBlocks{0};
 
 std::size_t wholeHugePages(std::size_t bytes) { return (bytes + hugePage - 1) & ~(hugePage - 1); }
 
-/// The number behind a label in a file of "label number" lines; `missing` without such a line.
-std::uint64_t labelledNumber(const char *path, const std::string &label, std::uint64_t missing)
+/// The number after a label in a file of "label number" lines; `missing` without such a line.
+std::uint64_t labelledNumber(const std::string &path, const std::string &label, std::uint64_t missing)
 {
     std::ifstream file(path);
     for (std::string word; file >> word;)
@@ -32,40 +36,71 @@ std::uint64_t labelledNumber(const char *path, const std::string &label, std::ui
     return missing;
 }
 
-/// The number that a file begins with; `missing` if there is none ("max").
-std::uint64_t firstNumber(const char *path, std::uint64_t missing)
+/// The number at the start of a file; `missing` if there is none ("max").
+std::uint64_t firstNumber(const std::string &path, std::uint64_t missing)
 {
     std::ifstream file(path);
     std::uint64_t number = 0;
     return file >> number ? number : missing;
 }
 
-/// Bytes below the limit of a control group of processes, where one is set. File pages that
-/// nobody uses are given back before the limit is felt.
-std::uint64_t groupRoom(const char *limitFile, const char *usedFile, const char *statisticsFile, const char *cacheLabel)
+/// The files in which one version of control groups reports on memory.
+struct groupFiles
 {
-    const std::uint64_t limit = firstNumber(limitFile, unknownSize);
-    const std::uint64_t charged = firstNumber(usedFile, 0);
-    const std::uint64_t used = charged - std::min(charged, labelledNumber(statisticsFile, cacheLabel, 0));
+    const char *root, *limit, *used, *statistics, *cacheLabel;
+};
+constexpr groupFiles filesV1 = {"/sys/fs/cgroup/memory", "/memory.limit_in_bytes", "/memory.usage_in_bytes",
+                                "/memory.stat", "total_inactive_file"};
+constexpr groupFiles filesV2 = {"/sys/fs/cgroup", "/memory.max", "/memory.current", "/memory.stat", "inactive_file"};
+
+/// Bytes below the limit of the control group in this directory. The kernel reclaims inactive file
+/// pages before it enforces the limit.
+std::uint64_t roomInGroup(const std::string &directory, const groupFiles &files)
+{
+    const std::uint64_t limit = firstNumber(directory + files.limit, unlimited);
+    const std::uint64_t charged = firstNumber(directory + files.used, 0);
+    const std::uint64_t cached = labelledNumber(directory + files.statistics, files.cacheLabel, 0);
+    const std::uint64_t used = charged - std::min(charged, cached);
     return limit - std::min(limit, used);
 }
 
-/// Bytes that the machine and the process's control group can still give, as far as the system
-/// tells. The system promises more memory than it has and ends a process that then uses it, so a
-/// successful mapping alone says little.
-std::uint64_t grantableBytes()
+/// The least room of the group with this path ("/user.slice/app") and of all groups around it.
+std::uint64_t roomUpToRoot(const std::string &tree, std::string path, const groupFiles &files)
 {
-    constexpr std::uint64_t kibibyte = 1024;
-    constexpr const char *memoryInfo = "/proc/meminfo";
-    const std::uint64_t available = labelledNumber(memoryInfo, "MemAvailable:", unknownSize / (2 * kibibyte));
-    const std::uint64_t machine = (available + labelledNumber(memoryInfo, "SwapFree:", 0)) * kibibyte;
+    std::uint64_t room = roomInGroup(tree + files.root, files);
+    for (; path.size() > 1; path.erase(path.rfind('/')))
+        room = std::min(room, roomInGroup(tree + files.root + path, files));
+    return room;
+}
 
-    return std::min(
-        {machine,
-         groupRoom("/sys/fs/cgroup/memory.max", "/sys/fs/cgroup/memory.current", "/sys/fs/cgroup/memory.stat",
-                   "inactive_file"),
-         groupRoom("/sys/fs/cgroup/memory/memory.limit_in_bytes", "/sys/fs/cgroup/memory/memory.usage_in_bytes",
-                   "/sys/fs/cgroup/memory/memory.stat", "total_inactive_file")});
+/// The room in the process's control groups. A line of the list is "number:controllers:path"; version
+/// 2 has a single group, with no controllers named.
+std::uint64_t roomInGroups(const std::string &tree)
+{
+    std::uint64_t room = std::min(roomInGroup(tree + filesV1.root, filesV1), roomInGroup(tree + filesV2.root, filesV2));
+    std::ifstream list(tree + "/proc/self/cgroup");
+    std::string number, controllers, path;
+    while (std::getline(list, number, ':') && std::getline(list, controllers, ':') && std::getline(list, path))
+        if (!path.starts_with('/'))
+            continue;
+        else if (controllers.empty())
+            room = std::min(room, roomUpToRoot(tree, path, filesV2));
+        else if ((',' + controllers + ',').find(",memory,") != std::string::npos)
+            room = std::min(room, roomUpToRoot(tree, path, filesV1));
+    return room;
+}
+
+/// Bytes of the large blocks that have not been written to yet: the system does not count them as
+/// used, but they will be.
+std::uint64_t bytesStillUntouched()
+{
+    std::ifstream file("/proc/self/statm");
+    std::uint64_t size = 0, resident = 0, shared = 0;
+    if (!(file >> size >> resident >> shared))
+        return 0;
+    const std::uint64_t touched = (resident - std::min(resident, shared)) * static_cast<std::uint64_t>(getpagesize());
+    const std::uint64_t blocks = bytesInBlocks;
+    return blocks - std::min(blocks, touched);
 }
 
 void *mapZeroed(std::size_t bytes)
@@ -76,10 +111,24 @@ void *mapZeroed(std::size_t bytes)
 
 } // namespace
 
-// Maps one huge page more than asked for and gives back what lies outside the aligned block.
+std::uint64_t availableMemory(const std::string &tree)
+{
+    constexpr std::uint64_t kibibyte = 1024;
+    const std::string memoryInfo = tree + "/proc/meminfo";
+    const std::uint64_t available = labelledNumber(memoryInfo, "MemAvailable:", unlimited / (2 * kibibyte));
+    const std::uint64_t machine = (available + labelledNumber(memoryInfo, "SwapFree:", 0)) * kibibyte;
+    return std::min(machine, roomInGroups(tree));
+}
+
+// The system promises more memory than it has and kills a process that then uses it, so a successful
+// mapping alone proves little. Maps one huge page more than needed and unmaps what is outside the
+// aligned block.
 void *allocateLarge(std::size_t bytes)
 {
-    if (bytes == 0 || bytes > std::numeric_limits<std::size_t>::max() - 2 * hugePage || bytes > grantableBytes())
+    if (bytes == 0 || bytes > std::numeric_limits<std::size_t>::max() - 2 * hugePage)
+        return nullptr;
+    const std::uint64_t available = availableMemory("");
+    if (bytes > available - std::min(available, bytesStillUntouched()))
         return nullptr;
 
     const std::size_t length = wholeHugePages(bytes);
@@ -97,13 +146,16 @@ void *allocateLarge(std::size_t bytes)
 
     std::byte *const block = mapped + before;
     preferLargePages(block, length);
+    bytesInBlocks += length;
     return block;
 }
 
 void releaseLarge(void *block, std::size_t bytes)
 {
-    if (block != nullptr)
-        munmap(block, wholeHugePages(bytes));
+    if (block == nullptr)
+        return;
+    munmap(block, wholeHugePages(bytes));
+    bytesInBlocks -= wholeHugePages(bytes);
 }
 
 void preferLargePages(void *block, std::size_t bytes)

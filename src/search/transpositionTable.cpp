@@ -14,6 +14,7 @@ namespace tarvonel
 
 ttCluster *ttTable = nullptr;
 std::uint64_t ttMask = 0;
+relaxed<bool> ttIsBlank = true;
 std::uint8_t ttAge = 0;
 
 namespace
@@ -71,6 +72,7 @@ void ttRelease()
     releaseLarge(ttTable, allocatedBytes);
     ttTable = nullptr;
     ttMask = 0;
+    ttIsBlank = true;
     allocatedBytes = 0;
 }
 
@@ -90,6 +92,7 @@ std::uint64_t ttResize(int megabytes)
         // The last resort needs no heap: the engine goes on with the smallest table there is.
         static ttCluster smallestTable[ttClustersPerMegabyte];
         ttTable = smallestTable;
+        ttIsBlank = false; // it may have been in use before
         allocatedBytes = 0;
     }
     ttMask = wanted * ttClustersPerMegabyte - 1;
@@ -99,6 +102,9 @@ std::uint64_t ttResize(int megabytes)
 
 void ttClear()
 {
+    ttSearchCount = 0;
+    if (ttIsBlank)
+        return;
     const std::uint64_t clusters = ttMask + 1;
     const auto threads = static_cast<std::uint64_t>(std::max<int>(engineOptions.threadCount, 1));
     const std::uint64_t share = clusters / threads;
@@ -109,7 +115,7 @@ void ttClear()
                    const std::uint64_t first = i * share;
                    zeroClusters(first, i + 1 == threads ? clusters - first : share);
                });
-    ttSearchCount = 0;
+    ttIsBlank = true;
 }
 
 void ttAdvanceAge()
@@ -132,6 +138,8 @@ ttEntry ttProbe(std::uint64_t key)
 
 void ttStore(std::uint64_t key, moveCode move, int score, int depth, ttBound bound, int ply)
 {
+    if (ttIsBlank)
+        ttIsBlank = false;
     ttCluster &cluster = ttTable[key & ttMask];
     const int slot = slotToReplace(cluster, key);
     cluster.key[slot] = key;

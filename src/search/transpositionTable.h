@@ -42,8 +42,9 @@ struct alignas(64) ttCluster
 static_assert(sizeof(ttCluster) == 64);
 
 extern ttCluster *ttTable;
-extern std::uint64_t ttMask; ///< number of clusters - 1; the number is a power of two
-extern std::uint8_t ttAge;   ///< 0 to 63
+extern std::uint64_t ttMask;    ///< number of clusters - 1; the number is a power of two
+extern relaxed<bool> ttIsBlank; ///< all zeros: nothing was stored since the last resize or clear
+extern std::uint8_t ttAge;      ///< 0 to 63
 
 /// A data word taken apart. A miss reads as `boundNone`.
 struct ttEntry
@@ -59,13 +60,14 @@ struct ttEntry
 };
 
 /// Replaces the table by one of `megabytes` MiB, rounded up to a power of two, all slots empty.
-/// Halves the size until the memory can be had; returns the megabytes taken.
+/// Halves the size until the memory can be had; returns the megabytes taken. The memory comes zeroed
+/// from the system and takes up no room before it is first written to.
 std::uint64_t ttResize(int megabytes);
 
 /// Gives the memory back; the table is then unusable until `ttResize`.
 void ttRelease();
 
-/// Empties the table with `engineOptions.threadCount` short-lived threads.
+/// Empties the table with `engineOptions.threadCount` short-lived threads; at once if it is blank.
 void ttClear();
 
 /// To be called at each `go`, before the workers start.
