@@ -76,7 +76,7 @@ TEST_F(selfGameTest, gamesAreLegalReproducibleAndLearntFrom)
     EXPECT_GT(data.learnable, data.positions / 20);
     EXPECT_LT(data.learnable, data.positions);
     std::vector<trainingPosition> positions;
-    readPieces(positions, data, std::vector<std::uint32_t>{0}, {}, crew);
+    readPieces(positions, data, std::vector<std::uint32_t>{0}, {}, {}, crew);
     EXPECT_EQ(positions.size(), data.learnable);
     closeData(data);
     EXPECT_NE(openData(data, {directory / "none"}, {}, 1000000, crew), "");

@@ -59,7 +59,8 @@ std::vector<trainingPosition> scoredPositions(std::size_t count, std::uint64_t s
                              tables->attachTo(position);
                              const int forWhite = handSetScore(position);
                              const int score = position.sideToMove == white ? forWhite : -forWhite;
-                             positions.push_back(packPosition(position, std::clamp(score, -1500, 1500), 1));
+                             positions.push_back(
+                                 packPosition(position, expectedResult(std::clamp(score, -1500, 1500), 250)));
                          });
     return positions;
 }
@@ -80,7 +81,6 @@ class trainerTest : public testing::Test
 
     static void SetUpTestSuite()
     {
-        settings.resultShare = 0;
         training = scoredPositions(9000, 3);
         validation = scoredPositions(1500, 4);
         model = std::make_unique<trainerModel>();
@@ -107,6 +107,16 @@ class trainerTest : public testing::Test
 TEST_F(trainerTest, aShortTrainingLowersTheValidationError)
 {
     EXPECT_LT(after.error, before.error / 2) << "from " << before.error;
+    double sum = 0;
+    for (int group = 0; group < phaseGroups; ++group)
+    {
+        const auto isInGroup = [&](const trainingPosition &position)
+        { return std::min(position.phase / phasesPerGroup, phaseGroups - 1) == group; };
+        const auto positions = static_cast<std::size_t>(std::ranges::count_if(validation, isInGroup));
+        EXPECT_EQ(after.byPhase[group].positions, positions);
+        sum += after.byPhase[group].error * static_cast<double>(positions);
+    }
+    EXPECT_NEAR(sum, after.error * static_cast<double>(validation.size()), 1e-6);
 }
 
 // Large first weights leave half of the hidden values alive, and neurons die of it. How many die later hangs on how
@@ -141,7 +151,7 @@ TEST_F(trainerTest, engineAndTrainerAgreeOnTenThousandPositions)
     visitRandomPositions(count, 99,
                          [&](pos &position)
                          {
-                             const trainingPosition packed = packPosition(position, 0, 1);
+                             const trainingPosition packed = packPosition(position, 0);
                              classList list;
                              passValues values;
                              listClasses(packed, model->classes, list);
@@ -300,7 +310,7 @@ TEST(trainingPositions, areShownMirrored)
     const auto featuresOf = [&](const char *fen, bool isMirrored)
     {
         EXPECT_EQ(setupPlayablePosition(fen, board->position), "");
-        trainingPosition position = packPosition(board->position, 0, 1);
+        trainingPosition position = packPosition(board->position, 0);
         position.isMirrored = isMirrored ? 1 : 0;
         featureList list;
         listFeatures(position, list);
@@ -314,21 +324,7 @@ TEST(trainingPositions, areShownMirrored)
     EXPECT_EQ(featuresOf(fen, true), featuresOf("1k6/ppp5/5n2/8/8/6B1/6PP/4R1K1 b - - 0 1", false));
     EXPECT_NE(featuresOf(fen, true), featuresOf(fen, false));
     EXPECT_EQ(setupPlayablePosition("r3k3/8/8/8/8/8/8/4K3 b q - 0 1", board->position), "");
-    EXPECT_NE(packPosition(board->position, 0, 1).hasCastling, 0);
-}
-
-TEST(trainingPositions, laterScoresAreMixedInFromTheMoversView)
-{
-    constexpr double factor = 0.5;
-    storedMove moves[] = {{0, 100}, {0, unscored}, {0, -300}, {0, 200}};
-    mixLaterScores(moves, factor, 250);
-    const double last = expectedResult(200, 250),
-                 third = (1 - factor) * expectedResult(-300, 250) + factor * (1 - last);
-    const double first = (1 - factor) * expectedResult(100, 250) + factor * third;
-    EXPECT_EQ(moves[3].score, 200);
-    EXPECT_NEAR(expectedResult(moves[2].score, 250), third, 0.001);
-    EXPECT_EQ(moves[1].score, unscored);
-    EXPECT_NEAR(expectedResult(moves[0].score, 250), first, 0.001);
+    EXPECT_NE(packPosition(board->position, 0).hasCastling, 0);
 }
 
 TEST(featureLevels, shareRowsAsTheyPromise)

@@ -14,7 +14,7 @@ TEST(trainerThreads, aRunRepeatsItself)
 {
     std::vector<trainingPosition> positions;
     playRandomGames({5, 4, 60, false}, [&](pos &position, const bruteForce::letterBoard &)
-                    { positions.push_back(packPosition(position, egOf(balance(position)), 1)); });
+                    { positions.push_back(packPosition(position, expectedResult(egOf(balance(position)), 250))); });
     std::string error;
     std::vector<float> learnt[2];
     for (std::vector<float> &weights : learnt)

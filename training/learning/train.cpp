@@ -35,10 +35,10 @@ struct trainingPlan
     std::string from;
     std::string levelNames = "base,region";
     std::vector<featureLevel> levels;
-    dataFilter filter;
+    dataSettings data;
     learningSettings settings;
-    double firstRate = 0.001;
-    double finalRate = 0.00002;
+    double learningRate = 0.001;
+    double finalLearningRate = 0.00002;
     double mirrorShare = 0.5;
     double warmUp = 200; ///< steps
     std::uint64_t capacity = 4'000'000'000;
@@ -54,7 +54,8 @@ void declareOptions(CLI::App &app, trainingPlan &plan)
 {
     const CLI::Validator share = numberFrom(0, 1);
     learningSettings &settings = plan.settings;
-    dataFilter &filter = plan.filter;
+    dataSettings &data = plan.data;
+    targetSettings &target = data.target;
     app.add_option("games", plan.files, "files of games")->required();
     app.add_option("--out", plan.out, "the network file, written after each epoch");
     CLI::Option *checkpoint = app.add_option("--checkpoint", plan.checkpoint,
@@ -66,8 +67,9 @@ void declareOptions(CLI::App &app, trainingPlan &plan)
     app.add_option("--levels", plan.levelNames, "what rows are sums of: base,region,mirror,free");
     app.add_option("--epochs", plan.epochs, "passes over the data")->check(numberFrom(1, 100'000));
     app.add_option("--batch", plan.batch, "positions for each step")->check(numberFrom(1, 1'000'000));
-    app.add_option("--rate", plan.firstRate, "learning rate at the start")->check(numberFrom(1e-9, 1));
-    app.add_option("--final-rate", plan.finalRate, "and at the end, along half a cosine")->check(share);
+    app.add_option("--learning-rate", plan.learningRate, "learning rate after the warm-up")->check(numberFrom(1e-9, 1));
+    app.add_option("--final-learning-rate", plan.finalLearningRate, "and at the end, along half a cosine")
+        ->check(share);
     app.add_option("--warm-up", plan.warmUp, "first steps over which the rate rises from 0")->check(numberFrom(0, 1e9));
     app.add_option("--weight-decay", settings.weightDecay,
                    "share of the weights, times the rate, that each step takes off")
@@ -77,26 +79,32 @@ void declareOptions(CLI::App &app, trainingPlan &plan)
         ->check(numberFrom(0, 1e9));
     app.add_option("--free-share", settings.freeShare, "rate of the free rows, as a share of the others'")
         ->check(numberFrom(0, 10));
-    app.add_option("--result-share", settings.resultShare, "weight of the game's result in the target")->check(share);
-    app.add_option("--later-scores", filter.laterScores, "weight of what the later plies of the game expect, a ply")
-        ->check(numberFrom(0, 0.99));
-    app.add_option("--activation-price", settings.activationPrice,
+    app.add_option("--wdl-weight", target.wdlWeight, "weight of the game's result in the target, at its last ply")
+        ->check(share);
+    app.add_option("--wdl-decay", target.wdlDecay, "factor on that weight for each ply before the last one")
+        ->check(share);
+    app.add_option("--td-lambda", target.tdLambda,
+                   "TD(lambda): weight of the later scores of the game, and of its result at their end")
+        ->check(share);
+    app.add_option("--l1-penalty", settings.l1Penalty,
                    "error for each unit of first-layer activation, for a faster engine")
         ->check(share);
+    app.add_option("--game-share", data.gameShare,
+                   "random share of each game's positions that a pass trains on, each pass another one")
+        ->check(numberFrom(0.001, 1));
     app.add_option("--mirror-share", plan.mirrorShare,
                    "share of positions without castling rights to be shown mirrored")
         ->check(share);
-    app.add_option("--score-scale", settings.scoreScale, "centipawns of the target's sigmoid")
+    app.add_option("--score-scale", target.scoreScale, "centipawns of the target's sigmoid")
         ->check(numberFrom(1, 10'000));
     app.add_option("--positions", plan.capacity, "learns from about the first so many")->check(numberFrom(1, 4e9));
     app.add_option("--block", plan.block, "positions to hold in memory and mix at a time")->check(numberFrom(1, 4e9));
-    app.add_option("--validation", filter.validationShare, "keeps the games of one start in so many for validation")
+    app.add_option("--validation", data.validationShare, "keeps the games of one start in so many for validation")
         ->check(numberFrom(2, 1e9));
-    app.add_option("--first-ply", filter.firstPly, "leaves out earlier plies of games")->check(numberFrom(0, 10'000));
-    app.add_option("--widest-balance", filter.widestBalance, "leaves out larger material and placement, centipawns")
+    app.add_option("--first-ply", data.firstPly, "leaves out earlier plies of games")->check(numberFrom(0, 10'000));
+    app.add_option("--max-balance", data.maxBalance, "leaves out larger material and placement, centipawns")
         ->check(numberFrom(0, 32767));
-    app.add_option("--highest-score", filter.highestScore, "leaves out larger scores, centipawns")
-        ->check(numberFrom(0, 32767));
+    app.add_option("--max-score", data.maxScore, "leaves out larger scores, centipawns")->check(numberFrom(0, 32767));
     app.add_option("--threads", plan.threads, "threads")->check(numberFrom(1, 256));
     app.add_option("--seed", plan.seed, "of first weights and order")->check(numberFrom(0, 1e9));
 }
@@ -104,10 +112,10 @@ void declareOptions(CLI::App &app, trainingPlan &plan)
 std::string readData(const trainingPlan &plan, trainingData &data, workCrew &crew)
 {
     const std::int64_t start = millisecondsNow();
-    std::string error = openData(data, plan.files, plan.filter, plan.capacity, crew);
+    std::string error = openData(data, plan.files, plan.data, plan.capacity, crew);
     if (!error.empty())
         return error;
-    std::printf("%llu positions to learn from, %zu for validation, of %llu in %llu games (%.1f s)\n",
+    std::printf("%llu positions to train on in a pass, %zu for validation, of %llu in %llu games (%.1f s)\n",
                 static_cast<unsigned long long>(data.learnable), data.validation.size(),
                 static_cast<unsigned long long>(data.positions), static_cast<unsigned long long>(data.games),
                 static_cast<double>(millisecondsNow() - start) / 1000);
@@ -149,8 +157,8 @@ std::string prepareModel(const trainingPlan &plan, trainerModel &model, checkpoi
 /// The rate after a share of the run.
 double rateAt(const trainingPlan &plan, double share, std::uint64_t steps)
 {
-    const double rate = plan.finalRate +
-                        (plan.firstRate - plan.finalRate) * (1 + std::cos(std::numbers::pi * std::min(share, 1.0))) / 2;
+    const double cosine = (1 + std::cos(std::numbers::pi * std::min(share, 1.0))) / 2;
+    const double rate = plan.finalLearningRate + (plan.learningRate - plan.finalLearningRate) * cosine;
     return rate * std::min(1.0, static_cast<double>(steps + 1) / std::max(plan.warmUp, 1.0));
 }
 
@@ -272,8 +280,9 @@ bool learnEpoch(trainingRun &run)
             toSkip -= block.positions;
             continue;
         }
-        if (blocks.size() > 1 || run.positions.empty())
-            readPieces(run.positions, run.data, block.pieces, run.plan.filter, run.crew);
+        if (blocks.size() > 1 || run.plan.data.gameShare < 1 || run.positions.empty())
+            readPieces(run.positions, run.data, block.pieces, run.plan.data, {run.progress.seed, run.progress.epoch},
+                       run.crew);
         learnBlock(run, std::exchange(toSkip, 0), random, teller);
         if (interrupted)
             return false;
@@ -290,7 +299,8 @@ std::string judgeAndSave(trainingRun &run, const std::string &when)
     const trainerModel averaged = isAveraged ? averagedModel(run.model) : trainerModel{};
     const trainerModel &model = isAveraged ? averaged : run.model;
     const judgement judged = judgeModel(model, run.crew, run.data.validation, run.plan.settings);
-    std::printf("%s: validation error %.6f\n%s", when.c_str(), judged.error, healthText(judged).c_str());
+    std::printf("%s: validation error %.6f\n%s%s", when.c_str(), judged.error, phaseText(judged).c_str(),
+                healthText(judged).c_str());
     std::fflush(stdout);
     if (run.model.steps == 0)
         return {};
@@ -324,7 +334,7 @@ int train(trainingPlan &plan)
     if (!error.empty())
         throw CLI::ValidationError("--levels", error);
     engineOptions.chess960 = true; // games of both kinds may stand in a file; standard ones lose nothing
-    plan.filter.scoreScale = plan.settings.scoreScale;
+    plan.settings.scoreScale = plan.data.target.scoreScale;
     watchForInterrupts();
     error = learn(plan);
     if (!error.empty())

@@ -41,7 +41,7 @@ template <int Width> struct neuronCounts
 /// What one thread found.
 struct findings
 {
-    double error = 0;
+    phaseError byPhase[phaseGroups]; ///< sums of the squares
     neuronCounts<transformerWidth> first;
     neuronCounts<hiddenWidth> hidden1;
     neuronCounts<hiddenWidth> hidden2;
@@ -97,9 +97,10 @@ judgement judgeModel(const trainerModel &model, workCrew &crew, std::span<const 
             {
                 listClasses(positions[i], model.classes, list);
                 passForward(rounded, list, rows.data(), values);
-                const double error =
-                    predict(positions[i], values.output, settings).expected - targetOf(positions[i], settings);
-                own.error += error * error;
+                const double error = predict(positions[i], values.output, settings).expected - targetOf(positions[i]);
+                phaseError &group = own.byPhase[std::min(positions[i].phase / phasesPerGroup, phaseGroups - 1)];
+                group.error += error * error;
+                ++group.positions;
                 own.first.count(values.input, networkInputs);
                 own.hidden1.count(values.hidden1, hiddenWidth);
                 own.hidden2.count(values.hidden2, hiddenWidth);
@@ -109,14 +110,24 @@ judgement judgeModel(const trainerModel &model, workCrew &crew, std::span<const 
     findings &total = found.front();
     for (std::size_t thread = 1; thread < found.size(); ++thread)
     {
-        total.error += found[thread].error;
+        for (int group = 0; group < phaseGroups; ++group)
+        {
+            total.byPhase[group].positions += found[thread].byPhase[group].positions;
+            total.byPhase[group].error += found[thread].byPhase[group].error;
+        }
         total.first.add(found[thread].first);
         total.hidden1.add(found[thread].hidden1);
         total.hidden2.add(found[thread].hidden2);
     }
     judgement judged;
     const std::size_t count = std::max<std::size_t>(positions.size(), 1);
-    judged.error = total.error / static_cast<double>(count);
+    for (int group = 0; group < phaseGroups; ++group)
+    {
+        const phaseError &sum = total.byPhase[group];
+        judged.error += sum.error / static_cast<double>(count);
+        judged.byPhase[group] = {sum.positions,
+                                 sum.error / static_cast<double>(std::max<std::size_t>(sum.positions, 1))};
+    }
     judged.layers[0] = healthOf(total.first, 2 * count);
     judged.layers[1] = healthOf(total.hidden1, count);
     judged.layers[2] = healthOf(total.hidden2, count);
@@ -130,6 +141,21 @@ judgement judgeModel(const trainerModel &model, workCrew &crew, std::span<const 
     std::iota(judged.lanes.begin(), judged.lanes.end(), 0);
     std::ranges::stable_sort(judged.lanes, std::greater<>{}, [&](int lane) { return total.first.alive[lane]; });
     return judged;
+}
+
+std::string phaseText(const judgement &judged)
+{
+    std::string text = "  by game phase ";
+    for (int group = 0; group < phaseGroups; ++group)
+    {
+        const int first = group * phasesPerGroup;
+        const int last = group + 1 < phaseGroups ? first + phasesPerGroup - 1 : fullPhase;
+        const phaseError &sum = judged.byPhase[group];
+        char part[80];
+        std::snprintf(part, sizeof part, "  %d-%d: %.6f (%zu)", first, last, sum.error, sum.positions);
+        text += part;
+    }
+    return text + "\n";
 }
 
 std::string healthText(const judgement &judged)

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "board/pieceValues.h"
 #include "learning/trainerPass.h"
 #include "platform/workCrew.h"
 
@@ -23,9 +24,19 @@ struct layerHealth
     std::size_t atLimit = 0; ///< weights into the layer that stand at their limit
 };
 
+/// The positions of some game phases.
+struct phaseError
+{
+    std::size_t positions = 0;
+    double error = 0; ///< mean of the squares
+};
+inline constexpr int phasesPerGroup = 6;                       ///< 0 to 5, 6 to 11, ...
+inline constexpr int phaseGroups = fullPhase / phasesPerGroup; ///< the last one with phase 24
+
 struct judgement
 {
-    double error = 0;      ///< mean of the squares
+    double error = 0; ///< mean of the squares
+    phaseError byPhase[phaseGroups];
     layerHealth layers[3]; ///< transformer, first and second hidden layer
     std::size_t outputAtLimit = 0;
     /// The lanes of the first layer, the one most often alive first: side by side, lanes that are
@@ -35,6 +46,9 @@ struct judgement
 
 judgement judgeModel(const trainerModel &model, workCrew &crew, std::span<const trainingPosition> positions,
                      const learningSettings &settings);
+
+/// The error by game phase in one line.
+std::string phaseText(const judgement &judged);
 
 /// The neurons' state in one line for each layer.
 std::string healthText(const judgement &judged);

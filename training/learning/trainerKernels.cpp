@@ -180,10 +180,10 @@ void passClamp(float *__restrict gradients, const float *__restrict activations,
         gradients[i] = activations[i] > 0.0F && activations[i] < 1.0F ? gradients[i] : 0.0F;
 }
 
-void priceActivations(float *__restrict gradients, const float *__restrict activations, float price, int count)
+void addL1Penalty(float *__restrict gradients, const float *__restrict activations, float penalty, int count)
 {
     for (int i = 0; i < count; ++i)
-        gradients[i] += activations[i] > 0.0F ? price : 0.0F;
+        gradients[i] += activations[i] > 0.0F ? penalty : 0.0F;
 }
 
 void addOuterProduct(float *weightGradients, const float *input, const std::uint16_t *alive, int aliveCount,

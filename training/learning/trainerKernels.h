@@ -46,8 +46,8 @@ void clampHidden(float *activations, const float *sums);
 /// Takes gradients through the clamp: those of sums that were outside 0 to 1 become 0.
 void passClamp(float *gradients, const float *activations, int count);
 
-/// The price of activations pulls all that are alive towards 0.
-void priceActivations(float *gradients, const float *activations, float price, int count);
+/// Adds the gradient of an L1 penalty on the activations.
+void addL1Penalty(float *gradients, const float *activations, float penalty, int count);
 
 /// weightGradients[i][o] += input[i] x gradients[o], for the living inputs.
 void addOuterProduct(float *weightGradients, const float *input, const std::uint16_t *alive, int aliveCount,

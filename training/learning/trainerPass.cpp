@@ -83,7 +83,7 @@ void passForward(const roundedWeights &weights, const classList &list, const std
         values.output += values.hidden2[o] * weights.output[o];
 }
 
-void passBackward(const roundedWeights &weights, float outputGradient, float activationPrice, passValues &values,
+void passBackward(const roundedWeights &weights, float outputGradient, float l1Penalty, passValues &values,
                   denseGradients &sums)
 {
     sums.outputBias[0] += outputGradient;
@@ -100,7 +100,7 @@ void passBackward(const roundedWeights &weights, float outputGradient, float act
     addOuterProduct(sums.hidden1Weight.data(), values.input, values.alive, values.aliveCount, values.hidden1Gradient);
     backwardLayer(values.inputGradient, weights.hidden1ByOutput.data(), values.hidden1Gradient, networkInputs);
     passClamp(values.inputGradient, values.input, networkInputs);
-    priceActivations(values.inputGradient, values.input, activationPrice, networkInputs);
+    addL1Penalty(values.inputGradient, values.input, l1Penalty, networkInputs);
     for (std::size_t o = 0; o < hiddenWidth; ++o)
     {
         sums.hidden2Bias[o] += values.hidden2Gradient[o];
@@ -108,12 +108,6 @@ void passBackward(const roundedWeights &weights, float outputGradient, float act
     }
     addRow(sums.featureBias.data(), values.inputGradient);
     addRow(sums.featureBias.data(), values.inputGradient + transformerWidth);
-}
-
-double targetOf(const trainingPosition &position, const learningSettings &settings)
-{
-    return settings.resultShare * position.points / 2.0 +
-           (1 - settings.resultShare) * expectedResult(position.score, settings.scoreScale);
 }
 
 predictedResult predict(const trainingPosition &position, float output, const learningSettings &settings)

@@ -14,12 +14,11 @@ namespace tarvonel
 
 struct learningSettings
 {
-    double resultShare = 0;  ///< weight of the game's result in the target, the rest is the score's
     double scoreScale = 250; ///< centipawns whose sigmoid is 1 / (1 + 1/e)
-    double rate = 0.001;
-    /// Added to a position's error for each unit of first-layer activation: fewer living inputs make
-    /// the engine faster.
-    double activationPrice = 0;
+    double rate = 0.001;     ///< learning rate
+    /// Added to a position's error for each unit of first-layer activation: the engine is faster the
+    /// fewer inputs are not 0.
+    double l1Penalty = 0;
     double freeShare = 0.5;   ///< rate of the free rows, as a share of the others'
     double weightDecay = 0;   ///< taken off the weights each step, as a share of them times the rate
     double averagedSteps = 0; ///< over so many of the last steps the weights are averaged
@@ -86,11 +85,11 @@ struct denseGradients
 void passForward(const roundedWeights &weights, const classList &list, const std::int16_t *rows, passValues &values);
 
 /// The way back from the gradient of the output; adds to the dense gradients.
-void passBackward(const roundedWeights &weights, float outputGradient, float activationPrice, passValues &values,
+void passBackward(const roundedWeights &weights, float outputGradient, float l1Penalty, passValues &values,
                   denseGradients &sums);
 
-/// What a position is to be taught: an expected result from 0 to 1 for the side to move.
-double targetOf(const trainingPosition &position, const learningSettings &settings);
+/// The expected result, from 0 to 1, that the network should give for the position.
+inline double targetOf(const trainingPosition &position) { return position.target / fullTarget; }
 
 /// The expected result that the network's output stands for, and how fast it changes.
 struct predictedResult

@@ -100,10 +100,10 @@ void passPositions(const trainerModel &model, trainerWorkspace &workspace, workC
             {
                 passForward(rounded, workspace.lists[i], workspace.rows.data(), values);
                 const predictedResult result = predict(positions[i], values.output, settings);
-                const double error = result.expected - targetOf(positions[i], settings);
+                const double error = result.expected - targetOf(positions[i]);
                 sums.error += error * error;
                 passBackward(rounded, static_cast<float>(2 * error * result.slope),
-                             static_cast<float>(settings.activationPrice), values, sums);
+                             static_cast<float>(settings.l1Penalty), values, sums);
                 std::copy_n(values.inputGradient, networkInputs, workspace.sumGradients.data() + rowOffset(2 * i));
             }
         });

@@ -13,6 +13,7 @@
 #include "eval/evaluate.h"
 #include "eval/network.h"
 #include "learning/trainerModel.h"
+#include "movegen/randomOpening.h"
 
 namespace tarvonel
 {
@@ -40,18 +41,18 @@ std::uint64_t hashOf(const storedStart &start)
                            [](std::uint64_t hash, std::uint8_t byte) { return (hash ^ byte) * prime; });
 }
 
-bool isForValidation(const storedGame &game, const dataFilter &filter)
+bool isForValidation(const storedGame &game, const dataSettings &settings)
 {
-    return hashOf(game.start) % static_cast<std::uint64_t>(filter.validationShare) == 0;
+    return hashOf(game.start) % static_cast<std::uint64_t>(settings.validationShare) == 0;
 }
 
 /// Replays a game and appends its positions; false if it holds a move that is not legal.
-bool takeGame(storedGame &game, posWithMoves &board, const dataFilter &filter, std::vector<trainingPosition> &positions)
+bool takeGame(const storedGame &game, posWithMoves &board, const dataSettings &settings,
+              std::vector<trainingPosition> &positions)
 {
     if (!unpackStart(game.start, board).empty())
         return false;
-    std::vector<storedMove> targets = game.moves;
-    mixLaterScores(targets, filter.laterScores, filter.scoreScale);
+    const std::vector<double> targets = gameTargets(game, settings.target);
     int ply = game.earlierPlies;
     for (std::size_t i = 0; i < game.moves.size(); ++i, ++ply)
     {
@@ -59,14 +60,38 @@ bool takeGame(storedGame &game, posWithMoves &board, const dataFilter &filter, s
         const moveCode move = unpackMove(game.moves[i].move);
         if (!isLegal(board, move))
             return false;
-        if (ply >= filter.firstPly && isWorthLearning(position, move, game.moves[i].score, filter))
-        {
-            const int points = position.sideToMove == white ? game.whitePoints : 2 - game.whitePoints;
-            positions.push_back(packPosition(position, targets[i].score, points));
-        }
+        if (ply >= settings.firstPly && isWorthLearning(position, move, game.moves[i].score, settings))
+            positions.push_back(packPosition(position, targets[i]));
         playGameMove(board.position, move);
     }
     return true;
+}
+
+/// How many of a game's positions a pass takes: at least one, where there is one.
+std::size_t sampleSize(std::size_t positions, double gameShare)
+{
+    const auto size = static_cast<std::size_t>(std::ceil(gameShare * static_cast<double>(positions)));
+    return std::min(size, positions);
+}
+
+/// Leaves of a game's positions, from `first` on, those that the pass takes. `game` identifies the game.
+void sampleGame(std::vector<trainingPosition> &positions, std::size_t first, double gameShare, const passNumber &pass,
+                std::uint64_t game)
+{
+    const std::size_t count = positions.size() - first;
+    const std::size_t size = sampleSize(count, gameShare);
+    if (size == count)
+        return;
+    std::vector<std::size_t> order(count);
+    std::iota(order.begin(), order.end(), first);
+    std::seed_seq seeds{pass.seed, game, game >> 32};
+    randomSource random(seeds);
+    std::ranges::shuffle(order, random);
+    std::vector<trainingPosition> sample;
+    for (std::size_t i = 0; i < size; ++i)
+        sample.push_back(positions[order[(pass.pass * size + i) % count]]);
+    std::ranges::copy(sample, positions.begin() + static_cast<std::ptrdiff_t>(first));
+    positions.resize(first + size);
 }
 
 /// What one piece holds.
@@ -77,7 +102,8 @@ struct pieceContent
     std::uint64_t badGames = 0;
 };
 
-pieceContent readPiece(const trainingData &data, const gamePiece &piece, const dataFilter &filter)
+pieceContent readPiece(const trainingData &data, const gamePiece &piece, const dataSettings &settings,
+                       const passNumber &pass)
 {
     gameReader reader = data.files[piece.file];
     reader.offset = piece.begin;
@@ -85,8 +111,12 @@ pieceContent readPiece(const trainingData &data, const gamePiece &piece, const d
     pieceContent content;
     for (storedGame game; reader.offset < piece.end && nextGame(reader, game);)
     {
-        const bool validates = isForValidation(game, filter);
-        content.badGames += takeGame(game, *board, filter, validates ? content.validation : content.training) ? 0 : 1;
+        const bool isValidating = isForValidation(game, settings);
+        std::vector<trainingPosition> &positions = isValidating ? content.validation : content.training;
+        const std::size_t before = positions.size();
+        content.badGames += takeGame(game, *board, settings, positions) ? 0 : 1;
+        if (!isValidating)
+            sampleGame(positions, before, settings.gameShare, pass, reader.offset);
     }
     return content;
 }
@@ -109,7 +139,7 @@ std::vector<gamePiece> cutIntoPieces(gameReader &reader, std::size_t file)
 
 } // namespace
 
-trainingPosition packPosition(const pos &position, int score, int points)
+trainingPosition packPosition(const pos &position, double target)
 {
     trainingPosition packed;
     packed.occupied = occupancy(position);
@@ -119,8 +149,7 @@ trainingPosition packPosition(const pos &position, int score, int points)
         const int code = position.board[popLowest(left)];
         packed.men[index / 2] |= static_cast<std::uint8_t>(code << (index % 2 * 4));
     }
-    packed.score = static_cast<std::int16_t>(score);
-    packed.points = static_cast<std::uint8_t>(points);
+    packed.target = static_cast<std::uint16_t>(std::lround(target * fullTarget));
     packed.sideToMove = position.sideToMove;
     packed.pawns =
         static_cast<std::uint8_t>(popCount(position.bitboards[whitePawn]) + popCount(position.bitboards[blackPawn]));
@@ -129,14 +158,14 @@ trainingPosition packPosition(const pos &position, int score, int points)
     return packed;
 }
 
-bool isWorthLearning(const pos &position, moveCode best, int score, const dataFilter &filter)
+bool isWorthLearning(const pos &position, moveCode best, int score, const dataSettings &settings)
 {
     const bool isCapture = !isCastling(best) && position.board[moveTo(best)] != emptySquare;
     return score != unscored && position.info[0].inCheck == 0 && !isCapture && !isPromotion(best) &&
-           std::abs(score) <= filter.highestScore && std::abs(egOf(balance(position))) <= filter.widestBalance;
+           std::abs(score) <= settings.maxScore && std::abs(egOf(balance(position))) <= settings.maxBalance;
 }
 
-std::string openData(trainingData &data, const std::vector<std::string> &paths, const dataFilter &filter,
+std::string openData(trainingData &data, const std::vector<std::string> &paths, const dataSettings &settings,
                      std::uint64_t capacity, workCrew &crew)
 {
     for (const std::string &path : paths)
@@ -157,7 +186,7 @@ std::string openData(trainingData &data, const std::vector<std::string> &paths, 
     crew.share(contents.size(), 1,
                [&](std::size_t i)
                {
-                   contents[i] = readPiece(data, data.pieces[i], filter);
+                   contents[i] = readPiece(data, data.pieces[i], settings, {});
                    data.pieces[i].positions = contents[i].training.size();
                    contents[i].training = {};
                });
@@ -181,7 +210,8 @@ void closeData(trainingData &data)
 }
 
 void readPieces(std::vector<trainingPosition> &positions, const trainingData &data,
-                std::span<const std::uint32_t> numbers, const dataFilter &filter, workCrew &crew)
+                std::span<const std::uint32_t> numbers, const dataSettings &settings, const passNumber &pass,
+                workCrew &crew)
 {
     std::vector<std::size_t> places;
     std::size_t count = 0;
@@ -194,7 +224,7 @@ void readPieces(std::vector<trainingPosition> &positions, const trainingData &da
     crew.share(numbers.size(), 1,
                [&](std::size_t i)
                {
-                   const pieceContent content = readPiece(data, data.pieces[numbers[i]], filter);
+                   const pieceContent content = readPiece(data, data.pieces[numbers[i]], settings, pass);
                    const std::size_t promised = data.pieces[numbers[i]].positions;
                    std::copy_n(content.training.begin(), std::min(content.training.size(), promised),
                                positions.begin() + static_cast<std::ptrdiff_t>(places[i]));
@@ -203,23 +233,25 @@ void readPieces(std::vector<trainingPosition> &positions, const trainingData &da
 
 double expectedResult(double score, double scoreScale) { return 1.0 / (1.0 + std::exp(-score / scoreScale)); }
 
-void mixLaterScores(std::span<storedMove> moves, double factor, double scoreScale)
+std::vector<double> gameTargets(const storedGame &game, const targetSettings &settings)
 {
-    // From the last ply on, as the side that moves there sees it; less than 0 while there is none.
-    double later = -1;
-    for (std::size_t i = factor > 0 ? moves.size() : 0; i-- > 0;)
+    const double result = game.whitePoints / 2.0; // this and `expected` from white's view
+    double expected = result;
+    double wdlWeight = settings.wdlWeight;
+    std::vector<double> targets(game.moves.size());
+    for (std::size_t i = targets.size(); i-- > 0;)
     {
-        if (later >= 0)
-            later = 1 - later;
-        if (moves[i].score == unscored)
-            continue;
-        const double own = expectedResult(moves[i].score, scoreScale);
-        later = later < 0 ? own : (1 - factor) * own + factor * later;
-        constexpr double edge = 1e-9; // an expected result of 0 or 1 has no score
-        const double mixed = std::clamp(later, edge, 1 - edge);
-        moves[i].score = static_cast<std::int16_t>(
-            std::clamp(std::lround(scoreScale * std::log(mixed / (1 - mixed))), -32000L, 32000L));
+        const bool isWhite = (game.start.sideToMove & 1U) == i % 2;
+        const auto turned = [&](double value) { return isWhite ? value : 1 - value; };
+        if (game.moves[i].score != unscored)
+        {
+            const double own = turned(expectedResult(game.moves[i].score, settings.scoreScale));
+            expected = (1 - settings.tdLambda) * own + settings.tdLambda * expected;
+        }
+        targets[i] = turned(wdlWeight * result + (1 - wdlWeight) * expected);
+        wdlWeight *= settings.wdlDecay;
     }
+    return targets;
 }
 
 void listFeatures(const trainingPosition &position, featureList &list)

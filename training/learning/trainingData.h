@@ -20,29 +20,49 @@ struct trainingPosition
 {
     bitboard occupied = 0;
     std::uint8_t men[16] = {}; ///< piece codes in half bytes, from the lowest occupied square on
-    std::int16_t score = 0;    ///< centipawns from the side to move's view
-    std::uint8_t points = 1;   ///< half points of the side to move at the end of its game
+    std::uint16_t target = 0;  ///< expected result for the side to move, 1 being `fullTarget`
     std::uint8_t sideToMove = white;
     std::uint8_t pawns = 0;
     std::uint8_t phase = 0;       ///< 0 to 24
     std::uint8_t hasCastling = 0; ///< any right to castle: then left and right differ
-    std::uint8_t isMirrored = 0;  ///< to be seen with left and right exchanged
+    std::uint8_t isMirrored = 0;  ///< trained on with left and right exchanged
+    std::uint8_t unused = 0;
 };
 static_assert(sizeof(trainingPosition) == 32);
 
 inline constexpr int mostMen = 32;
+inline constexpr double fullTarget = UINT16_MAX;
 
-trainingPosition packPosition(const pos &position, int score, int points);
+/// `target` is an expected result from 0 to 1.
+trainingPosition packPosition(const pos &position, double target);
 
-/// Which positions of a game are learnt from, and with which scores.
-struct dataFilter
+/// What the target of a position is made of: see `gameTargets`.
+struct targetSettings
+{
+    double wdlWeight = 0;    ///< weight of the game's result at its last ply
+    double wdlDecay = 1;     ///< factor on that weight for each ply before the last one
+    double tdLambda = 0;     ///< weight of what the later plies expect
+    double scoreScale = 250; ///< centipawns whose sigmoid is 1 / (1 + 1/e)
+};
+
+/// Which positions of a game are used, and with which targets.
+struct dataSettings
 {
     int firstPly = 16;        ///< of the game, opening moves included
-    int highestScore = 3000;  ///< centipawns for either side
-    int widestBalance = 550;  ///< end-game half of material and placement; the network is asked up to 400
-    int validationShare = 50; ///< one start in so many has its games kept for validation
-    double laterScores = 0;   ///< weight of what the later plies expect, see `mixLaterScores`
-    double scoreScale = 250;  ///< centipawns whose sigmoid is 1 / (1 + 1/e)
+    int maxScore = 3000;      ///< centipawns for either side
+    int maxBalance = 550;     ///< end-game half of material and placement; the network is asked up to 400
+    int validationShare = 50; ///< one start in this many has its games kept for validation
+    double gameShare = 1;     ///< of each game's positions that one pass trains on
+    targetSettings target;
+};
+
+/// Selects the share of each game's positions that a pass trains on. Successive passes of one seed
+/// take successive slices of the game's positions in random order: a share of 1/3 has seen each
+/// position once after three passes.
+struct passNumber
+{
+    std::uint64_t seed = 0;
+    std::uint64_t pass = 0; ///< from 0
 };
 
 /// Some whole games that stand together in one file.
@@ -50,7 +70,7 @@ struct gamePiece
 {
     std::size_t file = 0;
     std::uint64_t begin = 0, end = 0; ///< bytes
-    std::size_t positions = 0;        ///< to learn from
+    std::size_t positions = 0;        ///< that a pass trains on
 };
 
 struct trainingData
@@ -58,7 +78,7 @@ struct trainingData
     std::vector<gameReader> files; ///< open
     std::vector<gamePiece> pieces;
     std::vector<trainingPosition> validation;
-    std::uint64_t learnable = 0; ///< positions to learn from in all pieces
+    std::uint64_t learnable = 0; ///< positions of all pieces that a pass trains on
     std::uint64_t games = 0;
     std::uint64_t positions = 0;    ///< read, before the filter
     std::uint64_t damagedBytes = 0; ///< that belong to no whole record
@@ -67,25 +87,29 @@ struct trainingData
 
 /// Opens the files and reads all of them once, to count and for the positions of validation. Pieces
 /// beyond `capacity` positions are left out of learning. Empty text or what went wrong.
-std::string openData(trainingData &data, const std::vector<std::string> &paths, const dataFilter &filter,
+std::string openData(trainingData &data, const std::vector<std::string> &paths, const dataSettings &settings,
                      std::uint64_t capacity, workCrew &crew);
 void closeData(trainingData &data);
 
-/// Replaces `positions` by those of the pieces with the given numbers.
+/// Replaces `positions` by those that the pass takes from the pieces with the given numbers.
 void readPieces(std::vector<trainingPosition> &positions, const trainingData &data,
-                std::span<const std::uint32_t> numbers, const dataFilter &filter, workCrew &crew);
+                std::span<const std::uint32_t> numbers, const dataSettings &settings, const passNumber &pass,
+                workCrew &crew);
 
-/// Puts in the place of each score what it and the later ones expect together: its own result with a
-/// weight of 1 - factor, that of the next ply with the factor times as much, and so on to the end.
-/// Plies without a score keep that.
-void mixLaterScores(std::span<storedMove> moves, double factor, double scoreScale);
-
-/// The expected result, from 0 to 1, that a score stands for.
+/// The expected result, from 0 to 1, of a score for the side that it favours.
 double expectedResult(double score, double scoreScale);
+
+/// The targets of a game's plies, each the result that the side to move there can expect, from 0 to 1.
+///
+/// TD(lambda): from the last ply back, v = (1 - lambda) x sigmoid(score) + lambda x the v of the next
+/// ply, where the game's result follows the last ply. A ply without a score takes over the v of the
+/// next one. The result then enters once more, with its weight w at this ply:
+/// target = w x result + (1 - w) x v.
+std::vector<double> gameTargets(const storedGame &game, const targetSettings &settings);
 
 /// Whether a quiet position is asked of the network: its score is settled enough and its balance
 /// near enough to level. `best` is the move that was played.
-bool isWorthLearning(const pos &position, moveCode best, int score, const dataFilter &filter);
+bool isWorthLearning(const pos &position, moveCode best, int score, const dataSettings &settings);
 
 /// What the network is told of a position: for each side, the side to move first, its features.
 struct featureList
