@@ -374,6 +374,8 @@ int searchMoves(int ply, int alpha, int beta, const nodeFacts &facts, pos &posit
 
 int alphaBeta(int ply, int depth, int alpha, int beta, pos &position)
 {
+    if (ply < 0)
+        __builtin_unreachable(); // so that a call inlined into its parent drops the tests for the root
     posinfo &node = position.info[ply];
     const std::uint64_t nodes = position.searchNodes.add(1);
     position.selDepth = static_cast<std::uint8_t>(std::max<int>(position.selDepth, ply));

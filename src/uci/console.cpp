@@ -73,7 +73,7 @@ void newGame(std::istream &, consoleState &)
 
 void identify(std::istream &, consoleState &)
 {
-    printText(std::string("id name ") + engineName + engineBuild + "\nid author " + engineAuthor + '\n' +
+    printText(std::string("id name ") + engineName + engineBuild + "\nid author " + engineAuthor + "\n" +
               optionAnnouncements() + "uciok\n");
 }
 

@@ -43,7 +43,7 @@ TEST_F(rootSearch, findsMates)
     for (const auto &c : cases)
     {
         newGame();
-        const searchRecord &record = run(c.fen, {.depthLimit = 30});
+        const searchRecord record = run(c.fen, {.depthLimit = 30});
         EXPECT_EQ(record.mates, 1) << c.fen;
         EXPECT_EQ(record.score, (c.plies > 0 ? scoreMate : -scoreMate) - c.plies) << c.fen;
         EXPECT_GE(theBoss().position.rootDepth, std::abs(c.plies)) << "or it is not proved";

@@ -155,7 +155,7 @@ TEST_F(searchWithTables, rootMoveSettlesTheSearch)
     };
     for (const auto &c : cases)
     {
-        const searchRecord &record = run(c.fen, {.depthLimit = 1});
+        const searchRecord record = run(c.fen, {.depthLimit = 1});
         EXPECT_EQ(record.tableMoves, 1) << c.reason;
         EXPECT_EQ(record.lines.size(), 1U) << "the answer alone";
         EXPECT_TRUE(isLegalIn(c.fen, record.best)) << c.reason;
@@ -180,7 +180,7 @@ TEST_F(searchWithTables, distancesThatContradictTheResultsWinTooLate)
     initTablebases(contradicting.path);
     for (const char *fen : {"8/4P3/8/8/8/k7/8/2K5 w - - 0 1", "8/4P3/8/8/8/k7/8/2K5 w - - 7 9"})
     {
-        const searchRecord &record = run(fen, {.depthLimit = 1});
+        const searchRecord record = run(fen, {.depthLimit = 1});
         EXPECT_EQ(record.tableMoves, 1);
         EXPECT_EQ(record.score, 0) << fen;
     }
@@ -199,7 +199,7 @@ TEST_F(searchWithTables, rootsThatTheTablesDoNotSettle)
     };
     for (const auto &c : cases)
     {
-        const searchRecord &record = run(c.fen, {.depthLimit = 4});
+        const searchRecord record = run(c.fen, {.depthLimit = 4});
         EXPECT_EQ(record.tableMoves, 0) << c.reason;
         EXPECT_GT(theBoss().position.searchNodes, 0U) << c.reason;
     }
