@@ -40,11 +40,11 @@ constexpr zobristKeys makeKeys()
     return made;
 }
 
-std::uint64_t keyOfMen(const pos &position, pieceCode code)
+std::uint64_t keyOfPieces(const pos &position, pieceCode code)
 {
     std::uint64_t key = 0;
-    for (bitboard men = position.bitboards[code]; men != 0;)
-        key ^= pieceKey(code, popLowest(men));
+    for (bitboard pieces = position.bitboards[code]; pieces != 0;)
+        key ^= pieceKey(code, popLowest(pieces));
     return key;
 }
 
@@ -56,7 +56,7 @@ std::uint64_t computeKey(const pos &position, int ply)
 {
     std::uint64_t key = keys.castling[position.info[ply].castling];
     for (pieceCode code = whitePawn; code <= blackKing; ++code)
-        key ^= keyOfMen(position, code);
+        key ^= keyOfPieces(position, code);
     if (const int pawnSquare = position.info[ply].enPassant; pawnSquare != 0)
         key ^= keys.enPassant[fileOf(pawnSquare)];
     if (position.sideToMove == black)
@@ -66,8 +66,8 @@ std::uint64_t computeKey(const pos &position, int ply)
 
 std::uint64_t computePawnKey(const pos &position)
 {
-    return keyOfMen(position, whitePawn) ^ keyOfMen(position, blackPawn) ^ keyOfMen(position, whiteKing) ^
-           keyOfMen(position, blackKing);
+    return keyOfPieces(position, whitePawn) ^ keyOfPieces(position, blackPawn) ^ keyOfPieces(position, whiteKing) ^
+           keyOfPieces(position, blackKing);
 }
 
 } // namespace tarvonel

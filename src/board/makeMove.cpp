@@ -21,8 +21,8 @@ template <colour Side> combEval squareValue(int type, int square)
     return pieceSquareScore[type][tableSquare(Side, square)];
 }
 
-/// Men come and go on `board` and `bitboards`.
-struct boardMen
+/// Applies a move to `board` and `bitboards` alone.
+struct boardUpdate
 {
     pos &position;
 
@@ -32,7 +32,7 @@ struct boardMen
         position.board[square] = static_cast<pieceCode>(code);
     }
 
-    /// A square that another man of the same move has come to already stays his.
+    /// Leaves the square alone if the move has already put another piece there.
     template <colour Side> void take(int code, int square)
     {
         toggle<Side>(code, bit(square));
@@ -47,7 +47,7 @@ struct boardMen
         position.board[to] = static_cast<pieceCode>(code);
     }
 
-    /// Board alone: `move` of another man may have emptied the square since this one came to it.
+    /// Writes the piece to `board` once more: moving another piece may have emptied its square since.
     void settle(int code, int /*from*/, int to) { position.board[to] = static_cast<pieceCode>(code); }
 
   private:
@@ -58,22 +58,22 @@ struct boardMen
     }
 };
 
-/// The same backwards: what was put is taken, what moved returns.
-struct returningMen
+/// Reverses `boardUpdate`: takes what was put, puts what was taken, moves back.
+struct undoUpdate
 {
-    boardMen men;
+    boardUpdate board;
 
-    template <colour Side> void put(int code, int square) { men.take<Side>(code, square); }
-    template <colour Side> void take(int code, int square) { men.put<Side>(code, square); }
-    template <colour Side> void move(int code, int from, int to) { men.move<Side>(code, to, from); }
-    void settle(int code, int from, int to) { men.settle(code, to, from); }
+    template <colour Side> void put(int code, int square) { board.take<Side>(code, square); }
+    template <colour Side> void take(int code, int square) { board.put<Side>(code, square); }
+    template <colour Side> void move(int code, int from, int to) { board.move<Side>(code, to, from); }
+    void settle(int code, int from, int to) { board.settle(code, to, from); }
 };
 
-/// The same with all that is kept about the men: keys (working copies), sums, phase and the marks
-/// for the network.
-struct countedMen
+/// `boardUpdate` plus everything kept incrementally: keys (working copies), sums, phase and the
+/// changes for the network.
+struct incrementalUpdate
 {
-    boardMen men;
+    boardUpdate board;
     std::uint64_t key;
     std::uint64_t pawnKey;
     pieceChange &changes;
@@ -81,35 +81,35 @@ struct countedMen
 
     template <colour Side> void put(int code, int square)
     {
-        men.put<Side>(code, square);
+        board.put<Side>(code, square);
         note(code, noSquare, square);
         count<Side>(code, square, 1);
     }
 
     template <colour Side> void take(int code, int square)
     {
-        men.take<Side>(code, square);
+        board.take<Side>(code, square);
         note(code, square, noSquare);
         count<Side>(code, square, -1);
     }
 
     template <colour Side> void move(int code, int from, int to)
     {
-        men.move<Side>(code, from, to);
+        board.move<Side>(code, from, to);
         note(code, from, to);
         hash(code, pieceKey(code, from) ^ pieceKey(code, to));
         const int type = typeOf(code);
-        men.position.squareScore[Side] += squareValue<Side>(type, to) - squareValue<Side>(type, from);
+        board.position.squareScore[Side] += squareValue<Side>(type, to) - squareValue<Side>(type, from);
     }
 
-    void settle(int code, int from, int to) { men.settle(code, from, to); }
+    void settle(int code, int from, int to) { board.settle(code, from, to); }
 
   private:
     template <colour Side> void count(int code, int square, int sign)
     {
         hash(code, pieceKey(code, square));
         const int type = typeOf(code);
-        pos &position = men.position;
+        pos &position = board.position;
         position.material[Side] += sign * pieceValue[type];
         position.squareScore[Side] += sign * squareValue<Side>(type, square);
         position.phase = static_cast<std::int16_t>(position.phase + sign * phaseValue[type]);
@@ -131,32 +131,32 @@ struct countedMen
     }
 };
 
-/// What a move does to the men, the mover's first and the captured one last; `Men` says what becomes
-/// of it. `piece` is the man that moves where the flag does not tell.
-template <colour Mover, typename Men>
-[[gnu::always_inline]] inline void moveMen(Men &men, const pos &position, moveCode move, int piece, int captured)
+/// Passes each piece change of a move to `update`, the moving piece first, the captured one last.
+/// `piece` is the moving piece, for flags that do not imply it.
+template <colour Mover, typename Update> [[gnu::always_inline]] inline void
+applyMove(Update &update, const pos &position, moveCode move, int piece, int captured)
 {
     const int from = moveFrom(move);
     const int to = moveTo(move);
     if (isCastling(move))
     {
         const int wing = moveFlagOf(move) - castleKingSide;
-        men.template move<Mover>(whiteKing + Mover, from, to);
-        men.template move<Mover>(whiteRook + Mover, position.castleRook[wing][Mover],
-                                 wing == kingSide ? to - 1 : to + 1);
-        men.settle(whiteKing + Mover, from, to); // the rook may have started there
+        update.template move<Mover>(whiteKing + Mover, from, to);
+        update.template move<Mover>(whiteRook + Mover, position.castleRook[wing][Mover],
+                                    wing == kingSide ? to - 1 : to + 1);
+        update.settle(whiteKing + Mover, from, to); // the rook may have started there
     }
     else if (isPromotion(move))
     {
-        men.template take<Mover>(whitePawn + Mover, from);
-        men.template put<Mover>(moveFlagOf(move) + Mover, to);
+        update.template take<Mover>(whitePawn + Mover, from);
+        update.template put<Mover>(moveFlagOf(move) + Mover, to);
     }
     else if (isEnPassant(move))
-        men.template move<Mover>(whitePawn + Mover, from, enPassantLanding(Mover, move));
+        update.template move<Mover>(whitePawn + Mover, from, enPassantLanding(Mover, move));
     else
-        men.template move<Mover>(piece, from, to);
+        update.template move<Mover>(piece, from, to);
     if (captured != emptySquare)
-        men.template take<opponent(Mover)>(captured, to);
+        update.template take<opponent(Mover)>(captured, to);
 }
 
 /// The rights of `Side` when its castling rook on the square, if one is there, has gone.
@@ -193,7 +193,7 @@ template <colour Mover> void makeFor(pos &position, int ply, moveCode move)
     const int piece = position.board[from];
     const posinfo &here = position.info[ply];
     posinfo &next = position.info[ply + 1];
-    countedMen men{{position}, position.key, position.pawnKey, position.pieceChanges[ply + 1]};
+    incrementalUpdate update{{position}, position.key, position.pawnKey, position.pieceChanges[ply + 1]};
 
     position.accumulatorBlocks[ply + 1].computed = false;
     const int captured = flag < castleKingSide ? position.board[to] : pieceCode{emptySquare};
@@ -211,34 +211,34 @@ template <colour Mover> void makeFor(pos &position, int ply, moveCode move)
     {
         const int left = rightsAfter<Mover>(position, move, piece, rights);
         next.castling = static_cast<std::uint8_t>(left);
-        men.key ^= keys.castling[rights] ^ keys.castling[left];
+        update.key ^= keys.castling[rights] ^ keys.castling[left];
     }
     if (here.enPassant != 0)
-        men.key ^= keys.enPassant[fileOf(here.enPassant)];
+        update.key ^= keys.enPassant[fileOf(here.enPassant)];
     next.enPassant = 0;
     if (flag == doubleStep)
     {
         next.enPassant = static_cast<std::int8_t>(to);
-        men.key ^= keys.enPassant[fileOf(to)];
+        update.key ^= keys.enPassant[fileOf(to)];
     }
-    men.key ^= keys.side;
+    update.key ^= keys.side;
 
-    moveMen<Mover>(men, position, move, piece, captured);
-    men.changes.count = men.changed;
+    applyMove<Mover>(update, position, move, piece, captured);
+    update.changes.count = update.changed;
 
-    position.key = men.key;
-    position.pawnKey = men.pawnKey;
-    position.keyHistory[position.keyCount++] = men.key;
+    position.key = update.key;
+    position.pawnKey = update.pawnKey;
+    position.keyHistory[position.keyCount++] = update.key;
     position.fiftyCount =
         static_cast<std::int16_t>(captured != emptySquare || isPawn(piece) ? 0 : position.fiftyCount + 1);
     position.sideToMove = opponent(Mover);
 }
 
 /// `move` has been made by the side that is no longer to move.
-template <colour Mover> void returnMen(pos &position, moveCode move, int captured)
+template <colour Mover> void undoPieceMoves(pos &position, moveCode move, int captured)
 {
-    returningMen men{{position}};
-    moveMen<Mover>(men, position, move, position.board[moveTo(move)], captured);
+    undoUpdate update{{position}};
+    applyMove<Mover>(update, position, move, position.board[moveTo(move)], captured);
 }
 
 template <colour Mover> void unmakeFor(pos &position, int ply, moveCode move)
@@ -249,7 +249,7 @@ template <colour Mover> void unmakeFor(pos &position, int ply, moveCode move)
     position.pawnKey = next.savedPawnKey;
     --position.keyCount;
     position.fiftyCount = static_cast<std::int16_t>(next.savedFifty);
-    returnMen<Mover>(position, move, next.captured);
+    undoPieceMoves<Mover>(position, move, next.captured);
     std::memcpy(position.material, next.savedMaterial, sizeof position.material);
     std::memcpy(position.squareScore, next.savedSquareScore, sizeof position.squareScore);
     position.phase = next.savedPhase;
@@ -314,19 +314,19 @@ void makeBoardOnly(pos &position, int ply, moveCode move)
     const pieceCode captured = isCastling(move) ? pieceCode{emptySquare} : position.board[moveTo(move)];
     position.info[ply + 1].captured = captured;
     const int piece = position.board[moveFrom(move)];
-    boardMen men{position};
+    boardUpdate update{position};
     if (position.sideToMove == white)
-        moveMen<white>(men, position, move, piece, captured);
+        applyMove<white>(update, position, move, piece, captured);
     else
-        moveMen<black>(men, position, move, piece, captured);
+        applyMove<black>(update, position, move, piece, captured);
 }
 
 void unmakeBoardOnly(pos &position, int ply, moveCode move)
 {
     if (position.sideToMove == white)
-        returnMen<white>(position, move, position.info[ply + 1].captured);
+        undoPieceMoves<white>(position, move, position.info[ply + 1].captured);
     else
-        returnMen<black>(position, move, position.info[ply + 1].captured);
+        undoPieceMoves<black>(position, move, position.info[ply + 1].captured);
 }
 
 bool leavesKingSafe(pos &position, int ply, moveCode move)

@@ -42,6 +42,7 @@ enum pieceName : pieceCode
 inline constexpr int pieceCodeCount = 14; ///< size of a table indexed by piece code
 inline constexpr int firstPieceCode = 2;  ///< tables of 12 rows are indexed by code - firstPieceCode
 inline constexpr int pieceKinds = 12;     ///< six types in two colours
+inline constexpr int maxPiecesPerSide = 16;
 
 constexpr int typeOf(int code) { return (code - firstPieceCode) >> 1; }
 constexpr colour colourOf(int code) { return code & 1; }

@@ -19,7 +19,6 @@ namespace tarvonel
 namespace
 {
 
-constexpr int maxMenOfColour = 16;
 constexpr int maxSetupKeys = 512;    // plies of the earlier game that a set-up leaves room for
 constexpr int maxFiftyCount = 16383; // far beyond any rule, far below overflow
 constexpr std::size_t fieldCount = 6;
@@ -39,7 +38,7 @@ enum fenField : int
 constexpr const char *noFault = nullptr;
 
 /// A FEN text, read and judged; nothing of it has touched a position yet.
-struct fenReading
+struct parsedFen
 {
     pieceCode board[squareCount] = {};
     colour sideToMove = white;
@@ -67,7 +66,7 @@ std::vector<std::string> splitFields(const std::string &fen)
     return fields;
 }
 
-const char *readPlacement(const std::string &text, fenReading &reading)
+const char *readPlacement(const std::string &text, parsedFen &parsed)
 {
     int file = fileA;
     int rank = rank8;
@@ -88,7 +87,7 @@ const char *readPlacement(const std::string &text, fenReading &reading)
             if (code == std::string_view::npos)
                 return "unknown letter in the piece placement";
             if (file <= fileH)
-                reading.board[squareAt(file, rank)] = static_cast<pieceCode>(code);
+                parsed.board[squareAt(file, rank)] = static_cast<pieceCode>(code);
             ++file;
         }
         if (file > fileH + 1)
@@ -97,16 +96,16 @@ const char *readPlacement(const std::string &text, fenReading &reading)
     return file == fileH + 1 && rank == rank1 ? noFault : "the ranks do not add up to eight squares";
 }
 
-const char *judgeMen(const fenReading &reading)
+const char *checkPieceCounts(const parsedFen &parsed)
 {
-    int men[colourCount] = {};
+    int pieces[colourCount] = {};
     int kings[colourCount] = {};
     for (int square = 0; square < squareCount; ++square)
     {
-        const pieceCode code = reading.board[square];
+        const pieceCode code = parsed.board[square];
         if (code == emptySquare)
             continue;
-        ++men[colourOf(code)];
+        ++pieces[colourOf(code)];
         kings[colourOf(code)] += isKing(code) ? 1 : 0;
         if (isPawn(code) && (rankOf(square) == rank1 || rankOf(square) == rank8))
             return "a pawn on the first or last rank";
@@ -117,51 +116,51 @@ const char *judgeMen(const fenReading &reading)
             return side == white ? "no white king" : "no black king";
         if (kings[side] > 1)
             return side == white ? "more than one white king" : "more than one black king";
-        if (men[side] > maxMenOfColour)
+        if (pieces[side] > maxPiecesPerSide)
             return side == white ? "more than 16 white men" : "more than 16 black men";
     }
     return noFault;
 }
 
 /// The named square is the one skipped; what is kept is where the pawn now stands.
-const char *readEnPassant(const std::string &text, fenReading &reading)
+const char *readEnPassant(const std::string &text, parsedFen &parsed)
 {
     if (text.empty() || text[0] == '-')
         return noFault;
     const bool isSquare = text.size() >= 2 && text[0] >= 'a' && text[0] <= 'h' && text[1] >= '1' && text[1] <= '8';
     if (!isSquare)
         return "unreadable en passant square";
-    const int pawnSquare = squareAt(text[0] - 'a', text[1] - '1') - forward(reading.sideToMove);
+    const int pawnSquare = squareAt(text[0] - 'a', text[1] - '1') - forward(parsed.sideToMove);
     if (pawnSquare < 0 || pawnSquare >= squareCount)
         return "unreadable en passant square";
-    reading.enPassant = pawnSquare;
+    parsed.enPassant = pawnSquare;
     return noFault;
 }
 
-const char *readFen(const std::string &fen, fenReading &reading)
+const char *readFen(const std::string &fen, parsedFen &parsed)
 {
     const std::vector<std::string> fields = splitFields(fen);
     if (fields.size() < 2)
         return "piece placement or side to move missing";
-    if (const char *fault = readPlacement(fields[placementField], reading); fault != noFault)
+    if (const char *fault = readPlacement(fields[placementField], parsed); fault != noFault)
         return fault;
-    if (const char *fault = judgeMen(reading); fault != noFault)
+    if (const char *fault = checkPieceCounts(parsed); fault != noFault)
         return fault;
-    reading.sideToMove = !fields[sideField].empty() && fields[sideField][0] == 'w' ? white : black;
-    reading.castling = fields[castlingField];
-    if (const char *fault = readEnPassant(fields[enPassantField], reading); fault != noFault)
+    parsed.sideToMove = !fields[sideField].empty() && fields[sideField][0] == 'w' ? white : black;
+    parsed.castling = fields[castlingField];
+    if (const char *fault = readEnPassant(fields[enPassantField], parsed); fault != noFault)
         return fault;
     const std::optional<int> fifty = wholeNumber<int>(fields[fiftyField]);
     const std::optional<int> moveNumber = wholeNumber<int>(fields[moveNumberField]);
     if (fifty.value_or(-1) < 0 || moveNumber.value_or(-1) < 0)
         return "a counter is no number";
-    reading.fiftyCount = std::min(*fifty, maxFiftyCount);
-    reading.moveNumber = *moveNumber;
+    parsed.fiftyCount = std::min(*fifty, maxFiftyCount);
+    parsed.moveNumber = *moveNumber;
     return noFault;
 }
 
 /// A right by the file letter of its rook: on the king's file or beyond it is the king's side.
-void grantByFile(pos &position, colour side, int file)
+void addRightByFile(pos &position, colour side, int file)
 {
     const int rookSquare = relativeSquare(side, file);
     const int wing = rookSquare >= kingSquare(position, side) ? kingSide : queenSide;
@@ -212,9 +211,9 @@ void readCastling(const std::string &text, pos &position)
         else if (letter == 'q')
             rights |= blackQueenSide;
         else if (letter >= 'A' && letter <= 'H')
-            grantByFile(position, white, letter - 'A');
+            addRightByFile(position, white, letter - 'A');
         else if (letter >= 'a' && letter <= 'h')
-            grantByFile(position, black, letter - 'a');
+            addRightByFile(position, black, letter - 'a');
     }
     if (engineOptions.chess960)
         findOutermostRooks(position);
@@ -232,7 +231,7 @@ void startKeyHistory(pos &position, int moveNumber)
 }
 
 /// Whether king and rook stand where the right says. In standard chess the king's place is its own.
-bool isRightFounded(const pos &position, int wing, colour side)
+bool isCastlingRightValid(const pos &position, int wing, colour side)
 {
     const int king = kingSquare(position, side);
     const int rookSquare = position.castleRook[wing][side];
@@ -246,32 +245,32 @@ bool isRightFounded(const pos &position, int wing, colour side)
 }
 
 /// Whether the pawn stands there and the two squares that it came over are empty.
-bool isEnPassantFounded(const pos &position)
+bool isEnPassantValid(const pos &position)
 {
-    const colour stepper = opponent(position.sideToMove);
+    const colour pusher = opponent(position.sideToMove);
     const int pawnSquare = position.info[0].enPassant;
-    if (relativeRank(stepper, pawnSquare) != rank4 || position.board[pawnSquare] != whitePawn + stepper)
+    if (relativeRank(pusher, pawnSquare) != rank4 || position.board[pawnSquare] != whitePawn + pusher)
         return false;
-    return position.board[pawnSquare - forward(stepper)] == emptySquare &&
-           position.board[pawnSquare - 2 * forward(stepper)] == emptySquare;
+    return position.board[pawnSquare - forward(pusher)] == emptySquare &&
+           position.board[pawnSquare - 2 * forward(pusher)] == emptySquare;
 }
 
 } // namespace
 
 std::string setupPosition(const std::string &fen, pos &position)
 {
-    fenReading reading;
-    if (const char *fault = readFen(fen, reading); fault != noFault)
+    parsedFen parsed;
+    if (const char *fault = readFen(fen, parsed); fault != noFault)
         return fault;
 
-    std::ranges::copy(reading.board, position.board);
+    std::ranges::copy(parsed.board, position.board);
     rebuildBitboards(position);
     position.accumulatorBlocks[0].computed = false;
-    position.sideToMove = static_cast<std::uint8_t>(reading.sideToMove);
-    readCastling(reading.castling, position);
-    position.info[0].enPassant = static_cast<std::int8_t>(reading.enPassant);
-    position.fiftyCount = static_cast<std::int16_t>(reading.fiftyCount);
-    startKeyHistory(position, reading.moveNumber);
+    position.sideToMove = static_cast<std::uint8_t>(parsed.sideToMove);
+    readCastling(parsed.castling, position);
+    position.info[0].enPassant = static_cast<std::int8_t>(parsed.enPassant);
+    position.fiftyCount = static_cast<std::int16_t>(parsed.fiftyCount);
+    startKeyHistory(position, parsed.moveNumber);
     position.info[0].inCheck = isKingAttacked(position, position.sideToMove) ? 1 : 0;
     refreshSums(position);
     return "";
@@ -298,7 +297,7 @@ std::string setupPlayablePosition(const std::string &fen, pos &position)
         return fault;
     if (!isPlayable(position))
         return "the side not to move is in check";
-    dropUnfoundedRights(position);
+    dropInvalidRights(position);
     return "";
 }
 
@@ -308,12 +307,12 @@ positionSums computeSums(const pos &position)
     for (const colour side : {white, black})
         for (int type = pawn; type <= king; ++type)
         {
-            bitboard men = position.bitboards[pieceOf(type, side)];
+            bitboard pieces = position.bitboards[pieceOf(type, side)];
             if (type != king)
-                sums.material[side] += popCount(men) * pieceValue[type];
-            sums.phase = static_cast<std::int16_t>(sums.phase + popCount(men) * phaseValue[type]);
-            while (men != 0)
-                sums.squareScore[side] += pieceSquareScore[type][tableSquare(side, popLowest(men))];
+                sums.material[side] += popCount(pieces) * pieceValue[type];
+            sums.phase = static_cast<std::int16_t>(sums.phase + popCount(pieces) * phaseValue[type]);
+            while (pieces != 0)
+                sums.squareScore[side] += pieceSquareScore[type][tableSquare(side, popLowest(pieces))];
         }
     return sums;
 }
@@ -326,17 +325,17 @@ void refreshSums(pos &position)
     position.phase = sums.phase;
 }
 
-void dropUnfoundedRights(pos &position)
+void dropInvalidRights(pos &position)
 {
     posinfo &root = position.info[0];
     for (const colour side : {white, black})
         for (const int wing : {kingSide, queenSide})
         {
             const int right = castlingRightOf(wing, side);
-            if ((root.castling & right) != 0 && !isRightFounded(position, wing, side))
+            if ((root.castling & right) != 0 && !isCastlingRightValid(position, wing, side))
                 root.castling = static_cast<std::uint8_t>(root.castling & ~right);
         }
-    if (root.enPassant != 0 && !isEnPassantFounded(position))
+    if (root.enPassant != 0 && !isEnPassantValid(position))
         root.enPassant = 0;
 
     position.key = computeKey(position);
@@ -347,7 +346,7 @@ void dropUnfoundedRights(pos &position)
 bool isPlayable(const pos &position)
 {
     for (const colour side : {white, black})
-        if (!exactlyOne(position.bitboards[whiteKing + side]) || popCount(position.bitboards[side]) > maxMenOfColour)
+        if (!exactlyOne(position.bitboards[whiteKing + side]) || popCount(position.bitboards[side]) > maxPiecesPerSide)
             return false;
     const bitboard pawns = position.bitboards[whitePawn] | position.bitboards[blackPawn];
     if ((pawns & (rank1Bits | rank8Bits)) != 0)

@@ -37,7 +37,7 @@ void rebuildBitboards(pos &position);
 
 /// Drops castling rights that no king and rook stand behind, and an en passant square without the
 /// pawn that made the step; the keys follow.
-void dropUnfoundedRights(pos &position);
+void dropInvalidRights(pos &position);
 
 /// Whether each side has its king and the side to move could not take the other's: only then may
 /// a position be searched, counted or evaluated.

@@ -72,43 +72,43 @@ void applyRows(const std::int16_t *from, std::int16_t *to, const rowList &remove
         applyMany(from, to, removed, added);
 }
 
-void sumFromNothing(const pos &position, colour view, std::int16_t *accumulator)
+void computeFromScratch(const pos &position, colour view, std::int16_t *accumulator)
 {
     const int king = kingSquare(position, view);
     rowList removed;
     rowList added;
-    for (bitboard men = occupancy(position); men != 0 && added.count < maxRows;)
+    for (bitboard pieces = occupancy(position); pieces != 0 && added.count < maxRows;)
     {
-        const int square = popLowest(men);
+        const int square = popLowest(pieces);
         added.append(rowOf(view, king, position.board[square], square));
     }
     applyMany(netWeights.featureBias, accumulator, removed, added);
 }
 
-void emptyEntry(accumulatorCacheEntry &entry)
+void resetEntry(accumulatorCacheEntry &entry)
 {
     std::copy(std::begin(netWeights.featureBias), std::end(netWeights.featureBias), entry.accumulator);
-    std::fill(std::begin(entry.men), std::end(entry.men), 0);
+    std::fill(std::begin(entry.pieces), std::end(entry.pieces), 0);
     entry.generation = netWeights.generation;
 }
 
 /// Through the sum last used with this king square: only the men that differ are touched.
-void sumFromCache(const pos &position, colour view, std::int16_t *accumulator)
+void computeFromCache(const pos &position, colour view, std::int16_t *accumulator)
 {
     const int king = kingSquare(position, view);
     accumulatorCacheEntry &entry = position.accumulatorCache[view * squareCount + king];
     if (entry.generation != netWeights.generation)
-        emptyEntry(entry);
+        resetEntry(entry);
     rowList removed;
     rowList added;
     for (int piece = firstPieceCode; piece < pieceCodeCount; ++piece)
     {
         const bitboard now = position.bitboards[piece];
-        for (bitboard gone = entry.men[piece] & ~now; gone != 0;)
-            removed.append(rowOf(view, king, piece, popLowest(gone)));
-        for (bitboard come = now & ~entry.men[piece]; come != 0;)
-            added.append(rowOf(view, king, piece, popLowest(come)));
-        entry.men[piece] = now;
+        for (bitboard removedPieces = entry.pieces[piece] & ~now; removedPieces != 0;)
+            removed.append(rowOf(view, king, piece, popLowest(removedPieces)));
+        for (bitboard addedPieces = now & ~entry.pieces[piece]; addedPieces != 0;)
+            added.append(rowOf(view, king, piece, popLowest(addedPieces)));
+        entry.pieces[piece] = now;
     }
     applyRows(entry.accumulator, entry.accumulator, removed, added);
     std::copy(std::begin(entry.accumulator), std::end(entry.accumulator), accumulator);
@@ -117,9 +117,9 @@ void sumFromCache(const pos &position, colour view, std::int16_t *accumulator)
 void refresh(pos &position, colour view, std::int16_t *accumulator)
 {
     if (position.accumulatorCache != nullptr)
-        sumFromCache(position, view, accumulator);
+        computeFromCache(position, view, accumulator);
     else
-        sumFromNothing(position, view, accumulator);
+        computeFromScratch(position, view, accumulator);
 }
 
 /// Where the sums of a ply can start from.
@@ -152,7 +152,7 @@ baseSearch findBase(const pos &position, int ply)
     return result;
 }
 
-void sumFromBase(pos &position, int base, int ply, colour view)
+void computeFromBase(pos &position, int base, int ply, colour view)
 {
     const int king = kingSquare(position, view);
     rowList removed;
@@ -185,7 +185,7 @@ void updateAccumulators(pos &position, int ply)
         if (start.base < 0 || start.kingMoved[view])
             refresh(position, view, block.accumulator[view]);
         else
-            sumFromBase(position, start.base, ply, view);
+            computeFromBase(position, start.base, ply, view);
     }
     block.computed = true;
 }

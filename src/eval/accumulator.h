@@ -21,8 +21,8 @@ namespace tarvonel
 struct accumulatorCacheEntry
 {
     alignas(64) std::int16_t accumulator[accumulatorLanes];
-    bitboard men[pieceCodeCount]; ///< by piece code
-    std::uint32_t generation;     ///< of the weights; an entry of other weights counts as empty
+    bitboard pieces[pieceCodeCount]; ///< by piece code
+    std::uint32_t generation;        ///< of the weights; an entry of other weights counts as empty
 };
 
 /// Entries of `pos::accumulatorCache`, by colour x 64 + square of that colour's king. A new table

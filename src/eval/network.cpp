@@ -13,19 +13,19 @@ namespace
 {
 
 using simd::activation;
-using simd::groupWeight;
+using simd::chunkWeight;
 using simd::vector32;
 
 constexpr int sumVectors = hiddenOutputs / simd::lanes32;
-constexpr int groupStride = hiddenOutputs * simd::groupInputs; ///< weights of one group of inputs
+constexpr int chunkStride = hiddenOutputs * simd::chunkInputs; ///< weights of one chunk of inputs
 constexpr int maskBits = 64;
-constexpr int inputMasks = networkInputs / simd::groupInputs / maskBits;
+constexpr int inputMasks = networkInputs / simd::chunkInputs / maskBits;
 
-/// The first layer's activations, and a bit for each group of them that is not all zero.
+/// The first layer's activations, and a bit for each chunk of them that is not all zero.
 struct firstLayer
 {
     alignas(64) activation input[networkInputs];
-    std::uint64_t alive[inputMasks] = {};
+    std::uint64_t nonzero[inputMasks] = {};
 };
 
 void clipFirstLayer(const accumulatorBlock &block, colour sideToMove, firstLayer &layer)
@@ -34,10 +34,10 @@ void clipFirstLayer(const accumulatorBlock &block, colour sideToMove, firstLayer
     for (int i = 0; i < 2 * blocksPerView; ++i)
     {
         const std::int16_t *lanes = block.accumulator[i < blocksPerView ? sideToMove : opponent(sideToMove)];
-        const unsigned alive =
+        const unsigned nonzero =
             simd::clipBlock(lanes + i % blocksPerView * simd::clipBlockLanes, layer.input + i * simd::clipBlockLanes);
-        const int firstGroup = i * simd::clipBlockGroups;
-        layer.alive[firstGroup / maskBits] |= std::uint64_t{alive} << firstGroup % maskBits;
+        const int firstChunk = i * simd::clipBlockChunks;
+        layer.nonzero[firstChunk / maskBits] |= std::uint64_t{nonzero} << firstChunk % maskBits;
     }
 }
 
@@ -47,50 +47,50 @@ void loadBiases(vector32 *sums, const std::int32_t *biases)
         sums[v] = simd::load32(biases + v * simd::lanes32);
 }
 
-/// Adds the products of one group of inputs to all 32 sums.
-inline void addGroup(vector32 *sums, const activation *input, const groupWeight *weights, std::size_t group)
+/// Adds the products of one chunk of inputs to all 32 sums.
+inline void addChunk(vector32 *sums, const activation *input, const chunkWeight *weights, std::size_t chunk)
 {
-    const vector32 inputs = simd::broadcastGroup(input + group * simd::groupInputs);
-    const groupWeight *column = weights + group * groupStride;
+    const vector32 inputs = simd::broadcastChunk(input + chunk * simd::chunkInputs);
+    const chunkWeight *column = weights + chunk * chunkStride;
     for (int v = 0; v < sumVectors; ++v)
-        sums[v] = simd::multiplyAddGroups(sums[v], inputs, column + v * simd::lanes32 * simd::groupInputs);
+        sums[v] = simd::multiplyAddChunk(sums[v], inputs, column + v * simd::lanes32 * simd::chunkInputs);
 }
 
-/// The same for two groups.
-inline void addTwoGroups(vector32 *sums, const activation *input, const groupWeight *weights, std::size_t groupA,
-                         std::size_t groupB)
+/// The same for two chunks.
+inline void addTwoChunks(vector32 *sums, const activation *input, const chunkWeight *weights, std::size_t chunkA,
+                         std::size_t chunkB)
 {
-    const vector32 inputsA = simd::broadcastGroup(input + groupA * simd::groupInputs);
-    const vector32 inputsB = simd::broadcastGroup(input + groupB * simd::groupInputs);
-    const groupWeight *columnA = weights + groupA * groupStride;
-    const groupWeight *columnB = weights + groupB * groupStride;
+    const vector32 inputsA = simd::broadcastChunk(input + chunkA * simd::chunkInputs);
+    const vector32 inputsB = simd::broadcastChunk(input + chunkB * simd::chunkInputs);
+    const chunkWeight *columnA = weights + chunkA * chunkStride;
+    const chunkWeight *columnB = weights + chunkB * chunkStride;
     for (int v = 0; v < sumVectors; ++v)
     {
-        const int offset = v * simd::lanes32 * simd::groupInputs;
-        sums[v] = simd::multiplyAddTwoGroups(sums[v], inputsA, columnA + offset, inputsB, columnB + offset);
+        const int offset = v * simd::lanes32 * simd::chunkInputs;
+        sums[v] = simd::multiplyAddTwoChunks(sums[v], inputsA, columnA + offset, inputsB, columnB + offset);
     }
 }
 
-std::size_t popGroup(std::uint64_t &alive) { return static_cast<std::size_t>(popLowest(alive)); }
+std::size_t popChunk(std::uint64_t &nonzero) { return static_cast<std::size_t>(popLowest(nonzero)); }
 
-/// Most of the first layer is zero in most positions: only the groups that are not are multiplied.
-template <bool TwoGroups> void firstHiddenLayer(const firstLayer &layer, activation *output)
+/// Most of the first layer is zero in most positions: only the chunks that are not are multiplied.
+template <bool TwoChunks> void firstHiddenLayer(const firstLayer &layer, activation *output)
 {
     vector32 sums[sumVectors];
     loadBiases(sums, netWeights.hidden1Bias);
     const activation *input = layer.input;
-    const groupWeight *weights = netWeights.hidden1Groups;
-    for (std::uint64_t alive : layer.alive)
+    const chunkWeight *weights = netWeights.hidden1Chunks;
+    for (std::uint64_t nonzero : layer.nonzero)
     {
-        while (TwoGroups && moreThanOne(alive))
+        while (TwoChunks && moreThanOne(nonzero))
         {
-            const std::size_t group = popGroup(alive);
-            addTwoGroups(sums, input, weights, group, popGroup(alive));
+            const std::size_t chunk = popChunk(nonzero);
+            addTwoChunks(sums, input, weights, chunk, popChunk(nonzero));
         }
-        while (alive != 0)
-            addGroup(sums, input, weights, popGroup(alive));
-        input += maskBits * simd::groupInputs;
-        weights += maskBits * groupStride;
+        while (nonzero != 0)
+            addChunk(sums, input, weights, popChunk(nonzero));
+        input += maskBits * simd::chunkInputs;
+        weights += maskBits * chunkStride;
     }
     simd::activateSums(sums, output);
 }
@@ -99,8 +99,8 @@ void secondHiddenLayer(const activation *input, activation *output)
 {
     vector32 sums[sumVectors];
     loadBiases(sums, netWeights.hidden2Bias);
-    for (std::size_t group = 0; group < hiddenOutputs / simd::groupInputs; ++group)
-        addGroup(sums, input, netWeights.hidden2Groups, group);
+    for (std::size_t chunk = 0; chunk < hiddenOutputs / simd::chunkInputs; ++chunk)
+        addChunk(sums, input, netWeights.hidden2Chunks, chunk);
     simd::activateSums(sums, output);
 }
 
@@ -112,11 +112,11 @@ std::int32_t networkOutput(pos &position, int ply)
     firstLayer layer;
     clipFirstLayer(position.accumulatorBlocks[ply], position.sideToMove, layer);
     alignas(64) activation hidden1[hiddenOutputs];
-    netWeights.hidden1TwoGroups ? firstHiddenLayer<true>(layer, hidden1) : firstHiddenLayer<false>(layer, hidden1);
+    netWeights.hidden1TwoChunks ? firstHiddenLayer<true>(layer, hidden1) : firstHiddenLayer<false>(layer, hidden1);
     alignas(64) activation hidden2[hiddenOutputs];
     secondHiddenLayer(hidden1, hidden2);
 
-    const std::int32_t products = simd::dotProduct(hidden2, netWeights.outputGroups);
+    const std::int32_t products = simd::dotProduct(hidden2, netWeights.outputChunks);
     return static_cast<std::int32_t>(static_cast<std::uint32_t>(netWeights.outputBias) +
                                      static_cast<std::uint32_t>(products));
 }

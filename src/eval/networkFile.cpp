@@ -33,9 +33,9 @@ template <std::size_t Count> void readWidened(std::istream &stream, std::int16_t
 }
 
 /// Index of the weight of an input for an output in a rearranged layer of 32 outputs.
-constexpr int groupedIndex(int input, int output)
+constexpr int chunkedIndex(int input, int output)
 {
-    return (input / simd::groupInputs * hiddenOutputs + output) * simd::groupInputs + input % simd::groupInputs;
+    return (input / simd::chunkInputs * hiddenOutputs + output) * simd::chunkInputs + input % simd::chunkInputs;
 }
 
 /// The first layer's lane, 0 to 511, whose activation stands at that place of the clipped input.
@@ -57,18 +57,18 @@ struct topTwo
     bool fits() const { return simd::activationMax * (first + second) <= INT16_MAX; }
 };
 
-bool mayMultiplyTwoGroups()
+bool fitsTwoChunks()
 {
     constexpr int pair = 2;
-    constexpr int pairsInGroup = simd::groupInputs / pair;
-    for (int column = 0; column < hiddenOutputs * pairsInGroup; ++column)
+    constexpr int pairsInChunk = simd::chunkInputs / pair;
+    for (int column = 0; column < hiddenOutputs * pairsInChunk; ++column)
     {
         topTwo above;
         topTwo below;
-        for (int group = 0; group < networkInputs / simd::groupInputs; ++group)
+        for (int chunk = 0; chunk < networkInputs / simd::chunkInputs; ++chunk)
         {
-            const simd::groupWeight *weight =
-                netWeights.hidden1Groups + (group * hiddenOutputs * pairsInGroup + column) * pair;
+            const simd::chunkWeight *weight =
+                netWeights.hidden1Chunks + (chunk * hiddenOutputs * pairsInChunk + column) * pair;
             above.note(std::max<int>(weight[0], 0) + std::max<int>(weight[1], 0));
             below.note(-std::min<int>(weight[0], 0) - std::min<int>(weight[1], 0));
         }
@@ -85,14 +85,14 @@ void arrangeWeights()
     for (int output = 0; output < hiddenOutputs; ++output)
     {
         for (int place = 0; place < networkInputs; ++place)
-            netWeights.hidden1Groups[groupedIndex(place, output)] =
-                static_cast<simd::groupWeight>(netWeights.hidden1Weight[output][laneOfInput(place)]);
+            netWeights.hidden1Chunks[chunkedIndex(place, output)] =
+                static_cast<simd::chunkWeight>(netWeights.hidden1Weight[output][laneOfInput(place)]);
         for (int input = 0; input < hiddenOutputs; ++input)
-            netWeights.hidden2Groups[groupedIndex(input, output)] =
-                static_cast<simd::groupWeight>(netWeights.hidden2Weight[output][input]);
-        netWeights.outputGroups[output] = static_cast<simd::groupWeight>(netWeights.outputWeight[output]);
+            netWeights.hidden2Chunks[chunkedIndex(input, output)] =
+                static_cast<simd::chunkWeight>(netWeights.hidden2Weight[output][input]);
+        netWeights.outputChunks[output] = static_cast<simd::chunkWeight>(netWeights.outputWeight[output]);
     }
-    netWeights.hidden1TwoGroups = mayMultiplyTwoGroups();
+    netWeights.hidden1TwoChunks = fitsTwoChunks();
     netWeights.generation.add(1);
 }
 

@@ -51,14 +51,14 @@ struct networkWeights
     std::int16_t outputWeight[hiddenOutputs];
     std::int32_t outputBias;
 
-    // The same weights once more, group of inputs by group of inputs and in each group output by
+    // The same weights once more, chunk of inputs by chunk of inputs and in each chunk output by
     // output, as the vector operations take them.
-    alignas(64) simd::groupWeight hidden1Groups[networkInputs * hiddenOutputs];
-    alignas(64) simd::groupWeight hidden2Groups[hiddenOutputs * hiddenOutputs];
-    alignas(64) simd::groupWeight outputGroups[hiddenOutputs];
-    /// Whether hidden1Groups may be multiplied two at a time, as nets without a cluster of extreme
+    alignas(64) simd::chunkWeight hidden1Chunks[networkInputs * hiddenOutputs];
+    alignas(64) simd::chunkWeight hidden2Chunks[hiddenOutputs * hiddenOutputs];
+    alignas(64) simd::chunkWeight outputChunks[hiddenOutputs];
+    /// Whether hidden1Chunks may be multiplied two at a time, as nets without a cluster of extreme
     /// weights may.
-    bool hidden1TwoGroups;
+    bool hidden1TwoChunks;
 
     /// Counts the changes of the record, so that sums kept from an earlier network can be told.
     relaxed<std::uint32_t> generation;

@@ -15,31 +15,31 @@ constexpr int firstKingSideFile = fileE;
 constexpr int noPawnDistance = 7; ///< "no pawn on the file" in the storm table
 
 /// The middle one of the three files that count as the king's.
-int kingFileCentre(int kingPlace) { return std::clamp(fileOf(kingPlace), int{fileB}, int{fileG}); }
+int kingFileCentre(int kingSq) { return std::clamp(fileOf(kingSq), int{fileB}, int{fileG}); }
 
 /// Ranks from the king's rank to the pawn of `Side`'s front nearest to it.
-template <colour Side> int ranksToNearest(bitboard pawnsAhead, int kingPlace)
+template <colour Side> int ranksToNearest(bitboard pawnsAhead, int kingSq)
 {
     if (pawnsAhead == 0)
         return noPawnDistance;
-    return Side == white ? rankOf(lowestSquare(pawnsAhead)) - rankOf(kingPlace)
-                         : rankOf(kingPlace) - rankOf(highestSquare(pawnsAhead));
+    return Side == white ? rankOf(lowestSquare(pawnsAhead)) - rankOf(kingSq)
+                         : rankOf(kingSq) - rankOf(highestSquare(pawnsAhead));
 }
 
 /// The pawns in front of the king of `Side` on the three files around it.
 template <const evalTerms &Terms, colour Side> combEval stormScore(const pos &position, bool kingsOnSameWing)
 {
-    const int kingPlace = kingSquare(position, Side);
-    const bitboard ahead = ranksAhead[Side][kingPlace];
+    const int kingSq = kingSquare(position, Side);
+    const bitboard ahead = ranksAhead[Side][kingSq];
     const bitboard ownAhead = position.bitboards[whitePawn + Side] & ahead;
     const bitboard enemyAhead = position.bitboards[whitePawn + opponent(Side)] & ahead;
-    const int centre = kingFileCentre(kingPlace);
+    const int centre = kingFileCentre(kingSq);
 
     combEval score = 0;
     for (int file = centre - 1; file <= centre + 1; ++file)
     {
-        const int enemyDistance = ranksToNearest<Side>(enemyAhead & fileBits(file), kingPlace);
-        const int ownDistance = ranksToNearest<Side>(ownAhead & fileBits(file), kingPlace);
+        const int enemyDistance = ranksToNearest<Side>(enemyAhead & fileBits(file), kingSq);
+        const int ownDistance = ranksToNearest<Side>(ownAhead & fileBits(file), kingSq);
         const bool blocked = enemyDistance != noPawnDistance && ownDistance == enemyDistance - 1;
         score += Terms.pawns.storm[2 * kingsOnSameWing + blocked][file][enemyDistance];
     }
@@ -72,15 +72,15 @@ template <const evalTerms &Terms, colour Side> combEval pawnScore(const pos &pos
     const bitboard stopAttackers = pawnAttackers[enemySide][stop] & enemy;
     const bitboard supporters = pawnAttackers[Side][square] & own;
     const bitboard phalanx = pawnAttackers[Side][stop] & own;
-    const bitboard sentries = passedMask[Side][square] & enemy;
+    const bitboard stoppers = passedMask[Side][square] & enemy;
 
     combEval score = 0;
-    if (sentries == 0)
+    if (stoppers == 0)
     {
         passed |= bit(square);
         score += passedPawnScore<Terms, Side>(position, square);
     }
-    else if ((sentries & ~stopAttackers) == attackers && popCount(phalanx) >= popCount(stopAttackers))
+    else if ((stoppers & ~stopAttackers) == attackers && popCount(phalanx) >= popCount(stopAttackers))
         score += terms.candidate[popCount(supporters) >= popCount(attackers)][rank];
 
     if ((own & adjacentFiles[square]) == 0)

@@ -44,7 +44,7 @@ constexpr int dangerDivisor = 32;         ///< end game: danger over this
 /// What the two passes know of one colour.
 struct sideState
 {
-    int kingPlace;
+    int kingSq;
     bitboard zone; ///< of the own king
     bitboard attackedByType[pieceTypeCount];
     bitboard attackedBy;
@@ -93,12 +93,12 @@ template <colour Side> void prepareBlockers(evaluationState &state)
 {
     constexpr colour enemySide = opponent(Side);
     const pos &position = state.position;
-    const int kingPlace = state.sides[Side].kingPlace;
-    bitboard sliders = (rookRays[kingPlace] & straightSliders(position, enemySide)) |
-                       (bishopRays[kingPlace] & diagonalSliders(position, enemySide));
+    const int kingSq = state.sides[Side].kingSq;
+    bitboard sliders = (rookRays[kingSq] & straightSliders(position, enemySide)) |
+                       (bishopRays[kingSq] & diagonalSliders(position, enemySide));
     while (sliders != 0)
     {
-        const bitboard blockers = between[kingPlace][popLowest(sliders)] & state.occupied;
+        const bitboard blockers = between[kingSq][popLowest(sliders)] & state.occupied;
         if (!exactlyOne(blockers))
             continue;
         state.sides[Side].pinned |= blockers & position.bitboards[Side];
@@ -156,7 +156,7 @@ combEval minorExtras(const evaluationState &state, int square)
     const pieceTerms &terms = Terms.pieces;
     const sideState &own = state.sides[Side];
     const bitboard enemyPawns = state.position.bitboards[whitePawn + opponent(Side)];
-    combEval score = distance[square][own.kingPlace] * terms.minorKingDistance;
+    combEval score = distance[square][own.kingSq] * terms.minorKingDistance;
 
     if ((outpostRanks[Side] & bit(square)) != 0 && (passedMask[Side][square] & adjacentFiles[square] & enemyPawns) == 0)
     {
@@ -185,7 +185,7 @@ combEval heavyExtras(const evaluationState &state, int square)
             score += (position.bitboards[whitePawn + opponent(Side)] & file) == 0 ? terms.rookOpenFile
                                                                                   : terms.rookHalfOpenFile;
     }
-    const int enemyKing = state.sides[opponent(Side)].kingPlace;
+    const int enemyKing = state.sides[opponent(Side)].kingSq;
     if (relativeRank(Side, square) == rank7 && relativeRank(Side, enemyKing) >= rank7)
         score += Type == rook ? terms.rookOnSeventh : terms.queenOnSeventh;
     return score;
@@ -207,7 +207,7 @@ template <const evalTerms &Terms, colour Side, pieceType Type> void evaluateType
 
         if ((own.pinned & bit(square)) != 0)
         {
-            attacks &= line[own.kingPlace][square];
+            attacks &= line[own.kingSq][square];
             own.score +=
                 (enemy.attackedByType[pawn] & bit(square)) != 0 ? terms.pinnedUnderPawn[Type] : terms.pinned[Type];
         }
@@ -223,7 +223,7 @@ template <const evalTerms &Terms, colour Side, pieceType Type> void evaluateType
         {
             ++own.kingAttackers;
             own.kingAttackWeight += terms.danger.attackWeight[Type];
-            own.kingAdjacent += popCount(attacks & kingAttacks[enemy.kingPlace]);
+            own.kingAdjacent += popCount(attacks & kingAttacks[enemy.kingSq]);
         }
 
         if constexpr (Type == knight || Type == bishop)
@@ -239,10 +239,10 @@ template <const evalTerms &Terms, colour Side> void firstPass(evaluationState &s
     sideState &own = state.sides[Side];
     const sideState &enemy = state.sides[opponent(Side)];
     own.score = shelterScore<Terms, Side>(state);
-    own.mobilityArea = ~(bit(own.kingPlace) | enemy.attackedByType[pawn] | own.blockedPawns);
+    own.mobilityArea = ~(bit(own.kingSq) | enemy.attackedByType[pawn] | own.blockedPawns);
     own.kingAttackers = popCount(own.attackedByType[pawn] & enemy.zone);
 
-    own.attackedByType[king] = kingAttacks[own.kingPlace];
+    own.attackedByType[king] = kingAttacks[own.kingSq];
     own.attackedBy2 |= own.attackedByType[pawn] & own.attackedByType[king];
     own.attackedBy = own.attackedByType[pawn] | own.attackedByType[king];
 
@@ -303,8 +303,8 @@ template <const evalTerms &Terms, colour Side> int checkDanger(const evaluationS
     const sideState &enemy = state.sides[enemySide];
     const bitboard safe = ((enemy.attackedBy2 & weakSquares) | ~own.attackedBy) & ~position.bitboards[enemySide];
     const bitboard withoutQueens = state.occupied ^ position.bitboards[whiteQueen + Side];
-    const bitboard rookRay = rookAttacks(own.kingPlace, withoutQueens);
-    const bitboard bishopRay = bishopAttacks(own.kingPlace, withoutQueens);
+    const bitboard rookRay = rookAttacks(own.kingSq, withoutQueens);
+    const bitboard bishopRay = bishopAttacks(own.kingSq, withoutQueens);
 
     int danger = 0;
     if (((rookRay | bishopRay) & enemy.attackedByType[queen] & ~own.attackedByType[queen] & safe) != 0)
@@ -320,7 +320,7 @@ template <const evalTerms &Terms, colour Side> int checkDanger(const evaluationS
     };
     addChecks(rookRay & enemy.attackedByType[rook], terms.rookCheck);
     addChecks(bishopRay & enemy.attackedByType[bishop], terms.bishopCheck);
-    addChecks(knightAttacks[own.kingPlace] & enemy.attackedByType[knight], terms.knightCheck);
+    addChecks(knightAttacks[own.kingSq] & enemy.attackedByType[knight], terms.knightCheck);
     return danger + terms.unsafeCheck * sparseCount(unsafe & enemy.mobilityArea);
 }
 
@@ -336,7 +336,7 @@ template <const evalTerms &Terms, colour Side> combEval kingDangerScore(const ev
     if (sparseCount(enemyQueens) + enemy.kingAttackers <= 1)
         return 0;
 
-    const bitboard flankAttacks = camp[Side] & kingFlank[fileOf(own.kingPlace)] & enemy.attackedBy;
+    const bitboard flankAttacks = camp[Side] & kingFlank[fileOf(own.kingSq)] & enemy.attackedBy;
     const int flank =
         popCount(flankAttacks) + 2 * popCount(flankAttacks & enemy.attackedBy2 & ~own.attackedByType[pawn]);
     const bitboard weakSquares =
@@ -368,7 +368,7 @@ template <const evalTerms &Terms, colour Side> void secondPass(evaluationState &
         sparseCount(minors & shiftForward<opponent(Side)>(pawns) & behindPawnRanks[Side]) * terms.minorBehindPawn;
     own.score += spaceScore<Terms, Side>(state);
     own.score += threatScore<Terms, Side>(state, safePushes, minors);
-    if ((pawns & kingFlank[fileOf(own.kingPlace)]) == 0)
+    if ((pawns & kingFlank[fileOf(own.kingSq)]) == 0)
         own.score += terms.pawnlessFlank;
     own.score += kingDangerScore<Terms, Side>(state);
 }
@@ -380,8 +380,8 @@ template <const evalTerms &Terms> combEval evaluatePieces(const pos &position, c
     evaluationState state{position, occupancy(position), {}};
     for (const colour side : {white, black})
     {
-        state.sides[side].kingPlace = kingSquare(position, side);
-        state.sides[side].zone = kingZone[side][state.sides[side].kingPlace];
+        state.sides[side].kingSq = kingSquare(position, side);
+        state.sides[side].zone = kingZone[side][state.sides[side].kingSq];
     }
     preparePawns<white>(state);
     preparePawns<black>(state);

@@ -10,8 +10,6 @@
 namespace tarvonel
 {
 
-inline constexpr int mostMenOfOneColour = 16;
-
 /// Points of danger; only their sum is turned into a score.
 struct kingDangerTerms
 {
@@ -51,8 +49,8 @@ struct pieceTerms
     combEval rookOnSeventh;     ///< with the enemy king behind it
     combEval queenOnSeventh;
     combEval minorBehindPawn;
-    combEval passedStopAttacked;                  ///< per passed pawn whose stop square the own side attacks
-    combEval spaceWeight[mostMenOfOneColour + 1]; ///< per space square, by the number of own men
+    combEval passedStopAttacked;                ///< per passed pawn whose stop square the own side attacks
+    combEval spaceWeight[maxPiecesPerSide + 1]; ///< per space square, by the number of own men
 
     combEval pushThreat; ///< per enemy man that a safe push attacks
     combEval loosePiece; ///< attacked, and defended only once; this and the next are penalties

@@ -1,5 +1,5 @@
 // The vector operations of eval/simd.h with AVX-512 and its neural network instructions (VNNI): byte
-// activations, groups of 4 inputs, 16 outputs per vector.
+// activations, chunks of 4 inputs, 16 outputs per vector.
 #pragma once
 
 #include <immintrin.h>
@@ -17,7 +17,7 @@ inline constexpr const char *buildName = " AVX512";
 using vector16 = __m512i;
 using vector32 = __m512i;
 using activation = std::uint8_t;
-using groupWeight = std::int8_t;
+using chunkWeight = std::int8_t;
 
 inline vector16 load16(const std::int16_t *lanes) { return _mm512_load_si512(lanes); }
 inline void store16(std::int16_t *lanes, vector16 v) { _mm512_store_si512(lanes, v); }
@@ -25,25 +25,25 @@ inline vector16 add16(vector16 a, vector16 b) { return _mm512_add_epi16(a, b); }
 inline vector16 subtract16(vector16 a, vector16 b) { return _mm512_sub_epi16(a, b); }
 
 inline vector32 load32(const std::int32_t *lanes) { return _mm512_load_si512(lanes); }
-inline vector32 broadcastGroup(const activation *group)
+inline vector32 broadcastChunk(const activation *chunk)
 {
     std::int32_t bits;
-    std::memcpy(&bits, group, sizeof bits);
+    std::memcpy(&bits, chunk, sizeof bits);
     return _mm512_set1_epi32(bits);
 }
-inline vector32 multiplyAddGroups(vector32 sums, vector32 inputs, const groupWeight *weights)
+inline vector32 multiplyAddChunk(vector32 sums, vector32 inputs, const chunkWeight *weights)
 {
     return _mm512_dpbusd_epi32(sums, inputs, _mm512_load_si512(weights));
 }
 // Apart from the running sums first: one short addition waits for the step before, not two long
 // multiplications.
-inline vector32 multiplyAddTwoGroups(vector32 sums, vector32 inputsA, const groupWeight *weightsA, vector32 inputsB,
-                                     const groupWeight *weightsB)
+inline vector32 multiplyAddTwoChunks(vector32 sums, vector32 inputsA, const chunkWeight *weightsA, vector32 inputsB,
+                                     const chunkWeight *weightsB)
 {
-    const vector32 products = multiplyAddGroups(_mm512_setzero_si512(), inputsA, weightsA);
-    return _mm512_add_epi32(sums, multiplyAddGroups(products, inputsB, weightsB));
+    const vector32 products = multiplyAddChunk(_mm512_setzero_si512(), inputsA, weightsA);
+    return _mm512_add_epi32(sums, multiplyAddChunk(products, inputsB, weightsB));
 }
-inline std::int32_t dotProduct(const activation *inputs, const groupWeight *weights)
+inline std::int32_t dotProduct(const activation *inputs, const chunkWeight *weights)
 {
     const __m256i products =
         _mm256_dpbusd_epi32(_mm256_setzero_si256(), _mm256_load_si256(reinterpret_cast<const __m256i *>(inputs)),

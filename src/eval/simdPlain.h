@@ -1,4 +1,4 @@
-// The vector operations of eval/simd.h for any processor: 16-bit activations, groups of 2 inputs, 4
+// The vector operations of eval/simd.h for any processor: 16-bit activations, chunks of 2 inputs, 4
 // outputs per vector.
 #pragma once
 
@@ -19,7 +19,7 @@ using vector32 = std::int32_t __attribute__((vector_size(16)));
 using wrapping16 = std::uint16_t __attribute__((vector_size(16)));
 using wrapping32 = std::uint32_t __attribute__((vector_size(16)));
 using activation = std::int16_t;
-using groupWeight = std::int16_t;
+using chunkWeight = std::int16_t;
 
 inline constexpr int plainLanes = 4;
 
@@ -35,25 +35,25 @@ inline vector16 add16(vector16 a, vector16 b) { return (vector16)((wrapping16)a 
 inline vector16 subtract16(vector16 a, vector16 b) { return (vector16)((wrapping16)a - (wrapping16)b); }
 
 inline vector32 load32(const std::int32_t *lanes) { return loadVector<vector32>(lanes); }
-inline vector32 broadcastGroup(const activation *group)
+inline vector32 broadcastChunk(const activation *chunk)
 {
     std::int32_t bits;
-    std::memcpy(&bits, group, sizeof bits);
+    std::memcpy(&bits, chunk, sizeof bits);
     return vector32{bits, bits, bits, bits};
 }
 // A product of 127 and a signed byte fits in 16 bits; the products of a pair are added in 32.
-inline vector32 multiplyAddGroups(vector32 sums, vector32 inputs, const groupWeight *weights)
+inline vector32 multiplyAddChunk(vector32 sums, vector32 inputs, const chunkWeight *weights)
 {
     const vector32 products = (vector32)(load16(weights) * (vector16)inputs);
     const vector32 lowHalves = (vector32)((wrapping32)products << 16) >> 16;
     return (vector32)((wrapping32)sums + (wrapping32)(lowHalves + (products >> 16)));
 }
-inline vector32 multiplyAddTwoGroups(vector32 sums, vector32 inputsA, const groupWeight *weightsA, vector32 inputsB,
-                                     const groupWeight *weightsB)
+inline vector32 multiplyAddTwoChunks(vector32 sums, vector32 inputsA, const chunkWeight *weightsA, vector32 inputsB,
+                                     const chunkWeight *weightsB)
 {
-    return multiplyAddGroups(multiplyAddGroups(sums, inputsA, weightsA), inputsB, weightsB);
+    return multiplyAddChunk(multiplyAddChunk(sums, inputsA, weightsA), inputsB, weightsB);
 }
-inline std::int32_t dotProduct(const activation *inputs, const groupWeight *weights)
+inline std::int32_t dotProduct(const activation *inputs, const chunkWeight *weights)
 {
     std::int32_t sum = 0;
     for (int i = 0; i < hiddenLayerSize; ++i)
@@ -63,13 +63,13 @@ inline std::int32_t dotProduct(const activation *inputs, const groupWeight *weig
 inline constexpr int clipBlockLanes = 32;
 inline unsigned clipBlock(const std::int16_t *lanes, activation *out)
 {
-    unsigned alive = 0;
+    unsigned nonzero = 0;
     for (int i = 0; i < clipBlockLanes; ++i)
     {
         out[i] = std::clamp<std::int16_t>(lanes[i], 0, activationMax);
-        alive |= static_cast<unsigned>(out[i] != 0) << (i / 2);
+        nonzero |= static_cast<unsigned>(out[i] != 0) << (i / 2);
     }
-    return alive;
+    return nonzero;
 }
 constexpr int clippedLane(int place) { return place; }
 inline void activateSums(const vector32 *sums, activation *out)

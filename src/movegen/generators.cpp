@@ -24,7 +24,7 @@ constexpr int pawnBlock = 210;
 constexpr int kingStep = 202;
 /// The king's captures: the victim's code less this, as a byte, so that they end up at 222 and above.
 constexpr int checkerDeduction = 35;
-constexpr int bystanderDeduction = 36;
+constexpr int otherDeduction = 36;
 /// By type of the man that takes the checker or steps between.
 constexpr int pieceCapture[pieceTypeCount] = {0, 236, 235, 234, 233, 0};
 constexpr int pieceBlock[pieceTypeCount] = {0, 206, 205, 204, 203, 0};
@@ -272,8 +272,7 @@ template <colour Side> void evasionsOf(int ply, moveCode *out, pos &position)
         if (isAttacked(position, to, enemy, withoutKing))
             continue;
         const int victim = position.board[to];
-        const int deduction =
-            (bit(to) & checkers) != 0 ? evasionScore::checkerDeduction : evasionScore::bystanderDeduction;
+        const int deduction = (bit(to) & checkers) != 0 ? evasionScore::checkerDeduction : evasionScore::otherDeduction;
         const int score = victim == emptySquare ? evasionScore::kingStep : (victim - deduction) & 0xFF;
         *out++ = encodeMove(king, to, plainMove, score);
     }

@@ -15,7 +15,7 @@ namespace
 {
 
 /// Whether an enemy slider outside `ignored` sees the square through `occupied`.
-bool isSeenBySlider(const pos &position, int square, colour enemy, bitboard occupied, bitboard ignored)
+bool isAttackedBySlider(const pos &position, int square, colour enemy, bitboard occupied, bitboard ignored)
 {
     return (bishopAttacks(square, occupied) & diagonalSliders(position, enemy) & ~ignored) != 0 ||
            (rookAttacks(square, occupied) & straightSliders(position, enemy) & ~ignored) != 0;
@@ -81,7 +81,7 @@ bool generateAll(int ply, moveCode *slot, pos &position)
 
 } // namespace
 
-bool isMoveLegalUnaided(pos &position, int ply, moveCode move)
+bool isMoveLegalSlow(pos &position, int ply, moveCode move)
 {
     const int from = moveFrom(move);
     const int to = moveTo(move);
@@ -93,10 +93,10 @@ bool isMoveLegalUnaided(pos &position, int ply, moveCode move)
     if (isEnPassant(move))
     {
         const bitboard changed = bit(from) | bit(to) | bit(enPassantLanding(side, move));
-        return !isSeenBySlider(position, king, opponent(side), occupied ^ changed, 0);
+        return !isAttackedBySlider(position, king, opponent(side), occupied ^ changed, 0);
     }
     // A man that takes the slider that pins it has nothing more to fear from it.
-    return !isSeenBySlider(position, king, opponent(side), (occupied & ~bit(from)) | bit(to), bit(to));
+    return !isAttackedBySlider(position, king, opponent(side), (occupied & ~bit(from)) | bit(to), bit(to));
 }
 
 bool isMoveValid(const pos &position, int ply, moveCode move)
@@ -161,7 +161,7 @@ int countLegalMoves(int ply, moveCode *slot, pos &position)
     const bitboard doubtful = position.bitboards[whiteKing + side] | (position.bitboards[side] & ~node.unpinned) |
                               epNeighbours[node.enPassant];
     for (const moveCode *move = slot; move < node.listEnd; ++move)
-        if ((doubtful & bit(moveFrom(*move))) != 0 && !isMoveLegalUnaided(position, ply, *move))
+        if ((doubtful & bit(moveFrom(*move))) != 0 && !isMoveLegalSlow(position, ply, *move))
             --count;
     return count;
 }

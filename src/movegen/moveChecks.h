@@ -9,7 +9,7 @@ namespace tarvonel
 
 /// `isMoveLegal` without the help of `unpinned`: for lists whose generator does not write it.
 /// Changes the board only within the call.
-bool isMoveLegalUnaided(pos &position, int ply, moveCode move);
+bool isMoveLegalSlow(pos &position, int ply, moveCode move);
 
 /// Whether a move generated at this ply, not in check, leaves the own king safe. Evasions are
 /// legal as they stand. `unpinned` of the ply must be valid.
@@ -18,7 +18,7 @@ inline bool isMoveLegal(pos &position, int ply, moveCode move)
     const int from = moveFrom(move);
     if ((position.info[ply].unpinned & bit(from)) != 0 && !isKing(position.board[from]) && !isEnPassant(move))
         return true;
-    return isMoveLegalUnaided(position, ply, move);
+    return isMoveLegalSlow(position, ply, move);
 }
 
 /// Whether a move that was legal in some position, its extra byte the moving piece, can be played

@@ -44,7 +44,7 @@ bool pickAtCursor(captureOrder order, int ply, moveCode *cursor, const moveCode 
     if (order == captureOrder::evasions)
         return true;
     return order == captureOrder::exchanges ? isMoveLegal(position, ply, *cursor)
-                                            : isMoveLegalUnaided(position, ply, *cursor);
+                                            : isMoveLegalSlow(position, ply, *cursor);
 }
 
 captureOrder generateFor(int ply, int qDepth, pos &position)

@@ -107,7 +107,7 @@ void setChess960(bool isOn)
         return;
     engineOptions.chess960 = isOn;
     if (isPlayable(mainPos))
-        dropUnfoundedRights(mainPos);
+        dropInvalidRights(mainPos);
     printInfo("UCI_Chess960 set to : " + std::to_string(isOn));
 }
 

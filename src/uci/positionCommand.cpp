@@ -82,7 +82,7 @@ void positionCommand(std::istream &words)
         return;
     }
     const int played = playMoves(words, *candidate);
-    dropUnfoundedRights(*candidate); // of moves taken on trust; computes the key anew
+    dropInvalidRights(*candidate); // of moves taken on trust; computes the key anew
     candidate->pawnKey = computePawnKey(*candidate);
     candidate->info[0].inCheck = isSideToMoveInCheck(*candidate) ? 1 : 0;
     searchLimits.gamePlyHint = gamePlyAfter(isFromStart, candidate->keyCount, played);

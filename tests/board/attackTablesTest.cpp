@@ -42,7 +42,7 @@ const int straightSteps[4][2] = {{1, 0}, {-1, 0}, {0, 1}, {0, -1}};
 const int diagonalSteps[4][2] = {{1, 1}, {-1, 1}, {1, -1}, {-1, -1}};
 const int jumpSteps[8][2] = {{1, 2}, {2, 1}, {2, -1}, {1, -2}, {-1, -2}, {-2, -1}, {-2, 1}, {-1, 2}};
 
-TEST(attackTables, piecesSeeUpToTheFirstManAndNotAroundTheBoard)
+TEST(attackTables, slidersStopAtTheFirstPieceAndNothingWrapsAround)
 {
     std::mt19937_64 random(11);
     for (int square = 0; square < squareCount; ++square)

@@ -168,12 +168,12 @@ TEST(playGameMove, aGameOfAnyLengthKeepsItsLatestKeys)
 // What a controller may send in the form of a move, though no game can hold it.
 TEST(playGameMove, impossibleMovesLeaveBoardAndSumsInStep)
 {
-    const char *const noMen = "4k3/8/8/8/8/8/8/4K3 w - - 0 1";
+    const char *const bareKings = "4k3/8/8/8/8/8/8/4K3 w - - 0 1";
     const struct
     {
         const char *fen, *move;
     } impossibles[] = {{startPositionFen, "e1g1"}, // own men in the way
-                       {noMen, "e1e8"},
+                       {bareKings, "e1e8"},
                        {"4k3/P7/8/8/8/8/8/4K3 w - - 0 1", "a7a8"},
                        {"4k3/8/8/4P3/8/8/8/4K3 w - - 0 1", "e5d6"}, // en passant of nothing
                        {startPositionFen, "a1a2"},

@@ -108,7 +108,7 @@ TEST(setupPosition, refusesBeforeItTouchesThePosition)
     }
 }
 
-TEST(setupPosition, sumsCountEveryManOnce)
+TEST(setupPosition, sumsCountEveryPieceOnce)
 {
     ownedPosition position("4k2q/8/8/8/8/8/P7/RN2K3 w - - 0 1");
     EXPECT_EQ(position->material[white], X(82 + 353 + 487, 94 + 365 + 644));
@@ -135,7 +135,7 @@ struct rightsCase
 };
 
 const rightsCase rightsCases[] = {
-    {"all founded", "r3k2r/8/8/8/8/8/8/R3K2R w KQkq - 0 1", false, 15, 0},
+    {"all valid", "r3k2r/8/8/8/8/8/8/R3K2R w KQkq - 0 1", false, 15, 0},
     {"king on d1", "r3k2r/8/8/8/8/8/8/R2K3R w KQkq - 0 1", false, 10, 0},
     {"enemy rook", "4k3/8/8/8/8/8/8/r3K2R w KQ - 0 1", false, 1, 0},
     {"960: rook on another rank", "4k2r/8/8/8/8/7R/8/1K6 w Kk - 0 1", true, 2, 0},
@@ -148,14 +148,14 @@ const rightsCase rightsCases[] = {
     {"step over a man", "4k3/8/8/8/4P3/4N3/8/4K3 b - e3 0 1", false, 0, 0},
 };
 
-TEST(dropUnfoundedRights, keepsWhatTheBoardSupports)
+TEST(dropInvalidRights, keepsWhatTheBoardSupports)
 {
     for (const rightsCase &entry : rightsCases)
     {
         SCOPED_TRACE(entry.what);
         const variantScope variant(entry.chess960);
         ownedPosition position(entry.fen);
-        dropUnfoundedRights(*position);
+        dropInvalidRights(*position);
         EXPECT_EQ(position->info[0].castling, entry.rights);
         EXPECT_EQ(position->info[0].enPassant, entry.enPassant);
         EXPECT_EQ(position->key, computeKey(*position));

@@ -74,7 +74,7 @@ tracedPass expectExactPass(pos &position)
     return pass;
 }
 
-double shareAlive(const std::vector<std::int32_t> &activations)
+double shareNonzero(const std::vector<std::int32_t> &activations)
 {
     const auto zeros = std::count(activations.begin(), activations.end(), 0);
     return 1.0 - static_cast<double>(zeros) / static_cast<double>(activations.size());
@@ -196,7 +196,7 @@ TEST(network, fastPassEqualsTheDefinition)
     for (const int bias : {100, 60, 0, -30, -200})
     {
         useSyntheticNetwork({static_cast<std::uint64_t>(bias + 1000), bias});
-        double alive[3] = {};
+        double nonzero[3] = {};
         int positions = 0;
         playRandomGames({7, 2, 60, false},
                         [&](pos &position, const bruteForce::letterBoard &)
@@ -204,12 +204,12 @@ TEST(network, fastPassEqualsTheDefinition)
                             const tracedPass pass = expectExactPass(position);
                             const std::vector<std::int32_t> *layers[] = {&pass.input, &pass.hidden1, &pass.hidden2};
                             for (std::size_t layer = 0; layer < std::size(layers); ++layer)
-                                alive[layer] += shareAlive(*layers[layer]);
+                                nonzero[layer] += shareNonzero(*layers[layer]);
                             ++positions;
                         });
         if (bias != syntheticNetworkPlan().firstLayerBias)
             continue;
-        for (const double share : alive)
+        for (const double share : nonzero)
             EXPECT_GT(share / positions, 0.3) << "the tests' own network is dead";
     }
 }
@@ -245,7 +245,7 @@ TEST(slowNetwork, mutatedFilesAreReadByTheirSizeAndStayExact)
     forEachFuzzSeed(2, [](unsigned seed) { fuzzFiles(seed, 100); });
 }
 
-TEST(network, scoreWeighsTheOutputByTheMenOnTheBoard)
+TEST(network, scoreScalesTheOutputByMaterial)
 {
     const char *const kings = "8/5k2/8/8/8/8/2K5/8 w - - 0 1";
     const char *const twoPawns = "8/5k2/p7/8/8/8/2K4P/8 b - - 0 1";

@@ -54,7 +54,7 @@ void checkLegality(pos &position, const letterBoard &board)
         if (!isInCheck)
             EXPECT_EQ(isMoveLegal(position, 0, move), isLegal) << bruteForce::writeFen(board) << ' ' << move;
         if (!isInCheck)
-            EXPECT_EQ(isMoveLegalUnaided(position, 0, move), isLegal) << bruteForce::writeFen(board) << ' ' << move;
+            EXPECT_EQ(isMoveLegalSlow(position, 0, move), isLegal) << bruteForce::writeFen(board) << ' ' << move;
     }
 
     buildLegalList(0, slot, position);
