@@ -1,7 +1,6 @@
 #include "programMain.h"
 
 #include <algorithm>
-#include <csignal>
 #include <cstdio>
 #include <exception>
 #include <filesystem>
@@ -13,12 +12,15 @@
 namespace tarvonel
 {
 
-std::atomic<bool> interrupted{false};
+std::string programDirectory;
 
 int programMain(int argc, char **argv, const char *purpose, const std::function<void(CLI::App &)> &declareOptions,
                 const std::function<int()> &work)
 {
-    const std::string name = std::filesystem::path(argv[0]).filename();
+    const std::filesystem::path program = argv[0];
+    if (program.has_parent_path())
+        programDirectory = std::filesystem::absolute(program).parent_path();
+    const std::string name = program.filename();
     CLI::App app(purpose, name);
     app.option_defaults()->always_capture_default();
     declareOptions(app);
@@ -34,7 +36,7 @@ int programMain(int argc, char **argv, const char *purpose, const std::function<
     }
     catch (const CLI::Error &error)
     {
-        std::fprintf(stderr, "%s: %s (--help tells the options)\n", name.c_str(), error.what());
+        std::fprintf(stderr, "%s: %s (--help lists the options)\n", name.c_str(), error.what());
         return 2;
     }
     catch (const std::exception &error)
@@ -49,20 +51,14 @@ CLI::Validator numberFrom(double low, double high)
     const auto complaint = [low, high](const std::string &text)
     {
         double value = 0;
-        std::ostringstream wish;
+        std::ostringstream message;
         if (!CLI::detail::lexical_cast(text, value) || !(value >= low && value <= high)) // "nan" is in no range
-            wish << "needs a number from " << low << " to " << high << ", got: " << text;
-        return wish.str();
+            message << "needs a number from " << low << " to " << high << ", got: " << text;
+        return message.str();
     };
     return {complaint, ""};
 }
 
 int coreCount() { return static_cast<int>(std::clamp(std::thread::hardware_concurrency(), 1U, 256U)); }
-
-void watchForInterrupts()
-{
-    for (const int number : {SIGINT, SIGTERM})
-        std::signal(number, [](int /*signal*/) { interrupted = true; });
-}
 
 } // namespace tarvonel

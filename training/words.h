@@ -1,4 +1,4 @@
-// Taking lines of text apart.
+// Splitting text at white space.
 #pragma once
 
 #include <sstream>
@@ -8,7 +8,6 @@
 namespace tarvonel
 {
 
-/// Cuts a text at each white space.
 inline std::vector<std::string> splitWords(const std::string &text)
 {
     std::istringstream stream(text);

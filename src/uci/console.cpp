@@ -26,7 +26,6 @@
 #include "uci/options.h"
 #include "uci/perftCommands.h"
 #include "uci/positionCommand.h"
-#include "uci/searchReports.h"
 
 namespace tarvonel
 {
@@ -192,11 +191,12 @@ void startWorkers()
     }
 }
 
-void startUp()
+void startUp(const consoleSetup &setup)
 {
     printText(std::string(engineName) + engineBuild + "\nby " + engineAuthor +
               "\n\nenter 'help' to see the commands\n");
-    reporter = protocolReporter;
+    reporter = setup.reports;
+    nodeLimitHolds = setup.obeysNodes;
     initTables();
     resizeHashTable(engineOptions.hashMegabytes);
     useNetFile();
@@ -244,13 +244,13 @@ std::string joined(std::span<char *> words)
 
 } // namespace
 
-int runConsole(std::istream &input, std::span<char *> words)
+int runConsole(std::istream &input, std::span<char *> words, const consoleSetup &setup)
 {
     int status = 0;
     try
     {
         consoleState state;
-        startUp();
+        startUp(setup);
         if (words.empty())
             runLines(input, state);
         else

@@ -5,6 +5,7 @@
 
 #include "board/moveText.h"
 #include "board/pos.h"
+#include "eval/evaluate.h"
 #include "eval/networkFile.h"
 #include "platform/clock.h"
 #include "platform/output.h"
@@ -78,6 +79,13 @@ void readLimits(std::istream &words)
     }
 }
 
+void limitNodes()
+{
+    searchLimits.softNodes = searchLimits.hardNodes = searchLimits.nodes;
+    searchLimits.pollInterval = budgetPollInterval;
+    searchLimits.optimalTime = searchLimits.maximumTime = unlimitedTime;
+}
+
 /// A controller waits for an answer to every `go`.
 void answerWithoutSearch() { printLine("bestmove " + moveText(noMove, mainPos.sideToMove, mainPos)); }
 
@@ -92,7 +100,7 @@ void prepareSearchLimits(std::istream &words, std::int64_t startTimeMs)
 
 void goCommand(std::istream &words)
 {
-    if (!netLoaded)
+    if (!netLoaded && networkLimit > 0)
     {
         printNetFileMissing("the position");
         return;
@@ -101,6 +109,8 @@ void goCommand(std::istream &words)
     if (!awaitSearchEnd("go"))
         return;
     prepareSearchLimits(words, startTimeMs);
+    if (nodeLimitHolds && searchLimits.nodes > 0)
+        limitNodes();
     if (!theBoss().isStarted()) // the search runs on this thread, and nobody could stop it
         searchLimits.infinite = pondering = false;
     if (isMainPositionPlayable())

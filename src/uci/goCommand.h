@@ -13,6 +13,9 @@ namespace tarvonel
 /// with a message if that search is infinite or ponders, or if there is no network.
 void goCommand(std::istream &words);
 
+/// Whether `go nodes N` limits the search. Set before the first `go`.
+inline bool nodeLimitHolds = false;
+
 /// The middle of `goCommand`: resets `searchLimits` and `pondering`, reads the rest of the line into
 /// them and allots the time, which is measured from `startTimeMs` on. No search may run.
 void prepareSearchLimits(std::istream &words, std::int64_t startTimeMs);

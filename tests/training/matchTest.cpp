@@ -1,17 +1,27 @@
-// Matches between scripted players: results by the rules, by adjudication and by fault, and what
-// the statistics make of them.
+// Matches between scripted players: results by the rules, by adjudication and by fault, clocks,
+// files, and the statistics.
 
+#include <algorithm>
 #include <cmath>
+#include <csignal>
+#include <filesystem>
 #include <fstream>
+#include <iterator>
+#include <sstream>
+#include <stdexcept>
 #include <string>
+#include <sys/resource.h>
+#include <vector>
 
 #include <gtest/gtest.h>
 
 #include "board/setup.h"
 #include "match/elo.h"
-#include "match/matchGame.h"
+#include "match/matchRun.h"
 #include "support/randomGames.h"
 #include "support/temporaryDirectory.h"
+#include "textFile.h"
+#include "words.h"
 
 namespace tarvonel
 {
@@ -51,7 +61,7 @@ class matchGameTest : public testing::Test
         for (int i = 0; i < 2; ++i)
         {
             engines[i].settings = &settings[i];
-            EXPECT_EQ(startEngine(engines[i]), "");
+            startEngine(engines[i]);
         }
         finishedGame game = playGame(engines[0], engines[1], plan);
         stopEngine(engines[0]);
@@ -64,6 +74,19 @@ class matchGameTest : public testing::Test
 };
 
 const char *const start = startPositionFen;
+template <typename Work> std::string errorOf(const Work &work)
+{
+    try
+    {
+        work();
+    }
+    catch (const std::runtime_error &error)
+    {
+        return error.what();
+    }
+    return {};
+}
+
 const struct
 {
     const char *fen, *whiteMoves, *blackMoves;
@@ -101,6 +124,214 @@ TEST_F(matchGameTest, knownGamesAreScoredRightly)
         EXPECT_NE(game.reason.find(known.reason), std::string::npos) << game.reason;
         EXPECT_EQ(game.moves.empty() ? "" : game.moves.back().text, known.lastMove);
     }
+}
+
+/// Records each line that it receives in the file $1. Plays the moves $2 where it moves first from
+/// the start position and $3 where second, $4 and $5 in other positions, there with the score $6, and
+/// waits $7 seconds before each move. "exit" ends it.
+constexpr const char *recordingPlayer = R"(
+while read -r line; do
+  echo "$line" >>"$1"
+  case "$line" in
+    uci) echo uciok ;;
+    isready) echo readyok ;;
+    ucinewgame) moves=new ;;
+    quit) exit 0 ;;
+    position*)
+      case "$line" in
+        *rnbqkbnr*moves*) list=$3 report= ;;
+        *rnbqkbnr*) list=$2 report= ;;
+        *moves*) list=$5 report="info depth 9 score cp $6" ;;
+        *) list=$4 report="info depth 9 score cp $6" ;;
+      esac
+      [ "$moves" = new ] && moves=$list ;;
+    go*)
+      sleep "$7"
+      move=${moves%% *} moves=${moves#* }
+      [ "$move" = exit ] && exit 7
+      echo "$report"
+      echo "bestmove $move" ;;
+  esac
+done
+)";
+
+constexpr const char *rookEnding = "r3k3/8/8/8/8/8/8/R3K3 b - - 3 17"; ///< shuffled until it is adjudicated
+
+class matchTest : public testing::Test
+{
+  protected:
+    void SetUp() override
+    {
+        std::ofstream(directory / "player.sh") << recordingPlayer;
+        plan.engines[0] =
+            player("winner", {"e2e4 d1h5 f1c4 h5f7", "e7e5 d8h4", "e8d8 d8e8", "e1d1 d1e1", "900", "0.3"});
+        plan.engines[1] = player("loser", {"f2f3 g2g4", "e7e5 b8c6 g8f6", "e8d8 d8e8", "e1d1 d1e1", "-900", "0"});
+        plan.openings = {startPositionFen, rookEnding};
+        plan.game.limits = {.clock = 20000, .increment = 200};
+        plan.game.rules = {.resignScore = 600, .resignMoves = 2};
+        plan.games = 4;
+        plan.pgnFile = directory / "games.pgn";
+        plan.tallyFile = directory / "tally";
+        plan.faultFile = directory / "faults";
+    }
+
+    engineSettings player(const std::string &name, const std::vector<std::string> &words) const
+    {
+        engineSettings settings{name, {"sh", directory / "player.sh", directory / name}, "", {"Hash=3"}, false};
+        settings.command.insert(settings.command.end(), words.begin(), words.end());
+        return settings;
+    }
+
+    /// The lines that a player received which begin like this, without that beginning.
+    std::vector<std::string> received(const std::string &name, const std::string &beginning) const
+    {
+        std::vector<std::string> found;
+        for (const std::string &line : readLines(directory / name))
+            if (line.starts_with(beginning))
+                found.push_back(line.substr(beginning.size()));
+        return found;
+    }
+
+    matchResult play()
+    {
+        std::ostringstream report;
+        const matchResult result = playMatch(plan, report);
+        reported = report.str();
+        return result;
+    }
+
+    temporaryDirectory directory;
+    matchPlan plan;
+    std::string reported;
+};
+
+/// The number after a word of a `go` line.
+int clockOf(const std::string &line, const std::string &word)
+{
+    const std::vector<std::string> words = splitWords(line);
+    const auto found = std::ranges::find(words, word);
+    return found == words.end() || found + 1 == words.end() ? -1 : std::stoi(found[1]);
+}
+
+TEST_F(matchTest, winsColoursClocksAndFilesAreTheWinners)
+{
+    const matchResult result = play();
+    EXPECT_EQ(result.tally.wins, 4);
+    EXPECT_EQ(result.tally.losses + result.tally.draws + result.faults, 0);
+    EXPECT_EQ(result.tally.pairs[4], 2);
+    EXPECT_NE(reported.find("winner - loser: +4 =0 -0  100.0%"), std::string::npos) << reported;
+
+    // Each game: a new game, then the positions with all moves so far.
+    const std::string first = std::string("fen ") + startPositionFen;
+    const std::string second = std::string("fen ") + rookEnding;
+    EXPECT_EQ(received("winner", "position "),
+              (std::vector<std::string>{first, first + " moves e2e4 e7e5", first + " moves e2e4 e7e5 d1h5 b8c6",
+                                        first + " moves e2e4 e7e5 d1h5 b8c6 f1c4 g8f6", first + " moves f2f3",
+                                        first + " moves f2f3 e7e5 g2g4", second + " moves e8d8",
+                                        second + " moves e8d8 e1d1 d8e8", second, second + " moves e8d8 e1d1"}));
+    for (const char *plainName : {"winner", "loser"})
+    {
+        EXPECT_EQ(received(plainName, "ucinewgame").size(), 4U);
+        EXPECT_EQ(received(plainName, "setoption name Hash value 3").size(), 1U);
+    }
+
+    // The winner thinks for longer than its increment, the loser does not.
+    const std::vector<std::string> clocks = received("winner", "go ");
+    ASSERT_EQ(clocks.size(), 10U);
+    const struct
+    {
+        int line;
+        const char *own, *other;
+        int moves; ///< of the winner before
+    } cases[] = {{0, "wtime", "btime", 0}, {1, "wtime", "btime", 1}, {3, "wtime", "btime", 3}, {4, "btime", "wtime", 0},
+                 {5, "btime", "wtime", 1}, {7, "wtime", "btime", 1}, {9, "btime", "wtime", 1}};
+    for (const auto &known : cases)
+    {
+        const std::string &line = clocks[static_cast<std::size_t>(known.line)];
+        const int own = clockOf(line, known.own);
+        const int other = clockOf(line, known.other);
+        EXPECT_LE(own, 20000 - 100 * known.moves) << line;
+        EXPECT_GE(own, 20000 - 3000 * known.moves) << line;
+        EXPECT_LE(other, 20000 + 200 * 3) << line;
+        if (known.moves > 0)
+            EXPECT_GT(other, own) << line;
+        EXPECT_EQ(clockOf(line, "winc"), 200) << line;
+        EXPECT_EQ(clockOf(line, "binc"), 200) << line;
+    }
+
+    const std::vector<std::string> pgn = readLines(plan.pgnFile);
+    std::vector<std::string> players;
+    for (const std::string &line : pgn)
+        if (line.starts_with("[White ") || line.starts_with("[Result ") || line.starts_with("[Termination "))
+            players.push_back(line);
+    const std::string decided = "[Termination \"adjudication: both engines report a decided game\"]";
+    EXPECT_EQ(players, (std::vector<std::string>{
+                           "[White \"winner\"]", "[Result \"1-0\"]", "[Termination \"checkmate\"]", "[White \"loser\"]",
+                           "[Result \"0-1\"]", "[Termination \"checkmate\"]", "[White \"winner\"]", "[Result \"1-0\"]",
+                           decided, "[White \"loser\"]", "[Result \"0-1\"]", decided}));
+    EXPECT_TRUE(std::ranges::any_of(pgn, [](const std::string &line) { return line.starts_with("17... Kd8 {"); }));
+}
+
+TEST_F(matchTest, aKilledMatchGoesOn)
+{
+    plan.engines[0].command.back() = "0";
+    plan.games = 2;
+    play();
+    std::ofstream(plan.tallyFile, std::ios::app) << "2 0"; // torn by a kill
+    plan.games = 4;
+    const matchResult result = play();
+    EXPECT_EQ(result.tally.wins, 4);
+    EXPECT_EQ(result.tally.pairs[4], 2);
+    EXPECT_EQ(received("winner", "ucinewgame").size(), 4U);
+    EXPECT_EQ(readLines(plan.tallyFile), (std::vector<std::string>{"winner - loser", "0 2", "1 2", "2 2", "3 2"}));
+    plan.engines[1].name = "other";
+    EXPECT_NE(errorOf([this] { play(); }).find("belongs to another match"), std::string::npos);
+}
+
+TEST_F(matchTest, enginesThatEndAreReplacedAndLeaveNoDescriptors)
+{
+    plan.engines[0].command.back() = "0";
+    plan.engines[1].command[3] = "f2f3 exit"; // where it moves first from the start position
+    plan.openings = {startPositionFen};
+    plan.concurrency = 2;
+    const auto openDescriptors = [] { return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {}); };
+    const auto before = openDescriptors();
+    const matchResult result = play();
+    EXPECT_EQ(openDescriptors(), before);
+    EXPECT_EQ(result.tally.wins, 4);
+    EXPECT_EQ(result.faults, 2);
+    const std::vector<std::string> faults = readLines(plan.faultFile);
+    EXPECT_EQ(std::ranges::count_if(faults, [](const std::string &line)
+                                    { return line.ends_with("loser disconnects: exit code 7"); }),
+              2);
+}
+
+std::size_t textSize(const std::vector<std::string> &lines)
+{
+    std::size_t size = 0;
+    for (const std::string &line : lines)
+        size += line.size() + 1;
+    return size;
+}
+
+TEST_F(matchTest, aFullDiskEndsTheMatchWithItsFilesWhole)
+{
+    plan.engines[0].command.back() = "0";
+    plan.engines[0].command[2] = plan.engines[1].command[2] = "/dev/null";
+    rlimit before{};
+    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &before), 0);
+    const rlimit small{600, before.rlim_max}; // one game is shorter, two are longer
+    const auto earlierHandler = std::signal(SIGXFSZ, SIG_IGN);
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
+    const std::string error = errorOf([this] { play(); });
+    setrlimit(RLIMIT_FSIZE, &before);
+    std::signal(SIGXFSZ, earlierHandler);
+    EXPECT_EQ(error, "cannot write " + plan.pgnFile + ": File too large");
+    const std::vector<std::string> pgn = readLines(plan.pgnFile);
+    EXPECT_EQ(std::ranges::count_if(pgn, [](const std::string &line) { return line.starts_with("[Event "); }), 1);
+    EXPECT_EQ(std::filesystem::file_size(plan.pgnFile), textSize(pgn));
+    EXPECT_EQ(readTally(plan.tallyFile).size(), 1U);
+    EXPECT_EQ(play().tally.wins, 4);
 }
 
 TEST(adjudication, endsGamesOnlyWhenBothEnginesAgree)
@@ -164,6 +395,10 @@ TEST(matchEngine, reportsAreReadWithTheirMates)
         {"info string depth 7 score cp 9", std::nullopt, 0},
         {"info score cp", std::nullopt, 0},
         {"info score cp x depth 3", std::nullopt, 3},
+        {"info score mate 9223372036854775807 depth 99999999999", 12001, 10000},
+        {"info score mate -9223372036854775808 nodes -3 depth -3", -12000, 0},
+        {"info score cp -2147483648", -32000, 0},
+        {"info score cp 99999999999999999999", 32000, 0},
     };
     for (const auto &report : cases)
     {
@@ -171,6 +406,7 @@ TEST(matchEngine, reportsAreReadWithTheirMates)
         readReport(report.line, answer);
         EXPECT_EQ(answer.score, report.score) << report.line;
         EXPECT_EQ(answer.depth, report.depth) << report.line;
+        EXPECT_LE(answer.nodes, 4000U) << report.line;
     }
 }
 
@@ -184,7 +420,7 @@ TEST(matchEngine, programsThatCannotPlayAreToldApart)
     {
         matchEngine engine;
         engine.settings = &settings;
-        EXPECT_NE(startEngine(engine).find(message), std::string::npos) << message;
+        EXPECT_NE(errorOf([&] { startEngine(engine); }).find(message), std::string::npos) << message;
     }
 }
 

@@ -5,9 +5,15 @@
 #include <csignal>
 #include <cstring>
 #include <fcntl.h>
+#include <mutex>
 #include <poll.h>
+#include <stdexcept>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <utility>
+#ifdef __linux__
+#include <sys/prctl.h>
+#endif
 
 #include "platform/clock.h"
 
@@ -19,20 +25,56 @@ namespace
 
 constexpr std::size_t longestLine = 1 << 20;
 
-struct pipeEnds
+/// Held from the first pipe of a process to its start: no other process may inherit these pipes.
+std::mutex startLock;
+
+/// A file descriptor that is closed with its owner and in every program that starts.
+class ownDescriptor
 {
-    int readEnd = -1;
-    int writeEnd = -1;
+  public:
+    ownDescriptor() = default;
+    explicit ownDescriptor(int descriptor) : number(descriptor)
+    {
+        if (number < 0 || fcntl(number, F_SETFD, FD_CLOEXEC) != 0)
+            throw std::runtime_error(std::strerror(errno));
+    }
+    ~ownDescriptor() { reset(); }
+    ownDescriptor(const ownDescriptor &) = delete;
+    ownDescriptor(ownDescriptor &&other) noexcept : number(other.release()) {}
+    ownDescriptor &operator=(ownDescriptor &&other) noexcept
+    {
+        reset();
+        number = other.release();
+        return *this;
+    }
+    int get() const { return number; }
+    int release() { return std::exchange(number, -1); }
+    void reset()
+    {
+        if (number >= 0)
+            close(number);
+        number = -1;
+    }
+
+  private:
+    int number = -1;
 };
 
-/// Closed in every program that is started, so that one engine cannot hold another's pipe open.
-bool openPipe(pipeEnds &ends)
+struct pipeEnds
+{
+    ownDescriptor readEnd;
+    ownDescriptor writeEnd;
+};
+
+pipeEnds openPipe()
 {
     int both[2];
-    if (pipe2(both, O_CLOEXEC) != 0)
-        return false;
-    ends = {both[0], both[1]};
-    return true;
+    if (pipe(both) != 0)
+        throw std::runtime_error(std::strerror(errno));
+    pipeEnds ends;
+    ends.readEnd = ownDescriptor(both[0]);
+    ends.writeEnd = ownDescriptor(both[1]);
+    return ends;
 }
 
 void closeDescriptor(int &descriptor)
@@ -42,35 +84,35 @@ void closeDescriptor(int &descriptor)
     descriptor = -1;
 }
 
-void closePipe(pipeEnds &ends)
+struct childSetup
 {
-    closeDescriptor(ends.readEnd);
-    closeDescriptor(ends.writeEnd);
-}
+    std::vector<char *> arguments; ///< ends with a null pointer
+    const char *directory;
+    int input;
+    int output;
+    int errors; ///< -1: the caller's
+};
 
-/// The child between fork and exec: only calls that are safe there. Tells a failure's number
+/// The child between fork and exec: only calls that are safe there. Sends the number of an error
 /// through `failure`, which a successful exec closes.
-[[noreturn]] void becomeProgram(char *const *arguments, const char *directory, int input, int output, int failure)
+[[noreturn]] void becomeProgram(const childSetup &setup, int failure)
 {
-    if ((*directory == '\0' || chdir(directory) == 0) && dup2(input, STDIN_FILENO) >= 0 &&
-        dup2(output, STDOUT_FILENO) >= 0)
+#ifdef __linux__
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+#endif
+    if ((*setup.directory == '\0' || chdir(setup.directory) == 0) && dup2(setup.input, STDIN_FILENO) >= 0 &&
+        dup2(setup.output, STDOUT_FILENO) >= 0 && (setup.errors < 0 || dup2(setup.errors, STDERR_FILENO) >= 0))
     {
         signal(SIGPIPE, SIG_DFL);
-        signal(SIGINT, SIG_IGN); // an interrupt from the keyboard is the parent's affair
-        execvp(arguments[0], arguments);
+        signal(SIGINT, SIG_IGN); // the parent handles an interrupt from the keyboard
+        execvp(setup.arguments[0], setup.arguments.data());
     }
     const int error = errno;
     [[maybe_unused]] const ssize_t written = write(failure, &error, sizeof error);
     _exit(127);
 }
 
-std::string describeEnd(int status)
-{
-    return WIFSIGNALED(status) ? "signal " + std::to_string(WTERMSIG(status))
-                               : "exit code " + std::to_string(WEXITSTATUS(status));
-}
-
-/// 0 when the execution began, else the child's error number.
+/// 0 once the program runs, else the error number that the child sent.
 int awaitStart(int descriptor)
 {
     int error = 0;
@@ -82,43 +124,96 @@ int awaitStart(int descriptor)
     return count == static_cast<ssize_t>(sizeof error) ? error : 0;
 }
 
-} // namespace
+/// Returns the id of the process, which runs its program. Under `startLock`.
+pid_t spawn(const childSetup &setup)
+{
+    pipeEnds failure = openPipe();
+    const pid_t child = fork();
+    if (child < 0)
+        throw std::runtime_error(std::strerror(errno));
+    if (child == 0)
+        becomeProgram(setup, failure.writeEnd.get());
+    failure.writeEnd.reset();
+    if (const int error = awaitStart(failure.readEnd.get()); error != 0)
+    {
+        waitpid(child, nullptr, 0);
+        throw std::runtime_error(std::strerror(error));
+    }
+    return child;
+}
 
-std::string startProcess(childProcess &process, const std::vector<std::string> &words, const std::string &directory)
+std::vector<char *> argumentPointers(const std::vector<std::string> &words)
+{
+    std::vector<char *> pointers;
+    for (const std::string &word : words)
+        pointers.push_back(const_cast<char *>(word.c_str()));
+    pointers.push_back(nullptr);
+    return pointers;
+}
+
+ownDescriptor openForReading(const char *path) { return ownDescriptor(open(path, O_RDONLY)); }
+
+ownDescriptor openLog(const std::string &path)
+{
+    return ownDescriptor(open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0666));
+}
+
+/// Runs `start` under the lock; its errors get the program's name.
+template <typename Start> void startUnderLock(const std::vector<std::string> &words, const Start &start)
 {
     if (words.empty())
-        return "no program named";
+        throw std::runtime_error("no program named");
+    const std::lock_guard guard(startLock);
     signal(SIGPIPE, SIG_IGN);
-    std::vector<char *> arguments;
-    for (const std::string &word : words)
-        arguments.push_back(const_cast<char *>(word.c_str()));
-    arguments.push_back(nullptr);
-
-    pipeEnds input;
-    pipeEnds output;
-    pipeEnds failure;
-    pid_t child = -1;
-    if (openPipe(input) && openPipe(output) && openPipe(failure))
-        child = fork();
-    if (child == 0)
-        becomeProgram(arguments.data(), directory.c_str(), input.readEnd, output.writeEnd, failure.writeEnd);
-    int error = child < 0 ? errno : 0;
-    closeDescriptor(failure.writeEnd);
-    if (child > 0)
-        error = awaitStart(failure.readEnd);
-    closePipe(failure);
-    closeDescriptor(input.readEnd);
-    closeDescriptor(output.writeEnd);
-    if (error != 0)
+    try
     {
-        closePipe(input);
-        closePipe(output);
-        if (child > 0)
-            waitpid(child, nullptr, 0);
-        return "cannot start " + words[0] + ": " + std::strerror(error);
+        start();
     }
-    process = {child, input.writeEnd, output.readEnd, {}};
-    return {};
+    catch (const std::runtime_error &error)
+    {
+        throw std::runtime_error("cannot start " + words[0] + ": " + error.what());
+    }
+}
+
+std::string describeEnd(int status)
+{
+    return WIFSIGNALED(status) ? "signal " + std::to_string(WTERMSIG(status))
+                               : "exit code " + std::to_string(WEXITSTATUS(status));
+}
+
+void forgetProcess(childProcess &process)
+{
+    closeDescriptor(process.toChild);
+    closeDescriptor(process.fromChild);
+    process = {};
+}
+
+} // namespace
+
+void startProcess(childProcess &process, const std::vector<std::string> &words, const std::string &directory)
+{
+    startUnderLock(words,
+                   [&]
+                   {
+                       pipeEnds input = openPipe();
+                       pipeEnds output = openPipe();
+                       const pid_t child = spawn({argumentPointers(words), directory.c_str(), input.readEnd.get(),
+                                                  output.writeEnd.get(), -1});
+                       process = {child, input.writeEnd.release(), output.readEnd.release(), {}};
+                   });
+}
+
+void startLogged(childProcess &process, const std::vector<std::string> &words, const std::string &directory,
+                 const std::string &log)
+{
+    startUnderLock(words,
+                   [&]
+                   {
+                       const ownDescriptor input = openForReading("/dev/null");
+                       const ownDescriptor output = openLog(log);
+                       process.processId =
+                           spawn({argumentPointers(words), directory.c_str(), input.get(), output.get(), output.get()});
+                   });
 }
 
 bool sendLine(childProcess &process, const std::string &text)
@@ -170,30 +265,40 @@ lineResult receiveLine(childProcess &process, std::string &line, std::int64_t de
 
 void closeInput(childProcess &process) { closeDescriptor(process.toChild); }
 
+void askToEnd(const childProcess &process)
+{
+    if (process.processId > 0)
+        kill(process.processId, SIGTERM);
+}
+
+bool awaitEnd(childProcess &process, int milliseconds, std::string &how)
+{
+    how.clear();
+    if (process.processId < 0)
+        return true;
+    const std::int64_t deadline = millisecondsNow() + milliseconds;
+    int status = 0;
+    while (waitpid(process.processId, &status, WNOHANG) == 0)
+    {
+        if (millisecondsNow() >= deadline)
+            return false;
+        sleepMilliseconds(1);
+    }
+    how = describeEnd(status);
+    forgetProcess(process);
+    return true;
+}
+
 std::string endProcess(childProcess &process, int grace)
 {
-    if (process.processId < 0)
-        return {};
     closeInput(process);
-    const std::int64_t deadline = millisecondsNow() + grace;
-    int status = 0;
-    pid_t ended = 0;
-    while ((ended = waitpid(process.processId, &status, WNOHANG)) == 0 && millisecondsNow() < deadline)
-        sleepMilliseconds(1);
     std::string how;
-    if (ended == 0)
-    {
-        kill(process.processId, SIGKILL);
-        waitpid(process.processId, &status, 0);
-        how = "ended by force, as it did not end by itself";
-    }
-    else
-    {
-        how = describeEnd(status);
-    }
-    closeDescriptor(process.fromChild);
-    process = {};
-    return how;
+    if (awaitEnd(process, grace, how))
+        return how;
+    kill(process.processId, SIGKILL);
+    waitpid(process.processId, nullptr, 0);
+    forgetProcess(process);
+    return "killed, as it did not end by itself";
 }
 
 } // namespace tarvonel

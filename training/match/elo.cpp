@@ -11,7 +11,7 @@ namespace
 
 constexpr double eloScale = 400.0;
 constexpr double interval95 = 1.959964;
-constexpr double prior = 1e-3; ///< added to each outcome, so that a few equal pairs still have a variance
+constexpr double prior = 1e-3; ///< added to each outcome: a few equal pairs still have a variance
 
 struct sampleMoments
 {

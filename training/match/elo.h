@@ -1,4 +1,4 @@
-// What the result of a match says: rating difference, its error bar, and a sequential test.
+// Statistics of a match: rating difference, its error bar, and the sequential probability ratio test.
 //
 // The two games of one opening with colours changed are not independent, so the unit of all
 // statistics is the pair: its score is 0, 1/4, 1/2, 3/4 or 1.
@@ -17,14 +17,14 @@ struct matchTally
     std::int64_t wins = 0;
     std::int64_t draws = 0;
     std::int64_t losses = 0;
-    std::int64_t pairs[pairOutcomes] = {}; ///< finished pairs by the half points they brought, 0 to 4
+    std::int64_t pairs[pairOutcomes] = {}; ///< finished pairs by their half points, 0 to 4
 };
 
 struct eloEstimate
 {
     double score = 0.5; ///< share of the points
     double elo = 0;     ///< plus or minus infinity when all games ended alike
-    double margin = 0;  ///< half-width of the 95% interval; 0 while there is nothing to tell it from
+    double margin = 0;  ///< half-width of the 95% interval; 0 with fewer than two pairs, or no finite elo
 };
 
 /// Adds one game, `halfPoints` 0, 1 or 2.
@@ -41,7 +41,7 @@ double expectedScore(double elo);
 /// approximation over the finished pairs; 0 while there are none.
 double logLikelihoodRatio(const matchTally &tally, double elo0, double elo1);
 
-/// The bounds between which a sequential test goes on, for error rates `alpha` and `beta`.
+/// The bounds of the ratio between which the test goes on, for error rates `alpha` and `beta`.
 double lowerBound(double alpha, double beta);
 double upperBound(double alpha, double beta);
 

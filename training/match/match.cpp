@@ -1,23 +1,17 @@
-// Plays a match between two engines and reports its result.
+// Plays a match between two engines, or between two networks, and reports its result.
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
-#include <ctime>
-#include <fstream>
-#include <map>
-#include <memory>
-#include <mutex>
+#include <filesystem>
+#include <iostream>
 #include <optional>
 #include <random>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "board/engineOptions.h"
 #include "board/setup.h"
-#include "match/elo.h"
-#include "match/matchGame.h"
+#include "match/matchRun.h"
 #include "movegen/randomOpening.h"
 #include "programMain.h"
 #include "words.h"
@@ -28,46 +22,35 @@ namespace tarvonel
 namespace
 {
 
-constexpr double sprtError = 0.05;
 constexpr double longestClock = 1e6; ///< seconds
+constexpr std::int64_t openingPatience = 60000;
+constexpr const char *openingPrefix = "info string genfens ";
 
-struct matchPlan
+/// The everyday test of two networks; each default gives way to its option.
+constexpr std::int64_t networkNodes = 1000;
+constexpr std::int64_t networkGames = 10000;
+const std::vector<int> networkResignRule{800, 4};
+const std::vector<int> networkDrawRule{80, 8, 6};
+
+/// The command line as given.
+struct matchCommand
 {
-    std::string commands[2];
-    engineSettings engines[2]{{"engine1", {}, "", {}, false}, {"engine2", {}, "", {}, false}};
+    matchPlan plan;
+    std::vector<std::string> networks; ///< none, or of the first and second engine
+    std::string engines[2];
     std::vector<std::string> commonOptions;
     std::string openingsFile;
-    std::vector<std::string> openings;
     std::optional<std::uint64_t> shuffleSeed;
-    gamePlan game;
-    std::vector<double> clock{1, 0.01}; ///< seconds for the game and for each move
-    std::vector<int> resignRule;        ///< score, moves
-    std::vector<int> drawRule;          ///< ply, score, moves
-    std::vector<double> sprt;           ///< the two differences in Elo
-    std::int64_t games = 100;
-    int concurrency = 1;
-    bool quiet = false;
-    std::string pgnFile;
-    std::string faultFile;
+    std::vector<double> clock;   ///< seconds for the game and for each move
+    std::vector<int> resignRule; ///< score, moves
+    std::vector<int> drawRule;   ///< ply, score, moves
+    std::optional<std::int64_t> games;
+    std::optional<int> concurrency;
 };
 
-/// What the threads of a match share.
-struct matchState
-{
-    const matchPlan &plan;
-    std::mutex lock; ///< guards all below
-    std::int64_t nextGame = 0;
-    std::int64_t finished = 0;
-    std::int64_t faults = 0;
-    matchTally tally{};
-    std::map<std::int64_t, int> openPairs{}; ///< half points of pairs with one game played
-    bool over = false;
-    bool failed = false;
-};
+// --- options ---
 
-// --- reading the command line ---
-
-void declareEngineOptions(CLI::App &app, matchPlan &plan, const CLI::Validator &assignment)
+void declareEngineOptions(CLI::App &app, matchCommand &command, const CLI::Validator &assignment)
 {
     const char *const places[] = {"first", "second"};
     for (int i = 0; i < 2; ++i)
@@ -75,312 +58,217 @@ void declareEngineOptions(CLI::App &app, matchPlan &plan, const CLI::Validator &
         const std::string number = std::to_string(i + 1);
         const std::string engine = std::string(" of the ") + places[i] + " engine";
         const std::string fallback = i == 0 ? "" : "; the first's by default";
-        app.add_option("--engine" + number, plan.commands[i],
-                       "program and words" + engine + ", in one argument" + fallback)
-            ->required(i == 0);
-        app.add_option("--name" + number, plan.engines[i].name, "name" + engine + " in reports");
-        app.add_option("--dir" + number, plan.engines[i].directory,
-                       "working directory" + engine + ", from which its program is looked for" + fallback);
-        app.add_option("--option" + number, plan.engines[i].options, "an option" + engine + "; may be repeated")
+        engineSettings &settings = command.plan.engines[i];
+        app.add_option("--engine" + number, command.engines[i],
+                       "program and arguments" + engine + ", as one word" + fallback);
+        app.add_option("--name" + number, settings.name, "name" + engine + " in reports");
+        app.add_option("--dir" + number, settings.directory,
+                       "working directory" + engine + ", where its program is looked up" + fallback);
+        app.add_option("--option" + number, settings.options, "an option" + engine + "; may be repeated")
             ->allow_extra_args(false)
             ->check(assignment);
     }
-    app.add_option("--option", plan.commonOptions, "an option of both engines; may be repeated")
+    app.add_option("--option", command.commonOptions, "an option of both engines; may be repeated")
         ->allow_extra_args(false)
         ->check(assignment);
 }
 
-void declareLimits(CLI::App &app, matchPlan &plan)
+void declareLimits(CLI::App &app, matchCommand &command)
 {
-    thinkingLimits &limits = plan.game.limits;
+    thinkingLimits &limits = command.plan.game.limits;
     const CLI::Validator anyTime = numberFrom(0, 1e8);
-    app.add_option("--tc", plan.clock, "clock in seconds for the game and each move")
+    app.add_option("--tc", command.clock, "clock in seconds for the game and each move; 1+0.01 by default")
         ->delimiter('+')
         ->expected(2)
         ->type_name("BASE+INC");
     app.add_option("--movetime", limits.moveTime, "milliseconds for each move")->check(anyTime);
     app.add_option("--depth", limits.depth, "iterations for each move")->check(numberFrom(0, 127));
-    app.add_option(
-           "--nodes", limits.nodes,
-           "nodes for each move: sent as \"go nodes\"; an engine that ignores it is stopped at its first report "
-           "of so many")
+    app.add_option("--nodes", limits.nodes,
+                   "nodes for each move: sent as \"go nodes\"; an engine that ignores it is stopped at its first "
+                   "info line of that many")
         ->check(numberFrom(0, 1e12));
-    app.add_option("--margin", limits.margin, "milliseconds by which a time limit may be overstepped")->check(anyTime);
+    app.add_option("--margin", limits.margin, "milliseconds by which a time limit may be exceeded")->check(anyTime);
     app.add_option("--patience", limits.patience, "milliseconds to wait for a move by depth or nodes")->check(anyTime);
 }
 
-void declareRules(CLI::App &app, matchPlan &plan)
+void declareRules(CLI::App &app, matchCommand &command)
 {
-    app.add_option("--resign", plan.resignRule, "ends a game when both see so many centipawns for so many moves")
+    app.add_option("--resign", command.resignRule,
+                   "ends a game when both engines report that many centipawns for that many moves")
         ->delimiter(',')
         ->expected(2)
         ->type_name("SCORE,MOVES");
-    app.add_option("--draw", plan.drawRule, "ends a game as drawn, not before the ply")
+    app.add_option("--draw", command.drawRule, "the same for a draw, not before the ply")
         ->delimiter(',')
         ->expected(3)
         ->type_name("PLY,SCORE,MOVES");
-    app.add_option("--maxplies", plan.game.rules.maxPlies, "calls longer games drawn")->check(numberFrom(1, 10'000));
-    app.add_option("--sprt", plan.sprt, "stops when one of the two is 19 times likelier (errors 0.05)")
+    app.add_option("--maxplies", command.plan.game.rules.maxPlies, "longer games are drawn")
+        ->check(numberFrom(1, 10'000));
+    app.add_option("--sprt", command.plan.sprt, "stops when one of the two is 19 times likelier (errors 0.05)")
         ->delimiter(',')
         ->expected(2)
         ->type_name("ELO0,ELO1");
 }
 
-void declareOptions(CLI::App &app, matchPlan &plan)
+void declareOptions(CLI::App &app, matchCommand &command)
 {
     const auto assignment = [](const std::string &text)
     { return text.find('=', 1) == std::string::npos ? "needs NAME=VALUE, got: " + text : std::string(); };
-    declareEngineOptions(app, plan, CLI::Validator(assignment, ""));
-    app.add_option("--openings", plan.openingsFile, "start positions, one FEN a line; the start position by default");
-    app.add_option("--shuffle", plan.shuffleSeed, "plays the openings in an order drawn by chance from this seed");
+    matchPlan &plan = command.plan;
+    app.add_option("networks", command.networks,
+                   "two network files: the first is measured against the second, by nodeEngine, with 1000 nodes a "
+                   "move, 10000 games, openings by genfens, --resign 800,4 --draw 80,8,6 --quiet on all cores, unless "
+                   "options ask for other things")
+        ->expected(0, 2)
+        ->type_name("NEW OLD");
+    declareEngineOptions(app, command, CLI::Validator(assignment, ""));
+    app.add_option("--openings", command.openingsFile,
+                   "start positions, one FEN a line; the start position by default");
+    app.add_option("--shuffle", command.shuffleSeed, "plays the openings in a random order, by this seed");
     app.add_flag("--chess960", plan.game.chess960, "Chess960: castling is written as king takes rook");
-    app.add_option("--games", plan.games, "number of games, two for each opening")->check(numberFrom(1, 1e8));
-    app.add_option("--concurrency", plan.concurrency, "games at the same time")->check(numberFrom(1, 256));
-    declareLimits(app, plan);
-    declareRules(app, plan);
+    app.add_option("--games", command.games, "number of games, two for each opening; 100 by default")
+        ->check(numberFrom(1, 1e8));
+    app.add_option("--concurrency", command.concurrency, "games at the same time; 1 by default")
+        ->check(numberFrom(1, 256));
+    declareLimits(app, command);
+    declareRules(app, command);
     app.add_option("--pgn", plan.pgnFile, "appends the games to the file");
     app.add_option("--faults", plan.faultFile, "appends games with crashes, illegal moves, time losses");
-    app.add_flag("--quiet", plan.quiet, "tells every tenth pair instead of every game");
+    app.add_option("--tally", plan.tallyFile, "keeps the results in the file, from which the match can go on");
+    app.add_flag("--quiet", plan.quiet, "reports every tenth pair instead of every game");
 }
 
-/// What the second engine has of the first, and both of the common options.
-void completeEngines(matchPlan &plan)
+// --- completion of the plan ---
+
+void completeNetworks(matchCommand &command)
 {
-    if (plan.commands[1].empty())
-        plan.commands[1] = plan.commands[0];
+    if (command.networks.empty())
+        return;
+    if (command.networks.size() != 2)
+        throw CLI::ValidationError("networks", "needs two network files");
+    matchPlan &plan = command.plan;
+    for (int i = 0; i < 2; ++i)
+    {
+        const std::filesystem::path network = std::filesystem::absolute(command.networks[static_cast<std::size_t>(i)]);
+        if (!std::filesystem::is_regular_file(network))
+            throw CLI::ValidationError("networks", "no file " + network.string());
+        plan.engines[i].options.push_back("NetFile=" + network.string());
+        if (plan.engines[i].name == matchPlan().engines[i].name)
+            plan.engines[i].name = network.stem();
+    }
+    if (command.engines[0].empty())
+    {
+        command.engines[0] = programDirectory.empty() ? "nodeEngine" : "./nodeEngine";
+        plan.engines[0].directory = programDirectory;
+    }
+    thinkingLimits &limits = plan.game.limits;
+    if (limits.nodes == 0 && limits.depth == 0 && limits.moveTime == 0 && command.clock.empty())
+        limits.nodes = networkNodes;
+    command.games = command.games.value_or(networkGames);
+    command.concurrency = command.concurrency.value_or(coreCount());
+    if (command.resignRule.empty())
+        command.resignRule = networkResignRule;
+    if (command.drawRule.empty())
+        command.drawRule = networkDrawRule;
+    plan.quiet = true;
+}
+
+/// The second engine takes from the first what it has not itself; both take the common options.
+void completeEngines(matchCommand &command)
+{
+    matchPlan &plan = command.plan;
+    if (command.engines[0].empty())
+        throw CLI::RequiredError("--engine1 or two networks");
+    if (command.engines[1].empty())
+        command.engines[1] = command.engines[0];
     if (plan.engines[1].directory.empty())
         plan.engines[1].directory = plan.engines[0].directory;
     for (int i = 0; i < 2; ++i)
     {
         engineSettings &engine = plan.engines[i];
-        engine.command = splitWords(plan.commands[i]);
+        engine.command = splitWords(command.engines[i]);
         engine.chess960 = plan.game.chess960;
-        engine.options.insert(engine.options.begin(), plan.commonOptions.begin(), plan.commonOptions.end());
+        engine.options.insert(engine.options.begin(), command.commonOptions.begin(), command.commonOptions.end());
     }
 }
 
-void completeRules(matchPlan &plan)
+void completeRules(matchCommand &command)
 {
-    if (!(plan.clock[0] > 0 && plan.clock[1] >= 0 && plan.clock[0] + plan.clock[1] < longestClock))
+    matchPlan &plan = command.plan;
+    if (command.clock.empty())
+        command.clock = {1, 0.01};
+    const double base = command.clock[0];
+    const double increment = command.clock[1];
+    if (!(base > 0 && increment >= 0 && base + increment < longestClock))
         throw CLI::ValidationError("--tc", "needs a time above 0 and an increment");
-    plan.game.limits.clock = std::lround(plan.clock[0] * 1000);
-    plan.game.limits.increment = std::lround(plan.clock[1] * 1000);
+    plan.game.limits.clock = std::lround(base * 1000);
+    plan.game.limits.increment = std::lround(increment * 1000);
     if (!plan.sprt.empty() && !(plan.sprt[0] < plan.sprt[1]))
         throw CLI::ValidationError("--sprt", "needs ELO0 below ELO1");
     adjudicationRules &rules = plan.game.rules;
-    if (!plan.resignRule.empty())
+    if (!command.resignRule.empty())
     {
-        rules.resignScore = plan.resignRule[0];
-        rules.resignMoves = plan.resignRule[1];
+        rules.resignScore = command.resignRule[0];
+        rules.resignMoves = command.resignRule[1];
     }
-    if (!plan.drawRule.empty())
+    if (!command.drawRule.empty())
     {
-        rules.drawPly = plan.drawRule[0];
-        rules.drawScore = plan.drawRule[1];
-        rules.drawMoves = plan.drawRule[2];
+        rules.drawPly = command.drawRule[0];
+        rules.drawScore = command.drawRule[1];
+        rules.drawMoves = command.drawRule[2];
     }
+    plan.games = command.games.value_or(plan.games);
+    plan.concurrency = command.concurrency.value_or(plan.concurrency);
 }
 
-void readOpenings(matchPlan &plan)
+/// Balanced openings of the second engine's making.
+std::vector<std::string> makeOpenings(const matchPlan &plan)
 {
-    if (plan.openingsFile.empty())
-    {
-        plan.openings.emplace_back(startPositionFen);
-        return;
-    }
-    openingBook book = readOpeningBook(plan.openingsFile);
+    const auto count = static_cast<std::size_t>((plan.games + 1) / 2);
+    matchEngine engine;
+    engine.settings = &plan.engines[1];
+    startEngine(engine);
+    std::vector<std::string> openings = askForLines(engine, "genfens " + std::to_string(count) + " seed 1 book NONE",
+                                                    openingPrefix, count, openingPatience);
+    stopEngine(engine);
+    return openings;
+}
+
+std::vector<std::string> readOpenings(const std::string &file)
+{
+    openingBook book = readOpeningBook(file);
     if (book.refusedLines > 0)
-        std::fprintf(stderr, "%s: %zu lines hold no position to play from\n", plan.openingsFile.c_str(),
-                     book.refusedLines);
+        std::cerr << file << ": " << book.refusedLines << " lines hold no position to play from\n";
     if (book.fens.empty())
-        throw CLI::ValidationError("--openings", "no openings in " + plan.openingsFile);
-    plan.openings = std::move(book.fens);
-    if (plan.shuffleSeed)
-    {
-        std::mt19937_64 random(*plan.shuffleSeed);
-        std::shuffle(plan.openings.begin(), plan.openings.end(), random);
-    }
+        throw CLI::ValidationError("--openings", "no openings in " + file);
+    return std::move(book.fens);
 }
 
-// --- reporting ---
-
-std::string resultText(const finishedGame &game)
+void completeOpenings(matchCommand &command)
 {
-    static const char *const texts[] = {"0-1", "1/2-1/2", "1-0"};
-    return game.whitePoints ? texts[*game.whitePoints] : "*";
-}
-
-std::string tallyText(const matchState &state)
-{
-    const matchTally &tally = state.tally;
-    const eloEstimate estimate = estimateElo(tally);
-    char text[200];
-    std::snprintf(text, sizeof text, "%s - %s: +%lld =%lld -%lld  %.1f%%  Elo %+.1f +/- %.1f",
-                  state.plan.engines[0].name.c_str(), state.plan.engines[1].name.c_str(),
-                  static_cast<long long>(tally.wins), static_cast<long long>(tally.draws),
-                  static_cast<long long>(tally.losses), estimate.score * 100, estimate.elo, estimate.margin);
-    std::string line = text;
-    if (!state.plan.sprt.empty())
-    {
-        std::snprintf(text, sizeof text, "  LLR %.2f (%.2f, %.2f) [%g, %g]",
-                      logLikelihoodRatio(tally, state.plan.sprt[0], state.plan.sprt[1]),
-                      lowerBound(sprtError, sprtError), upperBound(sprtError, sprtError), state.plan.sprt[0],
-                      state.plan.sprt[1]);
-        line += text;
-    }
-    return line + (state.faults > 0 ? "  faults " + std::to_string(state.faults) : "");
-}
-
-std::string todayText()
-{
-    const std::time_t now = std::time(nullptr);
-    std::tm parts{};
-    localtime_r(&now, &parts);
-    char text[32];
-    std::strftime(text, sizeof text, "%Y.%m.%d", &parts);
-    return text;
-}
-
-std::string gameText(const matchPlan &plan, const finishedGame &game, std::int64_t number, int whiteIndex)
-{
-    pgnGame text;
-    text.tags = {{"Event", "match"},
-                 {"Site", "?"},
-                 {"Date", todayText()},
-                 {"Round", std::to_string(number + 1)},
-                 {"White", plan.engines[whiteIndex].name},
-                 {"Black", plan.engines[1 - whiteIndex].name},
-                 {"Result", resultText(game)},
-                 {"SetUp", "1"},
-                 {"FEN", plan.openings[static_cast<std::size_t>(number / 2) % plan.openings.size()]}};
-    if (plan.game.chess960)
-        text.tags.emplace_back("Variant", "Chess960");
-    text.tags.emplace_back("Termination", game.reason);
-    text.result = resultText(game);
-    text.moves = game.moves;
-    text.firstMoveNumber = game.firstMoveNumber;
-    text.blackBegins = game.blackBegins;
-    return pgnText(text);
-}
-
-std::string faultHead(const finishedGame &game, std::int64_t number)
-{
-    return "game " + std::to_string(number + 1) + ": " + game.reason + "\n" + game.positionLine + "\n";
-}
-
-/// With the end of the engine's conversation.
-std::string faultText(const finishedGame &game, std::int64_t number)
-{
-    std::string text = faultHead(game, number);
-    for (const std::string &line : game.lastLines)
-        text += "    " + line + "\n";
-    return text + "\n";
-}
-
-void appendText(const std::string &file, const std::string &text)
-{
-    if (!file.empty() && !(std::ofstream(file, std::ios::app) << text << std::flush))
-        std::fprintf(stderr, "cannot write %s\n", file.c_str());
-}
-
-// --- playing ---
-
-void noteGame(matchState &state, const finishedGame &game, std::int64_t number, int whiteIndex)
-{
-    const matchPlan &plan = state.plan;
-    const std::lock_guard guard(state.lock);
-    ++state.finished;
-    appendText(plan.pgnFile, gameText(plan, game, number, whiteIndex));
-    if (game.fault != gameFault::none)
-    {
-        ++state.faults;
-        appendText(plan.faultFile, faultText(game, number));
-        std::printf("FAULT in %s", faultHead(game, number).c_str());
-    }
-    if (!game.whitePoints)
-    {
-        std::printf("game %lld not played: %s\n", static_cast<long long>(number) + 1, game.reason.c_str());
-        return;
-    }
-    const int points = whiteIndex == 0 ? *game.whitePoints : 2 - *game.whitePoints;
-    countGame(state.tally, points);
-    const auto other = state.openPairs.find(number / 2);
-    if (other == state.openPairs.end())
-    {
-        state.openPairs[number / 2] = points;
-    }
+    std::vector<std::string> &openings = command.plan.openings;
+    if (!command.openingsFile.empty())
+        openings = readOpenings(command.openingsFile);
+    else if (!command.networks.empty())
+        openings = makeOpenings(command.plan);
     else
+        openings = {startPositionFen};
+    if (command.shuffleSeed)
     {
-        countPair(state.tally, points + other->second);
-        state.openPairs.erase(other);
+        std::mt19937_64 random(*command.shuffleSeed);
+        std::ranges::shuffle(openings, random);
     }
-    if (!plan.quiet)
-    {
-        std::printf("game %lld: %s, %s (%zu plies)\n", static_cast<long long>(number) + 1, resultText(game).c_str(),
-                    game.reason.c_str(), game.moves.size());
-    }
-    if (!plan.quiet || state.finished % 20 == 0)
-        std::printf("%s\n", tallyText(state).c_str());
-    std::fflush(stdout);
-    const double ratio = !plan.sprt.empty() ? logLikelihoodRatio(state.tally, plan.sprt[0], plan.sprt[1]) : 0;
-    state.over |=
-        !plan.sprt.empty() && (ratio <= lowerBound(sprtError, sprtError) || ratio >= upperBound(sprtError, sprtError));
 }
 
-/// The number of the next game to play, or -1.
-std::int64_t takeGame(matchState &state)
+int runMatch(matchCommand &command)
 {
-    const std::lock_guard guard(state.lock);
-    return interrupted || state.over || state.failed || state.nextGame >= state.plan.games ? -1 : state.nextGame++;
-}
-
-bool startEngines(matchState &state, matchEngine (&engines)[2])
-{
-    for (int i = 0; i < 2; ++i)
-    {
-        engines[i].settings = &state.plan.engines[i];
-        const std::string error = engines[i].process.processId < 0 ? startEngine(engines[i]) : "";
-        if (!error.empty())
-        {
-            const std::lock_guard guard(state.lock);
-            std::fprintf(stderr, "%s\n", error.c_str());
-            state.failed = true;
-            return false;
-        }
-    }
-    return true;
-}
-
-/// One thread of the match, with a pair of engines of its own.
-void playGames(matchState &state)
-{
-    matchEngine engines[2];
-    for (std::int64_t number = takeGame(state); number >= 0 && startEngines(state, engines); number = takeGame(state))
-    {
-        gamePlan plan = state.plan.game;
-        plan.openingFen = state.plan.openings[static_cast<std::size_t>(number / 2) % state.plan.openings.size()];
-        const int whiteIndex = static_cast<int>(number % 2);
-        noteGame(state, playGame(engines[whiteIndex], engines[1 - whiteIndex], plan), number, whiteIndex);
-    }
-    stopEngine(engines[0]);
-    stopEngine(engines[1]);
-}
-
-int runMatch(matchPlan &plan)
-{
-    engineOptions.chess960 = plan.game.chess960;
-    completeEngines(plan);
-    completeRules(plan);
-    readOpenings(plan);
+    engineOptions.chess960 = command.plan.game.chess960;
+    completeNetworks(command);
+    completeEngines(command);
+    completeRules(command);
+    completeOpenings(command);
     watchForInterrupts();
-    matchState state{plan, {}};
-    std::vector<std::thread> threads;
-    for (int i = 0; i < plan.concurrency; ++i)
-        threads.emplace_back(playGames, std::ref(state));
-    for (std::thread &thread : threads)
-        thread.join();
-    std::printf("%s\n", tallyText(state).c_str());
-    return state.failed ? 1 : state.faults > 0 ? 3 : 0;
+    return playMatch(command.plan, std::cout).faults > 0 ? 3 : 0;
 }
 
 } // namespace
@@ -389,8 +277,8 @@ int runMatch(matchPlan &plan)
 
 int main(int argc, char **argv)
 {
-    tarvonel::matchPlan plan;
+    tarvonel::matchCommand command;
     return tarvonel::programMain(
-        argc, argv, "Plays two engines against each other. Exit code 3 tells of faults.",
-        [&](CLI::App &app) { tarvonel::declareOptions(app, plan); }, [&] { return tarvonel::runMatch(plan); });
+        argc, argv, "Plays two engines or networks against each other. Exit status 3 means faults.",
+        [&](CLI::App &app) { tarvonel::declareOptions(app, command); }, [&] { return tarvonel::runMatch(command); });
 }

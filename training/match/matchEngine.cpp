@@ -1,5 +1,8 @@
 #include "match/matchEngine.h"
 
+#include <algorithm>
+#include <stdexcept>
+
 #include "platform/clock.h"
 #include "platform/parseNumber.h"
 #include "search/score.h"
@@ -15,6 +18,9 @@ constexpr std::int64_t startPatience = 30000; ///< to load a network and clear a
 constexpr std::int64_t stopPatience = 5000;   ///< from "stop" to "bestmove"
 constexpr int endGrace = 2000;
 constexpr std::size_t keptLines = 20;
+constexpr std::int64_t mostMateMoves = 10000;
+constexpr std::int64_t highestDepth = 10000;
+static_assert(2 * mostMateMoves < scoreMate);
 
 void keepLine(matchEngine &engine, const std::string &line)
 {
@@ -23,13 +29,13 @@ void keepLine(matchEngine &engine, const std::string &line)
         engine.lastLines.pop_front();
 }
 
-bool tell(matchEngine &engine, const std::string &line)
+bool send(matchEngine &engine, const std::string &line)
 {
     keepLine(engine, "> " + line);
     return sendLine(engine.process, line);
 }
 
-lineResult hear(matchEngine &engine, std::string &line, std::int64_t deadline)
+lineResult receive(matchEngine &engine, std::string &line, std::int64_t deadline)
 {
     const lineResult result = receiveLine(engine.process, line, deadline);
     if (result == lineResult::read)
@@ -40,10 +46,10 @@ lineResult hear(matchEngine &engine, std::string &line, std::int64_t deadline)
 /// Sends a line and waits for the one that answers it.
 bool exchange(matchEngine &engine, const std::string &question, const std::string &reply)
 {
-    if (!tell(engine, question))
+    if (!send(engine, question))
         return false;
     const std::int64_t deadline = millisecondsNow() + startPatience;
-    for (std::string line; hear(engine, line, deadline) == lineResult::read;)
+    for (std::string line; receive(engine, line, deadline) == lineResult::read;)
         if (line == reply)
             return true;
     return false;
@@ -51,35 +57,34 @@ bool exchange(matchEngine &engine, const std::string &question, const std::strin
 
 int mateScore(std::int64_t moves)
 {
-    return static_cast<int>(moves > 0 ? scoreMate - (2 * moves - 1) : -scoreMate - 2 * moves);
+    const int bounded = static_cast<int>(std::clamp(moves, -mostMateMoves, mostMateMoves));
+    return bounded > 0 ? scoreMate - (2 * bounded - 1) : -scoreMate - 2 * bounded;
 }
 
 } // namespace
 
-std::string startEngine(matchEngine &engine)
+void startEngine(matchEngine &engine)
 {
     const engineSettings &settings = *engine.settings;
     engine.lastLines.clear();
-    std::string error = startProcess(engine.process, settings.command, settings.directory);
-    if (!error.empty())
-        return error;
+    startProcess(engine.process, settings.command, settings.directory);
     bool alive = exchange(engine, "uci", "uciok");
     if (settings.chess960)
-        alive = alive && tell(engine, "setoption name UCI_Chess960 value true");
+        alive = alive && send(engine, "setoption name UCI_Chess960 value true");
     for (const std::string &option : settings.options)
     {
         const std::size_t sign = option.find('=');
-        alive = alive && tell(engine, "setoption name " + option.substr(0, sign) + " value " + option.substr(sign + 1));
+        alive = alive && send(engine, "setoption name " + option.substr(0, sign) + " value " + option.substr(sign + 1));
     }
-    if (alive && exchange(engine, "isready", "readyok"))
-        return {};
-    return settings.name + " does not answer \"uci\" and \"isready\"; it ended with " + stopEngine(engine);
+    if (!alive || !exchange(engine, "isready", "readyok"))
+        throw std::runtime_error(settings.name + " does not answer \"uci\" and \"isready\"; it ended with " +
+                                 stopEngine(engine));
 }
 
 bool prepareGame(matchEngine &engine)
 {
     engine.lastLines.clear();
-    return tell(engine, "ucinewgame") && exchange(engine, "isready", "readyok");
+    return send(engine, "ucinewgame") && exchange(engine, "isready", "readyok");
 }
 
 void readReport(const std::string &line, engineAnswer &answer)
@@ -88,15 +93,17 @@ void readReport(const std::string &line, engineAnswer &answer)
     for (std::size_t i = 1; i + 1 < words.size() && words[i] != "pv" && words[i] != "string"; ++i)
     {
         const bool isScore = words[i] == "score" && i + 2 < words.size();
-        const std::optional<std::int64_t> value = wholeNumber<std::int64_t>(words[isScore ? i + 2 : i + 1]);
+        const std::optional<std::int64_t> value = leadingNumber<std::int64_t>(words[isScore ? i + 2 : i + 1]);
         if (!value)
             continue;
         if (isScore)
-            answer.score = words[i + 1] == "mate" ? mateScore(*value) : static_cast<int>(*value);
+            answer.score = words[i + 1] == "mate"
+                               ? mateScore(*value)
+                               : static_cast<int>(std::clamp<std::int64_t>(*value, -scoreMate, scoreMate));
         else if (words[i] == "depth")
-            answer.depth = static_cast<int>(*value);
+            answer.depth = static_cast<int>(std::clamp<std::int64_t>(*value, 0, highestDepth));
         else if (words[i] == "nodes")
-            answer.nodes = static_cast<std::uint64_t>(*value);
+            answer.nodes = static_cast<std::uint64_t>(std::max<std::int64_t>(*value, 0));
     }
 }
 
@@ -104,17 +111,17 @@ engineAnswer askForMove(matchEngine &engine, const std::string &positionLine, co
                         std::uint64_t nodeLimit, std::int64_t patience)
 {
     engineAnswer answer;
-    if (!tell(engine, positionLine))
+    if (!send(engine, positionLine))
     {
         answer.kind = answerKind::ended;
         return answer;
     }
     const std::int64_t start = millisecondsNow();
     std::int64_t deadline = start + patience;
-    bool stopped = !tell(engine, goLine);
+    bool stopped = !send(engine, goLine);
     for (std::string line;;)
     {
-        const lineResult result = hear(engine, line, deadline);
+        const lineResult result = receive(engine, line, deadline);
         answer.milliseconds = millisecondsNow() - start;
         if (result != lineResult::read)
         {
@@ -127,7 +134,7 @@ engineAnswer askForMove(matchEngine &engine, const std::string &positionLine, co
             if (nodeLimit > 0 && answer.nodes >= nodeLimit && !stopped)
             {
                 stopped = true;
-                tell(engine, "stop");
+                send(engine, "stop");
                 deadline = millisecondsNow() + stopPatience;
             }
         }
@@ -139,6 +146,21 @@ engineAnswer askForMove(matchEngine &engine, const std::string &positionLine, co
             return answer;
         }
     }
+}
+
+std::vector<std::string> askForLines(matchEngine &engine, const std::string &question, const std::string &prefix,
+                                     std::size_t count, std::int64_t patience)
+{
+    std::vector<std::string> found;
+    send(engine, question);
+    for (std::string line; found.size() < count;)
+    {
+        if (receive(engine, line, millisecondsNow() + patience) != lineResult::read)
+            throw std::runtime_error(engine.settings->name + " does not answer \"" + question + "\"");
+        if (line.starts_with(prefix))
+            found.push_back(line.substr(prefix.size()));
+    }
+    return found;
 }
 
 std::string stopEngine(matchEngine &engine)

@@ -18,7 +18,7 @@ namespace tarvonel
 namespace
 {
 
-constexpr std::int64_t clockGrace = 5000; ///< how long a late answer is still awaited, to tell late from hung
+constexpr std::int64_t clockGrace = 5000; ///< how long to wait for a late answer, which is not a hang
 
 struct runningGame
 {
@@ -49,7 +49,7 @@ bool isClockGame(const thinkingLimits &limits)
     return limits.nodes == 0 && limits.depth == 0 && limits.moveTime == 0;
 }
 
-/// How long to wait for an answer, and how long it may take: 0 for as long as it likes.
+/// How long an answer may take; 0 without a time limit.
 std::int64_t timeAllowed(const runningGame &game, colour side)
 {
     const thinkingLimits &limits = game.plan.limits;
@@ -66,13 +66,13 @@ void endByFault(runningGame &game, colour side, gameFault fault, const std::stri
     game.record.lastLines = {game.engines[side]->lastLines.begin(), game.engines[side]->lastLines.end()};
 }
 
-/// Whether the answer is one to play on with; notes the fault otherwise.
+/// Whether the answer is a move in time; records the fault otherwise.
 bool acceptAnswer(runningGame &game, colour side, const engineAnswer &answer, std::int64_t allowed)
 {
     matchEngine &engine = *game.engines[side];
     if (answer.kind == answerKind::ended)
     {
-        endByFault(game, side, gameFault::crash, "went away");
+        endByFault(game, side, gameFault::crash, "disconnects");
         game.record.reason += ": " + stopEngine(engine);
         return false;
     }
@@ -158,13 +158,13 @@ std::optional<int> adjudicate(adjudicator &judge, colour mover, std::optional<in
     {
         if (rules.resignMoves > 0 && judge.winningStreak[side] >= 2 * rules.resignMoves)
         {
-            reason = "adjudication: both engines see the game decided";
+            reason = "adjudication: both engines report a decided game";
             return side == white ? 2 : 0;
         }
     }
     if (rules.drawMoves > 0 && judge.plies >= rules.drawPly && judge.drawStreak >= 2 * rules.drawMoves)
     {
-        reason = "adjudication: both engines see a draw";
+        reason = "adjudication: both engines report a draw";
         return 1;
     }
     if (rules.maxPlies > 0 && judge.plies >= rules.maxPlies)

@@ -1,19 +1,19 @@
-// An engine that obeys "go nodes N" to within some hundred nodes, for matches in which neither clock
-// nor machine matters. It knows as much of the protocol as `match` speaks.
+// The engine with `go nodes N` as a limit, for matches that depend on neither clock nor machine.
+//
+// It exceeds the limit by at most some hundred nodes. Instead of iterations it reports the last
+// score before each answer.
 #include <iostream>
-#include <sstream>
-#include <string>
+#include <span>
+#include <string_view>
 
+#include "board/engineOptions.h"
 #include "board/moveText.h"
-#include "board/setup.h"
 #include "eval/evaluate.h"
-#include "games/selfSearch.h"
 #include "platform/output.h"
-#include "programMain.h"
+#include "search/searchReporter.h"
 #include "search/worker.h"
-#include "uci/netFile.h"
-#include "uci/options.h"
-#include "uci/positionCommand.h"
+#include "uci/console.h"
+#include "uci/searchReports.h"
 
 namespace tarvonel
 {
@@ -21,77 +21,25 @@ namespace tarvonel
 namespace
 {
 
-constexpr int hashMegabytes = 16;
-constexpr std::uint64_t defaultNodes = 10000;
+constexpr int hashMegabytes = 2; ///< holds some 130 000 nodes
+constexpr std::string_view handSetWord = "--hand-set";
 
-/// The number behind "nodes"; whatever else a `go` asks for is not known here.
-std::uint64_t nodesAsked(std::istream &words)
+void answer(moveCode best, moveCode ponder, colour side, const pos &rooks)
 {
-    std::uint64_t nodes = 0;
-    for (std::string word; words >> word;)
-    {
-        if (word == "nodes" && !(words >> nodes))
-        {
-            break;
-        }
-    }
-    return nodes > 0 ? nodes : defaultNodes;
+    const searchResult &found = theBoss().result;
+    printText("info score cp " + std::to_string(found.score) + " depth " + std::to_string(found.depth) + " nodes " +
+              std::to_string(found.nodes) + '\n' + answerText(best, ponder, side, rooks) + '\n');
 }
 
-void answerGo(std::istream &words)
+int runEngine(std::span<char *> words)
 {
-    const std::uint64_t nodes = nodesAsked(words);
-    const searchResult found = runSearch(mainPos, {.softNodes = nodes, .hardNodes = nodes});
-    printLine("info score cp " + std::to_string(found.score) + " depth " + std::to_string(found.depth) + " nodes " +
-              std::to_string(found.nodes));
-    printLine("bestmove " + moveText(found.best, mainPos.sideToMove, mainPos));
-}
-
-/// False once the line was "quit".
-bool answerLine(const std::string &line)
-{
-    std::istringstream words(line);
-    std::string command;
-    words >> command;
-    if (command == "uci")
+    if (!words.empty() && words.front() == handSetWord)
     {
-        printText("id name nodeEngine\n" + optionAnnouncements() + "uciok\n");
-    }
-    else if (command == "isready")
-    {
-        printLine("readyok");
-    }
-    else if (command == "ucinewgame")
-    {
-        forgetSearches();
-    }
-    else if (command == "setoption")
-    {
-        setOptionCommand(words);
-    }
-    else if (command == "position")
-    {
-        positionCommand(words);
-    }
-    else if (command == "go")
-    {
-        answerGo(words);
-    }
-    return command != "quit";
-}
-
-int runEngine(bool handSet)
-{
-    if (handSet)
         networkLimit = 0;
-    setupPosition(startPositionFen, mainPos);
-    startSelfSearch(hashMegabytes);
-    useNetFile();
-    for (std::string line; std::getline(std::cin, line) && answerLine(line);)
-    {
+        words = words.subspan(1);
     }
-    endSelfSearch();
-    return 0;
+    engineOptions.hashMegabytes = hashMegabytes;
+    return runConsole(std::cin, words, {.reports = {.answer = answer}, .obeysNodes = true});
 }
 
 } // namespace
@@ -100,9 +48,6 @@ int runEngine(bool handSet)
 
 int main(int argc, char **argv)
 {
-    bool handSet = false;
-    return tarvonel::programMain(
-        argc, argv, "A UCI engine that plays by numbers of nodes.",
-        [&](CLI::App &app) { app.add_flag("--hand-set", handSet, "the hand-set evaluation everywhere"); },
-        [&] { return tarvonel::runEngine(handSet); });
+    const std::span<char *> all(argv, static_cast<std::size_t>(argc));
+    return tarvonel::runEngine(all.subspan(all.empty() ? 0 : 1));
 }
