@@ -1,0 +1,80 @@
+#!/usr/bin/env bash
+# A short night of `learn`: killed before, during and after each program that it runs, and gone on
+# with; the promotion of a network, twice; a second `learn` on one folder; a full disk.
+#
+#   learn.sh FOLDER_OF_THE_PROGRAMS NETWORK
+set -euo pipefail
+programs=$1 network=$2
+folder=$(mktemp -d)
+trap 'rm -rf "$folder"' EXIT
+cd "$folder"
+mkdir bin kills
+
+fail() { echo "learn.sh: $1" >&2; cat log >&2; tail -n 5 night/loops/*/*.log >&2 || true; exit 1; }
+expect() { grep -q "$1" log || fail "no '$1'"; }
+
+ln -s "$programs/learn" bin
+for program in selfplay train averageNetworks match; do
+    cat >bin/$program <<END
+#!/usr/bin/env bash
+mkdir "$folder/kills/$program.before" 2>/dev/null && { kill -KILL \$PPID; exec sleep 60; }
+if mkdir "$folder/kills/$program.during" 2>/dev/null; then
+    "$programs/$program" "\$@" &
+    sleep 0.1
+    kill -KILL \$PPID
+    exec sleep 60
+fi
+"$programs/$program" "\$@" || exit
+mkdir "$folder/kills/$program.after" 2>/dev/null && { kill -KILL \$PPID; exec sleep 60; }
+exit 0
+END
+    chmod +x bin/$program
+done
+
+learn=(bin/learn --folder night --net "$network" --games 6 --cores 2 --play "--quick --longest 100"
+       --train "--levels base --epochs 1 --batch 64" --match "--nodes 50 --maxplies 40" --positions)
+
+(trap '' XFSZ; ulimit -f 1000; exec "${learn[@]}" 3000) >log 2>&1 && fail "begins on a full disk"
+expect "cannot write .*best.nnue"
+[[ ! -e night/best.nnue ]] || fail "half a network"
+
+for ((starts = 0; starts < 20; ++starts)); do
+    "${learn[@]}" 3000 --loops 1 >log 2>&1 && break
+done 2>/dev/null
+expect "end: all loops are done"
+(($(ls kills | wc -l) >= 11)) || fail "not killed in every stage"
+[[ $(cut -d' ' -f1 night/loops/1/tally | tail -n +2 | sort -n | tr '\n' ' ') == "0 1 2 3 4 5 " ]] || fail "tally"
+[[ $(cut -f1 night/loops.tsv | tr '\n' ' ') == "loop 1 " ]] || fail "table"
+grep -q "passed over" night/loops/1/*.log && fail "games were damaged"
+[[ $(find night -name '*.part' -o -name '*.checkpoint') == "" ]] || fail "drafts remain"
+
+# A network that won all games, and a kill in the midst of its promotion.
+sed -i '1!s/[012]$/2/' night/loops/1/tally
+for rows in 1 2; do
+    sed -i "s/^loop .*/loop 1/; s/^stage .*/stage promote/; s/^nightOver .*/nightOver 0/; /^gain/d" night/state
+    sed -i "$rows,\$d" night/loops.tsv
+    cp "$network" night/best.nnue
+    ((rows == 1)) || cp table night/loops.tsv
+    "${learn[@]}" 3000 --loops 1 >log 2>&1 || fail "promotion"
+    cmp -s night/best.nnue night/loops/1/candidate.nnue || fail "not promoted"
+    [[ $(cut -f9,11,12 night/loops.tsv | tail -n +2) == $'800\t1\t800' ]] || fail "table of the promoted"
+    cp night/loops.tsv table
+    grep -q '<circle' night/progress.svg || fail "chart"
+done
+
+# The disk is full in the second loop.
+mkdir -p kills/selfplay.after
+(trap '' XFSZ; ulimit -f 1000; exec "${learn[@]}" 3000 --loops 1) >log 2>&1 && fail "trains on a full disk"
+expect "train failed (exit code 1): .*; all it said is in .*Nothing is lost"
+"${learn[@]}" 3000 --loops 1 --hours 0.1 >log 2>&1 || fail "does not go on after a full disk"
+[[ $(cut -f1 night/loops.tsv | tr '\n' ' ') == "loop 1 2 " ]] || fail "table after a full disk"
+
+# A second learn, and an interrupt.
+"${learn[@]}" 1000000000 >log 2>&1 &
+first=$!
+for ((i = 0; i < 200; ++i)); do [[ -s night/games/loop3.0 ]] && break; sleep 0.05; done
+"${learn[@]}" 3000 >log2 2>&1 && fail "two at a time"
+grep -q "another learn works in" log2 || fail "no word of the other"
+kill -TERM $first
+wait $first || fail "an interrupt is no failure"
+expect "interrupted; the same command goes on"
