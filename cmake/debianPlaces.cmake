@@ -17,15 +17,17 @@ string(TIMESTAMP date "%a, %d %b %Y %H:%M:%S +0000" UTC)
 file(WRITE ${usr}/share/doc/tarvonel/changelog
 "tarvonel (${CPACK_PACKAGE_VERSION}) unstable; urgency=medium
 
-  * CHANGELOG.md tells what has changed.
+  * See CHANGELOG.md.
 
  -- ${CPACK_PACKAGE_CONTACT}  ${date}
 ")
 file(WRITE ${usr}/share/doc/tarvonel/copyright
-"Tarvonel and its network, by ${CPACK_PACKAGE_VENDOR}: the names of their files and
-what they hold are told in README.md and networks/README.md.
+"Tarvonel and its network, by ${CPACK_PACKAGE_VENDOR}.
 
 Copyright: 2026 ${CPACK_PACKAGE_VENDOR}
+
+License: none has been chosen yet. Until the owner chooses one, ask before you
+redistribute the program, its source or its network.
 ")
 execute_process(COMMAND gzip -9n ${usr}/share/doc/tarvonel/changelog ${usr}/share/man/man6/tarvonel.6
     COMMAND_ERROR_IS_FATAL ANY)

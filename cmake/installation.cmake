@@ -21,6 +21,6 @@ endif()
 install(PROGRAMS ${shippedProgram} DESTINATION ${engineFolder})
 install(FILES ${networkFile} DESTINATION ${engineFolder})
 # In the folders that their links name.
-install(FILES README.md CHANGELOG.md DESTINATION ${documentFolder})
+install(FILES README.md CHANGELOG.md CONTRIBUTING.md DESTINATION ${documentFolder})
 install(DIRECTORY docs DESTINATION ${documentFolder} FILES_MATCHING PATTERN *.md)
 install(FILES networks/README.md DESTINATION ${documentFolder}/networks)
