@@ -17,6 +17,7 @@ ln -s "$programs/learn" bin
 for program in selfplay train averageNetworks match; do
     cat >bin/$program <<END
 #!/usr/bin/env bash
+[[ -d "$folder/kills/$program.after" ]] && exec "$programs/$program" "\$@"
 mkdir "$folder/kills/$program.before" 2>/dev/null && { kill -KILL \$PPID; exec sleep 60; }
 if mkdir "$folder/kills/$program.during" 2>/dev/null; then
     "$programs/$program" "\$@" &
