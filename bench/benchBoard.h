@@ -8,7 +8,7 @@
 
 #include "board/engineOptions.h"
 #include "board/setup.h"
-#include "movegen/moveChecks.h"
+#include "movegen/legality.h"
 #include "search/searchBoard.h"
 #include "uci/benchPositions.h"
 

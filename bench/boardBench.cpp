@@ -3,7 +3,7 @@
 
 #include "benchBoard.h"
 #include "board/makeMove.h"
-#include "movegen/perft.h"
+#include "movegen/legality.h"
 
 namespace tarvonel
 {

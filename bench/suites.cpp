@@ -15,7 +15,7 @@
 #include <string>
 
 #include "board/attackTables.h"
-#include "board/moveText.h"
+#include "board/moveCode.h"
 #include "board/setup.h"
 #include "eval/networkFile.h"
 #include "platform/parseNumber.h"

@@ -28,7 +28,7 @@ std::int8_t reductionTable[reductionDepths][reductionMoves];
 namespace
 {
 
-constexpr int rookAttackCount = 102400; // sum over all squares of 2 to the number of mask bits
+constexpr int rookAttackCount = 102400; // sum over all squares of 2^(bits in the mask)
 constexpr int bishopAttackCount = 5248;
 
 bitboard rookAttackArray[rookAttackCount];
@@ -44,7 +44,7 @@ int squareDistance(int a, int b) { return std::max(std::abs(fileOf(a) - fileOf(b
 
 bool isOnBoard(int square) { return square >= 0 && square < squareCount; }
 
-/// Targets of a leaper: steps that stay on the board and do not wrap around its edge.
+/// Targets of a leaper; the distance excludes steps that wrap around the edge.
 bitboard leaperAttacks(int square, const std::array<int, 8> &steps, int reach)
 {
     bitboard targets = 0;
@@ -57,7 +57,7 @@ bitboard leaperAttacks(int square, const std::array<int, 8> &steps, int reach)
     return targets;
 }
 
-/// Attacks of a slider by walking its four rays up to and including the first occupied square.
+/// Slider attacks by walking each ray up to and including the first occupied square.
 bitboard walkRays(int square, const directionSet &directions, bitboard occupied)
 {
     bitboard attacks = 0;
@@ -77,7 +77,7 @@ bitboard walkRays(int square, const directionSet &directions, bitboard occupied)
     return attacks;
 }
 
-/// The rays without the last square of each, where a blocker changes nothing.
+/// The rays without their edge squares, where a blocker changes nothing.
 bitboard relevantOccupancy(int square, const directionSet &directions)
 {
     const bitboard edges =
@@ -85,8 +85,7 @@ bitboard relevantOccupancy(int square, const directionSet &directions)
     return walkRays(square, directions, 0) & ~edges;
 }
 
-// Sparse multipliers, found by trial: under each no two occupancies with different attacks meet in
-// one slot. Any others of which that is true would do.
+// Magic multipliers, found by random search: no two occupancies with different attacks share a slot.
 // clang-format off
 constexpr std::uint64_t rookMultipliers[squareCount] = {
     0x808010E080014000, 0x014009500040A000, 0x2880200008500082, 0x8200104008620004,
@@ -126,7 +125,7 @@ constexpr std::uint64_t bishopMultipliers[squareCount] = {
 };
 // clang-format on
 
-/// The slices of all squares back to back, each filled for all occupancies of its mask.
+/// Lays the slices of all squares back to back and fills each for all occupancies of its mask.
 void fillMagics(magicEntry (&entries)[squareCount], bitboard *attackArray, const directionSet &directions,
                 const std::uint64_t (&multipliers)[squareCount])
 {
@@ -140,7 +139,7 @@ void fillMagics(magicEntry (&entries)[squareCount], bitboard *attackArray, const
         do
         {
             slice[sliceIndex(entry, subset)] = walkRays(square, directions, subset);
-            subset = (subset - mask) & mask; // the next one, by carries through the gaps of the mask
+            subset = (subset - mask) & mask; // Carry-Rippler: the next subset of the mask
         } while (subset != 0);
         slice += bitboard{1} << popCount(mask);
     }
@@ -213,7 +212,7 @@ void fillLines()
         }
 }
 
-/// Three files wide and four ranks high, around the king and one rank more ahead of it.
+/// Three files wide and four ranks high: around the king, with one more rank ahead of it.
 bitboard zoneAround(colour side, int square)
 {
     constexpr bitboard blockOfCorner = 0x07070707;

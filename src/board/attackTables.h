@@ -1,8 +1,9 @@
-// Attack and geometry tables, filled once by `initTables` and read-only afterwards, and the test
-// whether a square is attacked.
+// Attack and geometry tables, and the attack tests built on them.
 //
-// Sliders use magic bitboards: attacks = attackSlice[((occupancy & mask) x magic) >> shift]. Builds for
-// processors that gather bits in one instruction number the occupancies by it instead.
+// Sliders use magic bitboards: attacks = attackSlice[((occupancy & mask) x magic) >> shift]. Builds
+// for processors with BMI2 index with PEXT instead.
+//
+// Threads: `initTables` fills the tables once; afterwards they are read-only.
 #pragma once
 
 #include <cstdint>
@@ -16,7 +17,7 @@ namespace tarvonel
 struct magicEntry
 {
     bitboard *attackSlice;
-    bitboard mask; ///< squares whose occupancy matters
+    bitboard mask; ///< relevant occupancy
     std::uint64_t magic;
     std::uint64_t shift; ///< 64 minus the number of bits of `mask`
 };
@@ -28,21 +29,21 @@ extern bitboard rookRays[squareCount]; ///< attacks on an empty board
 extern bitboard bishopRays[squareCount];
 extern bitboard knightAttacks[squareCount];
 extern bitboard kingAttacks[squareCount];
-/// [c][s]: the squares from which a pawn of colour c attacks s; never the first or last rank.
+/// [c][s]: squares from which a pawn of colour c attacks s, first and last rank left out.
 extern bitboard pawnAttackers[colourCount][squareCount];
-/// For a square on the fourth or fifth rank its neighbours on the rank, else empty.
+/// The squares to the left and right of a square on the fourth or fifth rank, else empty.
 extern bitboard epNeighbours[squareCount];
-/// Squares strictly between two squares on one line, else empty.
+/// Squares strictly between two squares that share a line, else empty.
 extern bitboard between[squareCount][squareCount];
-/// The whole line through two different squares, both included, else empty.
+/// The whole line through two different squares, else empty.
 extern bitboard line[squareCount][squareCount];
 extern std::uint8_t distance[squareCount][squareCount]; ///< in king steps
-/// The rank of the square and all ranks ahead of it, for a colour.
+/// The square's rank and all ranks ahead of it.
 extern bitboard ranksAhead[colourCount][squareCount];
 extern bitboard adjacentFiles[squareCount];
-/// Squares ahead on the own and the adjacent files; empty on the first and last rank.
+/// Squares ahead on the same and adjacent files; empty on the first and last rank.
 extern bitboard passedMask[colourCount][squareCount];
-/// Block of three files and four ranks around a king, held inside the board.
+/// Three files by four ranks around a king, one extra rank ahead, shifted to stay on the board.
 extern bitboard kingZone[colourCount][squareCount];
 
 inline constexpr int reductionDepths = 128;
@@ -50,10 +51,10 @@ inline constexpr int reductionMoves = 256;
 /// Late move reduction by depth and move number, before adjustments.
 extern std::int8_t reductionTable[reductionDepths][reductionMoves];
 
-/// Fills all tables; may be run again. Before any other thread starts.
+/// Fills all tables. Call before other threads start; calling again is harmless.
 void initTables();
 
-/// Place of an occupancy in the square's slice.
+/// Index of an occupancy in the square's slice.
 inline std::uint64_t sliceIndex(const magicEntry &entry, bitboard occupied)
 {
 #ifdef __BMI2__
@@ -80,7 +81,24 @@ inline bitboard queenAttacks(int square, bitboard occupied)
     return bishopAttacks(square, occupied) | rookAttacks(square, occupied);
 }
 
-/// Sets of a colour's sliders, as most attack tests want them.
+/// Attacks of a piece other than a pawn.
+inline bitboard pieceAttacks(int type, int square, bitboard occupied)
+{
+    switch (type)
+    {
+    case knight:
+        return knightAttacks[square];
+    case bishop:
+        return bishopAttacks(square, occupied);
+    case rook:
+        return rookAttacks(square, occupied);
+    case queen:
+        return queenAttacks(square, occupied);
+    default:
+        return kingAttacks[square];
+    }
+}
+
 inline bitboard diagonalSliders(const pos &position, colour side)
 {
     return position.bitboards[whiteQueen + side] | position.bitboards[whiteBishop + side];
@@ -90,7 +108,24 @@ inline bitboard straightSliders(const pos &position, colour side)
     return position.bitboards[whiteQueen + side] | position.bitboards[whiteRook + side];
 }
 
-/// Whether `attacker` attacks the square, with sliders seen through `occupied`.
+/// The pieces of either colour that alone stop a slider of `attacker` from attacking the square. With
+/// a king there, the king's own are pinned and the attacker's can discover check.
+inline bitboard sliderBlockers(const pos &position, int square, colour attacker)
+{
+    const bitboard occupied = occupancy(position);
+    bitboard sliders = (bishopRays[square] & diagonalSliders(position, attacker)) |
+                       (rookRays[square] & straightSliders(position, attacker));
+    bitboard blockers = 0;
+    while (sliders != 0)
+    {
+        const bitboard inBetween = between[square][popLowest(sliders)] & occupied;
+        if (!moreThanOne(inBetween))
+            blockers |= inBetween;
+    }
+    return blockers;
+}
+
+/// Whether `attacker` attacks the square, given the occupancy for its sliders.
 inline bool isAttacked(const pos &position, int square, colour attacker, bitboard occupied)
 {
     return (bishopAttacks(square, occupied) & diagonalSliders(position, attacker)) != 0 ||
@@ -100,7 +135,7 @@ inline bool isAttacked(const pos &position, int square, colour attacker, bitboar
            (kingAttacks[square] & position.bitboards[whiteKing + attacker]) != 0;
 }
 
-/// Whether the king of `side` is attacked in the position as it stands.
+/// Whether the king of `side` is in check.
 inline bool isKingAttacked(const pos &position, colour side)
 {
     return isAttacked(position, kingSquare(position, side), opponent(side), occupancy(position));

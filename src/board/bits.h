@@ -20,7 +20,7 @@ constexpr bitboard bit(int square) { return bitboard{1} << square; }
 constexpr bitboard fileBits(int file) { return fileABits << file; }
 constexpr bitboard rankBits(int rank) { return rank1Bits << (8 * rank); }
 
-/// Number of set bits: the processor's instruction where the build may use it.
+/// Number of set bits; one instruction where the build target has it.
 constexpr int popCount(bitboard bits)
 {
 #if defined(__POPCNT__) || defined(__ARM_NEON)
@@ -33,8 +33,8 @@ constexpr int popCount(bitboard bits)
 #endif
 }
 
-/// The same for sets that seldom hold more than one or two: steps through them where the processor
-/// has no instruction to count with.
+/// `popCount` for sets that rarely hold more than two squares: a loop is faster there on targets
+/// without the instruction.
 constexpr int sparseCount(bitboard bits)
 {
 #if defined(__POPCNT__) || defined(__ARM_NEON)
@@ -50,11 +50,11 @@ constexpr int sparseCount(bitboard bits)
 constexpr bool moreThanOne(bitboard bits) { return (bits & (bits - 1)) != 0; }
 constexpr bool exactlyOne(bitboard bits) { return bits != 0 && !moreThanOne(bits); }
 
-/// The lowest and the highest square of a set that is not empty.
+/// The lowest and highest square of a nonempty set.
 constexpr int lowestSquare(bitboard bits) { return std::countr_zero(bits); }
 constexpr int highestSquare(bitboard bits) { return 63 - std::countl_zero(bits); }
 
-/// Takes the lowest square out of a set that is not empty and returns it.
+/// Removes the lowest square from a nonempty set and returns it.
 constexpr int popLowest(bitboard &bits)
 {
     const int square = lowestSquare(bits);
@@ -62,11 +62,11 @@ constexpr int popLowest(bitboard &bits)
     return square;
 }
 
-/// All squares one rank ahead in the direction of `Side`; what leaves the board is dropped.
+/// Shifts the set one rank forward for `Side`.
 template <colour Side> constexpr bitboard shiftForward(bitboard bits) { return Side == white ? bits << 8 : bits >> 8; }
 
-/// Squares attacked by pawns of `Side`, by 7 or by 9 alone and both together. Towards the higher
-/// square numbers white's 9 leads to the file on the right; black's 9 leads back to the left.
+/// Squares attacked by pawns of `Side`, in one diagonal direction or both. By 9 is towards the
+/// h-file for white and towards the a-file for black; by 7 is the other way.
 template <colour Side> constexpr bitboard pawnAttacksBy9(bitboard pawns)
 {
     return Side == white ? (pawns & ~fileHBits) << 9 : (pawns & ~fileABits) >> 9;
@@ -81,11 +81,11 @@ template <colour Side> constexpr bitboard pawnAttackSet(bitboard pawns)
 }
 
 #ifdef __BMI2__
-/// The bits of `mask`, close together in the low end of the result.
+/// Packs the bits of `value` selected by `mask` into the low bits of the result (PEXT).
 inline std::uint64_t gatherBits(bitboard value, bitboard mask) { return __builtin_ia32_pext_di(value, mask); }
 #endif
 
-/// Brings the cache line at `address` nearer; never faults.
+/// Prefetches the cache line at `address`; never faults.
 inline void prefetch(const void *address) { __builtin_prefetch(address); }
 
 } // namespace tarvonel

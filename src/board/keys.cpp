@@ -6,7 +6,7 @@ namespace tarvonel
 namespace
 {
 
-/// The generator known as splitmix64; here it only has to be fixed.
+/// splitmix64.
 constexpr std::uint64_t nextRandom(std::uint64_t &state)
 {
     state += 0x9E3779B97F4A7C15;
@@ -28,7 +28,7 @@ constexpr zobristKeys makeKeys()
     for (std::uint64_t &entry : made.enPassant)
         entry = nextRandom(state);
 
-    // Landmarks of the table, by which a mixed-up layout shows at once.
+    // Fixed values: a mixed-up layout fails their test.
     made.piece[0][a1] = 0xACFEAF947971818A;
     made.piece[0][b1] = 0x1E1A986BCEE58E3B;
     made.piece[0][c1] = 0xD1DD9BBC7B8C8D68;

@@ -1,4 +1,4 @@
-// Zobrist keys: `key` of a whole position, `pawnKey` of pawns and kings.
+// Zobrist hashing: `key` covers the whole position, `pawnKey` the pawns and kings.
 #pragma once
 
 #include <cstdint>
@@ -13,18 +13,16 @@ inline constexpr int castlingSets = 16;
 struct zobristKeys
 {
     std::uint64_t piece[pieceKinds][squareCount]; ///< by piece code - 2 and square
-    std::uint64_t castling[castlingSets];         ///< by the set of rights; the empty set has a key too
-    std::uint64_t enPassant[8];                   ///< by the file of a pawn that made a double step
-    std::uint64_t side;                           ///< in the key when black is to move
+    std::uint64_t castling[castlingSets];         ///< by set of rights; the empty set has a key as well
+    std::uint64_t enPassant[8];                   ///< by file of the pawn that made a double step
+    std::uint64_t side;                           ///< included when black is to move
 };
 
-/// The same values in every run.
-extern const zobristKeys keys;
+extern const zobristKeys keys; ///< the same values in every run
 
 inline std::uint64_t pieceKey(int code, int square) { return keys.piece[code - firstPieceCode][square]; }
 
-/// The full computations. Rights and en passant are those of `ply`, which is 0 but for the checks
-/// of debug builds.
+/// Full computation, with the castling rights and en passant square of `ply`.
 std::uint64_t computeKey(const pos &position, int ply = 0);
 std::uint64_t computePawnKey(const pos &position);
 

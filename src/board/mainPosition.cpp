@@ -1,4 +1,4 @@
-#include "board/posWithMoves.h"
+#include "board/pos.h"
 
 namespace tarvonel
 {

@@ -5,7 +5,6 @@
 #include <cstring>
 
 #include "board/attackTables.h"
-#include "board/consistency.h"
 #include "board/keys.h"
 #include "board/pieceValues.h"
 #include "board/setup.h"
@@ -159,7 +158,7 @@ applyMove(Update &update, const pos &position, moveCode move, int piece, int cap
         update.template take<opponent(Mover)>(captured, to);
 }
 
-/// The rights of `Side` when its castling rook on the square, if one is there, has gone.
+/// The rights left to `Side` if its castling rook leaves the square or is captured on it.
 template <colour Side> int rightsWithoutRook(const pos &position, int square, int rights)
 {
     for (const int wing : {queenSide, kingSide})
@@ -168,8 +167,7 @@ template <colour Side> int rightsWithoutRook(const pos &position, int square, in
     return rights;
 }
 
-/// The rights after the move: a king loses both of its own, a rook that leaves its square or is
-/// captured there loses its own.
+/// The rights after the move: a king's move loses both, a castling rook that moves or is captured one.
 template <colour Mover> int rightsAfter(const pos &position, moveCode move, int piece, int rights)
 {
     constexpr colour other = opponent(Mover);
@@ -234,7 +232,6 @@ template <colour Mover> void makeFor(pos &position, int ply, moveCode move)
     position.sideToMove = opponent(Mover);
 }
 
-/// `move` has been made by the side that is no longer to move.
 template <colour Mover> void undoPieceMoves(pos &position, moveCode move, int captured)
 {
     undoUpdate update{{position}};
@@ -257,10 +254,7 @@ template <colour Mover> void unmakeFor(pos &position, int ply, moveCode move)
 
 void makeAnyMove(pos &position, int ply, moveCode move)
 {
-    if (position.sideToMove == white)
-        makeFor<white>(position, ply, move);
-    else
-        makeFor<black>(position, ply, move);
+    withColour(position.sideToMove, [&]<colour Mover>() { makeFor<Mover>(position, ply, move); });
 }
 
 } // namespace
@@ -273,10 +267,7 @@ void makeMove(pos &position, int ply, moveCode move)
 
 void unmakeMove(pos &position, int ply, moveCode move)
 {
-    if (position.sideToMove == black)
-        unmakeFor<white>(position, ply, move);
-    else
-        unmakeFor<black>(position, ply, move);
+    withColour(opponent(position.sideToMove), [&]<colour Mover>() { unmakeFor<Mover>(position, ply, move); });
     assert(isConsistent(position, ply));
 }
 
@@ -315,18 +306,13 @@ void makeBoardOnly(pos &position, int ply, moveCode move)
     position.info[ply + 1].captured = captured;
     const int piece = position.board[moveFrom(move)];
     boardUpdate update{position};
-    if (position.sideToMove == white)
-        applyMove<white>(update, position, move, piece, captured);
-    else
-        applyMove<black>(update, position, move, piece, captured);
+    withColour(position.sideToMove, [&]<colour Mover>() { applyMove<Mover>(update, position, move, piece, captured); });
 }
 
 void unmakeBoardOnly(pos &position, int ply, moveCode move)
 {
-    if (position.sideToMove == white)
-        undoPieceMoves<white>(position, move, position.info[ply + 1].captured);
-    else
-        undoPieceMoves<black>(position, move, position.info[ply + 1].captured);
+    const int captured = position.info[ply + 1].captured;
+    withColour(position.sideToMove, [&]<colour Mover>() { undoPieceMoves<Mover>(position, move, captured); });
 }
 
 bool leavesKingSafe(pos &position, int ply, moveCode move)
@@ -339,7 +325,7 @@ bool leavesKingSafe(pos &position, int ply, moveCode move)
 
 void playGameMove(pos &position, moveCode move)
 {
-    // Room for the game moves to come and for the keys of a search path.
+    // Leaves room for the keys of a search path.
     constexpr int fullHistory = keyHistorySize - plyCount;
     constexpr int keptKeys = fullHistory / 2;
     if (position.keyCount >= fullHistory)
@@ -357,6 +343,22 @@ void playGameMove(pos &position, moveCode move)
     root.savedPawnKey = next.savedPawnKey;
     rebuildBitboards(position);
     refreshSums(position);
+}
+
+bool isBoardConsistent(const pos &position)
+{
+    posHead expected = position;
+    rebuildBitboards(expected);
+    return std::ranges::equal(expected.bitboards, position.bitboards);
+}
+
+bool isConsistent(const pos &position, int ply)
+{
+    const positionSums sums = computeSums(position);
+    return isBoardConsistent(position) && position.key == computeKey(position, ply) &&
+           position.pawnKey == computePawnKey(position) && sums.phase == position.phase &&
+           std::ranges::equal(sums.material, position.material) &&
+           std::ranges::equal(sums.squareScore, position.squareScore);
 }
 
 } // namespace tarvonel

@@ -1,28 +1,30 @@
-// A move in 32 bits.
+// A move in 32 bits, and moves as text.
 //
 //   bits  0-7   from: the square that the piece leaves; for castling the king's
-//         8-15  to: the destination; for an en passant capture the captured pawn's square; for
-//               castling g1, c1, g8 or c8 wherever the king started
+//         8-15  to: the destination; for en passant the captured pawn's square; for castling g1,
+//               c1, g8 or c8 wherever the king started
 //        16-23  flag: the kind of move
-//        24-31  extra: in a move list the ordering score, elsewhere the moving piece's code
+//        24-31  extra: the ordering score in a move list, the moving piece's code elsewhere
 //
-// Two moves are the same when their low 24 bits agree. 0 is no move at all, and stands for a null
-// move where a played move is recorded.
+// Two moves are the same if their low 24 bits agree. 0 is no move; a played move of 0 is a null move.
 #pragma once
 
 #include <cstdint>
+#include <string>
 
 #include "board/piece.h"
 
 namespace tarvonel
 {
 
+struct pos;
+
 using moveCode = std::uint32_t;
 
 enum moveFlag : int
 {
     plainMove = 0,
-    promoteKnight = 4, ///< promotions: the flag is the new piece's white code
+    promoteKnight = 4, ///< the flag of a promotion is the new piece's white code
     promoteBishop = 6,
     promoteRook = 8,
     promoteQueen = 10,
@@ -59,7 +61,16 @@ constexpr bool isPromotion(moveCode move)
 }
 constexpr bool isEnPassant(moveCode move) { return moveFlagOf(move) == enPassantCapture; }
 
-/// Where the capturing pawn of an en passant move lands: behind the captured pawn.
+/// The square on which the capturing pawn of an en passant move lands.
 constexpr int enPassantLanding(colour mover, moveCode move) { return moveTo(move) + forward(mover); }
+
+/// The text of a move made by `side`: "e2e4", "e7e8q", "e1g1"; in Chess960 castling is king takes
+/// rook. `noMove` gives "a1a1".
+std::string moveText(moveCode move, colour side, const pos &position);
+
+/// Parses move text at ply 0 of `position`. Does not check legality, only the form: returns `noMove`
+/// for text that is too short, off the board, from an empty square or with an unknown promotion
+/// letter.
+moveCode parseMoveText(const std::string &text, const pos &position);
 
 } // namespace tarvonel

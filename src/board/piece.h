@@ -1,8 +1,8 @@
 // Piece codes and types.
 //
-// code = 2 x type + 2 + colour: 2 and 3 are the pawns, 12 and 13 the kings, the colour is bit 0;
-// 0 is the empty square. So a piece of the side to move reads as its white code in
-// code - sideToMove, and bitboards[code & 1] is the set of all men of its colour.
+// code = 2 x type + 2 + colour: pawns are 2 and 3, kings 12 and 13, bit 0 is the colour, 0 is an
+// empty square. A piece of the side to move has its white code in code - sideToMove, and
+// bitboards[code & 1] holds all pieces of its colour.
 #pragma once
 
 #include <cstdint>
@@ -51,7 +51,7 @@ constexpr pieceCode pieceOf(int type, colour side) { return static_cast<pieceCod
 constexpr bool isPawn(int code) { return (code & ~1) == whitePawn; }
 constexpr bool isKing(int code) { return code >= whiteKing; }
 
-/// Letter by piece code.
+/// FEN letters by piece code.
 inline constexpr std::string_view pieceLetters = "  PpNnBbRrQqKk";
 
 } // namespace tarvonel

@@ -1,5 +1,4 @@
-// Piece-square scores, laid out as seen from white's side of the board: a8 at the top left. White
-// reads a square through its mirror image (`tableSquare`), black reads it as it stands.
+// Piece-square tables, a8 at the top left. White reads a square mirrored (`tableSquare`), black as it is.
 #include "board/pieceValues.h"
 
 namespace tarvonel

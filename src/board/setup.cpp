@@ -19,8 +19,8 @@ namespace tarvonel
 namespace
 {
 
-constexpr int maxSetupKeys = 512;    // plies of the earlier game that a set-up leaves room for
-constexpr int maxFiftyCount = 16383; // far beyond any rule, far below overflow
+constexpr int maxSetupKeys = 512;    // history entries for plies before the set-up position
+constexpr int maxFiftyCount = 16383; // far above the rule's limit and far below overflow
 constexpr std::size_t fieldCount = 6;
 constexpr std::string_view fieldDefaults[fieldCount] = {"", "", "-", "-", "0", "1"};
 
@@ -34,10 +34,10 @@ enum fenField : int
     moveNumberField
 };
 
-/// What is wrong with a text, in one line; null when nothing is.
+/// Errors are one line of text, null if there is none.
 constexpr const char *noFault = nullptr;
 
-/// A FEN text, read and judged; nothing of it has touched a position yet.
+/// A FEN text parsed and checked, before anything is written to a position.
 struct parsedFen
 {
     pieceCode board[squareCount] = {};
@@ -48,7 +48,7 @@ struct parsedFen
     int moveNumber = 1;
 };
 
-/// One field per blank: two blanks in a row make an empty field. Missing last fields are completed.
+/// Splits at each blank: two blanks in a row make an empty field. Missing last fields get defaults.
 std::vector<std::string> splitFields(const std::string &fen)
 {
     std::vector<std::string> fields;
@@ -122,16 +122,14 @@ const char *checkPieceCounts(const parsedFen &parsed)
     return noFault;
 }
 
-/// The named square is the one skipped; what is kept is where the pawn now stands.
+/// FEN names the square that was passed over; `enPassant` is the pawn's.
 const char *readEnPassant(const std::string &text, parsedFen &parsed)
 {
     if (text.empty() || text[0] == '-')
         return noFault;
-    const bool isSquare = text.size() >= 2 && text[0] >= 'a' && text[0] <= 'h' && text[1] >= '1' && text[1] <= '8';
-    if (!isSquare)
-        return "unreadable en passant square";
-    const int pawnSquare = squareAt(text[0] - 'a', text[1] - '1') - forward(parsed.sideToMove);
-    if (pawnSquare < 0 || pawnSquare >= squareCount)
+    const int passedOver = parseSquare(text);
+    const int pawnSquare = passedOver - forward(parsed.sideToMove);
+    if (passedOver == noSquare || pawnSquare < 0 || pawnSquare >= squareCount)
         return "unreadable en passant square";
     parsed.enPassant = pawnSquare;
     return noFault;
@@ -159,7 +157,7 @@ const char *readFen(const std::string &fen, parsedFen &parsed)
     return noFault;
 }
 
-/// A right by the file letter of its rook: on the king's file or beyond it is the king's side.
+/// Adds the right for the rook on a file: the king's side from the king's file on.
 void addRightByFile(pos &position, colour side, int file)
 {
     const int rookSquare = relativeSquare(side, file);
@@ -168,8 +166,8 @@ void addRightByFile(pos &position, colour side, int file)
     position.castleRook[wing][side] = static_cast<std::int8_t>(rookSquare);
 }
 
-/// KQkq in Chess960 mean the outermost rook of that side on the king's own rank. A letter without
-/// such a rook names none.
+/// In Chess960, KQkq mean the outermost rook on that side of the king, on the king's rank. Without one
+/// `castleRook` stays `noSquare`.
 void findOutermostRooks(pos &position)
 {
     for (const colour side : {white, black})
@@ -219,7 +217,7 @@ void readCastling(const std::string &text, pos &position)
         findOutermostRooks(position);
 }
 
-/// Zeros stand for the plies before this position: they never match a key.
+/// Plies before this position get 0, which matches no key.
 void startKeyHistory(pos &position, int moveNumber)
 {
     const std::int64_t wanted = position.sideToMove + 2 * (static_cast<std::int64_t>(moveNumber) - 1);
@@ -230,7 +228,7 @@ void startKeyHistory(pos &position, int moveNumber)
     position.keyHistory[position.keyCount++] = position.key;
 }
 
-/// Whether king and rook stand where the right says. In standard chess the king's place is its own.
+/// Whether king and rook are in place; in standard chess the king must be on the e-file.
 bool isCastlingRightValid(const pos &position, int wing, colour side)
 {
     const int king = kingSquare(position, side);
@@ -244,7 +242,7 @@ bool isCastlingRightValid(const pos &position, int wing, colour side)
     return wing == kingSide ? rookSquare > king : rookSquare < king;
 }
 
-/// Whether the pawn stands there and the two squares that it came over are empty.
+/// Whether the pawn is there and the two squares that it came from and passed over are empty.
 bool isEnPassantValid(const pos &position)
 {
     const colour pusher = opponent(position.sideToMove);
@@ -276,7 +274,7 @@ std::string setupPosition(const std::string &fen, pos &position)
     return "";
 }
 
-void rebuildBitboards(pos &position)
+void rebuildBitboards(posHead &position)
 {
     std::ranges::fill(position.bitboards, bitboard{0});
     for (int square = 0; square < squareCount; ++square)
@@ -357,6 +355,17 @@ bool isPlayable(const pos &position)
 namespace
 {
 
+/// Puts a letter on the n-th free square of the rank, from the left.
+void placeOnFree(std::string &rank, int n, char letter)
+{
+    for (char &square : rank)
+        if (square == ' ' && n-- == 0)
+        {
+            square = letter;
+            return;
+        }
+}
+
 std::string placementText(const pos &position)
 {
     std::string text;
@@ -398,6 +407,28 @@ std::string castlingText(const pos &position, bool byFile)
 }
 
 } // namespace
+
+// The usual numbering: bishops, queen, knights; rook, king and rook fill the rest.
+std::string chess960Fen(int number)
+{
+    constexpr int bishopSquares = 4, queenSquares = 6;
+    constexpr int knightSquares[][2] = {{0, 1}, {0, 2}, {0, 3}, {0, 4}, {1, 2}, {1, 3}, {1, 4}, {2, 3}, {2, 4}, {3, 4}};
+    std::string rank(8, ' ');
+    rank[static_cast<std::size_t>(2 * (number % bishopSquares) + 1)] = 'b';
+    number /= bishopSquares;
+    rank[static_cast<std::size_t>(2 * (number % bishopSquares))] = 'b';
+    number /= bishopSquares;
+    placeOnFree(rank, number % queenSquares, 'q');
+    const auto &knights = knightSquares[number / queenSquares];
+    placeOnFree(rank, knights[1], 'n'); // the right one first: it does not shift the left one's number
+    placeOnFree(rank, knights[0], 'n');
+    for (const char letter : {'r', 'k', 'r'})
+        placeOnFree(rank, 0, letter);
+    std::string whiteRank = rank;
+    std::ranges::transform(rank, whiteRank.begin(),
+                           [](char letter) { return static_cast<char>(std::toupper(letter)); });
+    return rank + "/pppppppp/8/8/8/8/PPPPPPPP/" + whiteRank + " w KQkq - 0 1";
+}
 
 std::string fenOf(const pos &position, bool byFile, int fullMove)
 {

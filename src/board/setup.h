@@ -1,4 +1,4 @@
-// From FEN text to a position and back, and the diagram of a board.
+// Positions from FEN text and back, the Chess960 start positions, and the board diagram.
 #pragma once
 
 #include <string>
@@ -10,17 +10,22 @@ namespace tarvonel
 
 inline constexpr const char *startPositionFen = "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq - 0 1";
 
-/// Sets up `position` at ply 0. Reads standard FEN and both ways of writing Chess960 castling
-/// rights (KQkq with the outermost rooks, and file letters); missing last fields are completed.
-/// Returns an empty text, or one line that says what is wrong; `position` is then untouched.
-/// Positions in which the side not to move is in check are accepted.
+inline constexpr int chess960Starts = 960;
+
+/// FEN of Chess960 start position 0 to 959; 518 is the standard one.
+std::string chess960Fen(int number);
+
+/// Sets up `position` at ply 0. Reads standard FEN and both forms of Chess960 castling rights (KQkq
+/// for the outermost rooks, and file letters); missing last fields get defaults. Returns an empty
+/// text, or one line that says what is wrong and leaves `position` untouched. Accepts positions in
+/// which the side not to move is in check.
 std::string setupPosition(const std::string &fen, pos &position);
 
-/// `setupPosition` for positions in which moves are to be made: refuses one in which the side not
-/// to move is in check too, and drops unfounded rights. A refused `position` is of no use.
+/// `setupPosition` for positions to play from: also refuses one in which the side not to move is in
+/// check, and drops invalid rights. After a refusal the contents of `position` are unspecified.
 std::string setupPlayablePosition(const std::string &fen, pos &position);
 
-/// What `pos` keeps as running sums.
+/// The sums that `pos` keeps incrementally, computed from the bitboards.
 struct positionSums
 {
     combEval material[colourCount] = {};
@@ -32,19 +37,19 @@ positionSums computeSums(const pos &position);
 /// Recomputes `material`, `squareScore` and `phase` from the bitboards.
 void refreshSums(pos &position);
 
-/// Makes the bitboards agree with `board`.
-void rebuildBitboards(pos &position);
+/// Recomputes the bitboards from `board`.
+void rebuildBitboards(posHead &position);
 
-/// Drops castling rights that no king and rook stand behind, and an en passant square without the
-/// pawn that made the step; the keys follow.
+/// Drops castling rights whose king or rook is not in place and an en passant square whose pawn cannot
+/// just have made a double step. Updates the key.
 void dropInvalidRights(pos &position);
 
-/// Whether each side has its king and the side to move could not take the other's: only then may
-/// a position be searched, counted or evaluated.
+/// Whether each side has one king and the side to move cannot capture the other's. Other positions
+/// must not be searched, counted or evaluated.
 bool isPlayable(const pos &position);
 
-/// The position as FEN; castling rights as letters of the rooks' files where `byFile` is set.
-/// `fullMove` is the number of the coming move.
+/// The position as FEN; `byFile` writes castling rights as file letters. `fullMove` is the number of
+/// the next move.
 std::string fenOf(const pos &position, bool byFile, int fullMove);
 
 /// The board as nine lines of ruling and eight of squares, each ending in a newline.

@@ -1,10 +1,11 @@
 // Squares, files, ranks and colours.
 //
-// A square is a number from 0 (a1) over 7 (h1) to 63 (h8); the view of the other colour is
-// square ^ 56.
+// Squares are numbered 0 (a1) to 7 (h1) up to 63 (h8); square ^ 56 is the same square seen by the
+// other colour.
 #pragma once
 
 #include <string>
+#include <string_view>
 
 namespace tarvonel
 {
@@ -21,62 +22,57 @@ enum squareName : int
     a7, b7, c7, d7, e7, f7, g7, h7,
     a8, b8, c8, d8, e8, f8, g8, h8,
     squareCount = 64,
-    noSquare = 65, ///< a place off the board, and a castling rook not yet known
+    noSquare = 65, ///< off the board; also a castling rook that is not known
 };
-// clang-format on
 
-enum fileName : int
-{
-    fileA,
-    fileB,
-    fileC,
-    fileD,
-    fileE,
-    fileF,
-    fileG,
-    fileH
-};
-enum rankName : int
-{
-    rank1,
-    rank2,
-    rank3,
-    rank4,
-    rank5,
-    rank6,
-    rank7,
-    rank8
-};
+enum fileName : int { fileA, fileB, fileC, fileD, fileE, fileF, fileG, fileH };
+enum rankName : int { rank1, rank2, rank3, rank4, rank5, rank6, rank7, rank8 };
+// clang-format on
 
 using colour = int;
 inline constexpr colour white = 0;
 inline constexpr colour black = 1;
 inline constexpr int colourCount = 2;
 
-/// Turns a square over to the other colour's view.
+/// Square mask that mirrors a square vertically.
 inline constexpr int flipRanks = 56;
 
 constexpr colour opponent(colour side) { return side ^ 1; }
+
+/// Calls a template with a colour known only at run time: `f.operator()<side>()`.
+template <typename F> constexpr decltype(auto) withColour(colour side, F &&f)
+{
+    return side == white ? f.template operator()<white>() : f.template operator()<black>();
+}
+
 constexpr int fileOf(int square) { return square & 7; }
 constexpr int rankOf(int square) { return square >> 3; }
 constexpr int squareAt(int file, int rank) { return rank * 8 + file; }
 
-/// The square as `side` sees it from its own back rank, a1 for a1 or a8.
+/// The square seen by `side`: a1 and, for black, a8 become a1.
 constexpr int relativeSquare(colour side, int square) { return side == white ? square : square ^ flipRanks; }
 
-/// The rank counted from 0 at `side`'s own back rank.
+/// The rank seen by `side`: 0 is its own back rank.
 constexpr int relativeRank(colour side, int square) { return side == white ? rankOf(square) : 7 - rankOf(square); }
 
-/// A square as index of a table laid out in black's view (a8 first), read by `side`.
+/// Index into a table laid out with a8 first, as `side` reads it.
 constexpr int tableSquare(colour side, int square) { return side == white ? square ^ flipRanks : square; }
 
-/// One step ahead for a pawn of `side`: +8 or -8.
+/// One pawn step of `side`: +8 or -8.
 constexpr int forward(colour side) { return side == white ? 8 : -8; }
 
 /// "e4" for 28.
 inline std::string squareText(int square)
 {
     return {static_cast<char>('a' + fileOf(square)), static_cast<char>('1' + rankOf(square))};
+}
+
+/// The square that the text begins with, or `noSquare`.
+constexpr int parseSquare(std::string_view text)
+{
+    if (text.size() < 2 || text[0] < 'a' || text[0] > 'h' || text[1] < '1' || text[1] > '8')
+        return noSquare;
+    return squareAt(text[0] - 'a', text[1] - '1');
 }
 
 } // namespace tarvonel

@@ -1,6 +1,7 @@
 #include "eval/accumulator.h"
 
 #include <algorithm>
+#include <cassert>
 
 namespace tarvonel
 {
@@ -10,14 +11,20 @@ namespace
 
 using simd::vector16;
 
-constexpr int maxRows = 40; ///< of one list; a position has 32 men, and longer chains are not followed
+/// Capacity of a row list. A position has at most 32 pieces, so neither a refresh nor a chain within
+/// `findBase`'s budget needs more.
+constexpr int maxRows = 2 * maxPiecesPerSide;
 
 struct rowList
 {
     const std::int16_t *row[maxRows];
     int count = 0;
 
-    void append(const std::int16_t *weights) { row[count++] = weights; }
+    void append(const std::int16_t *weights)
+    {
+        assert(count < maxRows);
+        row[count++] = weights;
+    }
 };
 
 const std::int16_t *rowOf(colour view, int king, int piece, int square)
@@ -25,7 +32,7 @@ const std::int16_t *rowOf(colour view, int king, int piece, int square)
     return netWeights.featureWeight[featureIndex(view, king, piece, square)];
 }
 
-/// to = from - removed rows + added rows, in one pass over the lanes, for a few rows known in number.
+/// to = from - removed rows + added rows in one pass over the lanes, for a few rows.
 template <int Removed, int Added>
 void applyFew(const std::int16_t *from, std::int16_t *to, const rowList &removed, const rowList &added)
 {
@@ -40,7 +47,7 @@ void applyFew(const std::int16_t *from, std::int16_t *to, const rowList &removed
     }
 }
 
-/// The same for any number of rows: as many lanes at a time as the registers hold.
+/// The same for any number of rows, a block of lanes in registers at a time.
 void applyMany(const std::int16_t *from, std::int16_t *to, const rowList &removed, const rowList &added)
 {
     constexpr int vectors = 8;
@@ -77,7 +84,7 @@ void computeFromScratch(const pos &position, colour view, std::int16_t *accumula
     const int king = kingSquare(position, view);
     rowList removed;
     rowList added;
-    for (bitboard pieces = occupancy(position); pieces != 0 && added.count < maxRows;)
+    for (bitboard pieces = occupancy(position); pieces != 0;)
     {
         const int square = popLowest(pieces);
         added.append(rowOf(view, king, position.board[square], square));
@@ -92,7 +99,7 @@ void resetEntry(accumulatorCacheEntry &entry)
     entry.generation = netWeights.generation;
 }
 
-/// Through the sum last used with this king square: only the men that differ are touched.
+/// Updates the cache entry of this king square by the pieces that differ, and copies it.
 void computeFromCache(const pos &position, colour view, std::int16_t *accumulator)
 {
     const int king = kingSquare(position, view);
@@ -122,15 +129,15 @@ void refresh(pos &position, colour view, std::int16_t *accumulator)
         computeFromScratch(position, view, accumulator);
 }
 
-/// Where the sums of a ply can start from.
+/// Where to start computing the sums of a ply.
 struct baseSearch
 {
-    int base;                    ///< a computed ply, or -1
-    bool kingMoved[colourCount]; ///< since the base: that view starts afresh
+    int base;                    ///< a computed ply, or -1 for none
+    bool kingMoved[colourCount]; ///< since the base; that view needs a refresh
 };
 
-/// Goes back to the nearest computed ply, as long as the changes on the way cost less than the men
-/// on the board and not both kings moved.
+/// Finds the nearest computed ply, as long as the changes since cost less than a refresh, whose cost is
+/// the number of pieces, and not both kings moved.
 baseSearch findBase(const pos &position, int ply)
 {
     baseSearch result = {-1, {false, false}};

@@ -1,11 +1,11 @@
-// The network's first layer: for each colour's view of the board the bias plus one row of weights
-// for every man, kept per ply and carried from ply to ply by what the moves changed.
+// The network's first layer: for each side's view, the bias plus one row of weights per piece. The sums
+// are kept per ply and updated incrementally by the piece changes of the moves.
 //
-// A view's features are (own king square, man, square), the board turned over for black, so that a
-// king's move changes every row of its own colour's view and one row of the other's.
+// A feature of a view is (own king square, piece, square), mirrored for black. A king move therefore
+// changes every row of its own view and one row of the other.
 //
-// Sums wrap at 16 bits, and so do not depend on the order in which rows came and went: whichever
-// way a block is computed, it holds the same values.
+// Sums wrap at 16 bits, so the order of additions does not matter: every way of computing a block gives
+// the same values.
 #pragma once
 
 #include <cstdint>
@@ -16,8 +16,8 @@
 namespace tarvonel
 {
 
-/// A sum of earlier use and the men it stands for, from which another position with the same king
-/// square is soon reached. Also known as a refresh table.
+/// Entry of the king-square accumulator cache ("Finny table"): the last sum computed for one view and
+/// king square, and its pieces. A refresh starts from it and applies the differences only.
 struct accumulatorCacheEntry
 {
     alignas(64) std::int16_t accumulator[accumulatorLanes];
@@ -25,18 +25,18 @@ struct accumulatorCacheEntry
     std::uint32_t generation;        ///< of the weights; an entry of other weights counts as empty
 };
 
-/// Entries of `pos::accumulatorCache`, by colour x 64 + square of that colour's king. A new table
-/// is filled with zeros; it never needs to be emptied.
+/// Entries of `pos::accumulatorCache`, indexed by colour x 64 + that colour's king square. A new cache
+/// is all zeros; it never needs clearing.
 inline constexpr int accumulatorCacheSize = colourCount * squareCount;
 
-/// The row of the weights for a man, as `view` sees it with its own king on `king`.
+/// The weight row of a piece for `view`, whose king is on `king`.
 constexpr int featureIndex(colour view, int king, int piece, int square)
 {
     const int pieceIndex = ((piece - firstPieceCode) & ~1) | static_cast<int>(colourOf(piece) != view);
     return (relativeSquare(view, king) * pieceKinds + pieceIndex) * squareCount + relativeSquare(view, square);
 }
 
-/// Brings the block of `ply`, at which the position stands, up to date and marks it as computed.
+/// Computes the block of `ply`, the current ply, unless it is computed already.
 void updateAccumulators(pos &position, int ply);
 
 } // namespace tarvonel

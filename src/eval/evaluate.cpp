@@ -3,11 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 
-#include "board/pieceValues.h"
-#include "eval/evalTerms.h"
 #include "eval/network.h"
-#include "eval/pawnEvaluation.h"
-#include "eval/pieceEvaluation.h"
 
 namespace tarvonel
 {
@@ -18,20 +14,20 @@ namespace
 constexpr bitboard queenSideFiles = 0x0F0F0F0F0F0F0F0F;
 constexpr bitboard kingSideFiles = ~queenSideFiles;
 
-/// Promotions can lead to more than all men.
+/// Promotions can raise the phase above that of the start position.
 int clampedPhase(const pos &position) { return std::clamp<int>(position.phase, 0, fullPhase); }
 
 template <const evalTerms &Terms, colour Side> combEval bishopPairScore(const pos &position)
 {
     const bitboard bishops = position.bitboards[whiteBishop + Side];
-    return moreThanOne(bishops) && exactlyOne(bishops & (bishops - 1)) ? Terms.frame.bishopPair : 0;
+    return moreThanOne(bishops) && exactlyOne(bishops & (bishops - 1)) ? Terms.global.bishopPair : 0;
 }
 
-/// How much easier to win the position is than its end-game score says, as an addition to that
-/// score: it may raise it, or lower it down to 0, whoever stands better.
+/// How much easier the position is to win than its end-game score says: a correction to that score,
+/// which it can raise, or lower to 0, for whichever side is better.
 template <const evalTerms &Terms> int complexityScore(const pos &position, int endGameScore)
 {
-    const frameTerms &terms = Terms.frame;
+    const globalTerms &terms = Terms.global;
     const bitboard pawns = position.bitboards[whitePawn] | position.bitboards[blackPawn];
     const bitboard kings = position.bitboards[whiteKing] | position.bitboards[blackKing];
     const bool bothWings = (pawns & queenSideFiles) != 0 && (pawns & kingSideFiles) != 0;
@@ -49,13 +45,13 @@ template <const evalTerms &Terms> int handSet(const pos &position)
     combEval total = balance(position) + pawns.score + evaluatePieces<Terms>(position, pawns);
     total += bishopPairScore<Terms, white>(position) - bishopPairScore<Terms, black>(position);
     total += X(0, complexityScore<Terms>(position, egOf(total)));
-    total += position.sideToMove == white ? Terms.frame.tempo : -Terms.frame.tempo;
+    total += position.sideToMove == white ? Terms.global.tempo : -Terms.global.tempo;
 
     const int phase = clampedPhase(position);
     return (egOf(total) * (fullPhase - phase) + mgOf(total) * phase) / fullPhase;
 }
 
-/// Turns a score of the side to move into white's view, or back.
+/// Converts between the side to move's and white's view of a score.
 int switchView(const pos &position, int score) { return position.sideToMove == white ? score : -score; }
 
 template <const evalTerms &Terms> int evaluateWith(int ply, pos &position)

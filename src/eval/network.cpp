@@ -21,7 +21,7 @@ constexpr int chunkStride = hiddenOutputs * simd::chunkInputs; ///< weights of o
 constexpr int maskBits = 64;
 constexpr int inputMasks = networkInputs / simd::chunkInputs / maskBits;
 
-/// The first layer's activations, and a bit for each chunk of them that is not all zero.
+/// The first layer's activations, and a bit for each nonzero chunk of them.
 struct firstLayer
 {
     alignas(64) activation input[networkInputs];
@@ -56,7 +56,7 @@ inline void addChunk(vector32 *sums, const activation *input, const chunkWeight 
         sums[v] = simd::multiplyAddChunk(sums[v], inputs, column + v * simd::lanes32 * simd::chunkInputs);
 }
 
-/// The same for two chunks.
+/// Adds those of two chunks.
 inline void addTwoChunks(vector32 *sums, const activation *input, const chunkWeight *weights, std::size_t chunkA,
                          std::size_t chunkB)
 {
@@ -73,7 +73,7 @@ inline void addTwoChunks(vector32 *sums, const activation *input, const chunkWei
 
 std::size_t popChunk(std::uint64_t &nonzero) { return static_cast<std::size_t>(popLowest(nonzero)); }
 
-/// Most of the first layer is zero in most positions: only the chunks that are not are multiplied.
+/// Most of the first layer is usually zero, so only the nonzero chunks are multiplied.
 template <bool TwoChunks> void firstHiddenLayer(const firstLayer &layer, activation *output)
 {
     vector32 sums[sumVectors];

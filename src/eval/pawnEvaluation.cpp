@@ -1,4 +1,4 @@
-#include "eval/pawnEvaluation.h"
+#include "eval/handSetEvaluation.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -12,12 +12,12 @@ namespace
 {
 
 constexpr int firstKingSideFile = fileE;
-constexpr int noPawnDistance = 7; ///< "no pawn on the file" in the storm table
+constexpr int noPawnDistance = 7; ///< index for a file without an enemy pawn
 
-/// The middle one of the three files that count as the king's.
+/// The middle of the three files around the king.
 int kingFileCentre(int kingSq) { return std::clamp(fileOf(kingSq), int{fileB}, int{fileG}); }
 
-/// Ranks from the king's rank to the pawn of `Side`'s front nearest to it.
+/// Ranks from the king of `Side` to the nearest of the pawns ahead.
 template <colour Side> int ranksToNearest(bitboard pawnsAhead, int kingSq)
 {
     if (pawnsAhead == 0)
@@ -26,7 +26,7 @@ template <colour Side> int ranksToNearest(bitboard pawnsAhead, int kingSq)
                          : rankOf(kingSq) - rankOf(highestSquare(pawnsAhead));
 }
 
-/// The pawns in front of the king of `Side` on the three files around it.
+/// Pawn storm: the nearest enemy pawn ahead of the king on each of the three files around it.
 template <const evalTerms &Terms, colour Side> combEval stormScore(const pos &position, bool kingsOnSameWing)
 {
     const int kingSq = kingSquare(position, Side);
@@ -46,7 +46,7 @@ template <const evalTerms &Terms, colour Side> combEval stormScore(const pos &po
     return score;
 }
 
-/// The worth of a passed pawn: its square, and how near the kings are to the square ahead of it.
+/// A passed pawn's square, and the kings' distances to its stop square.
 template <const evalTerms &Terms, colour Side> combEval passedPawnScore(const pos &position, int square)
 {
     const int rank = relativeRank(Side, square);
@@ -56,7 +56,7 @@ template <const evalTerms &Terms, colour Side> combEval passedPawnScore(const po
            Terms.pawns.passedSquare[tableSquare(Side, square)];
 }
 
-/// All terms of one pawn; a passed one is entered in `passed`.
+/// All terms of one pawn; adds a passed pawn to `passed`.
 template <const evalTerms &Terms, colour Side> combEval pawnScore(const pos &position, int square, bitboard &passed)
 {
     constexpr colour enemySide = opponent(Side);
@@ -90,8 +90,8 @@ template <const evalTerms &Terms, colour Side> combEval pawnScore(const pos &pos
             score += terms.isolatedNearKing;
     }
 
-    // Counted towards the higher squares for both colours: the rearmost pawn of a file pays for
-    // white, the foremost for black.
+    // Looks towards higher squares for both colours: all but the front pawn pay for white, all but
+    // the rear pawn for black.
     const bitboard higherSquares = ~bitboard{1} << square;
     if ((own & fileBits(file) & higherSquares) != 0)
     {

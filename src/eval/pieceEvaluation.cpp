@@ -1,7 +1,7 @@
-// Two passes over both colours. The first computes each piece's attacks once and gathers their
-// unions while it scores placement and mobility; the second reads the unions of both colours for
-// threats, space and king danger.
-#include "eval/pieceEvaluation.h"
+// Pieces and kings, in two passes over both colours. The first computes each piece's attacks once,
+// scores placement and mobility, and collects the unions of attacks; the second reads both colours'
+// unions for threats, space and king danger.
+#include "eval/handSetEvaluation.h"
 
 #include "board/attackTables.h"
 
@@ -27,7 +27,7 @@ constexpr bitboard ranks(int first, int last)
     return set;
 }
 
-/// By the file of the king: the files from which it is attacked.
+/// By the king's file: the files of the flank it is attacked on.
 constexpr bitboard kingFlank[] = {files(fileA, fileC), files(fileA, fileD), files(fileA, fileD), files(fileC, fileF),
                                   files(fileC, fileF), files(fileE, fileH), files(fileE, fileH), files(fileF, fileH)};
 constexpr bitboard camp[colourCount] = {ranks(rank1, rank5), ranks(rank4, rank8)};
@@ -38,10 +38,10 @@ constexpr bitboard centreFiles = files(fileC, fileF);
 constexpr bitboard lightSquares = 0x55AA55AA55AA55AA;
 constexpr bitboard darkSquares = ~lightSquares;
 
-constexpr int dangerSquareDivisor = 4096; ///< middle game: danger squared over this
-constexpr int dangerDivisor = 32;         ///< end game: danger over this
+constexpr int dangerSquareDivisor = 4096; ///< middle game: danger squared / this
+constexpr int dangerDivisor = 32;         ///< end game: danger / this
 
-/// What the two passes know of one colour.
+/// What the passes know about one colour.
 struct sideState
 {
     int kingSq;
@@ -50,13 +50,13 @@ struct sideState
     bitboard attackedBy;
     bitboard attackedBy2; ///< attacked at least twice
     bitboard blockedPawns;
-    bitboard pawnPushes; ///< empty squares that the own pawns can step on
+    bitboard pawnPushes; ///< destinations of pawn steps
     bitboard pinned;
     bitboard discoverers;
     bitboard mobilityArea;
     combEval mobility;
     combEval score;
-    int kingAttackers; ///< things that bear on the enemy king's zone
+    int kingAttackers; ///< attackers of the enemy king's zone
     int kingAttackWeight;
     int kingAdjacent; ///< attacks on squares next to the enemy king
 };
@@ -77,7 +77,7 @@ template <colour Side> void preparePawns(evaluationState &state)
     own.blockedPawns = pawns & shiftForward<opponent(Side)>(state.occupied);
 }
 
-/// Needs the pawn attacks of both colours.
+/// Needs both colours' pawn attacks.
 template <colour Side> void preparePushes(evaluationState &state)
 {
     sideState &own = state.sides[Side];
@@ -87,27 +87,17 @@ template <colour Side> void preparePushes(evaluationState &state)
     own.pawnPushes = single | (shiftForward<Side>(stepsOn) & ~state.occupied);
 }
 
-/// Men alone between the king of `Side` and an enemy slider: its own are pinned, the enemy's
-/// discover a check when they move.
+/// Pins against the king of `Side`, and the enemy pieces that can discover a check on it.
 template <colour Side> void prepareBlockers(evaluationState &state)
 {
     constexpr colour enemySide = opponent(Side);
     const pos &position = state.position;
-    const int kingSq = state.sides[Side].kingSq;
-    bitboard sliders = (rookRays[kingSq] & straightSliders(position, enemySide)) |
-                       (bishopRays[kingSq] & diagonalSliders(position, enemySide));
-    while (sliders != 0)
-    {
-        const bitboard blockers = between[kingSq][popLowest(sliders)] & state.occupied;
-        if (!exactlyOne(blockers))
-            continue;
-        state.sides[Side].pinned |= blockers & position.bitboards[Side];
-        state.sides[enemySide].discoverers |= blockers & position.bitboards[enemySide];
-    }
+    const bitboard blockers = sliderBlockers(position, state.sides[Side].kingSq, enemySide);
+    state.sides[Side].pinned = blockers & position.bitboards[Side];
+    state.sides[enemySide].discoverers = blockers & position.bitboards[enemySide];
 }
 
-/// The foremost own pawn of each file in the king's zone, foremost meaning nearest to the back
-/// rank. Without an enemy queen it matters half as much.
+/// The rearmost own pawn on each file of the king's zone; worth half without an enemy queen.
 template <const evalTerms &Terms, colour Side> combEval shelterScore(const evaluationState &state)
 {
     const pos &position = state.position;
@@ -121,9 +111,9 @@ template <const evalTerms &Terms, colour Side> combEval shelterScore(const evalu
     return position.bitboards[whiteQueen + opponent(Side)] == 0 ? shelter / 2 : shelter;
 }
 
-template <colour Side, pieceType Type> bitboard pieceAttacks(const evaluationState &state, int square)
+/// Attacks of a piece; sliders see through own pieces that move along the same lines.
+template <colour Side, pieceType Type> bitboard xrayAttacks(const evaluationState &state, int square)
 {
-    // Sliders look through the own men that move on the same lines.
     const pos &position = state.position;
     const bitboard withoutQueens = state.occupied ^ position.bitboards[whiteQueen + Side];
     const bitboard withoutHeavies = withoutQueens ^ position.bitboards[whiteRook + Side];
@@ -149,7 +139,7 @@ template <const evalTerms &Terms, pieceType Type> combEval mobilityScore(int squ
         return Terms.pieces.queenMobility[squares];
 }
 
-/// Knight or bishop: outposts, the way to the own king, and blocked pawns in a bishop's way.
+/// Knight or bishop: distance to the own king, outposts, and blocked pawns on a bishop's colour.
 template <const evalTerms &Terms, colour Side, pieceType Type>
 combEval minorExtras(const evaluationState &state, int square)
 {
@@ -171,7 +161,7 @@ combEval minorExtras(const evaluationState &state, int square)
     return score;
 }
 
-/// Rook or queen: open files, and the seventh rank below a king on the last two.
+/// Rook or queen: open files, and the seventh rank with the enemy king on the seventh or eighth.
 template <const evalTerms &Terms, colour Side, pieceType Type>
 combEval heavyExtras(const evaluationState &state, int square)
 {
@@ -191,7 +181,7 @@ combEval heavyExtras(const evaluationState &state, int square)
     return score;
 }
 
-/// All pieces of one type and colour: their scores, and what they add to the unions.
+/// Scores all pieces of one type and colour and adds their attacks to the unions.
 template <const evalTerms &Terms, colour Side, pieceType Type> void evaluateType(evaluationState &state)
 {
     constexpr colour enemySide = opponent(Side);
@@ -203,7 +193,7 @@ template <const evalTerms &Terms, colour Side, pieceType Type> void evaluateType
     for (bitboard pieces = state.position.bitboards[pieceOf(Type, Side)]; pieces != 0;)
     {
         const int square = popLowest(pieces);
-        bitboard attacks = pieceAttacks<Side, Type>(state, square);
+        bitboard attacks = xrayAttacks<Side, Type>(state, square);
 
         if ((own.pinned & bit(square)) != 0)
         {
@@ -252,18 +242,18 @@ template <const evalTerms &Terms, colour Side> void firstPass(evaluationState &s
     evaluateType<Terms, Side, queen>(state);
 }
 
-/// Squares up to four ranks behind the own pawns in the centre that are free for own pieces.
+/// Space: free squares up to four ranks behind the own centre pawns.
 template <const evalTerms &Terms, colour Side> combEval spaceScore(const evaluationState &state)
 {
     const pos &position = state.position;
-    bitboard behind = shiftForward<opponent(Side)>(position.bitboards[whitePawn + Side] & centreFiles);
-    behind |= shiftForward<opponent(Side)>(behind);
-    behind |= shiftForward<opponent(Side)>(shiftForward<opponent(Side)>(behind));
-    const bitboard space = behind & ~position.bitboards[Side] & ~state.sides[opponent(Side)].attackedByType[pawn];
+    bitboard rear = shiftForward<opponent(Side)>(position.bitboards[whitePawn + Side] & centreFiles);
+    rear |= shiftForward<opponent(Side)>(rear);
+    rear |= shiftForward<opponent(Side)>(shiftForward<opponent(Side)>(rear));
+    const bitboard space = rear & ~position.bitboards[Side] & ~state.sides[opponent(Side)].attackedByType[pawn];
     return popCount(space) * Terms.pieces.spaceWeight[popCount(position.bitboards[Side])];
 }
 
-/// Own threats by pawn pushes, and own men that the enemy threatens.
+/// Threats by safe pawn pushes, and penalties for own pieces under attack.
 template <const evalTerms &Terms, colour Side>
 combEval threatScore(const evaluationState &state, bitboard safePushes, bitboard minors)
 {
@@ -293,7 +283,7 @@ combEval threatScore(const evaluationState &state, bitboard safePushes, bitboard
     return score;
 }
 
-/// Danger points for the checks that the enemy can give to the king of `Side`.
+/// Danger points for the enemy's possible checks to the king of `Side`.
 template <const evalTerms &Terms, colour Side> int checkDanger(const evaluationState &state, bitboard weakSquares)
 {
     constexpr colour enemySide = opponent(Side);
@@ -324,7 +314,7 @@ template <const evalTerms &Terms, colour Side> int checkDanger(const evaluationS
     return danger + terms.unsafeCheck * sparseCount(unsafe & enemy.mobilityArea);
 }
 
-/// The penalty for the danger to the king of `Side`; 0 while too little of the enemy is near.
+/// Penalty for the danger to the king of `Side`; 0 if too few pieces attack.
 template <const evalTerms &Terms, colour Side> combEval kingDangerScore(const evaluationState &state)
 {
     constexpr colour enemySide = opponent(Side);

@@ -1,30 +1,37 @@
-// Vectors of 8-, 16- and 32-bit lanes for the network. Nothing but these headers knows the
-// instruction set: each of simdAvx512.h, simdAvx2.h, simdSsse3.h, simdSse2.h, simdNeon.h and
-// simdPlain.h is one body of the operations below, and the build takes the best that the processor
-// it is for has. All give the same results.
+// Vector operations for the network: the only place in the engine that knows an instruction set. The
+// build picks the best of simdAvx512.h, simdAvx2.h, simdSsse3.h, simdSse2.h, simdNeon.h and simdPlain.h
+// that its target supports. All of them give the same results.
 //
-// What the network's layers hand on is an `activation`, a number from 0 to 127. The next layer
-// reads activations in chunks that fill 32 bits (4 bytes or 2 words), multiplies each chunk by the
-// same inputs' weights of several outputs, and adds up within the chunk.
+// An `activation` is a layer's output, 0 to 127. The next layer reads activations in chunks of 32 bits
+// (4 bytes or 2 words), multiplies a chunk by the weights of several outputs for the same inputs, and
+// sums within the chunk. Each header defines:
 //
-//   buildName          the instruction set, as the program names it behind its own name
+//   buildName          the instruction set, as printed after the program's name
 //   load16, store16, add16, subtract16
-//                      vectors of 16-bit lanes; sums wrap
+//                      vectors of 16-bit lanes
 //   load32             a vector of 32-bit lanes
 //   broadcastChunk     one chunk of activations in every 32-bit lane
-//   multiplyAddChunk  adds to each lane of `sums` the products of one chunk of inputs and weights
+//   multiplyAddChunk   adds the products of one chunk of inputs and weights to each lane of `sums`
 //   multiplyAddTwoChunks
-//                      the same for two chunks at once, if each pair of neighbouring inputs of the
-//                      one with that of the other gives a sum of products within 16 bits
+//                      the same for two chunks at once; the sum of products of each pair of
+//                      neighbouring inputs of both chunks must fit in 16 bits
 //   dotProduct         of a hidden layer's 32 activations and one output's weights
-//   clipBlock          clamps clipBlockLanes accumulator lanes to activations; returns a bit for
-//                      each chunk of activations that is not all zero, the first chunk in the
-//                      lowest bit
-//   clippedLane        which of these lanes stands at a place of that output
-//   activateSums       shifts and clamps 32 sums of a layer; its output is in order
+//   clipBlock          clamps clipBlockLanes accumulator lanes to activations; returns one bit per
+//                      chunk, lowest first, set if the chunk is nonzero
+//   clippedLane        the accumulator lane that `clipBlock` puts at an index of its output
+//   activateSums       shifts and clamps a layer's 32 sums, in order
 //
-// Loads and stores are aligned to the vector's size. Sums wrap.
+// Loads and stores are aligned to the vector size. Sums wrap.
 #pragma once
+
+namespace tarvonel::simd
+{
+
+inline constexpr int activationMax = 127;
+inline constexpr int hiddenShift = 6;      ///< log2 of the scale of the hidden layers' weights
+inline constexpr int hiddenLayerSize = 32; ///< outputs of a hidden layer
+
+} // namespace tarvonel::simd
 
 #if defined(TARVONEL_PLAIN_VECTORS)
 #include "eval/simdPlain.h"

@@ -7,8 +7,6 @@
 #include <cstdint>
 #include <cstring>
 
-#include "eval/simdSizes.h"
-
 namespace tarvonel::simd
 {
 
@@ -37,7 +35,7 @@ inline vector32 broadcastChunk(const activation *chunk)
     std::memcpy(&bits, chunk, sizeof bits);
     return _mm256_set1_epi32(bits);
 }
-// Two products of 127 and a signed byte fit in 16 bits, so the saturating step never saturates.
+// The sum of two products of 127 and a signed byte fits in 16 bits, so nothing saturates.
 inline vector32 multiplyAddChunk(vector32 sums, vector32 inputs, const chunkWeight *weights)
 {
     const __m256i pairSums =
@@ -72,7 +70,7 @@ inline unsigned clipBlock(const std::int16_t *lanes, activation *out)
     const __m256i nonzero = _mm256_cmpgt_epi32(clipped, _mm256_setzero_si256());
     return static_cast<unsigned>(_mm256_movemask_ps(_mm256_castsi256_ps(nonzero)));
 }
-// Packing works in each half of the vector by itself.
+// Packing works within each half of the vector.
 constexpr int clippedLane(int place) { return (place & 7) | (place & 8) << 1 | (place & 16) >> 1; }
 inline void activateSums(const vector32 *sums, activation *out)
 {

@@ -7,8 +7,6 @@
 #include <cstdint>
 #include <cstring>
 
-#include "eval/simdSizes.h"
-
 namespace tarvonel::simd
 {
 
@@ -35,8 +33,8 @@ inline vector32 multiplyAddChunk(vector32 sums, vector32 inputs, const chunkWeig
 {
     return _mm512_dpbusd_epi32(sums, inputs, _mm512_load_si512(weights));
 }
-// Apart from the running sums first: one short addition waits for the step before, not two long
-// multiplications.
+// The products are summed apart from the running sums, so that each step waits for one addition only,
+// not for two multiplications.
 inline vector32 multiplyAddTwoChunks(vector32 sums, vector32 inputsA, const chunkWeight *weightsA, vector32 inputsB,
                                      const chunkWeight *weightsB)
 {
@@ -61,11 +59,11 @@ inline unsigned clipBlock(const std::int16_t *lanes, activation *out)
     _mm512_store_si512(out, clipped);
     return _mm512_test_epi32_mask(clipped, clipped);
 }
-// Packing works in each quarter of the vector by itself.
+// Packing works within each quarter of the vector.
 constexpr int clippedLane(int place) { return (place & 7) | (place & 8) << 2 | (place & 48) >> 1; }
 inline void activateSums(const vector32 *sums, activation *out)
 {
-    constexpr __mmask16 allLanes = 0xFFFF; // gcc takes the forms without a mask for uninitialised
+    constexpr __mmask16 allLanes = 0xFFFF; // gcc warns of uninitialised values in the unmasked forms
     for (int i = 0; i < 2; ++i)
     {
         const __m512i shifted = _mm512_maskz_srai_epi32(allLanes, sums[i], hiddenShift);

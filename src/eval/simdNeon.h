@@ -7,8 +7,6 @@
 #include <cstdint>
 #include <cstring>
 
-#include "eval/simdSizes.h"
-
 namespace tarvonel::simd
 {
 

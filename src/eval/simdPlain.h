@@ -6,14 +6,12 @@
 #include <cstdint>
 #include <cstring>
 
-#include "eval/simdSizes.h"
-
 namespace tarvonel::simd
 {
 
 inline constexpr const char *buildName = " generic";
 
-// The compiler's portable vectors: whatever the processor has, or plain loops.
+// The compiler's portable vectors.
 using vector16 = std::int16_t __attribute__((vector_size(16)));
 using vector32 = std::int32_t __attribute__((vector_size(16)));
 using wrapping16 = std::uint16_t __attribute__((vector_size(16)));

@@ -7,8 +7,6 @@
 #include <cstdint>
 #include <cstring>
 
-#include "eval/simdSizes.h"
-
 namespace tarvonel::simd
 {
 
@@ -40,7 +38,7 @@ inline vector32 broadcastChunk(const activation *chunk)
     std::memcpy(&bits, chunk, sizeof bits);
     return _mm_shuffle_epi32(_mm_cvtsi32_si128(bits), 0);
 }
-// Two products of 127 and a signed byte fit in 16 bits, so the saturating step never saturates.
+// The sum of two products of 127 and a signed byte fits in 16 bits, so nothing saturates.
 inline vector32 multiplyAddChunk(vector32 sums, vector32 inputs, const chunkWeight *weights)
 {
     const __m128i pairSums = _mm_maddubs_epi16(inputs, loadVector(weights));

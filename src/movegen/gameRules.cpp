@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "board/moveText.h"
-#include "movegen/moveChecks.h"
+#include "board/moveCode.h"
+#include "movegen/legality.h"
 
 namespace tarvonel
 {

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "board/posWithMoves.h"
+#include "board/pos.h"
 
 namespace tarvonel
 {

@@ -8,7 +8,7 @@ namespace tarvonel
 namespace
 {
 
-/// A capture scores its victim's code times this, less the deduction of the attacker.
+/// MVV-LVA: a capture scores the victim's code times this minus the attacker's deduction.
 constexpr int victimFactor = 8;
 constexpr int promotionDeduction = 14;
 constexpr int enPassantScore = 14;
@@ -22,10 +22,10 @@ namespace evasionScore
 constexpr int pawnCapture = 250;
 constexpr int pawnBlock = 210;
 constexpr int kingStep = 202;
-/// The king's captures: the victim's code less this, as a byte, so that they end up at 222 and above.
+/// A king's capture scores the victim's code minus this, wrapped to a byte: 222 and above.
 constexpr int checkerDeduction = 35;
 constexpr int otherDeduction = 36;
-/// By type of the man that takes the checker or steps between.
+/// By type of the piece that captures the checker or blocks.
 constexpr int pieceCapture[pieceTypeCount] = {0, 236, 235, 234, 233, 0};
 constexpr int pieceBlock[pieceTypeCount] = {0, 206, 205, 204, 203, 0};
 } // namespace evasionScore
@@ -33,10 +33,10 @@ constexpr int pieceBlock[pieceTypeCount] = {0, 206, 205, 204, 203, 0};
 constexpr int allPromotions[] = {promoteQueen, promoteRook, promoteBishop, promoteKnight};
 
 template <colour Side> constexpr bitboard lastRank = Side == white ? rank8Bits : rank1Bits;
-/// Where a pawn stands after the first half of a double step.
+/// The rank that a double step passes over.
 template <colour Side> constexpr bitboard stepRank = Side == white ? rankBits(rank3) : rankBits(rank6);
 
-/// How far a pawn of `Side` moves: one step ahead, and its captures by 9 and by 7.
+/// Square offsets of a pawn's step and its two captures.
 template <colour Side> constexpr int pawnStep = Side == white ? 8 : -8;
 template <colour Side> constexpr int pawnStepBy9 = Side == white ? 9 : -9;
 template <colour Side> constexpr int pawnStepBy7 = Side == white ? 7 : -7;
@@ -53,44 +53,15 @@ void closeList(int ply, moveCode *end, pos &position)
     position.info[ply + 1].listStart = end;
 }
 
-/// The men of `Side` that may leave their line: all squares but those of men that alone stand
-/// between their king and an enemy slider.
+/// All squares except those of pieces pinned to the king of `Side`.
 template <colour Side> bitboard findUnpinned(const pos &position)
 {
-    constexpr colour enemy = opponent(Side);
-    const int king = kingSquare(position, Side);
-    const bitboard occupied = occupancy(position);
-    bitboard blockers = 0;
-    bitboard snipers =
-        (diagonalSliders(position, enemy) & bishopRays[king]) | (straightSliders(position, enemy) & rookRays[king]);
-    while (snipers != 0)
-    {
-        const bitboard inBetween = between[king][popLowest(snipers)] & occupied;
-        if (exactlyOne(inBetween))
-            blockers |= inBetween;
-    }
-    return ~(position.bitboards[Side] & blockers);
-}
-
-/// Squares that the piece (no pawn, no king) on `square` attacks.
-template <int Type> bitboard pieceAttacks(int square, bitboard occupied)
-{
-    switch (Type)
-    {
-    case knight:
-        return knightAttacks[square];
-    case bishop:
-        return bishopAttacks(square, occupied);
-    case rook:
-        return rookAttacks(square, occupied);
-    default:
-        return queenAttacks(square, occupied);
-    }
+    return ~(position.bitboards[Side] & sliderBlockers(position, kingSquare(position, Side), opponent(Side)));
 }
 
 // Pawns.
 
-/// Captures of the pawns whose destinations are given, all of which lie `Step` from their origins.
+/// Pawn captures to `targets`, each `Step` away from its origin.
 template <colour Side, int Step, promotions Kinds>
 moveCode *addPawnCaptures(moveCode *out, bitboard targets, const pos &position)
 {
@@ -116,7 +87,7 @@ moveCode *addPawnCaptures(moveCode *out, bitboard targets, const pos &position)
     return out;
 }
 
-/// Pawn moves that share one score: all promotions first, then the others.
+/// Pawn moves that share one score, promotions first.
 template <colour Side, int Step> moveCode *addScoredPawnMoves(moveCode *out, bitboard targets, int score)
 {
     bitboard promoting = targets & lastRank<Side>;
@@ -145,7 +116,7 @@ template <colour Side> moveCode *addDoubleSteps(moveCode *out, bitboard targets,
     return out;
 }
 
-/// En passant captures by those of `capturers` that stand beside the pawn.
+/// En passant captures of the pawn by `capturers`.
 moveCode *addEnPassant(moveCode *out, int pawnSquare, bitboard capturers, int score)
 {
     bitboard origins = epNeighbours[pawnSquare] & capturers;
@@ -187,7 +158,7 @@ moveCode *addPieceCaptures(moveCode *out, bitboard allowed, bitboard targets, co
     while (origins != 0)
     {
         const int from = popLowest(origins);
-        out = addCaptures(out, from, pieceAttacks<Type>(from, occupied) & targets, Type, position);
+        out = addCaptures(out, from, pieceAttacks(Type, from, occupied) & targets, Type, position);
     }
     return out;
 }
@@ -199,7 +170,7 @@ moveCode *addPieceQuiets(moveCode *out, bitboard allowed, bitboard occupied, con
     while (origins != 0)
     {
         const int from = popLowest(origins);
-        out = addScoredMoves(out, from, pieceAttacks<Type>(from, occupied) & ~occupied, 0);
+        out = addScoredMoves(out, from, pieceAttacks(Type, from, occupied) & ~occupied, 0);
     }
     return out;
 }
@@ -212,7 +183,7 @@ moveCode *addPieceEvasions(moveCode *out, bitboard blocks, bitboard checkers, co
     while (origins != 0)
     {
         const int from = popLowest(origins);
-        bitboard targets = pieceAttacks<Type>(from, occupied) & (blocks | checkers);
+        bitboard targets = pieceAttacks(Type, from, occupied) & (blocks | checkers);
         while (targets != 0)
         {
             const int to = popLowest(targets);
@@ -230,7 +201,7 @@ template <colour Side> moveCode *addKingCaptures(moveCode *out, bitboard targets
     return addCaptures(out, from, kingAttacks[from] & targets, king, position);
 }
 
-// The two capture groups that all capture lists share: pawns, then the four pieces.
+// The capture groups that all capture lists share.
 
 template <colour Side, promotions Kinds>
 moveCode *addAllPawnCaptures(moveCode *out, bitboard targets, const pos &position)
@@ -263,7 +234,7 @@ template <colour Side> void evasionsOf(int ply, moveCode *out, pos &position)
                               (pawnAttackers[enemy][king] & position.bitboards[whitePawn + enemy]) |
                               (knightAttacks[king] & position.bitboards[whiteKnight + enemy]);
 
-    // The king gives way. It does not shield the squares behind it.
+    // King moves. The king does not block sliders through its own square.
     const bitboard withoutKing = occupied & ~bit(king);
     bitboard steps = kingAttacks[king] & ~own;
     while (steps != 0)
@@ -282,7 +253,7 @@ template <colour Side> void evasionsOf(int ply, moveCode *out, pos &position)
         return;
     }
 
-    // Pawns take the checker. A pinned man can neither reach it nor step between.
+    // Pawn captures of the checker. Pinned pieces can neither capture it nor block.
     const bitboard unpinned = node.unpinned;
     const bitboard pawns = position.bitboards[whitePawn + Side] & unpinned;
     const bitboard by9 = pawnAttacksBy9<Side>(pawns) & checkers;
@@ -293,14 +264,14 @@ template <colour Side> void evasionsOf(int ply, moveCode *out, pos &position)
     if (node.enPassant == checker)
         out = addEnPassant(out, checker, pawns, evasionScore::pawnCapture);
 
-    // Pawns step between.
+    // Pawn blocks.
     const bitboard blocks = between[king][checker];
     const bitboard single = shiftForward<Side>(pawns) & ~occupied;
     out = addScoredPawnMoves<Side, pawnStep<Side>>(out, single & blocks, evasionScore::pawnBlock);
     const bitboard twoSteps = shiftForward<Side>(single & stepRank<Side>) & ~occupied & blocks;
     out = addDoubleSteps<Side>(out, twoSteps, evasionScore::pawnBlock);
 
-    // The pieces do either.
+    // Captures and blocks by pieces.
     out = addPieceEvasions<Side, knight>(out, blocks, checkers, position, unpinned);
     out = addPieceEvasions<Side, bishop>(out, blocks, checkers, position, unpinned);
     out = addPieceEvasions<Side, rook>(out, blocks, checkers, position, unpinned);
@@ -418,28 +389,22 @@ bool isCastlingPathFree(const pos &position, int wing, colour side)
 
 void generateCaptures(int ply, moveCode *slot, pos &position)
 {
-    position.sideToMove == white ? capturesOf<white>(ply, slot, position) : capturesOf<black>(ply, slot, position);
+    withColour(position.sideToMove, [&]<colour Side>() { capturesOf<Side>(ply, slot, position); });
 }
 
 void generateQuiets(int ply, moveCode *slot, pos &position)
 {
-    position.sideToMove == white ? quietsOf<white>(ply, slot, position) : quietsOf<black>(ply, slot, position);
-}
-
-void generateEvasions(int ply, moveCode *slot, pos &position)
-{
-    position.sideToMove == white ? evasionsOf<white>(ply, slot, position) : evasionsOf<black>(ply, slot, position);
+    withColour(position.sideToMove, [&]<colour Side>() { quietsOf<Side>(ply, slot, position); });
 }
 
 void generateQuiescenceMoves(int ply, moveCode *slot, pos &position)
 {
-    position.sideToMove == white ? quiescenceMovesOf<white>(ply, slot, position)
-                                 : quiescenceMovesOf<black>(ply, slot, position);
+    withColour(position.sideToMove, [&]<colour Side>() { quiescenceMovesOf<Side>(ply, slot, position); });
 }
 
 void generateRecaptures(int ply, moveCode *slot, pos &position)
 {
-    position.sideToMove == white ? recapturesOf<white>(ply, slot, position) : recapturesOf<black>(ply, slot, position);
+    withColour(position.sideToMove, [&]<colour Side>() { recapturesOf<Side>(ply, slot, position); });
 }
 
 } // namespace tarvonel

@@ -4,7 +4,6 @@
 #include <memory>
 #include <sstream>
 
-#include "board/chess960.h"
 #include "board/makeMove.h"
 #include "board/setup.h"
 #include "platform/parseNumber.h"

@@ -12,7 +12,7 @@
 #include "board/engineOptions.h"
 #include "board/makeMove.h"
 #include "eval/evaluate.h"
-#include "movegen/moveChecks.h"
+#include "movegen/legality.h"
 #include "search/checkTest.h"
 #include "search/exchange.h"
 #include "search/history.h"

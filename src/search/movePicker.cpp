@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "board/makeMove.h"
-#include "movegen/moveChecks.h"
+#include "movegen/legality.h"
 #include "search/bestToFront.h"
 #include "search/exchange.h"
 #include "search/history.h"

@@ -2,7 +2,7 @@
 
 #include "board/attackTables.h"
 #include "board/makeMove.h"
-#include "movegen/moveChecks.h"
+#include "movegen/legality.h"
 #include "search/transpositionTable.h"
 
 namespace tarvonel

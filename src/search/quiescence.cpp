@@ -7,7 +7,7 @@
 #include "board/makeMove.h"
 #include "eval/evaluate.h"
 #include "movegen/generators.h"
-#include "movegen/moveChecks.h"
+#include "movegen/legality.h"
 #include "search/bestToFront.h"
 #include "search/exchange.h"
 #include "search/nodeEntry.h"

@@ -6,7 +6,7 @@
 #include <cstdint>
 
 #include "board/engineOptions.h"
-#include "movegen/moveChecks.h"
+#include "movegen/legality.h"
 #include "platform/clock.h"
 #include "search/alphaBeta.h"
 #include "search/bestThread.h"

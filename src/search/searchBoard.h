@@ -3,8 +3,8 @@
 
 #include <algorithm>
 
-#include "board/posWithMoves.h"
-#include "eval/evaluationTables.h"
+#include "board/pos.h"
+#include "eval/evaluate.h"
 
 namespace tarvonel
 {

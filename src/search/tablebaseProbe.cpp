@@ -4,7 +4,7 @@
 #include <cstdlib>
 
 #include "board/makeMove.h"
-#include "movegen/moveChecks.h"
+#include "movegen/legality.h"
 #include "search/score.h"
 #include "search/searchReporter.h"
 #include "search/transpositionTable.h"

@@ -8,7 +8,7 @@
 
 #include "board/engineOptions.h"
 #include "board/setup.h"
-#include "eval/evaluationTables.h"
+#include "eval/evaluate.h"
 #include "platform/threadPlacement.h"
 #include "platform/workCrew.h"
 #include "tuner/tuningData.h"

@@ -3,7 +3,7 @@
 #include <iomanip>
 #include <sstream>
 
-#include "board/combEval.h"
+#include "board/pieceValues.h"
 
 namespace tarvonel
 {

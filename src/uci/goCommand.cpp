@@ -3,7 +3,7 @@
 #include <optional>
 #include <string>
 
-#include "board/moveText.h"
+#include "board/moveCode.h"
 #include "board/pos.h"
 #include "eval/evaluate.h"
 #include "eval/networkFile.h"

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "board/setup.h"
-#include "movegen/perft.h"
+#include "movegen/legality.h"
 #include "platform/clock.h"
 #include "platform/fileMapping.h"
 #include "platform/output.h"

@@ -6,7 +6,7 @@
 #include "board/attackTables.h"
 #include "board/keys.h"
 #include "board/makeMove.h"
-#include "board/moveText.h"
+#include "board/moveCode.h"
 #include "board/setup.h"
 #include "platform/output.h"
 #include "search/searchLimits.h"

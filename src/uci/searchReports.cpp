@@ -2,7 +2,7 @@
 
 #include <cstdlib>
 
-#include "board/moveText.h"
+#include "board/moveCode.h"
 #include "platform/output.h"
 #include "search/score.h"
 

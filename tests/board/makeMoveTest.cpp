@@ -6,8 +6,7 @@
 
 #include <gtest/gtest.h>
 
-#include "board/consistency.h"
-#include "board/moveText.h"
+#include "board/moveCode.h"
 #include "board/setup.h"
 #include "support/bruteForce.h"
 #include "support/randomGames.h"

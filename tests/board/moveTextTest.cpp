@@ -1,4 +1,4 @@
-#include "board/moveText.h"
+#include "board/moveCode.h"
 
 #include <gtest/gtest.h>
 

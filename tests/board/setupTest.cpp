@@ -6,7 +6,6 @@
 
 #include <gtest/gtest.h>
 
-#include "board/chess960.h"
 #include "board/keys.h"
 #include "support/randomGames.h"
 

@@ -7,7 +7,7 @@
 
 #include "board/makeMove.h"
 #include "board/setup.h"
-#include "movegen/moveChecks.h"
+#include "movegen/legality.h"
 #include "support/randomGames.h"
 #include "support/syntheticNetwork.h"
 

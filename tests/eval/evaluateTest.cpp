@@ -9,9 +9,9 @@
 
 #include "board/pieceValues.h"
 #include "eval/evaluationSupport.h"
+#include "eval/handSetEvaluation.h"
 #include "eval/network.h"
 #include "eval/networkFile.h"
-#include "eval/pieceEvaluation.h"
 #include "support/randomGames.h"
 #include "support/sharedData.h"
 
@@ -108,8 +108,8 @@ TEST(evaluate, complexityMovesTheEndGameScoreButNeverItsSign)
         {"a black knight is a piece too: 8 + 67 - 102", "1n2k3/p7/8/8/8/8/7P/4K3", 1000, 973},
     };
     const isolatedTerms guard;
-    tunableTerms.frame = shippedTerms.frame;
-    tunableTerms.frame.tempo = 0;
+    tunableTerms.global = shippedTerms.global;
+    tunableTerms.global.tempo = 0;
     for (const auto &c : cases)
         EXPECT_EQ(tunableHandSet(c.board, X(0, c.before), 0), c.after) << c.reason;
 }
@@ -134,7 +134,7 @@ TEST(evaluate, tunableTermsStartAsTheShippedOnesAndMoveAlone)
     evaluationPosition position(queenUp), fresh(queenUp), changed(queenUp);
     const int score = handSetScore(*position);
     EXPECT_EQ(evaluateTunable(0, *fresh), score);
-    tunableTerms.frame.tempo += X(48, 48);
+    tunableTerms.global.tempo += X(48, 48);
     EXPECT_EQ(evaluateTunable(0, *changed), score + 48);
     EXPECT_EQ(handSetScore(*changed), score);
     tunableTerms = shippedTerms;

@@ -7,7 +7,7 @@
 #include <string>
 
 #include "eval/evalTerms.h"
-#include "eval/evaluationTables.h"
+#include "eval/evaluate.h"
 #include "support/randomGames.h"
 
 namespace tarvonel

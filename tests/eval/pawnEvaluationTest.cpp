@@ -1,4 +1,4 @@
-#include "eval/pawnEvaluation.h"
+#include "eval/handSetEvaluation.h"
 
 #include <gtest/gtest.h>
 

@@ -9,7 +9,7 @@
 
 #include "board/attackTables.h"
 #include "board/makeMove.h"
-#include "board/moveText.h"
+#include "board/moveCode.h"
 #include "support/randomGames.h"
 
 namespace tarvonel

@@ -1,4 +1,4 @@
-#include "movegen/perft.h"
+#include "movegen/legality.h"
 
 #include <fstream>
 #include <sstream>

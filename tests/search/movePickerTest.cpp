@@ -7,7 +7,7 @@
 
 #include <gtest/gtest.h>
 
-#include "movegen/moveChecks.h"
+#include "movegen/legality.h"
 #include "search/history.h"
 #include "search/searchSupport.h"
 #include "support/bruteForce.h"

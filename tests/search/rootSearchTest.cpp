@@ -6,7 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "board/makeMove.h"
-#include "board/moveText.h"
+#include "board/moveCode.h"
 #include "board/setup.h"
 #include "platform/clock.h"
 #include "search/principalVariation.h"

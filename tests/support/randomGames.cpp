@@ -5,7 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include "board/chess960.h"
 #include "board/makeMove.h"
 #include "board/setup.h"
 

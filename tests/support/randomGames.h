@@ -8,7 +8,7 @@
 #include <string>
 
 #include "board/engineOptions.h"
-#include "board/posWithMoves.h"
+#include "board/pos.h"
 #include "support/bruteForce.h"
 
 namespace tarvonel

@@ -14,7 +14,6 @@
 
 #include "board/setup.h"
 #include "eval/evaluate.h"
-#include "eval/evaluationTables.h"
 #include "eval/network.h"
 #include "eval/networkFile.h"
 #include "eval/networkWriter.h"

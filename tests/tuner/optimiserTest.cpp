@@ -62,12 +62,12 @@ TEST_F(optimiserTest, aWrongStartingValueRecovers)
 {
     useLabelsOfTheShippedTerms();
     parameterList parameters;
-    tunableTerms.frame.tempo = shippedTerms.frame.tempo - X(5, 0);
+    tunableTerms.global.tempo = shippedTerms.global.tempo - X(5, 0);
     addTable(parameters,
-             {.name = "tempo", .first = &tunableTerms.frame.tempo, .printKind = singleConstant, .stepIndex = 3});
+             {.name = "tempo", .first = &tunableTerms.global.tempo, .printKind = singleConstant, .stepIndex = 3});
     const std::string start = lineOf("Starting error ", meanError());
     optimise(parameters, print);
-    EXPECT_EQ(tunableTerms.frame.tempo, shippedTerms.frame.tempo);
+    EXPECT_EQ(tunableTerms.global.tempo, shippedTerms.global.tempo);
     EXPECT_EQ(printed, start + "Min error 0 parameter 0 tempo stepsize 3\n"
                                "\n Improving: 1\n"
                                "\n Improving: 2\n"
@@ -79,26 +79,26 @@ TEST_F(optimiserTest, severalTermsOfAllKindsRecover)
 {
     useLabelsOfTheShippedTerms();
     parameterList parameters;
-    addTable(parameters, {.name = "bishopPair", .first = &tunableTerms.frame.bishopPair, .printKind = singleConstant});
+    addTable(parameters, {.name = "bishopPair", .first = &tunableTerms.global.bishopPair, .printKind = singleConstant});
     addTable(parameters, {.name = "knightMobility[9]",
                           .first = tunableTerms.pieces.knightMobility,
                           .size = 9,
                           .halves = tunedHalves::endGame,
                           .stepIndex = 4});
     addTable(parameters, {.name = "complexityPerPawn",
-                          .first = &tunableTerms.frame.complexityPerPawn,
+                          .first = &tunableTerms.global.complexityPerPawn,
                           .halves = tunedHalves::integer,
                           .printKind = singleConstant,
                           .stepIndex = 4});
     addTable(parameters, {.name = "isolated[8]", .first = tunableTerms.pawns.isolated, .size = 8, .stepIndex = 1});
     tunableTerms.pieces.knightMobility[3] += X(0, 9);
-    tunableTerms.frame.complexityPerPawn -= 14;
+    tunableTerms.global.complexityPerPawn -= 14;
 
     const double before = meanError();
     optimise(parameters, print);
     EXPECT_LT(meanError(), before / 100);
     EXPECT_NEAR(egOf(tunableTerms.pieces.knightMobility[3]), egOf(shippedTerms.pieces.knightMobility[3]), 3);
-    EXPECT_NEAR(tunableTerms.frame.complexityPerPawn, shippedTerms.frame.complexityPerPawn, 1);
+    EXPECT_NEAR(tunableTerms.global.complexityPerPawn, shippedTerms.global.complexityPerPawn, 1);
 }
 
 } // namespace tarvonel

@@ -55,7 +55,7 @@ TEST_F(texelWorkerTest, cachesHideNoChangeOfATerm)
     read(randomFileText(1000));
     createTexelWorkers(2, print);
     for (combEval *term :
-         {&tunableTerms.frame.tempo, &tunableTerms.pawns.isolated[3], &tunableTerms.pieces.rookOpenFile})
+         {&tunableTerms.global.tempo, &tunableTerms.pawns.isolated[3], &tunableTerms.pieces.rookOpenFile})
     {
         const double before = meanError();
         *term += X(40, 40);

@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "board/combEval.h"
+#include "board/pieceValues.h"
 
 namespace tarvonel
 {

@@ -3,7 +3,7 @@
 #include "board/attackTables.h"
 #include "board/makeMove.h"
 #include "eval/evaluate.h"
-#include "movegen/moveChecks.h"
+#include "movegen/legality.h"
 #include "search/quiescence.h"
 #include "search/score.h"
 #include "search/searchReporter.h"

@@ -7,7 +7,7 @@
 #include <memory>
 
 #include "board/makeMove.h"
-#include "board/moveText.h"
+#include "board/moveCode.h"
 #include "board/setup.h"
 #include "platform/parseNumber.h"
 #include "words.h"

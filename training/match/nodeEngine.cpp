@@ -7,7 +7,7 @@
 #include <string_view>
 
 #include "board/engineOptions.h"
-#include "board/moveText.h"
+#include "board/moveCode.h"
 #include "eval/evaluate.h"
 #include "platform/output.h"
 #include "search/searchReporter.h"

@@ -1,4 +1,4 @@
-#include "movegen/moveChecks.h"
+#include "movegen/legality.h"
 
 #include <cstdlib>
 #include <utility>
@@ -14,7 +14,7 @@ namespace tarvonel
 namespace
 {
 
-/// Whether an enemy slider outside `ignored` sees the square through `occupied`.
+/// Whether an enemy slider outside `ignored` attacks the square.
 bool isAttackedBySlider(const pos &position, int square, colour enemy, bitboard occupied, bitboard ignored)
 {
     return (bishopAttacks(square, occupied) & diagonalSliders(position, enemy) & ~ignored) != 0 ||
@@ -23,7 +23,7 @@ bool isAttackedBySlider(const pos &position, int square, colour enemy, bitboard 
 
 bool isKingMoveLegal(pos &position, int ply, moveCode move)
 {
-    // In Chess960 the rook may uncover a slider on the back rank: only the finished position tells.
+    // In Chess960 the rook may uncover a slider on the back rank.
     if (isCastling(move) && engineOptions.chess960)
         return leavesKingSafe(position, ply, move);
     const int to = moveTo(move);
@@ -67,7 +67,7 @@ bool isPawnMoveValid(const pos &position, int ply, moveCode move)
     }
 }
 
-/// `inCheck` and the pseudo-legal moves of the ply, or its evasions. Returns whether it is in check.
+/// Computes `inCheck` and generates the pseudo-legal moves, or evasions in check. Returns `inCheck`.
 bool generateAll(int ply, moveCode *slot, pos &position)
 {
     posinfo &node = position.info[ply];
@@ -95,7 +95,7 @@ bool isMoveLegalSlow(pos &position, int ply, moveCode move)
         const bitboard changed = bit(from) | bit(to) | bit(enPassantLanding(side, move));
         return !isAttackedBySlider(position, king, opponent(side), occupied ^ changed, 0);
     }
-    // A man that takes the slider that pins it has nothing more to fear from it.
+    // A pinned piece may capture its pinner.
     return !isAttackedBySlider(position, king, opponent(side), (occupied & ~bit(from)) | bit(to), bit(to));
 }
 
@@ -115,23 +115,12 @@ bool isMoveValid(const pos &position, int ply, moveCode move)
     const int kind = position.board[from] - side;
     if (kind != whitePawn && flag > plainMove && flag < castleKingSide)
         return false;
-    switch (kind)
-    {
-    case whitePawn:
+    if (kind == whitePawn)
         return isPawnMoveValid(position, ply, move);
-    case whiteKnight:
-        return (knightAttacks[from] & bit(to)) != 0;
-    case whiteBishop:
-        return (bishopAttacks(from, occupancy(position)) & bit(to)) != 0;
-    case whiteRook:
-        return (rookAttacks(from, occupancy(position)) & bit(to)) != 0;
-    case whiteQueen:
-        return (queenAttacks(from, occupancy(position)) & bit(to)) != 0;
-    case whiteKing:
-        return isCastling(move) ? isCastlingValid(position, ply, move) : (kingAttacks[from] & bit(to)) != 0;
-    default:
-        return false; // an empty square or an enemy man
-    }
+    if (kind == whiteKing && isCastling(move))
+        return isCastlingValid(position, ply, move);
+    const bool isOwnPiece = kind >= whiteKnight && kind % 2 == 0;
+    return isOwnPiece && (pieceAttacks(typeOf(kind), from, occupancy(position)) & bit(to)) != 0;
 }
 
 void buildLegalList(int ply, moveCode *slot, pos &position)
@@ -156,7 +145,7 @@ int countLegalMoves(int ply, moveCode *slot, pos &position)
     auto count = static_cast<int>(node.listEnd - slot);
     if (allLegal)
         return count;
-    // Only these may leave the king attacked: it itself, pinned men and pawns that take en passant.
+    // Only the king, pinned pieces and en passant captures can leave the king attacked.
     const colour side = position.sideToMove;
     const bitboard doubtful = position.bitboards[whiteKing + side] | (position.bitboards[side] & ~node.unpinned) |
                               epNeighbours[node.enPassant];
@@ -164,6 +153,24 @@ int countLegalMoves(int ply, moveCode *slot, pos &position)
         if ((doubtful & bit(moveFrom(*move))) != 0 && !isMoveLegalSlow(position, ply, *move))
             --count;
     return count;
+}
+
+std::uint64_t perft(int ply, int depth, pos &position)
+{
+    moveCode *list = position.info[ply].listStart;
+    const bool isStackFull = list - position.info[0].listStart > moveStackSize - 2 * moveListReserve;
+    if (depth == 1 || isStackFull)
+        return static_cast<std::uint64_t>(countLegalMoves(ply, list, position));
+    buildLegalList(ply, list, position);
+    std::uint64_t leaves = 0;
+    const moveCode *end = position.info[ply].listEnd;
+    for (const moveCode *move = list; move < end; ++move)
+    {
+        makeMove(position, ply, *move);
+        leaves += perft(ply + 1, depth - 1, position);
+        unmakeMove(position, ply, *move);
+    }
+    return leaves;
 }
 
 } // namespace tarvonel

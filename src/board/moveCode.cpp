@@ -1,8 +1,9 @@
-#include "board/moveText.h"
+#include "board/moveCode.h"
 
 #include <cstdlib>
 
 #include "board/engineOptions.h"
+#include "board/pos.h"
 
 namespace tarvonel
 {
@@ -10,17 +11,13 @@ namespace tarvonel
 namespace
 {
 
-/// Letters by the promotion flag of a move.
-constexpr std::string_view promotionSuffix = "  ppnnbbrrqq";
-/// The position of the fifth letter of a move text, doubled, is the flag.
+/// Promotion letters; the flag is twice the index.
 constexpr std::string_view promotionLetters = " pnbrqk";
 
 constexpr std::size_t plainLength = 4;
 constexpr std::size_t promotionLength = 5;
 
-bool isSquareText(char file, char rank) { return file >= 'a' && file <= 'h' && rank >= '1' && rank <= '8'; }
-
-/// Castling of a wing; no move where no rook stands to castle with.
+/// Castling on a wing, or `noMove` if its rook is not in place.
 moveCode castlingMove(const pos &position, colour side, int king, int wing)
 {
     const int rook = position.castleRook[wing][side];
@@ -30,7 +27,7 @@ moveCode castlingMove(const pos &position, colour side, int king, int wing)
                             : encodeMove(king, relativeSquare(side, c1), castleQueenSide);
 }
 
-/// A king castles by taking its own rook in Chess960, else by leaping two files.
+/// Castling is king takes own rook in Chess960, a king's move by two files in standard chess.
 moveCode parseKingMove(const pos &position, colour side, int from, int to, int flag)
 {
     if (engineOptions.chess960 && position.board[to] == whiteRook + side)
@@ -71,16 +68,18 @@ std::string moveText(moveCode move, colour side, const pos &position)
 
     std::string text = squareText(moveFrom(move)) + squareText(to);
     if (isPromotion(move))
-        text += promotionSuffix[static_cast<std::size_t>(flag)];
+        text += promotionLetters[static_cast<std::size_t>(flag / 2)];
     return text;
 }
 
 moveCode parseMoveText(const std::string &text, const pos &position)
 {
-    if (text.size() < plainLength || !isSquareText(text[0], text[1]) || !isSquareText(text[2], text[3]))
+    if (text.size() < plainLength)
         return noMove;
-    const int from = squareAt(text[0] - 'a', text[1] - '1');
-    const int to = squareAt(text[2] - 'a', text[3] - '1');
+    const int from = parseSquare(text);
+    const int to = parseSquare(std::string_view(text).substr(2));
+    if (from == noSquare || to == noSquare)
+        return noMove;
     const colour side = position.sideToMove;
     const int piece = position.board[from];
     if (piece == emptySquare)

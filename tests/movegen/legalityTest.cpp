@@ -1,4 +1,4 @@
-#include "movegen/moveChecks.h"
+#include "movegen/legality.h"
 
 #include <set>
 
@@ -6,7 +6,7 @@
 
 #include "board/attackTables.h"
 #include "board/makeMove.h"
-#include "board/moveText.h"
+#include "board/moveCode.h"
 #include "board/setup.h"
 #include "movegen/edgePositions.h"
 #include "movegen/generators.h"
