@@ -5,6 +5,7 @@
 #   make test            installs what is missing, builds and runs all tests
 #   make bench           search signature, nodes per second and timings of the parts
 #   make training        the programs that make the network file, for this machine (build/native/training)
+#   make learn HOURS=8   improves the network in the folder learning (docs/training.md)
 #   make texel           tries the tuner on positions of random games (docs/development.md)
 #   make EXE=NAME EVALFILE=PATH CXX=COMPILER    the best engine for this processor as ./NAME
 #   make sse2 ssse3 avx2 avx512 neon generic    the engine for other processors (build/avx2/tarvonel)
@@ -49,7 +50,7 @@ pack = cpack -G "$(1)" --config $(firstword $(2))/CPackConfig.cmake -B build/pac
 
 windowsBuilds = $(addprefix windows-,sse2 ssse3 avx2 avx512)
 
-.PHONY: all engine exe run test quick test-windows bench training texel pgo native sse2 ssse3 avx2 avx512 neon generic \
+.PHONY: all engine exe run test quick test-windows bench training learn texel pgo native sse2 ssse3 avx2 avx512 neon generic \
         windows $(windowsBuilds) debug asan tsan clang format check-format tidy layers install packages test-packages clean
 
 # The convention of frameworks that test engines on many machines: NAME is the best engine for this
@@ -105,6 +106,10 @@ bench: | build
 training: | build
 	@tools/setup.sh build training
 	@$(call build,native,training)
+
+HOURS ?= 8
+learn: training
+	build/native/training/learn --folder learning --hours $(HOURS)
 
 # A data file that is there already stays.
 texel: engine

@@ -79,13 +79,6 @@ void readLimits(std::istream &words)
     }
 }
 
-void limitNodes()
-{
-    searchLimits.softNodes = searchLimits.hardNodes = searchLimits.nodes;
-    searchLimits.pollInterval = budgetPollInterval;
-    searchLimits.optimalTime = searchLimits.maximumTime = unlimitedTime;
-}
-
 /// A controller waits for an answer to every `go`.
 void answerWithoutSearch() { printLine("bestmove " + moveText(noMove, mainPos.sideToMove, mainPos)); }
 
@@ -109,14 +102,14 @@ void goCommand(std::istream &words)
     if (!awaitSearchEnd("go"))
         return;
     prepareSearchLimits(words, startTimeMs);
-    if (nodeLimitHolds && searchLimits.nodes > 0)
-        limitNodes();
     if (!theBoss().isStarted()) // the search runs on this thread, and nobody could stop it
         searchLimits.infinite = pondering = false;
-    if (isMainPositionPlayable())
-        startSearch(mainPos);
-    else
+    if (!isMainPositionPlayable())
         answerWithoutSearch();
+    else if (nodeLimitHolds && searchLimits.nodes > 0)
+        runSearch(mainPos, {.softNodes = searchLimits.nodes, .hardNodes = searchLimits.nodes});
+    else
+        startSearch(mainPos);
 }
 
 } // namespace tarvonel

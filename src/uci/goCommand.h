@@ -13,7 +13,8 @@ namespace tarvonel
 /// with a message if that search is infinite or ponders, or if there is no network.
 void goCommand(std::istream &words);
 
-/// Whether `go nodes N` limits the search. Set before the first `go`.
+/// Whether `go nodes N` limits the search, which then runs on the calling thread: such searches are
+/// short, and another thread's wake-up costs as much. Set before the first `go`.
 inline bool nodeLimitHolds = false;
 
 /// The middle of `goCommand`: resets `searchLimits` and `pondering`, reads the rest of the line into
