@@ -18,7 +18,7 @@ bitboard setOf(std::initializer_list<int> squares)
     return set;
 }
 
-/// Attacks walked step by step along the given directions, blockers included.
+/// Attacks by walking the given directions, up to and including blockers.
 template <std::size_t N> bitboard walk(int square, const int (&steps)[N][2], bitboard occupied, int reach)
 {
     bitboard attacks = 0;
@@ -90,8 +90,8 @@ TEST(attackTables, masksKeepToTheBoard)
         {"passed, last rank for black", passedMask[black][e8], 0},
         {"ahead of rank 7", ranksAhead[white][c7], rankBits(rank7) | rankBits(rank8)},
         {"ahead of rank 2 for black", ranksAhead[black][c2], rankBits(rank1) | rankBits(rank2)},
-        {"beside the a-file", adjacentFiles[a5], fileBits(fileB)},
-        {"beside the d-file", adjacentFiles[d8], fileBits(fileC) | fileBits(fileE)},
+        {"next to the a-file", adjacentFiles[a5], fileBits(fileB)},
+        {"next to the d-file", adjacentFiles[d8], fileBits(fileC) | fileBits(fileE)},
     };
     for (const auto &mask : cases)
         EXPECT_EQ(mask.actual, mask.expected) << mask.what;

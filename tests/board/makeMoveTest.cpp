@@ -30,7 +30,7 @@ void expectSamePosition(const posHead &a, const posHead &b)
     EXPECT_EQ(a.fiftyCount, b.fiftyCount);
 }
 
-/// A move made equals the position after it set up from its text, and unmaking restores all.
+/// Making a move gives the same position as setting up the resulting FEN; unmaking restores everything.
 void checkMove(pos &position, const letterBoard &board, const bruteForce::letterMove &letterMove)
 {
     static ownedPosition fresh(startPositionFen);
@@ -86,7 +86,7 @@ struct specialMove
 {
     const char *what, *fen;
     bool chess960;
-    const char *move, *changes; ///< each changed man: letter, from, to
+    const char *move, *changes; ///< each changed piece: letter, from, to
 };
 
 const specialMove specialMoves[] = {
@@ -164,27 +164,30 @@ TEST(playGameMove, aGameOfAnyLengthKeepsItsLatestKeys)
     }
 }
 
-// What a controller may send in the form of a move, though no game can hold it.
+// Well-formed move text that is impossible in a game.
 TEST(playGameMove, impossibleMovesLeaveBoardAndSumsInStep)
 {
     const char *const bareKings = "4k3/8/8/8/8/8/8/4K3 w - - 0 1";
     const struct
     {
         const char *fen, *move;
-    } impossibles[] = {{startPositionFen, "e1g1"}, // own men in the way
-                       {bareKings, "e1e8"},
-                       {"4k3/P7/8/8/8/8/8/4K3 w - - 0 1", "a7a8"},
-                       {"4k3/8/8/4P3/8/8/8/4K3 w - - 0 1", "e5d6"}, // en passant of nothing
-                       {startPositionFen, "a1a2"},
-                       {startPositionFen, "b1c3q"},
-                       {"4k3/8/8/8/8/8/4P3/4K3 w - - 0 1", "e2e8"}};
-    for (const auto &[fen, text] : impossibles)
+        bool playable;
+    } impossibles[] = {{startPositionFen, "e1g1", true}, // own pieces in the way
+                       {bareKings, "e1e8", false},
+                       {"4k3/P7/8/8/8/8/8/4K3 w - - 0 1", "a7a8", false},
+                       {"7k/8/8/8/8/8/p7/7K b - - 0 1", "a2a1", false},
+                       {"4k3/8/8/4P3/8/8/8/4K3 w - - 0 1", "e5d6", true}, // en passant of nothing
+                       {startPositionFen, "a1a2", true},
+                       {startPositionFen, "b1c3q", false}, // a seventeenth piece
+                       {"4k3/8/8/8/8/8/4P3/4K3 w - - 0 1", "e2e8", false}};
+    for (const auto &[fen, text, playable] : impossibles)
     {
         ownedPosition position(fen);
         const moveCode move = parseMoveText(text, *position);
         ASSERT_NE(move, noMove) << text;
         playGameMove(*position, move);
         EXPECT_TRUE(isBoardConsistent(*position)) << text;
+        EXPECT_EQ(isPlayable(*position), playable) << text;
         const positionSums sums = computeSums(*position);
         EXPECT_TRUE(sums.phase == position->phase && sameBytes(sums.material, position->material)) << text;
     }

@@ -53,6 +53,7 @@ const char *const pawns = "1n2k3/P7/8/3pP3/8/8/7P/4K3 w - d6 0 1";
 const textCase textCases[] = {
     {"castling", bothRooks, false, "e1g1", encodeMove(e1, g1, castleKingSide)},
     {"black castles", bothRooksBlack, false, "e8c8", encodeMove(e8, c8, castleQueenSide)},
+    {"a king off e1 moves", "4k3/8/8/8/8/8/8/3K3R w - - 0 1", false, "d1f1", encodeMove(d1, f1)},
     {"a rook on e1 moves", "4k3/8/8/8/8/8/8/4R1K1 w - - 0 1", false, "e1c1", encodeMove(e1, c1)},
     {"king takes rook", bothRooks, true, "e1h1", encodeMove(e1, g1, castleKingSide)},
     {"king takes rook, queen's side", bothRooksBlack, true, "e8a8", encodeMove(e8, c8, castleQueenSide)},

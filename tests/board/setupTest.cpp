@@ -53,6 +53,7 @@ TEST(setupPosition, readsEveryField)
         const variantScope variant(entry.chess960);
         ownedPosition position(startPositionFen);
         position->accumulatorBlocks[0].computed = true;
+        std::memset(position->castleRook, c3, sizeof position->castleRook);
         std::memset(position->keyHistory, 0xFF, sizeof position->keyHistory);
         ASSERT_EQ(setupPosition(entry.fen, *position), "");
         EXPECT_EQ(position->info[0].castling, entry.rights);
@@ -144,7 +145,9 @@ const rightsCase rightsCases[] = {
     {"step made, nobody to use it", "4k3/8/8/8/4P3/8/8/4K3 b - e3 0 1", false, 0, e4},
     {"no pawn there", "4k3/8/8/8/8/8/8/4K3 b - e3 0 1", false, 0, 0},
     {"wrong rank", "4k3/8/8/8/8/4P3/8/4K3 b - e2 0 1", false, 0, 0},
-    {"step over a man", "4k3/8/8/8/4P3/4N3/8/4K3 b - e3 0 1", false, 0, 0},
+    {"step over a piece", "4k3/8/8/8/4P3/4N3/8/4K3 b - e3 0 1", false, 0, 0},
+    {"step from an occupied square", "4k3/8/8/8/4P3/8/4P3/4K3 b - e3 0 1", false, 0, 0},
+    {"black's step from an occupied square", "4k3/4q3/8/4p3/8/8/8/4K3 w - e6 0 1", false, 0, 0},
 };
 
 TEST(dropInvalidRights, keepsWhatTheBoardSupports)
@@ -186,8 +189,12 @@ TEST(chess960Fen, numbersAllStarts)
     }
     EXPECT_EQ(starts.size(), 960U);
     EXPECT_EQ(chess960Fen(518), startPositionFen);
-    EXPECT_EQ(chess960Fen(0).substr(0, 8), "bbqnnrkr");
     EXPECT_EQ(chess960Fen(959).substr(0, 8), "rkrnnqbb");
+    const char *const knights[] = {"nnrkr", "nrnkr", "nrknr", "nrkrn", "rnnkr",
+                                   "rnknr", "rnkrn", "rknnr", "rknrn", "rkrnn"};
+    for (int i = 0; i < 10; ++i)
+        EXPECT_EQ(chess960Fen(96 * i).substr(0, 8), std::string("bbq") + knights[i]);
+    EXPECT_EQ(chess960Fen(16 + 4 + 2).substr(0, 8), "nqbnrbkr") << "each piece counts free squares only";
 }
 
 } // namespace

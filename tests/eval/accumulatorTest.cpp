@@ -19,7 +19,7 @@ namespace
 
 using sumLanes = std::vector<int>;
 
-/// The sum of one view by its definition, from the board alone.
+/// The sum of one view by its definition.
 sumLanes sumByDefinition(const pos &position, colour view)
 {
     int king = 0;
@@ -58,10 +58,10 @@ struct walkPlan
 {
     const char *fen;
     bool chess960;
-    int evaluateOneIn; ///< how often a ply is evaluated: rarely makes long chains
+    int evaluateOneIn; ///< one ply in how many is evaluated; high numbers make long chains
 };
 
-/// Wanders about in the tree: forward by moves and null moves, back by several plies at once.
+/// Random walk in the tree: forward by moves and null moves, back by several plies at once.
 void wander(const walkPlan &plan, accumulatorCacheEntry *cache, std::uint32_t seed)
 {
     const variantScope variant(plan.chess960);
@@ -110,7 +110,7 @@ const walkPlan walks[] = {
     {"r3k2r/p1ppqpb1/bn2pnp1/3PN3/1p2P3/2N2Q1p/PPPBBPPP/R3K2R w KQkq - 0 1", false, 6},
     {"n1n5/PPPk4/8/8/8/8/4Kppp/5N1N b - - 0 1", false, 2},                       // promotions by capture
     {"rnbqkb1r/ppp1p1pp/8/3pPp2/8/8/PPPP1PPP/RNBQKBNR w KQkq f6 0 3", false, 3}, // en passant
-    {"8/5k2/8/3P4/8/8/2K5/8 w - - 0 1", false, 3},                               // chains cost more than a fresh sum
+    {"8/5k2/8/3P4/8/8/2K5/8 w - - 0 1", false, 3},                               // chains cost more than a refresh
     {"1rkr4/pppppppp/8/8/8/8/PPPPPPPP/1RKR4 w DBdb - 0 1", true, 2},             // castling next door
     {"r4kr1/pppppppp/8/8/8/8/PPPPPPPP/R4KR1 w GAga - 0 1", true, 1},             // king and rook change places
 };
@@ -126,9 +126,21 @@ TEST(accumulator, sumsFollowTheMoves)
     {
         SCOPED_TRACE(plan.fen);
         wander(plan, nullptr, seed);
-        wander(plan, cache.data(), seed); // one table for all, as a worker keeps it from search to search
+        wander(plan, cache.data(), seed); // one cache for all, as in a worker
         ++seed;
     }
+}
+
+// A chain that costs more than a refresh is not followed: its rows would overflow the row lists.
+TEST(accumulator, longestChainIsRefreshed)
+{
+    useSyntheticNetwork();
+    ownedPosition position(startPositionFen);
+    expectRightSums(*position, 0);
+    const moveCode shuffle[] = {encodeMove(g1, f3), encodeMove(g8, f6), encodeMove(f3, g1), encodeMove(f6, g8)};
+    for (int ply = 0; ply < maxPly; ++ply)
+        makeMove(*position, ply, shuffle[ply % 4]);
+    expectRightSums(*position, maxPly);
 }
 
 TEST(accumulator, sumsOutliveNeitherTheirNetworkNorTheirPosition)

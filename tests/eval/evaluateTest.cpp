@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <fstream>
 #include <sstream>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -14,6 +15,7 @@
 #include "eval/networkFile.h"
 #include "support/randomGames.h"
 #include "support/sharedData.h"
+#include "support/syntheticNetwork.h"
 
 namespace tarvonel
 {
@@ -25,7 +27,7 @@ constexpr const char *queenUp = "4k3/pp3ppp/8/8/8/8/PP3PPP/3QK3 w - - 0 1";
 constexpr const char *bareKings = "4k3/8/8/8/8/8/8/4K3";
 constexpr const char *rookEnding = "4k3/8/8/8/8/8/8/R3K3";
 
-/// Makes the running sums say what a test wants, whatever stands on the board.
+/// Overrides the running sums, whatever is on the board.
 void setBalance(pos &position, combEval value, int phase)
 {
     position.material[white] = value;
@@ -34,7 +36,7 @@ void setBalance(pos &position, combEval value, int phase)
     position.phase = static_cast<std::int16_t>(phase);
 }
 
-/// The score by hand with the terms as a test has set them, white to move.
+/// The hand-set score by the tunable terms, white to move.
 int tunableHandSet(const char *board, combEval balance, int phase)
 {
     evaluationPosition position(std::string(board) + " w - - 0 1");
@@ -58,14 +60,17 @@ TEST(evaluate, endGameBalanceChoosesTheEvaluator)
         {X(0, 399), 400, true},   {X(0, 400), 400, false},   {X(0, -399), 400, true},  {X(0, -400), 400, false},
         {X(500, 300), 400, true}, {X(-500, 399), 400, true}, {X(0, 4000), 400, false}, {X(0, 0), 0, false},
     };
+    const std::pair<std::string, int> positions[] = {{queenUp, 4}, {mirrorFen(queenUp), 4}, {queenUp, 40}};
+    useSyntheticNetwork();
     for (const auto &c : cases)
-        for (const std::string &fen : {std::string(queenUp), mirrorFen(queenUp)})
+        for (const auto &[fen, phase] : positions)
         {
             evaluationPosition position(fen);
-            setBalance(*position, c.balance, 4);
+            setBalance(*position, c.balance, phase);
             const int byHand = (position->sideToMove == white ? 1 : -1) * handSetScore(*position);
-            const int byNetwork = networkScore(*position, 0, position->phase);
-            ASSERT_NE(byHand, byNetwork) << "the two evaluators cannot be told apart here";
+            const int byNetwork = networkScore(*position, 0, std::min(phase, fullPhase));
+            ASSERT_NE(networkScore(*position, 0, 40), networkScore(*position, 0, fullPhase));
+            ASSERT_NE(byHand, byNetwork) << "the evaluators agree here";
             networkLimit = c.limit;
             EXPECT_EQ(evaluate(0, *position), c.byNetwork ? byNetwork : byHand) << termText(c.balance) << fen;
             networkLimit = defaultNetworkLimit;
@@ -82,10 +87,13 @@ TEST(evaluate, cacheHoldsWhitesViewOfBothEvaluators)
             const int score = evaluate(0, *position);
             EXPECT_EQ(slot.score, mirrored ? -score : score);
             slot.score = 123;
-            EXPECT_EQ(evaluate(0, *position), mirrored ? -123 : 123) << "a hit is believed";
+            EXPECT_EQ(evaluate(0, *position), mirrored ? -123 : 123) << "a hit is used";
             slot.key ^= std::uint64_t{1} << 63;
             EXPECT_EQ(evaluate(0, *position), score) << "only the whole key is a hit";
-            EXPECT_EQ(slot.key, position->key) << "and what stood there goes";
+            EXPECT_EQ(slot.key, position->key) << "a miss overwrites the slot";
+            const pawnEntry &pawns = evaluatePawns<shippedTerms>(*position);
+            position.tables->clear();
+            EXPECT_TRUE(slot.key == 0 && pawns.pawnKey == 0) << "clearing empties both tables";
         }
 }
 
@@ -112,6 +120,17 @@ TEST(evaluate, complexityMovesTheEndGameScoreButNeverItsSign)
     tunableTerms.global.tempo = 0;
     for (const auto &c : cases)
         EXPECT_EQ(tunableHandSet(c.board, X(0, c.before), 0), c.after) << c.reason;
+}
+
+TEST(evaluate, bishopPairIsExactlyTwo)
+{
+    const std::pair<const char *, int> cases[] = {{"4k3/8/8/8/8/8/8/2B1K3", 0},   {"4k3/8/8/8/8/8/8/2BBK3", 1},
+                                                  {"4k3/8/8/8/8/8/8/1BBBK3", 0},  {"2bbk3/8/8/8/8/8/8/4K3", -1},
+                                                  {"2bbk3/8/8/8/8/8/8/2BBK3", 0}, {"2bbk3/8/8/8/8/8/8/1BBBK3", -1}};
+    const isolatedTerms guard;
+    tunableTerms.global.bishopPair = X(1, 1);
+    for (const auto &[board, expected] : cases)
+        EXPECT_EQ(tunableHandSet(board, 0, fullPhase), expected) << board;
 }
 
 TEST(evaluate, phaseTapersTowardZero)

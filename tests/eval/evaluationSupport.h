@@ -1,5 +1,5 @@
-// What the tests of the hand-set evaluation share: positions with tables of their own, terms to
-// play with, and colours exchanged.
+// Support for tests of the hand-set evaluation: positions with tables, isolated terms, and colour
+// symmetry.
 #pragma once
 
 #include <memory>
@@ -13,7 +13,7 @@
 namespace tarvonel
 {
 
-/// A position with empty tables of its own.
+/// A position with its own empty tables.
 struct evaluationPosition : ownedPosition
 {
     explicit evaluationPosition(const std::string &fen) : ownedPosition(fen) { tables->attachTo(**this); }
@@ -21,7 +21,7 @@ struct evaluationPosition : ownedPosition
     std::unique_ptr<evaluationTables> tables = std::make_unique<evaluationTables>();
 };
 
-/// While it lives all tunable terms are 0, but for those that a test then sets.
+/// In its scope all tunable terms start at 0.
 struct isolatedTerms
 {
     isolatedTerms() { tunableTerms = evalTerms{}; }
@@ -30,7 +30,7 @@ struct isolatedTerms
     isolatedTerms &operator=(const isolatedTerms &) = delete;
 };
 
-/// One term or a few, and what they make of a board when all others are 0.
+/// A board and the score that a few terms give it when all others are 0.
 struct isolatedCase
 {
     const char *reason, *board;
@@ -40,10 +40,10 @@ struct isolatedCase
 
 using termScore = combEval (*)(evaluationPosition &);
 
-/// Holds every case to its figure, and with colours exchanged to the opposite.
+/// Expects each case's score, and its negation with colours exchanged.
 void expectIsolatedTerms(std::span<const isolatedCase> cases, termScore score);
 
-/// Holds a few full positions of all kinds to the opposite score with colours exchanged.
+/// Expects the negated score with colours exchanged, on a set of full positions.
 void expectColoursAlike(termScore score);
 
 /// The position with colours, ranks and side to move exchanged, castling rights left out.

@@ -64,7 +64,7 @@ tracedPass passByDefinition(const pos &position)
     return pass;
 }
 
-/// Holds the fast pass, the sums made afresh, to the definition.
+/// Compares the fast pass, with fresh sums, with the definition.
 tracedPass expectExactPass(pos &position)
 {
     position.accumulatorBlocks[0].computed = false;
@@ -88,7 +88,7 @@ constexpr std::size_t fieldStarts[] = {0,          4,          descriptionLength
                                        25'182'996, 25'184'020, 25'184'024,          25'184'056};
 constexpr std::size_t soundSize = 25'184'056;
 
-/// Fills some bytes behind the head with noise, or with one number over and over: the ends of the
+/// Fills some bytes after the head with noise, or with one repeated number: the ends of the
 /// ranges of 8, 16 and 32 bits, 0 or -1.
 void fillStretch(std::string &bytes, std::size_t start, std::size_t length, std::mt19937_64 &random)
 {
@@ -116,7 +116,7 @@ void mutate(std::string &bytes, std::mt19937_64 &random)
     case 1: // longer
         bytes.append(random() % 1000, '\xAB');
         break;
-    case 2: // another length told for the description than it has
+    case 2: // a wrong length of the description
         if (bytes.size() >= headEnd)
             bytes[descriptionLengthAt + random() % 4] = static_cast<char>(random() % 3 == 0 ? random() : random() % 2);
         break;
@@ -137,7 +137,7 @@ std::size_t wholeSize(const std::string &bytes)
     return size;
 }
 
-/// Reads where the bytes lie: a stream with a copy of its own would take most of the time.
+/// Reads the bytes in place; copying them into a stream would take most of the time.
 struct bytesInPlace : std::streambuf
 {
     explicit bytesInPlace(std::string &bytes) { setg(bytes.data(), bytes.data(), bytes.data() + bytes.size()); }
@@ -192,7 +192,7 @@ TEST(network, hiddenLayerShiftsAndClamps)
 
 TEST(network, fastPassEqualsTheDefinition)
 {
-    // From an input that is nearly all alive to one that is nearly all zero.
+    // From an input that is nearly all nonzero to one that is nearly all zero.
     for (const int bias : {100, 60, 0, -30, -200})
     {
         useSyntheticNetwork({static_cast<std::uint64_t>(bias + 1000), bias});

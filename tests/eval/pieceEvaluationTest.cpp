@@ -39,6 +39,9 @@ const isolatedCase pieceCases[] = {
     // pins and discovered checks
     {"a pinned knight has no squares", "4k3/4r3/8/8/8/4N3/8/4K3",
      [] { pieces.knightMobility[0] = 1; pieces.pinned[knight] = 10; }, 11},
+    {"a pinned knight under a pawn", "4k3/4r3/8/8/3p4/4N3/8/4K3",
+     [] { pieces.pinned[knight] = 1; pieces.pinnedUnderPawn[knight] = 10; }, 10},
+    {"a bishop in front of a rook discovers", "4k3/8/8/8/4B3/8/8/K3R3", [] { pieces.discoverer[bishop] = 1; }, 1},
 
     // mobility
     {"a bishop sees through its queen", "8/7k/8/8/8/2Q5/1B6/K7", [] { count(pieces.bishopMobility); }, 8},
@@ -59,7 +62,7 @@ const isolatedCase pieceCases[] = {
      [] { pieces.outpostSupported[knight] = 1; pieces.outpostBare[knight] = 10; }, 1},
     {"no outpost that a pawn may still drive off", "4k3/2p5/8/3N4/4P3/8/8/4K3",
      [] { pieces.outpostSupported[knight] = 1; }, 0},
-    {"a pawn on the file or beside cannot drive it off", "4k3/3p4/8/2pN4/4P3/8/8/4K3",
+    {"a pawn on its file or level with it cannot drive it off", "4k3/3p4/8/2pN4/4P3/8/8/4K3",
      [] { pieces.outpostSupported[knight] = 1; }, 1},
     {"a rook on the seventh, the king there too", "8/R3k3/8/8/8/8/8/4K3", [] { pieces.rookOnSeventh = 1; }, 1},
     {"not with the king before it, and not on the eighth", "3R4/R7/4k3/8/8/8/8/4K3", [] { pieces.rookOnSeventh = 1; }, 0},
@@ -95,13 +98,13 @@ const isolatedCase pieceCases[] = {
     {"a pinned pawn outside the zone", "k5r1/8/7r/6Pr/8/8/8/6K1", [] { danger.pinnedInZone = 640; }, 0},
     {"a safe check by the queen, and none by rooks", "4k3/8/8/7q/8/8/8/6K1",
      [] { danger.queenCheck = 640; danger.rookCheck = 6400; }, -danger640},
-    {"e1 is held by the queen alone: safe for the rook behind, not for the queen", "4r1k1/4qp1p/8/8/8/8/5PPP/1Q4K1",
+    {"e1 is held by the queen alone: safe for the rook, not for the queen", "4r1k1/4qp1p/8/8/8/8/5PPP/1Q4K1",
      [] { danger.rookCheck = 640; danger.queenCheck = 6400; }, -danger640},
-    {"the own queen hides no check behind it: c5", "4k3/8/8/7q/8/b7/5Q2/6K1",
+    {"the own queen does not block a check: c5", "4k3/8/8/7q/8/b7/5Q2/6K1",
      [] { danger.bishopCheck = 640; }, -danger640},
     {"a knight's safe check on e2", "4k3/8/8/6n1/3n4/8/6P1/6K1",
      [] { danger.knightCheck = 640; danger.unsafeCheck = 6400; }, -danger640},
-    {"the bishop makes it unsafe; f3 and h3 lie under a pawn", "4k3/8/8/6n1/3n4/8/6P1/5BK1",
+    {"the bishop makes it unsafe; a pawn guards f3 and h3", "4k3/8/8/6n1/3n4/8/6P1/5BK1",
      [] { danger.knightCheck = 6400; danger.unsafeCheck = 640; }, -danger640},
 };
 // clang-format on

@@ -1,5 +1,5 @@
-// The lists of the generators literally, as the node counts of the search hang on order and scores.
-// Which moves there are is held by the tests of legality.
+// The generators' lists in full: the search's node counts depend on their order and scores. The
+// legality tests check that the lists are complete.
 #include "movegen/generators.h"
 
 #include <string>
@@ -36,7 +36,7 @@ struct listCase
     const char *list;
 };
 
-// All kinds of men and moves, two pinned knights among them.
+// All kinds of pieces and moves, two pinned knights among them.
 const char *const beforeWhite = "q1n1k3/1Pp3P1/1N3ppq/3Pn1NP/1b2P1B1/PpNp3r/Q2K1R2/8 b - - 0 1";
 const char *const beforeBlack = "4k2r/8/5q2/8/1p1p1p2/1n1b1P2/P1R1P1p1/4KN1R w K - 0 1";
 
@@ -61,7 +61,7 @@ const listCase listCases[] = {
     {"recaptures never en passant", beforeBlack, "e2e4", generateRecaptures, "d3e4=10 "},
     {"recapture promotes to a queen", "6k1/2rP4/8/8/8/8/8/4K3 b - - 0 1", "c7c8", generateRecaptures, "d7c8q=58 "},
     {"no recapture of nothing", "4k3/8/8/8/8/8/8/R3K3 b - - 0 1", "e8e7", generateRecaptures, ""},
-    {"checker taken or barred by all men", "k7/r7/8/2N5/7K/1P4p1/3PB3/5RQ1 b - - 0 1", "a7a4", generateCaptures,
+    {"checker captured or blocked by all pieces", "k7/r7/8/2N5/7K/1P4p1/3PB3/5RQ1 b - - 0 1", "a7a4", generateCaptures,
      "h4g3=223 h4h3=202 h4g5=202 h4h5=202 b3a4=250 b3b4=210 d2d4=210 c5a4=236 c5e4=206 e2c4=205 e2g4=205 f1f4=204 "
      "g1d4=203 "},
     {"promotions out of check", "7K/1P2P3/8/8/8/8/8/k1r5 b - - 0 1", "c1c8", generateQuiescenceMoves,

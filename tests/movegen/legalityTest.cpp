@@ -37,7 +37,7 @@ moveSet listOf(const pos &position)
     return moves;
 }
 
-/// Legality of generated moves, and the list and the count that stand on it.
+/// Legality of generated moves, the legal list and the count.
 void checkLegality(pos &position, const letterBoard &board)
 {
     const moveSet legal = legalCodes(board);
@@ -62,7 +62,7 @@ void checkLegality(pos &position, const letterBoard &board)
     EXPECT_EQ(position.info[1].listStart, position.info[0].listEnd);
 }
 
-/// Moves with their men, as transposition table and killers hold them from other positions.
+/// Moves with the moving piece as extra byte, as the hash table and killers supply them.
 using movePool = std::set<moveCode>;
 
 void collect(const pos &position, const letterBoard &board, movePool &pool)
@@ -71,13 +71,13 @@ void collect(const pos &position, const letterBoard &board, movePool &pool)
         pool.insert(withExtra(move, position.board[moveFrom(move)]));
 }
 
-/// Of all moves of the pool the legal ones are accepted.
+/// Accepts exactly the legal moves of the pool.
 void checkValidity(pos &position, const letterBoard &board, const movePool &pool)
 {
     const moveSet legal = legalCodes(board);
     for (const moveCode move : pool)
     {
-        // A king that stands where castling takes it is refused as a man on the target.
+        // Castling with the king on its target is refused because the target is occupied.
         const bool isKingThere = isCastling(move) && isKing(position.board[moveTo(move)]);
         const bool isExpected = !isKingThere && legal.count(move & moveIdentityMask) != 0 &&
                                 moveExtra(move) == position.board[moveFrom(move)];
@@ -125,7 +125,7 @@ TEST(moveChecks, edgeCasesAreJudgedByTheRules)
         }
 }
 
-// What no legal position holds: rights whose rook is gone or changed, flags on other men, a king to take.
+// Moves that fit no legal position: castling without its rook, wrong flags, capture of a king.
 TEST(moveChecks, impossibleMovesAreRefused)
 {
     const struct
@@ -138,6 +138,8 @@ TEST(moveChecks, impossibleMovesAreRefused)
         {"4k3/8/8/8/8/2N5/8/4K3 w - - 0 1", encodeMove(c3, b1, promoteQueen, whiteKnight)},
         {"4k3/8/8/8/8/5Q2/8/4K3 w - - 0 1", encodeMove(f3, f5, doubleStep, whiteQueen)},
         {"4k3/8/8/8/8/8/8/4K3 w - - 0 1", encodeMove(e1, d1, enPassantCapture, whiteKing)},
+        {"4k3/8/8/P2p4/8/8/8/4K3 w - d6 0 1", encodeMove(a5, d5, enPassantCapture, whitePawn)},
+        {"4k3/8/2P5/3p4/8/8/8/4K3 w - d6 0 1", encodeMove(c6, d5, enPassantCapture, whitePawn)},
         {"4k3/4R3/8/8/8/8/8/4K3 w - - 0 1", encodeMove(e7, e8, plainMove, whiteRook)},
         {startPositionFen, encodeMove(e7, e5, doubleStep, blackPawn)},
         {startPositionFen, noMove},

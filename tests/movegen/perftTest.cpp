@@ -53,6 +53,20 @@ TEST(perft, countsWellKnownPositionsInBothVariants)
             }
 }
 
+// The list of a ply must leave room for one more before perft goes deeper.
+TEST(perft, pathsEndWhereTheMoveStackIsFull)
+{
+    ownedPosition position(startPositionFen);
+    moveCode *const first = position.record->firstMove();
+    const std::pair<int, unsigned> cases[] = {{2 * moveListReserve, 400}, {2 * moveListReserve - 1, 20}};
+    for (const auto &[room, leaves] : cases)
+    {
+        position->info[1] = position->info[0];
+        position->info[1].listStart = first + moveStackSize - room;
+        EXPECT_EQ(perft(1, 2, *position), leaves) << room;
+    }
+}
+
 TEST(slowPerft, countsWellKnownPositionsDeeper)
 {
     EXPECT_EQ(countFrom(startPositionFen, 6), 119060324U);

@@ -17,8 +17,8 @@ struct direction
     int files, ranks;
 };
 
-/// How the men other than pawns move.
-struct gait
+/// How a piece other than a pawn moves.
+struct movement
 {
     char kind;
     bool slides;
@@ -28,11 +28,11 @@ struct gait
 const std::vector<direction> straight = {{1, 0}, {-1, 0}, {0, 1}, {0, -1}};
 const std::vector<direction> diagonal = {{1, 1}, {-1, 1}, {1, -1}, {-1, -1}};
 const std::vector<direction> allAround = {{1, 1}, {-1, 1}, {1, -1}, {-1, -1}, {1, 0}, {-1, 0}, {0, 1}, {0, -1}};
-const gait gaits[] = {{'n', false, {{1, 2}, {2, 1}, {2, -1}, {1, -2}, {-1, -2}, {-2, -1}, {-2, 1}, {-1, 2}}},
-                      {'b', true, diagonal},
-                      {'r', true, straight},
-                      {'q', true, allAround},
-                      {'k', false, allAround}};
+const movement movements[] = {{'n', false, {{1, 2}, {2, 1}, {2, -1}, {1, -2}, {-1, -2}, {-2, -1}, {-2, 1}, {-1, 2}}},
+                              {'b', true, diagonal},
+                              {'r', true, straight},
+                              {'q', true, allAround},
+                              {'k', false, allAround}};
 
 bool isWhiteLetter(char letter) { return std::isupper(static_cast<unsigned char>(letter)) != 0; }
 char lower(char letter) { return static_cast<char>(std::tolower(static_cast<unsigned char>(letter))); }
@@ -65,8 +65,8 @@ int findKing(const letterBoard &board, bool isWhite)
     return nowhere;
 }
 
-/// Calls `use` for every square that the man would attack, until one of the calls returns true.
-template <typename F> bool anyAttacked(const letterBoard &board, int from, const gait &how, F &&use)
+/// Calls `use` for every square that the piece attacks until a call returns true.
+template <typename F> bool anyAttacked(const letterBoard &board, int from, const movement &how, F &&use)
 {
     for (const direction step : how.steps)
         for (int to = stepFrom(from, step); to != nowhere; to = stepFrom(to, step))
@@ -113,7 +113,7 @@ void addPawnMoves(const letterBoard &board, int from, std::vector<letterMove> &m
     }
 }
 
-/// Where king and rook of a wing end up.
+/// Castling destinations.
 int kingGoal(bool isWhite, int wing) { return (isWhite ? 0 : 56) + (wing == 0 ? 6 : 2); }
 int rookGoal(bool isWhite, int wing) { return (isWhite ? 0 : 56) + (wing == 0 ? 5 : 3); }
 
@@ -156,7 +156,7 @@ void readCastling(letterBoard &board, const std::string &text)
         const int home = isWhite ? 0 : 56;
         const int king = findKing(board, isWhite);
         const bool byFile = kind != 'k' && kind != 'q';
-        // From the corner on towards the king, or the file that the letter names.
+        // The file that the letter names, or the search from the corner towards the king.
         const int step = kind == 'q' ? 1 : -1;
         int square = byFile ? home + (kind - 'a') : kind == 'q' ? home : home + 7;
         while (!byFile && square != king && board.squares[square] != coloured('r', isWhite))
@@ -223,7 +223,7 @@ bool isAttackedBy(const letterBoard &board, int square, bool byWhite)
         if (origin != nowhere && board.squares[origin] == coloured('p', byWhite))
             return true;
     }
-    for (const gait &how : gaits)
+    for (const movement &how : movements)
         if (const char attacker = coloured(how.kind, byWhite);
             anyAttacked(board, square, how, [&](int from) { return board.squares[from] == attacker; }))
             return true;
@@ -250,7 +250,7 @@ std::vector<letterMove> legalMoves(const letterBoard &board)
         const char kind = lower(board.squares[from]);
         if (kind == 'p')
             addPawnMoves(board, from, moves);
-        for (const gait &how : gaits)
+        for (const movement &how : movements)
             if (how.kind == kind)
                 anyAttacked(board, from, how,
                             [&](int to)

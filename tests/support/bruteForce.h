@@ -1,8 +1,8 @@
-// Chess by its rules alone, as an oracle for the engine's move generation: a board of letters,
-// moves found square by square, made on a copy, and legality by looking for an attacked king.
+// A brute-force oracle for move generation: a board of letters, moves found square by square and made
+// on a copy, legality by testing for an attacked king.
 //
-// It shares nothing with the engine but the numbering of squares and the move code it translates
-// to. Castling follows the Chess960 rules, of which the standard ones are a case.
+// It shares only the square numbering and move codes with the engine. Castling follows the Chess960
+// rules, which include the standard ones.
 #pragma once
 
 #include <array>
@@ -23,7 +23,7 @@ struct letterBoard
     bool whiteToMove = true;
     /// [white, black][king's, queen's side]: square of the rook that may still castle, or `nowhere`.
     std::array<std::array<int, 2>, 2> castlingRooks = {{{nowhere, nowhere}, {nowhere, nowhere}}};
-    int skippedSquare = nowhere; ///< what a pawn has just stepped over
+    int skippedSquare = nowhere; ///< passed over by the last move's double step
     int halfMoves = 0;
     int moveNumber = 1;
 };

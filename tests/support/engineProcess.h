@@ -17,8 +17,8 @@ using lines = std::vector<std::string>;
 class engineProcess
 {
   public:
-    /// Starts the program in `directory` with the words behind its name. If `limitKib` is not 0, all
-    /// its memory together stays below so many KiB.
+    /// Starts the program in `directory` with `words` as arguments. `limitKib`, unless 0, limits its
+    /// address space.
     explicit engineProcess(const std::string &directory, const lines &words = {}, int limitKib = 0);
     /// Kills the process if it still runs.
     ~engineProcess() { endProcess(process, 0); }
@@ -47,8 +47,8 @@ class engineProcess
     childProcess process;
 };
 
-/// Whether the environment variable TARVONEL_ENGINE names another engine than the one built here: the
-/// program and words before the tests' own. It is taken for one that runs under wine.
+/// Whether the environment variable TARVONEL_ENGINE names another engine's command line. It is assumed
+/// to run under wine.
 bool isForeignEngine();
 
 /// The path as the engine's system writes it.

@@ -18,7 +18,7 @@ inline unsigned numberFromEnvironment(const char *name, unsigned preset)
 }
 
 /// Calls `round` with TARVONEL_FUZZ_SEEDS seeds from TARVONEL_FUZZ_FIRST on; without these variables
-/// with the seeds from 1 to `usual`. Names each before its round, so that a crash tells it.
+/// with the seeds 1 to `usual`. Prints each before its round, so that a crash shows it.
 inline void forEachFuzzSeed(unsigned usual, const std::function<void(unsigned seed)> &round)
 {
     const unsigned first = numberFromEnvironment("TARVONEL_FUZZ_FIRST", 1);

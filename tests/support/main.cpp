@@ -1,5 +1,5 @@
-// The test program: Google Test's, which also takes the names of test files, as their path ends,
-// and then runs the quick tests of those files.
+// The test program: Google Test's, plus arguments that name test files by the end of their path and
+// select their quick tests.
 #include <cstdlib>
 #include <iostream>
 #include <string>
@@ -11,8 +11,8 @@
 namespace
 {
 
-/// A filter for the quick tests of the file, empty if it holds none. `isFound` tells whether it
-/// holds any test.
+/// A filter for the quick tests of the file, empty if there are none. Sets `isFound` if it has any
+/// test.
 std::string quickTestsOf(const std::string &file, bool &isFound)
 {
     std::string filter;

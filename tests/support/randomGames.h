@@ -14,7 +14,7 @@
 namespace tarvonel
 {
 
-/// A position with a move stack of its own, set up from FEN; fails the test if the text is refused.
+/// A position with its own move stack, set up from FEN; fails the test if the FEN is refused.
 struct ownedPosition
 {
     std::unique_ptr<posWithMoves> record = std::make_unique<posWithMoves>();
@@ -24,13 +24,13 @@ struct ownedPosition
     pos *operator->() { return &record->position; }
 };
 
-/// The bytes of a record where it stands, to see later whether anything at all in it has changed.
+/// The bytes of a record, for detecting any change.
 template <typename T> std::string bytesOf(const T &record)
 {
     return {reinterpret_cast<const char *>(&record), sizeof(T)};
 }
 
-/// Switches the variant for the length of a scope.
+/// Switches the variant for a scope.
 struct variantScope
 {
     bool before = engineOptions.chess960;
@@ -49,11 +49,11 @@ struct randomGamePlan
     bool chess960 = false;
 };
 
-/// A position of a game as the engine and as the oracle have it. The engine's stands at ply 0 and
-/// `inCheck` of it is valid; the visitor may make moves on it if it takes them back.
+/// A position of a game, for the engine and for the oracle. The engine's is at ply 0 with a valid
+/// `inCheck`; the visitor may make moves on it and must take them back.
 using gameVisitor = std::function<void(pos &position, const bruteForce::letterBoard &board)>;
 
-/// Plays the games and shows every position of them, the start positions included.
+/// Plays the games and visits every position, including the start positions.
 void playRandomGames(const randomGamePlan &plan, const gameVisitor &visit);
 
 } // namespace tarvonel

@@ -30,7 +30,7 @@ std::string findOrMake()
     const fs::path generator = sharedDataPath("tools/make_net.py");
     if (!fs::exists(generator))
         return "";
-    // Test programs run at the same time: each writes a file of its own and then gives it the name.
+    // Test programs run in parallel: each writes its own file and renames it.
     const fs::path file = fs::path(::testing::TempDir()) / "tarvonelVectorNetwork.nnue";
     if (isWhole(file))
         return file.string();

@@ -37,7 +37,7 @@ struct randomSource
     int sign() { return (next() & 1) != 0 ? 1 : -1; }
 };
 
-constexpr int laneKinds = 4; ///< kind 1 counts own men for and enemy men against, 2 the reverse
+constexpr int laneKinds = 4; ///< kind 1 counts own pieces for and enemy pieces against, kind 2 the reverse
 constexpr int ownLanes = 1, enemyLanes = 2;
 constexpr int placementNoise[laneKinds] = {14, 5, 5, 10};
 constexpr int materialWeight[pieceTypeCount] = {2, 6, 6, 9, 18, 0};

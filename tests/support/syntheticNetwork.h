@@ -1,6 +1,6 @@
-// Networks for tests: random weights, with a thread of material and of "my half against yours"
-// through all layers, so that activations are alive everywhere and the score leans to the side
-// with more material. The same plan gives the same network.
+// Networks for tests: random weights plus a material signal and a side-to-move antisymmetry through all
+// layers, so that every layer has nonzero activations and the score favours the side with more
+// material. The same plan gives the same network.
 #pragma once
 
 #include <cstdint>
@@ -18,7 +18,7 @@ struct syntheticNetworkPlan
     std::size_t descriptionLength = 0;
 };
 
-/// Makes it the network in force, as if it had been loaded, but with no file.
+/// Installs it as if it had been loaded from a file.
 void useSyntheticNetwork(const syntheticNetworkPlan &plan = {});
 
 /// Writes it as a file of 25,184,056 bytes plus the description; false if it cannot be written.

@@ -93,7 +93,7 @@ storedPart randomPart(std::uint64_t size, const std::vector<int> &leaves, const 
         part.values.insert(part.values.end(), texts[symbol].begin(), texts[symbol].end());
     }
 
-    // Lengths of blocks that there are not let the last span's middle lie beyond the end.
+    // Lengths beyond the last block: the last span's middle may be past the end.
     const std::uint64_t blocks = starts.size(), span = std::uint64_t{1} << form.spanBits;
     for (starts.push_back(part.values.size()); starts.back() < size + span; starts.push_back(starts.back() + 65536))
         ;

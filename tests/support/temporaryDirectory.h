@@ -1,4 +1,4 @@
-// A directory of its own for a test, gone afterwards.
+// A temporary directory for a test, removed afterwards.
 #pragma once
 
 #include <cstdlib>
