@@ -104,7 +104,7 @@ int capNullMoveScore(int score, int beta) { return score > mateThreshold ? beta 
 /// Writes down check state and played move after a make, and sends for the table's line.
 void noteMadeMove(int ply, pos &position, moveCode move)
 {
-    ttPrefetch(position.key);
+    prefetchNode(position);
     position.info[ply + 1].inCheck = isKingAttacked(position, position.sideToMove) ? 1 : 0;
     position.info[ply].playedMove = withExtra(move, movedPieceAfter(position, move));
 }
@@ -313,7 +313,7 @@ int searchMoves(int ply, int alpha, int beta, const nodeFacts &facts, pos &posit
         }
 
         makeMove(position, ply, move);
-        ttPrefetch(position.key);
+        prefetchNode(position);
         child.inCheck = isCheck ? 1 : 0;
         node.playedMove = withExtra(move, movedPieceAfter(position, move));
         assert(isCheck == isKingAttacked(position, position.sideToMove));

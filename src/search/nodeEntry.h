@@ -11,6 +11,13 @@
 namespace tarvonel
 {
 
+/// Prefetches what a node reads first: its TT cluster and its slot of the evaluation cache.
+inline void prefetchNode(const pos &position)
+{
+    ttPrefetch(position.key);
+    prefetch(&position.evalCache[position.key & (evalCacheSize - 1)]);
+}
+
 /// Whether the ply is the last one that can be stood at: no depth or no room for moves is left.
 inline bool isStackEnd(int ply, const pos &position)
 {

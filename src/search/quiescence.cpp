@@ -101,7 +101,7 @@ int quiescence(int ply, int qDepth, int alpha, int beta, pos &position)
             continue;
         const moveCode move = *cursor;
         makeMove(position, ply, move);
-        ttPrefetch(position.key);
+        prefetchNode(position);
         node.playedMove = withExtra(move, 0);
         child.inCheck = isAttacked(position, opponentKing, mover, occupancy(position)) ? 1 : 0;
 

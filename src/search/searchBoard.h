@@ -38,10 +38,17 @@ struct searchBoard : posWithMoves
 {
     searchBoard() { tables.attachTo(position); }
 
-    /// Takes over the whole of `root`, but for its move stack and tables.
+    /// Copies what is valid of a position at ply 0, without its tables. The deeper plies and the
+    /// accumulators, most of the record, are written by a search before it reads them.
     void adopt(const pos &root)
     {
-        posWithMoves::adopt(root);
+        static_cast<posHead &>(position) = root;
+        position.accumulatorBlocks[0].computed = false;
+        position.info[0] = root.info[0];
+        position.info[0].listStart = firstMove();
+        std::copy_n(root.keyHistory, root.keyCount, position.keyHistory);
+        std::ranges::copy(root.quietHistory, position.quietHistory);
+        std::ranges::copy(root.counterMoves, position.counterMoves);
         tables.attachTo(position);
     }
 
