@@ -34,12 +34,9 @@ int main(int argc, char **argv)
     }
     initTables();
     useSyntheticNetwork();
-    ttResize(settings.hashMegabytes);
-    rebuildWorkerPool(settings.threads);
+    const searchResources resources(settings.threads, settings.hashMegabytes);
     const benchEffort effort = searchBenchPositions(depth);
     std::cout << "bench: " << effort.nodes << '\n'
               << "nodes per second: " << effort.nodes * 1000 / static_cast<std::uint64_t>(effort.milliseconds) << '\n';
-    rebuildWorkerPool(0);
-    ttRelease();
     return EXIT_SUCCESS;
 }

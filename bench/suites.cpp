@@ -102,13 +102,10 @@ int main(int argc, char **argv)
         return EXIT_FAILURE;
     }
     initTables();
-    ttResize(hashMegabytes);
-    rebuildWorkerPool(1);
+    const searchResources resources(1, hashMegabytes);
     useNetFile();
     bool isRead = netLoaded;
     for (int i = 2; i < argc && isRead; ++i)
         isRead = searchSuite(argv[i], nodes);
-    rebuildWorkerPool(0);
-    ttRelease();
     return isRead ? EXIT_SUCCESS : EXIT_FAILURE;
 }

@@ -133,6 +133,18 @@ int rebuildWorkerPool(int count)
     return static_cast<int>(workerPool.size());
 }
 
+searchResources::searchResources(int threads, int hashMegabytes)
+{
+    ttResize(hashMegabytes);
+    rebuildWorkerPool(threads);
+}
+
+searchResources::~searchResources()
+{
+    rebuildWorkerPool(0);
+    ttRelease();
+}
+
 void clearWorkerHistory()
 {
     for (const auto &each : workerPool)

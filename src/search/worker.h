@@ -95,6 +95,16 @@ boss &theBoss();
 /// threads. Returns the number of workers that the system granted, the boss included.
 int rebuildWorkerPool(int count);
 
+/// The transposition table and the workers of a program, from construction to destruction. One at a
+/// time; what they hold in between may be resized as above.
+struct searchResources
+{
+    searchResources(int threads, int hashMegabytes);
+    ~searchResources();
+    searchResources(const searchResources &) = delete;
+    searchResources &operator=(const searchResources &) = delete;
+};
+
 /// Forgets the continuation histories of all workers, for a new game.
 void clearWorkerHistory();
 

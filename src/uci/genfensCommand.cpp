@@ -10,7 +10,7 @@
 #include "board/engineOptions.h"
 #include "board/setup.h"
 #include "eval/networkFile.h"
-#include "movegen/randomOpening.h"
+#include "uci/randomOpening.h"
 #include "platform/output.h"
 #include "platform/parseNumber.h"
 #include "uci/netFile.h"

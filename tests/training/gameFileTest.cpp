@@ -1,9 +1,12 @@
-// Files of games, our own and PGN: what they hold comes back, and damage costs no more than what it hits.
+// Files of games, our own and PGN: games survive the round trip, and damage costs only the game it hits.
 
+#include <csignal>
 #include <filesystem>
 #include <fstream>
+#include <future>
 #include <sstream>
 #include <string>
+#include <sys/resource.h>
 
 #include <gtest/gtest.h>
 
@@ -12,9 +15,9 @@
 #include "games/gameFile.h"
 #include "games/pgn.h"
 #include "games/pgnReader.h"
-#include "movegen/randomOpening.h"
 #include "support/randomGames.h"
 #include "support/temporaryDirectory.h"
+#include "uci/randomOpening.h"
 
 namespace tarvonel
 {
@@ -24,7 +27,7 @@ namespace
 class gameFileTest : public testing::Test
 {
   protected:
-    /// A game of random moves from a random start, with scores that tell plies apart; in `text` as PGN.
+    /// A game of random moves from a random start, every other ply with its own score; in `text` as PGN.
     storedGame randomGame(int plies)
     {
         storedGame game;
@@ -54,12 +57,12 @@ class gameFileTest : public testing::Test
     void append(const storedGame &game) const
     {
         gameWriter writer;
-        ASSERT_EQ(openForAppending(writer, path), "");
-        ASSERT_TRUE(appendGame(writer, game));
+        openForAppending(writer, path);
+        appendGame(writer, game);
         closeWriter(writer);
     }
 
-    /// Expects that the file holds these games and so many bytes of no game.
+    /// Expects that the file holds these games and this many bytes outside them.
     void expectGames(const std::vector<storedGame> &games, std::uint64_t damagedBytes) const
     {
         gameReader reader;
@@ -125,9 +128,9 @@ TEST_F(gameFileTest, filesThatCannotBeUsedAreRefusedAndStay)
     gameReader reader;
     EXPECT_FALSE(openGames(reader, path));
     gameWriter writer;
-    EXPECT_NE(openForAppending(writer, "/no/such/folder/games"), "");
+    EXPECT_THROW(openForAppending(writer, "/no/such/folder/games"), std::runtime_error);
     std::ofstream(path) << "Dear diary";
-    EXPECT_NE(openForAppending(writer, path), "");
+    EXPECT_THROW(openForAppending(writer, path), std::runtime_error);
     EXPECT_EQ(std::filesystem::file_size(path), 10U);
     storedStart start = packStart(board->position);
     EXPECT_NE(unpackStart(start, *board), "") << "no kings";
@@ -135,7 +138,61 @@ TEST_F(gameFileTest, filesThatCannotBeUsedAreRefusedAndStay)
     EXPECT_NE(unpackStart(start, *board), "") << "no such piece";
 }
 
-TEST_F(gameFileTest, pgnTellsTheSameGames)
+TEST_F(gameFileTest, aKnownGameHasTheseBytes)
+{
+    std::istringstream stream("[Result \"0-1\"]\n\n1. f3 {+0.20/3 0.1s} e5 {-0.50/3} 2. g4 {book} Qh4# {+M1/3} 0-1\n");
+    pgnReader reader{stream};
+    const std::optional<storedGame> game = nextPgnGame(reader, *board);
+    ASSERT_TRUE(game.has_value());
+    append(*game);
+    std::ifstream file(path, std::ios::binary);
+    std::string hexadecimal;
+    for (char byte = 0; file.get(byte);)
+        for (const int digit : {byte >> 4 & 15, byte & 15})
+            hexadecimal += "0123456789abcdef"[digit];
+    EXPECT_EQ(hexadecimal, "545647310400000048a66c842222222200000000000000000000000000000000"
+                           "3333333359b77d95000f073f0038000000004d05140034d9ceff8ed70080fb07"
+                           "ff7cb01df8fb");
+}
+
+TEST_F(gameFileTest, aFullDiskCostsOnlyTheGameBeingWritten)
+{
+    const storedGame games[] = {randomGame(40), randomGame(40)};
+    append(games[0]);
+    gameWriter writer;
+    openForAppending(writer, path);
+    rlimit before{};
+    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &before), 0);
+    const auto oldHandler = std::signal(SIGXFSZ, SIG_IGN);
+    for (const std::uint64_t room : {0, 1, 60})
+    {
+        const rlimit full = {writer.summary.soundEnd + room, before.rlim_max};
+        ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &full), 0);
+        EXPECT_THROW(appendGame(writer, games[1]), std::runtime_error);
+        EXPECT_EQ(setrlimit(RLIMIT_FSIZE, &before), 0);
+        EXPECT_EQ(std::filesystem::file_size(path), writer.summary.soundEnd);
+    }
+    std::signal(SIGXFSZ, oldHandler);
+    appendGame(writer, games[1]);
+    closeWriter(writer);
+    expectGames({games[0], games[1]}, 0);
+}
+
+TEST_F(gameFileTest, aSecondWriterWaitsForTheFirst)
+{
+    const storedGame games[] = {randomGame(10), randomGame(20), randomGame(30)};
+    gameWriter first;
+    openForAppending(first, path);
+    appendGame(first, games[0]);
+    const std::future<void> second = std::async(std::launch::async, [&] { append(games[2]); });
+    EXPECT_EQ(second.wait_for(std::chrono::milliseconds(100)), std::future_status::timeout);
+    appendGame(first, games[1]);
+    closeWriter(first);
+    second.wait();
+    expectGames({games[0], games[1], games[2]}, 0);
+}
+
+TEST_F(gameFileTest, pgnHoldsTheSameGames)
 {
     for (int i = 0; i < 60; ++i)
     {
@@ -174,6 +231,10 @@ TEST_F(gameFileTest, pgnOfOthersIsReadAndOnlyWholeLegalGamesAreTaken)
         {"[Result \"1-0\"]\n[FEN \"4k3/8/8/8/8/N7/8/N3K3 w - - 0 1\"]", "1. Nc2 1-0", 0},
         {"[Result \"1-0\"]\n[FEN \"no position\"]", "1. e4 1-0", 0},
         {"[Result \"1-0\"]\n[Termination \"time forfeit\"]", "1. e4 1-0", 0},
+        {"[Result \"1-0\"]", "1. e4 e5 {White wins on time} 1-0", 0},
+        {"[Result \"1-0\"]", "1. e4 {+0.10/5} {Black disconnects} 1-0", 0},
+        {"[Result \"1-0\"]", "1. e4 1-0 {Time forfeit}", 0},
+        {"[Result \"1-0\"]", "1. e4 {not illegal} e5 {White wins by adjudication} 1-0", 2},
     };
     for (const auto &known : cases)
     {
@@ -183,7 +244,7 @@ TEST_F(gameFileTest, pgnOfOthersIsReadAndOnlyWholeLegalGamesAreTaken)
         const std::optional<storedGame> game = nextPgnGame(reader, *board);
         EXPECT_EQ(game ? game->moves.size() : 0, known.plies) << all;
         EXPECT_EQ(game ? game->moves.back().score : unscored, known.lastScore) << all;
-        for (int i = 0; i < 300; ++i) // whatever stands there: neither crash nor hang
+        for (int i = 0; i < 300; ++i) // damaged text: no crash, no hang
         {
             std::string damaged = all;
             for (int hits = 0; hits < 3; ++hits)

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# The training programs as programs: self-play killed and gone on with, a training interrupted and
-# gone on with, a match, and what was learnt from its games.
+# The training programs from the command line: self-play killed and resumed, training interrupted and
+# resumed, a match, and the conversion of its games.
 #
 #   programs.sh FOLDER_OF_THE_PROGRAMS
 set -euo pipefail
@@ -20,6 +20,13 @@ kill -KILL $!
 { wait $! || true; } 2>/dev/null
 flock games.0 truncate --size=-3 games.0 # as if the power had failed; the lock waits for the orphan
 "${play[@]}" --positions 12000 >log 2>&1 || fail "self-play does not go on"
+
+# A resumed file gets new games: with an equal seed the second part would begin like the first.
+fresh=(selfplay --quick --hand-set --processes 1 --seed 5 --out fresh)
+"${fresh[@]}" --positions 100 >log 2>&1 || fail "self-play"
+size=$(stat -c %s fresh.0)
+"${fresh[@]}" --positions 1000 >log 2>&1 || fail "self-play does not resume"
+tail -c +$((size + 1)) fresh.0 | cmp -s -n 200 - fresh.0 && fail "a resumed file repeats its games"
 
 learn=(train --threads 2 --levels base --batch 256 --out mine.nnue --checkpoint checkpoint games.0 games.1)
 "${learn[@]}" --epochs 1000 >log 2>&1 &

@@ -8,8 +8,9 @@
 #include "board/setup.h"
 #include "eval/evaluate.h"
 #include "games/selfGame.h"
-#include "games/selfSearch.h"
+#include "games/unevenStarts.h"
 #include "learning/trainingData.h"
+#include "search/worker.h"
 #include "support/randomGames.h"
 #include "support/temporaryDirectory.h"
 
@@ -21,26 +22,20 @@ namespace
 class selfGameTest : public testing::Test
 {
   protected:
-    void SetUp() override
-    {
-        networkLimit = 0;
-        startSelfSearch(1);
-    }
-    void TearDown() override
-    {
-        endSelfSearch();
-        networkLimit = defaultNetworkLimit;
-    }
+    selfGameTest() { networkLimit = 0; }
+    ~selfGameTest() override { networkLimit = defaultNetworkLimit; }
 
     storedGame play(const selfPlayPlan &plan, std::uint64_t seed)
     {
-        randomSource random(seed);
+        randomSource source(seed);
         std::optional<storedGame> game;
         while (!game)
-            game = playSelfGame(*board, plan, random);
+            game = playSelfGame(*board, plan, source);
         return *game;
     }
 
+    searchResources resources{1, 1};
+    randomSource random{3};
     variantScope variant{true};
     std::unique_ptr<posWithMoves> board = std::make_unique<posWithMoves>();
 };
@@ -50,18 +45,19 @@ TEST_F(selfGameTest, gamesAreLegalReproducibleAndLearntFrom)
     const temporaryDirectory directory;
     const std::string path = directory / "games";
     gameWriter writer;
-    ASSERT_EQ(openForAppending(writer, path), "");
+    openForAppending(writer, path);
     for (const bool quick : {true, false})
     {
         selfPlayPlan plan;
         plan.quick = quick;
         plan.limits = {.softNodes = 100, .hardNodes = 400};
         plan.opening.chess960Share = 0.5;
+        plan.unevenShare = 0.3;
         for (std::uint64_t seed = 1; seed <= 6; ++seed)
         {
             const storedGame game = play(plan, seed);
             EXPECT_GT(game.moves.size(), 0U);
-            ASSERT_TRUE(appendGame(writer, game));
+            appendGame(writer, game);
             if (seed == 3)
                 EXPECT_EQ(encodeGame(play(plan, seed)), encodeGame(game));
         }
@@ -80,6 +76,112 @@ TEST_F(selfGameTest, gamesAreLegalReproducibleAndLearntFrom)
     EXPECT_EQ(positions.size(), data.learnable);
     closeData(data);
     EXPECT_NE(openData(data, {directory / "none"}, {}, 1000000, crew), "");
+}
+
+TEST_F(selfGameTest, adjudicatedGamesGoToTheLeadingSide)
+{
+    const struct
+    {
+        std::string fen;
+        int whitePoints;
+    } cases[] = {
+        {"3qk3/8/8/8/8/8/PPPPPPPP/QRRQK3 w - - 0 1", 2},
+        {"3qk3/8/8/8/8/8/PPPPPPPP/QRRQK3 b - - 0 1", 2},
+        {"qrrqk3/pppppppp/8/8/8/8/8/3QK3 w - - 0 1", 0},
+        {"qrrqk3/pppppppp/8/8/8/8/8/3QK3 b - - 0 1", 0},
+    };
+    for (const bool quick : {true, false})
+        for (const auto &each : cases)
+        {
+            selfPlayPlan plan;
+            plan.quick = quick;
+            plan.limits = {.softNodes = 50, .hardNodes = 200};
+            plan.opening.book = std::span(&each.fen, 1);
+            plan.opening.fewestPlies = 0;
+            EXPECT_FALSE(playSelfGame(*board, plan, random).has_value() && !quick) << each.fen << ": out of balance";
+            plan.openingLimit = 32000;
+            plan.winPlies = 1;
+            const storedGame game = play(plan, 1);
+            EXPECT_EQ(game.whitePoints, each.whitePoints) << each.fen;
+            EXPECT_LT(game.moves.size(), 5U) << "decided by the score, not by mate";
+        }
+}
+
+TEST_F(selfGameTest, endingsAreAdjudicatedByScoreMaterialAndProgress)
+{
+    const struct
+    {
+        const char *fen;
+        int whiteScore;
+        std::optional<int> whitePoints;
+        int plies; ///< of this score in a row, the last of which ends the game
+    } cases[] = {
+        {"4k3/8/8/8/8/8/8/R3K3 w - - 0 1", 700, 2, 4},
+        {"r3k3/8/8/8/8/8/8/4K3 w - - 0 1", -700, 0, 4},
+        {"4kr2/8/8/8/8/8/8/Q3K3 w - - 0 1", 700, std::nullopt, 30}, // queen against rook
+        {"4kr2/8/8/8/8/8/8/RN2K3 b - - 0 1", 700, std::nullopt, 30},
+        {"4kr2/8/8/8/8/8/P7/RN2K3 b - - 0 1", 700, 2, 4},
+        {"4kb2/8/8/8/8/8/8/1N2K3 w - - 0 1", 700, 1, 1},
+        {"4k3/8/8/8/8/8/8/BB2K3 w - - 0 1", 700, 2, 4}, // two bishops mate
+        {"4k3/8/8/8/8/8/8/BB2K3 w - - 0 1", 500, std::nullopt, 30},
+        {"4kr2/p7/8/8/8/8/P7/R3K3 w - - 0 1", 20, 1, 8},
+        {"4kr2/p7/8/8/8/8/P7/R3K3 w - - 0 1", 21, std::nullopt, 30},
+        {"4kr2/ppp5/8/8/8/8/PPP5/R3K3 w - - 0 1", 20, std::nullopt, 30},
+        {"4kr2/ppp5/8/8/8/8/PPP5/R3K3 w - - 24 30", -100, 1, 16},
+        {"4kr2/ppp5/8/8/8/8/PPP5/R3K3 w - - 24 30", 101, std::nullopt, 30},
+        {"4kr2/ppp5/8/8/8/8/PPP5/R3K3 w - - 0 1", 8, std::nullopt, 30}, // before ply 80
+    };
+    for (const auto &each : cases)
+    {
+        ASSERT_EQ(setupPlayablePosition(each.fen, board->position), "") << each.fen;
+        gameTrend trend;
+        std::optional<int> points;
+        int ply = 0;
+        while (ply < each.plies && !points)
+            points = adjudicate(trend, {}, board->position, each.whiteScore, 40 + ply++);
+        EXPECT_EQ(points, each.whitePoints) << each.fen << " " << each.whiteScore;
+        EXPECT_EQ(ply, each.plies) << each.fen << " " << each.whiteScore;
+    }
+}
+
+TEST_F(selfGameTest, noGameStartsOverOrGoesOnWithoutMatingMaterial)
+{
+    const struct
+    {
+        std::string fen;
+        gameEnd end;
+    } cases[] = {
+        {"7k/5Q2/6K1/8/8/8/8/8 b - - 0 1", gameEnd::stalemate},  {"7k/6Q1/6K1/8/8/8/8/8 b - - 0 1", gameEnd::checkmate},
+        {"7k/8/6K1/8/8/8/8/8 b - - 0 1", gameEnd::material},     {"7k/8/6K1/8/8/8/8/N7 b - - 0 1", gameEnd::material},
+        {"7k/5b2/6K1/8/8/8/8/1B6 w - - 0 1", gameEnd::material}, // bishops on squares of one colour
+        {"7k/5b2/6K1/8/8/8/8/2B5 w - - 0 1", gameEnd::none},     {"7k/8/6K1/8/8/8/8/BB6 b - - 0 1", gameEnd::none},
+        {"7k/8/6K1/8/8/8/8/bb6 w - - 0 1", gameEnd::none},       {"7k/8/6K1/8/8/8/8/NN6 b - - 0 1", gameEnd::none},
+        {"7k/8/6K1/8/8/8/8/BN6 b - - 0 1", gameEnd::none},       {"7k/5n2/6K1/8/8/8/8/N7 w - - 0 1", gameEnd::none},
+        {"7k/5p2/6K1/8/8/8/8/8 w - - 0 1", gameEnd::none},
+    };
+    for (const auto &each : cases)
+    {
+        ASSERT_EQ(setupPlayablePosition(each.fen, board->position), "") << each.fen;
+        EXPECT_EQ(endOfGame(*board, legalMoves(*board)), each.end) << each.fen;
+        openingPlan plan;
+        plan.book = std::span(&each.fen, 1);
+        plan.fewestPlies = 0;
+        for (int i = 0; i < 20 && each.end != gameEnd::none; ++i)
+            EXPECT_LT(drawOpening(*board, plan, random), 0) << each.fen;
+    }
+    int endings = 0;
+    int middlegames = 0;
+    for (int i = 0; i < 300; ++i)
+    {
+        drawUnevenStart(*board, random);
+        ASSERT_TRUE(isPlayable(board->position));
+        EXPECT_EQ(endOfGame(*board, legalMoves(*board)), gameEnd::none);
+        EXPECT_EQ(board->position.info[0].inCheck, 0);
+        endings += popCount(occupancy(board->position)) <= 6 ? 1 : 0;
+        middlegames += board->position.phase >= 12 ? 1 : 0;
+    }
+    EXPECT_GT(endings, 50);
+    EXPECT_GT(middlegames, 15);
 }
 
 TEST_F(selfGameTest, onlyQuietBalancedPositionsAreLearntFrom)

@@ -21,9 +21,9 @@
 #include "learning/networkMean.h"
 #include "learning/trainerJudge.h"
 #include "learning/trainerStep.h"
-#include "movegen/randomOpening.h"
 #include "support/randomGames.h"
 #include "support/temporaryDirectory.h"
+#include "uci/randomOpening.h"
 
 namespace tarvonel
 {

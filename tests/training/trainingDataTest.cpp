@@ -51,9 +51,9 @@ class trainingDataTest : public testing::Test
     void write(const std::vector<storedGame> &games)
     {
         gameWriter writer;
-        ASSERT_EQ(openForAppending(writer, path), "");
+        openForAppending(writer, path);
         for (const storedGame &game : games)
-            ASSERT_TRUE(appendGame(writer, game));
+            appendGame(writer, game);
         closeWriter(writer);
     }
 

@@ -1,5 +1,6 @@
 // Openings for games on other machines, asked for as words behind the program's name.
 
+#include <fstream>
 #include <set>
 
 #include <gtest/gtest.h>
@@ -7,6 +8,7 @@
 #include "board/setup.h"
 #include "support/engineProcess.h"
 #include "support/randomGames.h"
+#include "support/temporaryDirectory.h"
 
 namespace tarvonel
 {
@@ -32,6 +34,12 @@ TEST(genfens, openingsDependOnTheSeedAlone)
     EXPECT_EQ(openingsFor("7", "None"), openings);
     EXPECT_NE(openingsFor("8", "NONE"), openings);
     EXPECT_EQ(openingsFor("7", "/no/book"), lines{"finds no positions in /no/book"});
+
+    const temporaryDirectory directory;
+    std::ofstream(directory / "over") << "7k/5Q2/6K1/8/8/8/8/8 b - - 0 1\n7k/8/6K1/8/8/8/8/N7 b - -\n";
+    EXPECT_EQ(openingsFor("7", directory / "over"), lines{"finds no positions in " + directory / "over"});
+    std::ofstream(directory / "won") << "4k3/8/8/8/8/PPPPPPPP/8/QQ2K3 w - - 0 1\n";
+    EXPECT_EQ(openingsFor("7", directory / "won"), lines{"finds no balanced opening"});
 }
 
 } // namespace

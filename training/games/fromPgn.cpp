@@ -1,7 +1,7 @@
-// Turns PGN files, as match managers and testing frameworks write them, into a file of games.
+// Converts PGN files of match managers into a file of games.
 
-#include <cstdio>
 #include <fstream>
+#include <iostream>
 #include <memory>
 #include <stdexcept>
 
@@ -17,11 +17,9 @@ namespace
 
 int convert(const std::vector<std::string> &files, const std::string &out)
 {
-    engineOptions.chess960 = true; // games of both kinds may stand in a file; standard ones lose nothing
+    engineOptions.chess960 = true; // covers standard games too
     gameWriter writer;
-    const std::string error = openForAppending(writer, out);
-    if (!error.empty())
-        throw std::runtime_error(error);
+    openForAppending(writer, out);
     if (writer.summary.games > 0)
         throw std::runtime_error(out + " holds games already");
     const auto board = std::make_unique<posWithMoves>();
@@ -33,13 +31,11 @@ int convert(const std::vector<std::string> &files, const std::string &out)
             throw std::runtime_error("cannot read " + file);
         pgnReader reader{text};
         while (const std::optional<storedGame> game = nextPgnGame(reader, *board))
-            if (!appendGame(writer, *game))
-                throw std::runtime_error("cannot write " + out);
+            appendGame(writer, *game);
         leftOut += reader.leftOut;
     }
-    std::printf("%llu games, %llu positions; left out: %llu games\n",
-                static_cast<unsigned long long>(writer.summary.games),
-                static_cast<unsigned long long>(writer.summary.positions), static_cast<unsigned long long>(leftOut));
+    std::cout << writer.summary.games << " games, " << writer.summary.positions << " positions; left out: " << leftOut
+              << " games\n";
     closeWriter(writer);
     return 0;
 }
@@ -55,8 +51,8 @@ int main(int argc, char **argv)
     const auto declareOptions = [&](CLI::App &app)
     {
         app.add_option("files", files, "PGN files")->required();
-        app.add_option("--out", out, "the file of games, which must not hold any yet")->required();
+        app.add_option("--out", out, "the file of games; it must not hold any yet")->required();
     };
-    return tarvonel::programMain(argc, argv, "Turns PGN files with scores into a file of games to learn from.",
+    return tarvonel::programMain(argc, argv, "Converts PGN files with scores into a file of games to learn from.",
                                  declareOptions, [&] { return tarvonel::convert(files, out); });
 }

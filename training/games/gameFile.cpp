@@ -5,6 +5,7 @@
 #include <cstring>
 #include <fcntl.h>
 #include <memory>
+#include <stdexcept>
 #include <sys/file.h>
 #include <unistd.h>
 
@@ -17,10 +18,20 @@ namespace tarvonel
 namespace
 {
 
-constexpr std::uint8_t marker[4] = {'T', 'V', 'G', '1'};
-constexpr std::size_t headSize = 50;
-constexpr std::size_t bytesPerMove = 4;
+constexpr std::array<std::uint8_t, 4> marker = {'T', 'V', 'G', '1'};
 constexpr std::size_t checksumSize = 4;
+
+/// The first 50 bytes of a record.
+struct recordHeader
+{
+    std::array<std::uint8_t, 4> marker;
+    std::uint16_t plies;
+    std::uint8_t whitePoints;
+    std::uint8_t zero;
+    storedStart start;
+    std::uint16_t earlierPlies;
+};
+static_assert(sizeof(recordHeader) == 50 && sizeof(storedMove) == 4, "both are copied from and to files");
 
 constexpr std::array<std::uint32_t, 256> makeCrcTable()
 {
@@ -47,34 +58,24 @@ std::uint32_t crc32(const std::uint8_t *bytes, std::size_t count)
 /// Size of the whole record that begins here, or 0 if none does.
 std::size_t recordSize(const std::uint8_t *bytes, std::size_t available)
 {
-    if (available < headSize + checksumSize || std::memcmp(bytes, marker, sizeof marker) != 0)
+    if (available < sizeof(recordHeader) + checksumSize)
         return 0;
-    const std::size_t plies = readLittle<std::uint16_t>(bytes + 4);
-    const std::size_t size = headSize + plies * bytesPerMove + checksumSize;
-    return size <= available && bytes[6] <= 2 &&
-                   crc32(bytes, size - checksumSize) == readLittle<std::uint32_t>(bytes + size - checksumSize)
-               ? size
-               : 0;
+    const auto header = readLittle<recordHeader>(bytes);
+    const std::size_t checked = sizeof header + header.plies * sizeof(storedMove);
+    const bool isWhole = header.marker == marker && header.whitePoints <= 2 && checked + checksumSize <= available &&
+                         crc32(bytes, checked) == readLittle<std::uint32_t>(bytes + checked);
+    return isWhole ? checked + checksumSize : 0;
 }
 
 void decodeGame(const std::uint8_t *bytes, storedGame &game)
 {
-    game.whitePoints = bytes[6];
-    std::memcpy(game.start.board, bytes + 8, sizeof game.start.board);
-    game.start.sideToMove = bytes[40];
-    game.start.castling = bytes[41];
-    std::memcpy(game.start.castleRook, bytes + 42, sizeof game.start.castleRook);
-    game.start.enPassant = bytes[46];
-    game.start.fiftyCount = bytes[47];
-    game.earlierPlies = readLittle<std::uint16_t>(bytes + 48);
-    game.moves.resize(readLittle<std::uint16_t>(bytes + 4));
-    const std::uint8_t *next = bytes + headSize;
-    for (storedMove &move : game.moves)
-    {
-        move.move = readLittle<std::uint16_t>(next);
-        move.score = readLittle<std::int16_t>(next + 2);
-        next += bytesPerMove;
-    }
+    const auto header = readLittle<recordHeader>(bytes);
+    game.whitePoints = header.whitePoints;
+    game.start = header.start;
+    game.earlierPlies = header.earlierPlies;
+    game.moves.resize(header.plies);
+    if (header.plies != 0)
+        std::memcpy(game.moves.data(), bytes + sizeof header, header.plies * sizeof(storedMove));
 }
 
 bool writeAll(int descriptor, const std::uint8_t *bytes, std::size_t count)
@@ -91,12 +92,24 @@ bool writeAll(int descriptor, const std::uint8_t *bytes, std::size_t count)
     return true;
 }
 
-/// Whether what the file begins with could be a game, perhaps one that was cut off.
+/// Whether the file is empty or begins with a game, perhaps one that was cut off.
 bool beginsLikeGames(int descriptor)
 {
-    std::uint8_t head[sizeof marker];
+    std::uint8_t head[marker.size()];
     const ssize_t size = pread(descriptor, head, sizeof head, 0);
-    return size >= 0 && std::memcmp(head, marker, static_cast<std::size_t>(size)) == 0;
+    return size >= 0 && std::memcmp(head, marker.data(), static_cast<std::size_t>(size)) == 0;
+}
+
+[[noreturn]] void failToWrite(const std::string &path, int error)
+{
+    throw std::runtime_error("cannot write " + path + ": " + std::strerror(error));
+}
+
+/// Cuts the file to its whole records.
+bool cutToSoundEnd(const gameWriter &writer)
+{
+    return ftruncate(writer.descriptor, static_cast<off_t>(writer.summary.soundEnd)) == 0 &&
+           lseek(writer.descriptor, 0, SEEK_END) >= 0;
 }
 
 } // namespace
@@ -117,7 +130,7 @@ storedStart packStart(const pos &position)
 
 std::string unpackStart(const storedStart &start, posWithMoves &board)
 {
-    // A bare record with what a FEN tells; the text then goes through the same checks as any other.
+    // Goes through FEN text for the checks that are made there.
     const auto bare = std::make_unique<pos>();
     for (int square = 0; square < squareCount; ++square)
     {
@@ -138,21 +151,17 @@ std::string unpackStart(const storedStart &start, posWithMoves &board)
 
 std::vector<std::uint8_t> encodeGame(const storedGame &game)
 {
-    std::vector<std::uint8_t> bytes(std::begin(marker), std::end(marker));
-    appendLittle(bytes, static_cast<std::uint16_t>(game.moves.size()));
-    appendLittle(bytes, static_cast<std::uint16_t>(game.whitePoints));
-    bytes.insert(bytes.end(), std::begin(game.start.board), std::end(game.start.board));
-    bytes.push_back(game.start.sideToMove);
-    bytes.push_back(game.start.castling);
-    bytes.insert(bytes.end(), std::begin(game.start.castleRook), std::end(game.start.castleRook));
-    bytes.push_back(game.start.enPassant);
-    bytes.push_back(game.start.fiftyCount);
-    appendLittle(bytes, static_cast<std::uint16_t>(game.earlierPlies));
+    const recordHeader header = {.marker = marker,
+                                 .plies = static_cast<std::uint16_t>(game.moves.size()),
+                                 .whitePoints = static_cast<std::uint8_t>(game.whitePoints),
+                                 .zero = 0,
+                                 .start = game.start,
+                                 .earlierPlies = static_cast<std::uint16_t>(game.earlierPlies)};
+    std::vector<std::uint8_t> bytes;
+    bytes.reserve(sizeof header + game.moves.size() * sizeof(storedMove) + checksumSize);
+    appendLittle(bytes, header);
     for (const storedMove &move : game.moves)
-    {
-        appendLittle(bytes, move.move);
-        appendLittle(bytes, move.score);
-    }
+        appendLittle(bytes, move);
     appendLittle(bytes, crc32(bytes.data(), bytes.size()));
     return bytes;
 }
@@ -205,35 +214,40 @@ gameFileSummary summariseGames(const std::string &path)
     return summary;
 }
 
-std::string openForAppending(gameWriter &writer, const std::string &path)
+void openForAppending(gameWriter &writer, const std::string &path)
 {
-    writer.descriptor = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644);
-    const bool isLocked = writer.descriptor >= 0 && flock(writer.descriptor, LOCK_EX) == 0;
-    if (isLocked && !beginsLikeGames(writer.descriptor))
+    writer = {.path = path, .descriptor = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644), .summary = {}};
+    if (writer.descriptor < 0)
+        failToWrite(path, errno);
+    try
+    {
+        if (flock(writer.descriptor, LOCK_EX) != 0)
+            failToWrite(path, errno);
+        if (!beginsLikeGames(writer.descriptor))
+            throw std::runtime_error(path + " holds something other than games");
+        writer.summary = summariseGames(path);
+        if (!cutToSoundEnd(writer))
+            failToWrite(path, errno);
+    }
+    catch (...)
     {
         closeWriter(writer);
-        return path + " is no file of games";
+        throw;
     }
-    writer.summary = summariseGames(path);
-    if (!isLocked || ftruncate(writer.descriptor, static_cast<off_t>(writer.summary.soundEnd)) != 0 ||
-        lseek(writer.descriptor, 0, SEEK_END) < 0)
-    {
-        std::string error = "cannot write " + path + ": " + std::strerror(errno);
-        closeWriter(writer);
-        return error;
-    }
-    return {};
 }
 
-bool appendGame(gameWriter &writer, const storedGame &game)
+void appendGame(gameWriter &writer, const storedGame &game)
 {
     const std::vector<std::uint8_t> bytes = encodeGame(game);
     if (!writeAll(writer.descriptor, bytes.data(), bytes.size()))
-        return false;
+    {
+        const int error = errno;
+        cutToSoundEnd(writer);
+        failToWrite(writer.path, error);
+    }
     ++writer.summary.games;
     writer.summary.positions += game.moves.size();
     writer.summary.soundEnd += bytes.size();
-    return true;
 }
 
 void closeWriter(gameWriter &writer)

@@ -16,7 +16,7 @@ namespace
 
 constexpr std::size_t rowLength = 80;
 
-/// The file, rank or both that tell the mover from others of its kind that could go there too.
+/// The file, rank or both that distinguish the mover from other pieces of its kind that can move there.
 std::string disambiguation(const pos &position, const std::vector<moveCode> &moves, moveCode move)
 {
     bool ambiguous = false;
@@ -35,7 +35,7 @@ std::string disambiguation(const pos &position, const std::vector<moveCode> &mov
     return !ambiguous ? "" : !sameFile ? square.substr(0, 1) : !sameRank ? square.substr(1) : square;
 }
 
-/// Where the moving man comes to stand; not for castling.
+/// The square on which the moving piece ends; not for castling.
 int landing(const pos &position, moveCode move)
 {
     return isEnPassant(move) ? enPassantLanding(position.sideToMove, move) : moveTo(move);

@@ -18,21 +18,29 @@ namespace tarvonel
 namespace
 {
 
-constexpr double widestScore = 300; ///< pawns; mates lie beyond
+constexpr double widestScore = 300; ///< pawns; mate scores are beyond
 constexpr int farthestMate = 500;   ///< plies
 constexpr int highestMoveNumber = 10'000;
 
-/// Results that tell nothing of the position, as they stand in the tag Termination.
-constexpr const char *faultWords[] = {"abandoned", "crash",   "disconnect", "forfeit",      "gave no answer",
-                                      "illegal",   "on time", "stall",      "unterminated", "went away"};
+/// Results that say nothing about the position, as the tag Termination or the last comment names
+/// them, in lower case.
+constexpr const char *faultWords[] = {"abandoned",      "crash",        "disconnect", "forfeit",
+                                      "gave no answer", "illegal",      "on time",    "out of time",
+                                      "stall",          "unterminated", "went away"};
+
+bool namesFault(std::string text)
+{
+    std::ranges::transform(text, text.begin(), [](unsigned char letter) { return std::tolower(letter); });
+    return std::ranges::any_of(faultWords, [&](const char *word) { return text.find(word) != std::string::npos; });
+}
 
 struct rawGame
 {
     std::map<std::string, std::string> tags;
-    std::string moves; ///< everything behind the tags
+    std::string moves; ///< everything after the tags
 };
 
-/// A line that begins a tag; no comment of a match manager holds one.
+/// Whether the line is a tag. Comments of match managers contain no such line.
 bool isTag(const std::string &line) { return line.size() > 1 && line[0] == '[' && std::isalpha(line[1]) != 0; }
 
 void addTag(rawGame &game, const std::string &line)
@@ -72,7 +80,7 @@ std::optional<int> pointsOf(const std::string &result)
                                  : std::nullopt;
 }
 
-/// Where the variation ends that begins at `start`; npos if it does not.
+/// The end of the variation that begins at `start`; npos if it is not closed.
 std::size_t endOfVariation(const std::string &text, std::size_t start)
 {
     int depth = 0;
@@ -87,14 +95,14 @@ std::size_t endOfVariation(const std::string &text, std::size_t start)
     return std::string::npos;
 }
 
-/// The word without the move number in front, such as "12." or "12...".
+/// The word without a leading move number such as "12." or "12...".
 std::string withoutNumber(const std::string &word)
 {
-    const std::size_t behindDigits = word.find_first_not_of("0123456789");
-    if (behindDigits == std::string::npos)
+    const std::size_t afterDigits = word.find_first_not_of("0123456789");
+    if (afterDigits == std::string::npos)
         return {};
-    const std::size_t behindDots = word.find_first_not_of('.', behindDigits);
-    return behindDots == behindDigits ? word : behindDots == std::string::npos ? "" : word.substr(behindDots);
+    const std::size_t afterDots = word.find_first_not_of('.', afterDigits);
+    return afterDots == afterDigits ? word : afterDots == std::string::npos ? "" : word.substr(afterDots);
 }
 
 bool playWord(storedGame &game, posWithMoves &board, const std::string &word)
@@ -107,9 +115,11 @@ bool playWord(storedGame &game, posWithMoves &board, const std::string &word)
     return true;
 }
 
-/// Plays what the text tells, up to `result`. False if it is no whole legal game.
+/// Plays the moves of the text, up to `result`. False if the game is not whole and legal, or a comment
+/// on its end names a fault.
 bool playMoves(storedGame &game, posWithMoves &board, const std::string &text, const std::string &result)
 {
+    std::string comments; // since the last move
     for (std::size_t i = 0, end = 0; i < text.size(); i = end)
     {
         end = i + 1;
@@ -121,16 +131,23 @@ bool playMoves(storedGame &game, posWithMoves &board, const std::string &text, c
             if (last == std::string::npos)
                 return false;
             end = last + 1;
-            if (text[i] == '{' && !game.moves.empty() && game.moves.back().score == unscored)
-                game.moves.back().score = static_cast<std::int16_t>(commentScore(text.substr(i + 1, last - i - 1)));
+            if (text[i] == '(')
+                continue;
+            const std::string comment = text.substr(i + 1, last - i - 1);
+            comments += comment;
+            if (!game.moves.empty() && game.moves.back().score == unscored)
+                game.moves.back().score = static_cast<std::int16_t>(commentScore(comment));
             continue;
         }
         end = std::min(text.find_first_of(text[i] == ';' ? "\n" : " \t\r\n{}();", i + 1), text.size());
         const std::string word = withoutNumber(text.substr(i, end - i));
         if (word == result)
-            return true;
-        if (!word.empty() && word[0] != '$' && word[0] != ';' && !playWord(game, board, word))
+            return !namesFault(comments + text.substr(end));
+        if (word.empty() || word[0] == '$' || word[0] == ';')
+            continue;
+        if (!playWord(game, board, word))
             return false;
+        comments.clear();
     }
     return false;
 }
@@ -146,8 +163,7 @@ std::optional<storedGame> playGame(const rawGame &raw, posWithMoves &board)
     const std::string fen = tag("FEN", startPositionFen);
     const std::string termination = tag("Termination", "");
     const std::optional<int> points = pointsOf(result);
-    if (!points || !setupPlayablePosition(fen, board.position).empty() ||
-        std::ranges::any_of(faultWords, [&](const char *word) { return termination.find(word) != std::string::npos; }))
+    if (!points || namesFault(termination) || !setupPlayablePosition(fen, board.position).empty())
         return std::nullopt;
     storedGame game;
     game.start = packStart(board.position);

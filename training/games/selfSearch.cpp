@@ -6,7 +6,6 @@
 #include "movegen/legality.h"
 #include "search/quiescence.h"
 #include "search/score.h"
-#include "search/searchReporter.h"
 #include "search/transpositionTable.h"
 #include "search/worker.h"
 
@@ -31,19 +30,6 @@ int valueAfter(posWithMoves &board, moveCode move)
 
 } // namespace
 
-void startSelfSearch(int hashMegabytes)
-{
-    ttResize(hashMegabytes);
-    rebuildWorkerPool(1);
-    reporter = {};
-}
-
-void endSelfSearch()
-{
-    rebuildWorkerPool(0);
-    ttRelease();
-}
-
 void forgetSearches()
 {
     ttClear();
@@ -63,7 +49,7 @@ moveCode sampledMove(posWithMoves &board, const std::vector<moveCode> &moves, in
     theBoss().tables.attachTo(board.position);
     moveCode best = noMove;
     int bestValue = -infiniteScore - 1;
-    const auto look = [&](moveCode move)
+    const auto compare = [&](moveCode move)
     {
         const int value = valueAfter(board, move);
         if (value > bestValue)
@@ -74,13 +60,13 @@ moveCode sampledMove(posWithMoves &board, const std::vector<moveCode> &moves, in
     };
     for (int i = 0; i < tries; ++i)
     {
-        look(randomMove(moves, random));
+        compare(randomMove(moves, random));
     }
     for (const moveCode move : moves)
     {
         if (!isCastling(move) && board.position.board[moveTo(move)] != emptySquare)
         {
-            look(move & moveIdentityMask);
+            compare(move & moveIdentityMask);
         }
     }
     return best;

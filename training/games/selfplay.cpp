@@ -1,14 +1,15 @@
 // Plays games of the engine against itself on all cores and writes them, scored, to files.
 //
-// The search belongs to its process, so each core has a process of its own, and each process a
-// file of its own: OUT.0, OUT.1 and so on. The processes tell what they have done in shared memory.
+// The search's state is global, so each core runs a process, and each process writes its own file:
+// OUT.0, OUT.1 and so on. The processes count their work in shared memory.
 
 #include <algorithm>
 #include <atomic>
 #include <csignal>
-#include <cstdio>
 #include <cstdlib>
+#include <iostream>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <sys/mman.h>
 #include <sys/wait.h>
@@ -20,9 +21,9 @@
 #include "eval/networkFile.h"
 #include "games/gameFile.h"
 #include "games/selfGame.h"
-#include "games/selfSearch.h"
 #include "platform/clock.h"
 #include "programMain.h"
+#include "search/worker.h"
 
 namespace tarvonel
 {
@@ -45,110 +46,122 @@ struct processPlan
     bool handSet = false;
 };
 
-/// What one process has in its file, for all to see.
+/// The work of one process, in shared memory.
 struct alignas(64) processTally
 {
-    std::atomic<std::uint64_t> games{0};
+    std::atomic<std::uint64_t> games{0}; ///< in its file
     std::atomic<std::uint64_t> positions{0};
-    std::atomic<std::uint64_t> ownPositions{0}; ///< since it was started
+    std::atomic<std::uint64_t> newPositions{0}; ///< since the start of the process
 };
 
 void declareOptions(CLI::App &app, processPlan &plan)
 {
     selfPlayPlan &game = plan.game;
     const CLI::Validator anyScore = numberFrom(0, 32'000);
-    app.add_option("--out", plan.out, "games go to FILE.0, FILE.1, ..., one for each process")
+    app.add_option("--out", plan.out, "games go to FILE.0, FILE.1, ..., one file per process")
         ->required()
         ->type_name("FILE");
-    app.add_option("--positions", plan.positions, "goes on until the files hold so many positions")
+    app.add_option("--positions", plan.positions, "play until the files hold this many positions")
         ->check(numberFrom(1, 1e12));
     app.add_option("--processes", plan.processes, "processes")->check(numberFrom(1, mostProcesses));
     CLI::Option *net = app.add_option("--net", plan.net, "the network");
     app.add_flag("--hand-set", plan.handSet, "the hand-set evaluation everywhere, no network")->excludes(net);
     app.add_flag("--quick", game.quick,
-                 "no search: moves drawn by chance, the best of a few; quiet positions are scored by their "
-                 "quiescence value");
-    app.add_option("--tries", game.tries, "moves that such a choice looks at")->check(numberFrom(1, 256));
-    app.add_option("--soft-nodes", game.limits.softNodes, "no further iteration begins beyond")
+                 "no search: the best of all captures and a few random moves; quiet positions are scored by "
+                 "quiescence");
+    app.add_option("--tries", game.tries, "random moves that such a choice compares")->check(numberFrom(1, 256));
+    app.add_option("--soft-nodes", game.limits.softNodes, "nodes after which no further iteration starts")
         ->check(numberFrom(1, 1e9));
-    app.add_option("--hard-nodes", game.limits.hardNodes, "a search is cut off at")->check(numberFrom(1, 1e9));
-    app.add_option("--hash", plan.hashMegabytes, "table of each process, MiB")->check(numberFrom(1, 4096));
-    app.add_option("--random-plies", game.opening.fewestPlies, "plies drawn by chance at the start, or one more")
+    app.add_option("--hard-nodes", game.limits.hardNodes, "nodes after which a search is cut off")
+        ->check(numberFrom(1, 1e9));
+    app.add_option("--middlegame-nodes", game.middlegameNodes,
+                   "soft nodes while the phase is 12 to 24, with the hard limit in proportion; 0: as --soft-nodes")
+        ->check(numberFrom(0, 1e9));
+    app.add_option("--hash", plan.hashMegabytes, "transposition table of each process, MiB")
+        ->check(numberFrom(1, 4096));
+    app.add_option("--random-plies", game.opening.fewestPlies, "random plies at the start, or one more")
         ->check(numberFrom(0, 100));
     app.add_option("--chess960", game.opening.chess960Share, "share of Chess960 start positions")
         ->check(numberFrom(0, 1));
-    app.add_option("--opening-limit", game.openingLimit, "throws away openings scored beyond, centipawns")
+    app.add_option("--uneven-starts", game.unevenShare, "share of games that start from an ending or an imbalance")
+        ->check(numberFrom(0, 1));
+    app.add_option("--opening-limit", game.openingLimit, "discard openings scored beyond, centipawns")->check(anyScore);
+    app.add_option("--win", game.winScore, "adjudicate a win after four plies with at least this score")
         ->check(anyScore);
-    app.add_option("--win", game.winScore, "ends games that four plies in a row see decided by so much")
+    app.add_option("--draw", game.drawScore, "adjudicate a draw after twelve plies within this score, from ply 80")
         ->check(anyScore);
-    app.add_option("--draw", game.drawScore, "ends games that twelve plies in a row, from ply 80, see within")
-        ->check(anyScore);
+    app.add_flag("!--play-dead-draws", game.endsDeadDraws,
+                 "do not adjudicate endings without progress, with few pieces or with bare minor pieces as drawn");
     app.add_option("--longest", game.longestGame, "plies of the longest game")->check(numberFrom(1, longestStoredGame));
-    app.add_option("--seed", plan.seed, "of all that is left to chance")->check(numberFrom(0, 1e9));
+    app.add_option("--seed", plan.seed, "seed of all random choices")->check(numberFrom(0, 1e9));
 }
 
 std::string partName(const processPlan &plan, int process) { return plan.out + "." + std::to_string(process); }
 
-/// The work of one process: games into its file until it holds enough positions or the parent is gone.
-int playGames(const processPlan &plan, int process, pid_t parent, processTally &tally)
+/// Sets up the search and appends games to the process's file until it holds enough positions or the
+/// parent has ended.
+void playGames(const processPlan &plan, int process, pid_t parent, processTally &tally)
 {
     gameWriter writer;
-    const std::string error = openForAppending(writer, partName(plan, process));
-    if (!error.empty())
-    {
-        std::fprintf(stderr, "selfplay: %s\n", error.c_str());
-        return 1;
-    }
+    openForAppending(writer, partName(plan, process));
     tally.games = writer.summary.games;
     tally.positions = writer.summary.positions;
-    startSelfSearch(plan.hashMegabytes);
+    const searchResources resources(1, plan.hashMegabytes);
     const auto board = std::make_unique<posWithMoves>();
-    // A resumed file goes on with other games than those it holds.
+    // The number of games in the file is part of the seed: a resumed file gets new games.
     std::seed_seq seed{plan.seed, static_cast<std::uint64_t>(process), writer.summary.games};
     randomSource random(seed);
     const std::uint64_t wanted = plan.positions / static_cast<std::uint64_t>(plan.processes) + 1;
-    bool written = true;
-    while (written && !interrupted && getppid() == parent && writer.summary.positions < wanted)
+    while (!interrupted && getppid() == parent && writer.summary.positions < wanted)
     {
         const std::optional<storedGame> game = playSelfGame(*board, plan.game, random);
-        if (game)
-        {
-            written = appendGame(writer, *game);
-            tally.games = writer.summary.games;
-            tally.positions = writer.summary.positions;
-            tally.ownPositions += game->moves.size();
-        }
+        if (!game)
+            continue;
+        appendGame(writer, *game);
+        tally.games = writer.summary.games;
+        tally.positions = writer.summary.positions;
+        tally.newPositions += game->moves.size();
     }
     closeWriter(writer);
-    endSelfSearch();
-    if (!written)
-        std::fprintf(stderr, "selfplay: cannot write %s\n", partName(plan, process).c_str());
-    return written ? 0 : 1;
 }
 
-void tellTotals(const processPlan &plan, const processTally *tallies, std::int64_t elapsed)
+/// A child process from its start to its exit status.
+int runProcess(const processPlan &plan, int process, pid_t parent, processTally &tally)
+{
+    try
+    {
+        playGames(plan, process, parent, tally);
+        return EXIT_SUCCESS;
+    }
+    catch (const std::exception &error)
+    {
+        std::cerr << std::string("selfplay: ") + error.what() + "\n";
+        return EXIT_FAILURE;
+    }
+}
+
+void printTotals(const processPlan &plan, const processTally *tallies, std::int64_t elapsed)
 {
     std::uint64_t games = 0;
     std::uint64_t positions = 0;
-    std::uint64_t own = 0;
+    std::uint64_t newPositions = 0;
     for (int i = 0; i < plan.processes; ++i)
     {
         games += tallies[i].games;
         positions += tallies[i].positions;
-        own += tallies[i].ownPositions;
+        newPositions += tallies[i].newPositions;
     }
-    std::printf("%llu games, %llu positions, %.0f positions/s\n", static_cast<unsigned long long>(games),
-                static_cast<unsigned long long>(positions),
-                static_cast<double>(own) * 1000 / static_cast<double>(std::max<std::int64_t>(elapsed, 1)));
-    std::fflush(stdout);
+    const auto milliseconds = static_cast<std::uint64_t>(std::max<std::int64_t>(elapsed, 1));
+    std::cout << games << " games, " << positions << " positions, " << newPositions * 1000 / milliseconds
+              << " positions/s" << std::endl;
 }
 
-/// Waits for the processes, telling now and then what they have done. Returns 1 if one failed.
+/// Waits for the processes and prints their progress. Returns 1 if one failed.
 int superviseProcesses(const processPlan &plan, std::vector<pid_t> children, const processTally *tallies)
 {
     const std::int64_t start = millisecondsNow();
-    std::int64_t told = start;
-    int result = 0;
+    std::int64_t lastReport = start;
+    int result = EXIT_SUCCESS;
     bool passedOn = false;
     while (!children.empty())
     {
@@ -159,8 +172,8 @@ int superviseProcesses(const processPlan &plan, std::vector<pid_t> children, con
             std::erase(children, ended);
             if (!WIFEXITED(status) || WEXITSTATUS(status) != 0)
             {
-                std::fprintf(stderr, "selfplay: a process failed (status %d)\n", status);
-                result = 1;
+                std::cerr << "selfplay: a process failed (status " << status << ")\n";
+                result = EXIT_FAILURE;
             }
             continue;
         }
@@ -171,13 +184,13 @@ int superviseProcesses(const processPlan &plan, std::vector<pid_t> children, con
                 kill(child, SIGTERM);
         }
         sleepMilliseconds(20);
-        if (millisecondsNow() - told >= reportInterval)
+        if (millisecondsNow() - lastReport >= reportInterval)
         {
-            told = millisecondsNow();
-            tellTotals(plan, tallies, told - start);
+            lastReport = millisecondsNow();
+            printTotals(plan, tallies, lastReport - start);
         }
     }
-    tellTotals(plan, tallies, millisecondsNow() - start);
+    printTotals(plan, tallies, millisecondsNow() - start);
     return result;
 }
 
@@ -186,30 +199,24 @@ int runProcesses(const processPlan &plan)
     void *shared =
         mmap(nullptr, sizeof(processTally) * mostProcesses, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
     if (shared == MAP_FAILED)
-    {
-        std::fprintf(stderr, "selfplay: no shared memory\n");
-        return 1;
-    }
+        throw std::runtime_error("no shared memory");
     auto *tallies = new (shared) processTally[mostProcesses];
     const pid_t parent = getpid();
     std::vector<pid_t> children;
+    std::cout.flush(); // or each child would print it again
     for (int process = 0; process < plan.processes; ++process)
     {
         const pid_t child = fork();
-        if (child == 0)
-        {
-            const int result = playGames(plan, process, parent, tallies[process]);
-            std::fflush(nullptr);
-            _exit(result);
-        }
+        if (child == 0) // `exit` also writes the counts of a profiled build
+            std::exit(runProcess(plan, process, parent, tallies[process]));
         if (child < 0)
         {
-            std::fprintf(stderr, "selfplay: only %zu processes could be started\n", children.size());
+            std::cerr << "selfplay: only " << children.size() << " processes could be started\n";
             break;
         }
         children.push_back(child);
     }
-    return children.empty() ? 1 : superviseProcesses(plan, children, tallies);
+    return children.empty() ? EXIT_FAILURE : superviseProcesses(plan, children, tallies);
 }
 
 int selfplay(const processPlan &plan)
@@ -217,8 +224,8 @@ int selfplay(const processPlan &plan)
     if (plan.handSet)
         networkLimit = 0;
     else if (!loadNetFile(plan.net))
-        throw CLI::ValidationError("--net", plan.net + " is no network; --hand-set plays without one");
-    engineOptions.chess960 = true; // standard games lose nothing by it
+        throw CLI::ValidationError("--net", plan.net + " is not a network; --hand-set plays without one");
+    engineOptions.chess960 = true; // covers standard games too
     watchForInterrupts();
     return runProcesses(plan);
 }

@@ -13,7 +13,7 @@
 #include "eval/evaluate.h"
 #include "eval/network.h"
 #include "learning/trainerModel.h"
-#include "movegen/randomOpening.h"
+#include "uci/randomOpening.h"
 
 namespace tarvonel
 {

@@ -12,7 +12,7 @@
 #include "board/engineOptions.h"
 #include "board/setup.h"
 #include "match/matchRun.h"
-#include "movegen/randomOpening.h"
+#include "uci/randomOpening.h"
 #include "programMain.h"
 #include "words.h"
 

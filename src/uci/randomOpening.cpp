@@ -1,4 +1,4 @@
-#include "movegen/randomOpening.h"
+#include "uci/randomOpening.h"
 
 #include <fstream>
 #include <memory>
@@ -14,7 +14,7 @@ namespace tarvonel
 namespace
 {
 
-/// The position that a line begins with: the four fields of an EPD or the six of a FEN.
+/// The position at the start of a line: the four fields of an EPD or the six of a FEN.
 std::string positionOf(const std::string &line)
 {
     constexpr int placedFields = 4, allFields = 6;
