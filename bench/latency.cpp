@@ -1,7 +1,7 @@
 // How late an engine answers: from `stop` to `bestmove`, and from the limit of `movetime` and of the
 // clock to `bestmove`, on cores with nothing else to do and beside threads that never rest.
 //
-//   latency --engine ./tarvonel --dir build/release
+//   latency --engine ./tarvonel --dir build/bench
 //
 // A clock can be answered before its limit, at the end of an iteration: such a move counts below 0.
 #include <algorithm>

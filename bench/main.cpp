@@ -3,6 +3,7 @@
 
 #include "board/attackTables.h"
 #include "support/syntheticNetwork.h"
+#include "tablebaseBench.h"
 
 int main(int argc, char **argv)
 {
@@ -11,6 +12,7 @@ int main(int argc, char **argv)
         return 1;
     tarvonel::initTables();
     tarvonel::useSyntheticNetwork();
+    tarvonel::registerTablebaseBenchmarks();
     benchmark::RunSpecifiedBenchmarks();
     benchmark::Shutdown();
     return 0;

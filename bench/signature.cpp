@@ -3,7 +3,7 @@
 //
 //   tarvonelSignature [DEPTH]
 //
-// The network is made from a fixed seed, so that the shipped file does not matter.
+// The network is made from a fixed seed, so that the number depends on the code alone.
 #include <cstdlib>
 #include <iostream>
 

@@ -1,10 +1,11 @@
-// Warm probes of the endgame tables over random positions: the files are mapped and in memory.
+// Warm tablebase probes over random positions: the files are mapped and in memory.
 //
-// Takes the tables below the directory that TARVONEL_TEST_DATA names, or below ../shared; skips
-// itself where there are none.
+// The files are in syzygy/ in the directory that TARVONEL_TEST_DATA names, or in ../shared. Without tablebases
+// of four pieces these benchmarks are left out.
 #include <benchmark/benchmark.h>
 
 #include <cstdlib>
+#include <iostream>
 #include <random>
 #include <string>
 #include <vector>
@@ -12,6 +13,7 @@
 #include "tablebase/probe.h"
 #include "tablebase/tableProbe.h"
 #include "tablebase/tableRegistry.h"
+#include "tablebaseBench.h"
 
 namespace tarvonel
 {
@@ -27,7 +29,7 @@ std::string tablesDirectory()
     return std::string(data != nullptr ? data : "../shared") + "/syzygy";
 }
 
-/// Two kings and two random men on random squares, as far as there is a table for them.
+/// Two kings and two random pieces on random squares that the tablebases cover.
 std::vector<tbPosition> randomPositions()
 {
     std::mt19937_64 random(1);
@@ -35,18 +37,18 @@ std::vector<tbPosition> randomPositions()
     while (positions.size() < positionCount)
     {
         tbPosition position = {};
-        int men = 0;
+        int pieces = 0;
         for (const int type : {int{king}, int{king}, static_cast<int>(random() % 5), static_cast<int>(random() % 5)})
         {
             const bitboard square = bit(static_cast<int>(random() % squareCount));
             position.*typeSets[type] |= square;
-            const bool isWhite = men < 2 ? men == 0 : random() % 2 != 0;
+            const bool isWhite = pieces < 2 ? pieces == 0 : random() % 2 != 0;
             (isWhite ? position.white : position.black) |= square;
-            ++men;
+            ++pieces;
         }
         position.turn = random() % 2 != 0;
         int success = 0;
-        if (popCount(allMen(position)) == men && tbValid(position) && (probeWdl(position, success), success != 0))
+        if (popCount(allMen(position)) == pieces && tbValid(position) && (probeWdl(position, success), success != 0))
             positions.push_back(position);
     }
     return positions;
@@ -55,11 +57,6 @@ std::vector<tbPosition> randomPositions()
 template <typename Probe> void timeProbes(benchmark::State &state, Probe &&probe)
 {
     initTablebases(tablesDirectory());
-    if (tableCardinality < 4)
-    {
-        state.SkipWithError("no endgame tables of four men");
-        return;
-    }
     const std::vector<tbPosition> positions = randomPositions();
     for (const tbPosition &position : positions)
         probe(position);
@@ -79,7 +76,6 @@ void storedWdlValue(benchmark::State &state)
                    return probeTable(position, 0, success, wdlKind);
                });
 }
-BENCHMARK(storedWdlValue)->Unit(benchmark::kMillisecond);
 
 void wdlProbe(benchmark::State &state)
 {
@@ -90,7 +86,6 @@ void wdlProbe(benchmark::State &state)
                    return probeWdl(position, success);
                });
 }
-BENCHMARK(wdlProbe)->Unit(benchmark::kMillisecond);
 
 void dtzProbe(benchmark::State &state)
 {
@@ -101,8 +96,22 @@ void dtzProbe(benchmark::State &state)
                    return probeDtz(position, success);
                });
 }
-BENCHMARK(dtzProbe)->Unit(benchmark::kMillisecond);
 
 } // namespace
+
+void registerTablebaseBenchmarks()
+{
+    initTablebases(tablesDirectory());
+    const bool isComplete = tableCardinality >= 4;
+    initTablebases("");
+    if (!isComplete)
+    {
+        std::cout << "There are no four-piece tablebases in " << tablesDirectory() << ": no timings of probes.\n";
+        return;
+    }
+    benchmark::RegisterBenchmark("storedWdlValue", storedWdlValue)->Unit(benchmark::kMillisecond);
+    benchmark::RegisterBenchmark("wdlProbe", wdlProbe)->Unit(benchmark::kMillisecond);
+    benchmark::RegisterBenchmark("dtzProbe", dtzProbe)->Unit(benchmark::kMillisecond);
+}
 
 } // namespace tarvonel

@@ -1,7 +1,7 @@
-# Compiles for 64-bit ARM processors under Linux, on any machine with Debian's g++-aarch64-linux-gnu.
-# What is built runs here under qemu-aarch64. On such a processor itself there is nothing to say.
+# Cross-compiles for 64-bit ARM processors under Linux with Debian's g++-aarch64-linux-gnu and runs the
+# result by qemu-aarch64. On such a processor, whatever its system, it does nothing.
 
-if(NOT CMAKE_HOST_SYSTEM_PROCESSOR STREQUAL "aarch64")
+if(NOT CMAKE_HOST_SYSTEM_PROCESSOR MATCHES "^(aarch64|arm64)$")
     set(CMAKE_SYSTEM_NAME Linux)
     set(CMAKE_SYSTEM_PROCESSOR aarch64)
     set(CMAKE_CXX_COMPILER aarch64-linux-gnu-g++)

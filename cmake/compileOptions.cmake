@@ -1,16 +1,19 @@
-# How every target is compiled: warnings, instruction set, sanitizers, link-time optimisation.
+# Options of every target: warnings, instruction set, sanitizers, profile.
 
 add_library(tarvonelOptions INTERFACE)
 target_compile_options(tarvonelOptions INTERFACE
-    -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wno-sign-conversion -Werror
-    -ffp-contract=off) # the same floating point results on every processor
+    -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wno-sign-conversion
+    -ffp-contract=off) # the same floating-point results on every processor
+if(TARVONEL_WERROR)
+    target_compile_options(tarvonelOptions INTERFACE -Werror)
+endif()
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
-    # These see faults in std::string that are none, most of all out of precompiled headers.
+    # False positives in std::string, mostly from precompiled headers.
     target_compile_options(tarvonelOptions INTERFACE -Wno-restrict -Wno-array-bounds -Wno-stringop-overflow)
 endif()
 target_compile_definitions(tarvonelOptions INTERFACE $<$<CONFIG:Debug>:_GLIBCXX_ASSERTIONS>)
 
-# Beyond what the compiler takes for granted: the instruction sets that the processor must have.
+# Instruction sets that the processor must have beyond the compiler's default.
 set(archOptions_generic -DTARVONEL_PLAIN_VECTORS)
 set(archOptions_sse2 "")
 set(archOptions_ssse3 -mssse3 -mpopcnt)
@@ -22,21 +25,31 @@ if(NOT DEFINED archOptions_${TARVONEL_ARCH})
 endif()
 target_compile_options(tarvonelOptions INTERFACE ${archOptions_${TARVONEL_ARCH}})
 
+if(TARVONEL_PROFILE AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    if(TARVONEL_PROFILE STREQUAL "generate")
+        set(profileOptions -fprofile-generate)
+    else()
+        set(profileOptions -fprofile-use -fprofile-partial-training -Wno-missing-profile)
+    endif()
+    target_compile_options(tarvonelOptions INTERFACE ${profileOptions})
+    target_link_options(tarvonelOptions INTERFACE ${profileOptions})
+endif()
+
 if(TARVONEL_SANITIZE)
     target_compile_options(tarvonelOptions INTERFACE
         -fsanitize=${TARVONEL_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
     target_link_options(tarvonelOptions INTERFACE -fsanitize=${TARVONEL_SANITIZE})
     if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
-        # Between the checks that a sanitizer inserts gcc loses sight of what is initialised.
+        # False positives: the inserted checks hide from gcc what is initialised.
         target_compile_options(tarvonelOptions INTERFACE -Wno-maybe-uninitialized)
     endif()
 endif()
 
 if(MINGW)
-    # The engine then needs no further library, and its threads have as much stack as Linux gives them.
+    # A program that needs no further DLL, whose threads have as much stack as under Linux.
     target_link_options(tarvonelOptions INTERFACE -static -Wl,--stack,8388608)
     if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
-        # The stack is aligned to 16 bytes, which gcc forgets where it puts longer vectors there.
+        # gcc stores long vectors on the stack by aligned moves, but Windows aligns it to 16 bytes only.
         set(unalignedMoves -Wa,-muse-unaligned-vector-move)
         target_compile_options(tarvonelOptions INTERFACE ${unalignedMoves})
         target_link_options(tarvonelOptions INTERFACE ${unalignedMoves})

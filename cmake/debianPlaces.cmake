@@ -1,7 +1,12 @@
-# CPack runs this on the files of a package before it packs them: where Debian has its games, their data
-# and what every package tells about itself.
+# CPack runs this on the staged files of a package. It sets their modes; in Debian's package it also moves games
+# and their data to Debian's places and adds the changelog and the copyright file.
+
+# Whatever the umask of whoever packs.
+set(directoryModes DIRECTORY_PERMISSIONS
+    OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
 
 if(NOT CPACK_GENERATOR STREQUAL "DEB")
+    file(CHMOD_RECURSE ${CPACK_TEMPORARY_INSTALL_DIRECTORY} ${directoryModes})
     return()
 endif()
 set(usr ${CPACK_TEMPORARY_INSTALL_DIRECTORY}/usr)
@@ -31,3 +36,5 @@ redistribute the program, its source or its network.
 ")
 execute_process(COMMAND gzip -9n ${usr}/share/doc/tarvonel/changelog ${usr}/share/man/man6/tarvonel.6
     COMMAND_ERROR_IS_FATAL ANY)
+file(CHMOD_RECURSE ${CPACK_TEMPORARY_INSTALL_DIRECTORY} ${directoryModes})
+file(CHMOD_RECURSE ${usr}/share FILE_PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ)

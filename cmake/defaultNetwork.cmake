@@ -1,4 +1,4 @@
-# Puts the network file of `networks/` beside the engine, after a look at its check sum.
+# Copies the network file of networks/ into the engine's folder after checking its SHA-256.
 
 set(networkName 220321-307.nnue)
 set(networkFile ${CMAKE_BINARY_DIR}/${networkName})

@@ -1,12 +1,16 @@
-# What is installed and packed: builds side by side, each by a run of `cmake --install` on its folder, named
-# by their instruction sets and without the names of their symbols, with one network.
+# The installed files, in packages too: several builds side by side, stripped and named by their
+# instruction set, with one network. `cmake --install` on each build's folder adds that build.
 #
-# The engine looks for its network in the working directory. Elsewhere than on Windows the script in bin/
-# starts there the best build that the processor can run.
+# The engine looks for its network in the working directory. Except on Windows, the script in bin/
+# changes to that folder and starts the best build that the processor can run.
 
 set(shippedProgram ${CMAKE_BINARY_DIR}/tarvonel-${TARVONEL_ARCH}${CMAKE_EXECUTABLE_SUFFIX})
 add_custom_command(TARGET tarvonel POST_BUILD BYPRODUCTS ${shippedProgram}
     COMMAND ${CMAKE_STRIP} -o ${shippedProgram} $<TARGET_FILE:tarvonel> VERBATIM)
+
+# Readable by everybody, whatever the umask of whoever installs or packs.
+set(CMAKE_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
+    OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
 
 if(WIN32)
     set(engineFolder .)
@@ -21,7 +25,8 @@ else()
 endif()
 install(PROGRAMS ${shippedProgram} DESTINATION ${engineFolder})
 install(FILES ${networkFile} DESTINATION ${engineFolder})
-# In the folders that their links name.
+# In the folders that the links between them expect.
 install(FILES README.md CHANGELOG.md CONTRIBUTING.md DESTINATION ${documentFolder})
-install(DIRECTORY docs DESTINATION ${documentFolder} FILES_MATCHING PATTERN *.md)
+install(DIRECTORY docs DESTINATION ${documentFolder}
+    FILE_PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ FILES_MATCHING PATTERN *.md)
 install(FILES networks/README.md DESTINATION ${documentFolder}/networks)

@@ -5,17 +5,17 @@
 #   tools/fuzzCampaign.sh FOLDER [KIND...]   KINDs: console network networkPlain table search; all by default
 #   tools/fuzzCampaign.sh FOLDER how-far
 #
-# FOLDER keeps the programs as they were built for the first run, and for each kind a log and the
-# number of seeds done. A run that was cut off goes on behind them; to begin anew, with the code as
-# it is then, take another folder. The first finding ends its kind's run: the log's last seed shows
-# it again, by TARVONEL_FUZZ_FIRST and TARVONEL_FUZZ_SEEDS=1.
+# FOLDER keeps the programs of the first run, and for each kind a log and the number of seeds done. An
+# interrupted run continues there; take another folder to begin again with newer code. The first finding
+# ends the run of its kind. The last seed in the log reproduces it: TARVONEL_FUZZ_FIRST=SEED and
+# TARVONEL_FUZZ_SEEDS=1.
 set -euo pipefail
 mkdir -p "$1"
 folder=$(realpath "$1")
 cd "$(dirname "$0")/.."
 shift
 
-# KIND: its tree, how that is configured, the tests, the seeds of the whole campaign and of one slice.
+# KIND: its build tree, the preset and options, the tests, the seeds of the whole campaign and of one slice.
 declare -A kinds=(
     [console]="fuzz-asan|asan-ubsan|slowConsoleFuzz.*|667|4"           # 1 500 lines a seed and more
     [network]="fuzz-asan|asan-ubsan|slowNetwork.*|1000|20"             # 100 files a seed
@@ -26,7 +26,7 @@ declare -A kinds=(
 order=(table search network networkPlain console)
 sliceLimit=3600 # seconds after which a slice counts as hung
 
-# The consistency checks of debug builds would take most of the time; the tests have them.
+# Without the consistency checks of debug builds, which take most of the time; the tests run them.
 build() { # TREE PRESET...
     local tree=$1 preset=$2
     shift 2
@@ -47,7 +47,7 @@ runKind() {
         ((slice <= wanted - first + 1)) || slice=$((wanted - first + 1))
         echo "--- seeds $first to $((first + slice - 1)), $(date '+%F %T')" >>"$folder/$kind.log"
         TARVONEL_FUZZ_FIRST=$first TARVONEL_FUZZ_SEEDS=$slice timeout "$sliceLimit" nice -n 10 \
-            tools/withoutAddressRandomisation.sh "$folder/$tree" --gtest_brief=1 --gtest_filter="$tests" \
+            bash tools/withoutAddressRandomisation.sh "$folder/$tree" --gtest_brief=1 --gtest_filter="$tests" \
             >>"$folder/$kind.log" 2>&1 || { echo "FINDING: see $folder/$kind.log" >&2; return 1; }
         echo $((first + slice - 1)) >"$folder/$kind.done"
     done

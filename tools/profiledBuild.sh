@@ -1,25 +1,38 @@
 #!/usr/bin/env bash
-# Builds the engine twice: to count which ways its code goes, and, optimised by these counts, to play
-# (profile-guided optimisation). The counted run searches the positions of `bench`, which are openings,
-# middle games and endings, and counts moves. What the engine plays does not change.
+# Profile-guided build: builds the instrumented engine, runs it, and builds again with the profile. The
+# run searches the positions of `bench`, which are openings, middle games and endings, and counts moves.
+# It does not change what the engine plays. Compilers other than gcc build once, without a profile.
 #
-#   tools/profiledBuild.sh PRESET [JOBS]      the engine is then build/PRESET-pgo/tarvonel
+#   tools/profiledBuild.sh PRESET FOLDER TARGET JOBS WITHOUT_PROFILE [OPTION ...]
+#
+# WITHOUT_PROFILE builds once if it is not empty. A finished build is left alone until a source changes.
 set -euo pipefail
 cd "$(dirname "$0")/.."
+preset=$1 folder=$2 target=$3 jobs=$4 withoutProfile=$5
+shift 5
+finished=$folder/profile.finished
 
-preset=$1
-jobs=${2:-$(nproc)}
-folder=build/$preset-pgo
-
-# The counts of each file lie beside what it is compiled to, so both stages share the folder.
-buildStage() # generate or use, and what is built
+buildStage() # generate, use or nothing, and a target
 {
-    cmake --preset "$preset" -B "$folder" -DTARVONEL_PROFILE="$1" \
-        -DTARVONEL_TESTS=OFF -DTARVONEL_BENCH=OFF -DTARVONEL_TRAINING=OFF >/dev/null
+    bash tools/configure.sh "$preset" "$folder" -DTARVONEL_PROFILE="$1" "${options[@]}"
     cmake --build "$folder" -j "$jobs" --target "$2"
 }
 
+options=("$@" ${WERROR:+-DTARVONEL_WERROR=$WERROR})
+if [[ -z $withoutProfile && -f $finished && $(<"$finished") == "${CXX-} ${options[*]-}" ]] &&
+    [[ -z $(find src training cmake tools/profiledBuild.sh CMakeLists.txt CMakePresets.json networks -newer "$finished" -print -quit) ]]; then
+    exit 0
+fi
+rm -f "$finished"
 mkdir -p "$folder"
-find "$folder" -name '*.gcda' -delete
-buildStage generate countedRun
-buildStage use tarvonel
+find "$folder" -name '*.gcda' -exec rm {} +
+if [[ -z $withoutProfile ]]; then
+    buildStage generate tarvonel
+    if grep -q 'CMAKE_CXX_COMPILER_ID "GNU"' "$folder"/CMakeFiles/*/CMakeCXXCompiler.cmake; then
+        cmake --build "$folder" --target profileRun
+        buildStage use "$target"
+        echo "${CXX-} ${options[*]-}" >"$finished"
+        exit 0
+    fi
+fi
+buildStage "" "$target"

@@ -1,6 +1,5 @@
 // The command as a user gives it, in a directory with a network and a data file.
 #include <algorithm>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <regex>
@@ -30,9 +29,7 @@ class texelCommand : public testing::Test
 
 TEST_F(texelCommand, messagesInTheirOrder)
 {
-    const std::string makeData = TARVONEL_TEXEL_DATA_PATH " --positions 200 --out " + dataFile;
-    ASSERT_EQ(std::system(makeData.c_str()), 0);
-    std::ofstream(dataFile, std::ios::app) << "no marker\n";
+    writeData(randomFileText(200) + "no marker\n");
     const lines answer = engine.ask("texel 2");
     ASSERT_GT(answer.size(), 100U);
     EXPECT_TRUE(

@@ -11,9 +11,9 @@
 #include "board/pos.h"
 #include "eval/evalTerms.h"
 #include "support/syntheticNetwork.h"
+#include "support/tuningLines.h"
 #include "tuner/tunerOutput.h"
 #include "tuner/tuningData.h"
-#include "tuner/tuningLines.h"
 
 namespace tarvonel
 {

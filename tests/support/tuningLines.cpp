@@ -1,4 +1,4 @@
-#include "tuner/tuningLines.h"
+#include "support/tuningLines.h"
 
 #include <memory>
 #include <random>
