@@ -1,8 +1,12 @@
 #include "platform/fileMapping.h"
 
 #include <cerrno>
+#include <csignal>
+#include <cstdint>
+#include <new>
 
 #include <fcntl.h>
+#include <sched.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -14,6 +18,95 @@ namespace
 {
 
 constexpr int noDescriptor = -1;
+
+/// A live mapping, as the signal handler sees it.
+struct liveMapping
+{
+    void *start = nullptr;
+    std::size_t size = 0;
+    std::atomic<bool> damaged{false};
+    liveMapping *next = nullptr;
+};
+
+liveMapping *liveMappings = nullptr;
+std::atomic_flag liveLock; ///< guards the list; nothing read under it can raise SIGBUS, so the handler may wait for it
+struct sigaction earlierAction;
+
+/// Holds `liveLock`. Safe in a signal handler, unlike a mutex.
+class liveGuard
+{
+  public:
+    liveGuard()
+    {
+        while (liveLock.test_and_set(std::memory_order_acquire))
+            sched_yield();
+    }
+    ~liveGuard() { liveLock.clear(std::memory_order_release); }
+    liveGuard(const liveGuard &) = delete;
+    liveGuard &operator=(const liveGuard &) = delete;
+};
+
+/// Puts zero pages in the place of the mapping that holds the address. False if there is none.
+bool replaceByZeros(const void *address)
+{
+    const liveGuard guard;
+    const auto at = reinterpret_cast<std::uintptr_t>(address);
+    for (liveMapping *each = liveMappings; each != nullptr; each = each->next)
+    {
+        if (at - reinterpret_cast<std::uintptr_t>(each->start) >= each->size)
+            continue;
+        // The mark comes first: who reads a zero page must find it. The whole mapping is replaced, so
+        // that the number of mappings, which the system limits, does not grow.
+        each->damaged.store(true, std::memory_order_seq_cst);
+        return mmap(each->start, each->size, PROT_READ, MAP_FIXED | MAP_PRIVATE | MAP_ANONYMOUS, -1, 0) != MAP_FAILED;
+    }
+    return false;
+}
+
+/// A read that raised SIGBUS is repeated when this returns. Any other SIGBUS is left to the action
+/// that was in force before, by default the end of the process.
+void onBusError(int number, siginfo_t *information, void * /*context*/)
+{
+    const int savedErrno = errno;
+    if (information->si_code != BUS_ADRERR || !replaceByZeros(information->si_addr))
+    {
+        sigaction(number, &earlierAction, nullptr);
+        raise(number);
+    }
+    errno = savedErrno;
+}
+
+/// Installs the handler once in the life of the process.
+void watchBusErrors()
+{
+    static const bool isInstalled = []
+    {
+        struct sigaction action = {};
+        action.sa_sigaction = onBusError;
+        action.sa_flags = SA_SIGINFO | SA_RESTART;
+        sigfillset(&action.sa_mask);
+        return sigaction(SIGBUS, &action, &earlierAction) == 0;
+    }();
+    static_cast<void>(isInstalled);
+}
+
+void addLive(liveMapping *added)
+{
+    const liveGuard guard;
+    added->next = liveMappings;
+    liveMappings = added;
+}
+
+void removeLive(const liveMapping *removed)
+{
+    const liveGuard guard;
+    for (liveMapping **link = &liveMappings; *link != nullptr; link = &(*link)->next)
+        if (*link == removed)
+        {
+            *link = removed->next;
+            return;
+        }
+}
 
 /// A regular file opened for reading with its size, or `noDescriptor` with `errno` set. Does not
 /// wait for the other end where the path names a pipe.
@@ -61,23 +154,35 @@ mappingResult mapFile(const std::string &path, fileMapping &mapping, unsigned lo
     if (descriptor == noDescriptor)
         return giveUp(mappingResult::notFound, errno, error);
 
-    void *const view = mmap(nullptr, static_cast<std::size_t>(size), PROT_READ, MAP_SHARED, descriptor, 0);
+    auto *const live = new (std::nothrow) liveMapping;
+    void *const view = live == nullptr
+                           ? MAP_FAILED
+                           : mmap(nullptr, static_cast<std::size_t>(size), PROT_READ, MAP_SHARED, descriptor, 0);
     const int mapError = errno;
     close(descriptor); // the mapping holds the file open by itself
     if (view == MAP_FAILED)
+    {
+        delete live;
         return giveUp(mappingResult::failed, mapError, error);
+    }
 
-    mapping.data = static_cast<const std::uint8_t *>(view);
-    mapping.size = static_cast<std::size_t>(size);
+    watchBusErrors();
+    live->start = view;
+    live->size = static_cast<std::size_t>(size);
+    addLive(live);
+    mapping = {static_cast<const std::uint8_t *>(view), live->size, live, &live->damaged};
     return mappingResult::mapped;
 }
 
 unsigned long unmapFile(fileMapping &mapping)
 {
-    unsigned long error = 0;
-    if (mapping.data != nullptr && munmap(const_cast<std::uint8_t *>(mapping.data), mapping.size) != 0)
-        error = static_cast<unsigned long>(errno);
+    auto *const live = static_cast<liveMapping *>(mapping.handle);
     mapping = {};
+    if (live == nullptr)
+        return 0;
+    removeLive(live); // first: from here on the handler no longer touches these addresses
+    const unsigned long error = munmap(live->start, live->size) == 0 ? 0 : static_cast<unsigned long>(errno);
+    delete live;
     return error;
 }
 

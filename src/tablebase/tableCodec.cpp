@@ -42,7 +42,7 @@ bool measureSymbol(blockCodec &codec, std::vector<std::uint8_t> &visited, unsign
     if (visited[symbol] != untouched)
         return visited[symbol] == done;
     visited[symbol] = open;
-    const std::uint8_t *entry = codec.symbolTree + treeEntryBytes * symbol;
+    const std::uint8_t *entry = codec.symbolTree.data() + treeEntryBytes * symbol;
     const unsigned left = leftChild(entry), right = rightChild(entry);
     int length = 0;
     if (right != leafMark)
@@ -166,7 +166,7 @@ int findValue(const blockCodec &codec, unsigned symbol, int before)
 {
     for (;;)
     {
-        const std::uint8_t *entry = codec.symbolTree + treeEntryBytes * symbol;
+        const std::uint8_t *entry = codec.symbolTree.data() + treeEntryBytes * symbol;
         const unsigned left = leftChild(entry);
         if (codec.symbolLengths[symbol] == 0)
             return static_cast<int>(left);
@@ -234,9 +234,12 @@ bool readCodecHeader(blockCodec &codec, byteCursor &file, std::uint64_t tableSiz
     for (int i = 0; i < lengths; ++i)
         codec.firstSymbols[i] = readLittle<std::uint16_t>(first + 2 * i);
     const unsigned symbolCount = readLittle<std::uint16_t>(count);
-    codec.symbolTree = file.take(treeEntryBytes * static_cast<std::uint64_t>(symbolCount) + symbolCount % 2);
-    return codec.symbolTree != nullptr && symbolCount > 0 && symbolCount <= leafMark &&
-           makeBases(codec, lengths, symbolCount) && measureSymbols(codec, symbolCount);
+    const std::uint64_t treeBytes = treeEntryBytes * static_cast<std::uint64_t>(symbolCount);
+    const std::uint8_t *tree = file.take(treeBytes + symbolCount % 2);
+    if (tree == nullptr || symbolCount == 0 || symbolCount > leafMark)
+        return false;
+    codec.symbolTree.assign(tree, tree + treeBytes);
+    return makeBases(codec, lengths, symbolCount) && measureSymbols(codec, symbolCount);
 }
 
 int decodeIndex(const blockCodec &codec, std::uint64_t index)

@@ -28,15 +28,16 @@ inline constexpr int corruptValue = -1;
 
 /// Pointers lead into the mapped file. Once `readCodecHeader` has accepted it and the
 /// pointers to its sections are set, it can be decoded at any index below the table's size without
-/// leaving the file.
+/// leaving the file, even if another program changes the file meanwhile: what steers the decoder is
+/// a copy.
 struct blockCodec
 {
     const std::uint8_t *sparseIndex = nullptr;
     const std::uint8_t *blockLengths = nullptr;
     const std::uint8_t *data = nullptr;
-    const std::uint8_t *symbolTree = nullptr;
     std::uint64_t bases[maxCodeLength + 1] = {}; ///< lowest code of a length, left-aligned; by length - shortest
     std::uint16_t firstSymbols[maxCodeLength + 1] = {};
+    std::vector<std::uint8_t> symbolTree;
     std::vector<std::uint8_t> symbolLengths; ///< values that a symbol expands to, less one
     std::uint64_t spanCount = 0;
     std::uint32_t blockCount = 0;

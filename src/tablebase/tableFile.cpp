@@ -201,8 +201,12 @@ bool readTable(mappedTable &table, const tableMaterial &material, tableKind kind
     return placeSections(table, file, files);
 }
 
-lookUp lookUpTable(const mappedTable &table, const tableMaterial &material, tableKind kind, const tbPosition &position,
-                   bool flip, int wdl, int &value)
+namespace
+{
+
+/// The look-up as if the file could not fail meanwhile.
+lookUp readValue(const mappedTable &table, const tableMaterial &material, tableKind kind, const tbPosition &position,
+                 bool flip, int wdl, int &value)
 {
     const int side = material.symmetric ? 0 : (sideToMove(position) == white) == flip ? 1 : 0;
     int squares[maxTablePieces];
@@ -236,6 +240,15 @@ lookUp lookUpTable(const mappedTable &table, const tableMaterial &material, tabl
     }
     value = distanceOf(sub, stored, wdl);
     return value != corruptValue ? lookUp::found : lookUp::corrupt;
+}
+
+} // namespace
+
+lookUp lookUpTable(const mappedTable &table, const tableMaterial &material, tableKind kind, const tbPosition &position,
+                   bool flip, int wdl, int &value)
+{
+    const lookUp answer = readValue(table, material, kind, position, flip, wdl, value);
+    return isDamaged(table.mapping) ? lookUp::corrupt : answer;
 }
 
 } // namespace tarvonel

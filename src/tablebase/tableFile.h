@@ -93,7 +93,7 @@ enum class lookUp
     found,
     otherSide, ///< the DTZ file holds the other side to move only
     noTablePosition,
-    corrupt,
+    corrupt, ///< the file's bytes contradict each other, or can no longer be read
 };
 
 /// Looks a position with the table's material up. `flip`: the colours change place against the

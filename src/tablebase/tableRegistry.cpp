@@ -190,13 +190,15 @@ bool mapTable(tablebaseEntry &entry, tableKind kind)
         const mappingResult result = mapFile(path, table->mapping, &error);
         if (result == mappingResult::notFound)
             return false;
-        if (result == mappingResult::failed)
+        if (result == mappingResult::failed && isTableSize(static_cast<std::uint64_t>(readableFileSize(path))))
         {
             tellError(std::string(mappingCall) + " failed, error = " + std::to_string(error) + ".\n");
             tellError("Could not map " + entry.name + tableSuffixes[kind] + " into memory.\n");
             std::_Exit(1);
         }
-        sound = readTable(*table, entry.material, kind, table->mapping.data, table->mapping.size);
+        sound = result == mappingResult::mapped &&
+                readTable(*table, entry.material, kind, table->mapping.data, table->mapping.size) &&
+                !isDamaged(table->mapping);
     }
     if (!sound)
     {
@@ -265,8 +267,12 @@ const mappedTable *openTable(tablebaseEntry &entry, tableKind kind)
 
 void disableTable(tablebaseEntry &entry, tableKind kind)
 {
-    if (entry.states[kind].exchange(tableState::broken, std::memory_order_relaxed) == tableState::ready)
-        tellError("Corrupted table.\n");
+    if (entry.states[kind].exchange(tableState::broken, std::memory_order_relaxed) != tableState::ready)
+        return;
+    tellError("Corrupted table.\n");
+    if (isDamaged(entry.tables[kind]->mapping))
+        printInfo("Tablebase file " + entry.name + tableSuffixes[kind] +
+                  " was changed while in use: no longer read until SyzygyPath is set again");
 }
 
 } // namespace tarvonel

@@ -1,5 +1,7 @@
 #include "platform/fileMapping.h"
 
+#include <algorithm>
+#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -67,6 +69,50 @@ TEST(fileMapping, whatIsNoReadableFileLeavesTheRecordEmpty)
         EXPECT_EQ(mapping.size, 0U) << c.path;
     }
 }
+
+#ifndef _WIN32
+TEST(fileMapping, aTruncatedFileReadsAsZerosAndIsReportedAsDamaged)
+{
+    constexpr std::size_t size = 3 * 65536;
+    const temporaryDirectory directory;
+    const std::string content(size, 'x');
+    for (const char *name : {"first", "second", "third"})
+        std::ofstream(directory / name, std::ios::binary) << content;
+    fileMapping mappings[3];
+    ASSERT_EQ(mapFile(directory / "first", mappings[0]), mappingResult::mapped);
+    ASSERT_EQ(mapFile(directory / "second", mappings[1]), mappingResult::mapped);
+    ASSERT_EQ(mapFile(directory / "third", mappings[2]), mappingResult::mapped);
+    std::filesystem::resize_file(directory / "second", size / 3);
+    for (const fileMapping &mapping : mappings)
+        EXPECT_EQ(mapping.data[0], 'x');
+    EXPECT_FALSE(isDamaged(mappings[1])) << "nothing has been read beyond the end yet";
+
+    EXPECT_EQ(mappings[1].data[size - 1], 0);
+    std::ofstream(directory / "second", std::ios::binary) << content; // a repaired file is not trusted again
+    for (std::size_t i = 0; i < size; i += 4096)
+        EXPECT_EQ(mappings[1].data[i], 0) << i;
+    for (const std::size_t intact : {0, 2})
+    {
+        const fileMapping &mapping = mappings[intact];
+        EXPECT_EQ(std::count(mapping.data, mapping.data + size, 'x'), static_cast<std::ptrdiff_t>(size));
+        EXPECT_FALSE(isDamaged(mapping)) << intact;
+    }
+    EXPECT_TRUE(isDamaged(mappings[1]));
+    for (fileMapping &mapping : mappings)
+        EXPECT_EQ(unmapFile(mapping), 0U);
+}
+
+TEST(fileMappingDeathTest, aBusErrorElsewhereStillEndsTheProcess)
+{
+    const temporaryDirectory directory;
+    std::ofstream(directory / "content") << "x";
+    fileMapping mapping;
+    ASSERT_EQ(mapFile(directory / "content", mapping), mappingResult::mapped);
+    EXPECT_DEATH(std::raise(SIGBUS), "");
+    unmapFile(mapping);
+    EXPECT_DEATH(std::raise(SIGBUS), "");
+}
+#endif
 
 TEST(wholeFile, aWriteThatFailsLeavesTheFileAsItWas)
 {

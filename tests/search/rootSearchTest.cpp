@@ -62,6 +62,36 @@ TEST_F(rootSearch, newGameForgetsAllThatLastsBetweenSearches)
     EXPECT_EQ(run(middleGame, {.depthLimit = 9}).nodes, fresh);
 }
 
+TEST_F(rootSearch, everySearchAgesTheTable)
+{
+    const std::uint64_t key = ownedPosition(middleGame)->key;
+    for (int age = 0; age < 3; ++age)
+    {
+        run(middleGame, {.depthLimit = 3});
+        EXPECT_EQ(ttProbe(key).age(), age + 1) << "the set-up counts as one";
+    }
+    runSearch(*ownedPosition(middleGame), {.depthLimit = 3});
+    EXPECT_EQ(ttProbe(key).age(), 4);
+}
+
+// Cut off at any point of an iteration, also of those whose variation is reported: the reply must
+// follow the move that is played.
+TEST_F(rootSearch, ponderMoveAnswersTheBestMove)
+{
+    int withReply = 0;
+    for (const char *fen :
+         {"8/2p5/3p4/KP5r/1R3p1k/8/4P1P1/8 w - - 0 1", "8/8/1p1r1k2/p1pPN1p1/P3KnP1/1P6/8/3R4 b - - 0 1",
+          "8/k7/3p4/p2P1p2/P2P1P2/8/8/K7 w - - 0 1"})
+        for (std::uint64_t nodes = 500; nodes < 10000; nodes += 500)
+        {
+            newGame();
+            const searchResult result = runSearch(*ownedPosition(fen), {.hardNodes = nodes});
+            EXPECT_TRUE(isLegalIn(fen, result.best, result.ponder)) << fen << ' ' << nodes;
+            withReply += result.ponder != noMove;
+        }
+    EXPECT_GT(withReply, 10);
+}
+
 TEST_F(rootSearch, forcedMovesAndDrawsOfTheRoot)
 {
     run("8/8/4k3/8/8/8/r7/7K w - - 0 1", {.depthLimit = 20});

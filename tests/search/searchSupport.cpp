@@ -58,6 +58,7 @@ const searchReporter recorder{.iterationDone =
                               {
                                   keepLine(answerText(best, ponder, side, rooks));
                                   record.best = best;
+                                  record.ponder = ponder;
                                   record.nodes = sumUpSearch().nodes;
                                   ++answerTally;
                               }};
@@ -184,10 +185,20 @@ void searchFixture::newGame()
     clearWorkerHistory();
 }
 
-bool isLegalIn(const std::string &fen, moveCode move)
+bool isLegalIn(const std::string &fen, moveCode move, moveCode reply)
 {
     workbench bench(fen);
-    return std::ranges::any_of(bench.legalMoves(), [move](moveCode each) { return sameMove(each, move); });
+    for (const moveCode wanted : {move, reply})
+    {
+        if (bench.ply > 0 && wanted == noMove)
+            break;
+        const std::vector<moveCode> legal = bench.legalMoves();
+        const auto found = std::ranges::find_if(legal, [&](moveCode each) { return sameMove(each, wanted); });
+        if (found == legal.end())
+            return false;
+        bench.play(*found);
+    }
+    return true;
 }
 
 } // namespace tarvonel

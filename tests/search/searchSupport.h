@@ -60,7 +60,7 @@ class workbench
 struct searchRecord
 {
     std::vector<std::string> lines;
-    moveCode best = noMove;
+    moveCode best = noMove, ponder = noMove;
     int score = 0; ///< of the last iteration reported, mate found or table move
     int mates = 0; ///< mates found
     int tableMoves = 0;
@@ -87,7 +87,7 @@ class searchFixture : public testing::Test
     static void newGame();
 };
 
-/// Whether the move is one of the legal moves of the position.
-bool isLegalIn(const std::string &fen, moveCode move);
+/// Whether the move is legal in the position, and the reply after it, unless that is `noMove`.
+bool isLegalIn(const std::string &fen, moveCode move, moveCode reply = noMove);
 
 } // namespace tarvonel

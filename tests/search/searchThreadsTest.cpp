@@ -50,7 +50,10 @@ class searchThreads : public searchFixture
                 pondering = false;
             stop();
             const searchRecord &record = finish();
-            EXPECT_TRUE(fen == stalemate || fen == mated ? record.best == noMove : isLegalIn(fen, record.best)) << fen;
+            if (fen == stalemate || fen == mated)
+                EXPECT_EQ(record.best, noMove) << fen;
+            else
+                EXPECT_TRUE(isLegalIn(fen, record.best, record.ponder)) << fen << ' ' << record.lines.back();
             ASSERT_FALSE(isSearchRunning());
         }
     }

@@ -65,6 +65,22 @@ void writeQueenTable(const temporaryDirectory &directory, int value)
     writeTables(directory.path, {{"KQvK", "KQk", value, -value}});
 }
 
+#ifdef __linux__
+int mappingsOf(const std::string &path)
+{
+    std::ifstream maps("/proc/self/maps");
+    int mappings = 0;
+    for (std::string row; std::getline(maps, row);)
+        mappings += row.find(path) != std::string::npos;
+    return mappings;
+}
+
+std::ptrdiff_t openDescriptors()
+{
+    return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), std::filesystem::directory_iterator());
+}
+#endif
+
 void writeQueenDistances(const temporaryDirectory &directory)
 {
     writeBytes(directory / "KQvK.rtbz", tableFileOf("KQk", dtzKind, {onePart(0)}));
@@ -204,6 +220,97 @@ TEST(tableRegistry, whatCannotBeReadIsNoTable)
     initTablebases("");
 }
 
+#ifdef __linux__
+TEST(tableRegistry, noMappingOrDescriptorIsLeftOpen)
+{
+    const temporaryDirectory directory;
+    writeQueenTable(directory, 2);
+    writeTables(directory.path, {{"KRvK", "KRk", 2, -2}});
+    byteRow corrupt = tableFileOf("KQk", dtzKind, {onePart(0)});
+    corrupt[0] ^= 1;
+    writeBytes(directory / "KQvK.rtbz", corrupt);
+    const std::ptrdiff_t descriptors = openDescriptors();
+    for (int round = 0; round < 3; ++round)
+    {
+        initTablebases(directory.path + ";" + directory / "nowhere");
+        int success = 0;
+        capture([&] { probeDtz(queenPosition, success); });
+        EXPECT_EQ(success, 0);
+        EXPECT_EQ(mappingsOf(directory.path), 1) << "the WDL file alone";
+        EXPECT_EQ(openDescriptors(), descriptors);
+    }
+    initTablebases("");
+    EXPECT_EQ(mappingsOf(directory.path), 0);
+}
+
+// Truncated and rewritten over and over while threads probe, as `cp` does it: an answer is right or
+// there is none.
+TEST(tableRegistry, aFileThatIsOverwrittenDuringProbesGivesNoWrongValue)
+{
+    constexpr int threadCount = 3, rounds = 30, positionCount = 512;
+    const temporaryDirectory directory;
+    const storedPart part = randomPart(31332, {0, 1, 2, 3, 4}, {6, 6, 0});
+    const byteRow file = tableFileOf("KRk", wdlKind, {part, part});
+    const std::string path = directory / "KRvK.rtbw";
+    writeBytes(path, file);
+    initTablebases(directory.path);
+    std::mt19937_64 random(1);
+    std::vector<std::pair<tbPosition, int>> expected;
+    while (expected.size() < positionCount)
+    {
+        const tbPosition position = randomPosition("KRvK", random);
+        int success = 1;
+        const int value = probeTable(position, 0, success, wdlKind);
+        ASSERT_EQ(success, 1);
+        expected.emplace_back(position, value);
+    }
+
+    int damagedRounds = 0;
+    for (int round = 0; round < rounds; ++round)
+    {
+        initTablebases(directory.path);
+        std::barrier start(threadCount + 1);
+        std::atomic<int> wrong{0}, finished{0};
+        std::atomic<bool> isDisabled{false};
+        const auto probeUntilDisabled = [&]
+        {
+            start.arrive_and_wait();
+            for (int pass = 0; pass < 5000 && !isDisabled; ++pass)
+                for (const auto &[position, value] : expected)
+                {
+                    int success = 1;
+                    const int found = probeTable(position, 0, success, wdlKind);
+                    wrong += success != 0 && found != value;
+                    if (success == 0)
+                        isDisabled = true;
+                }
+            ++finished;
+        };
+        const auto [out, error] = capture(
+            [&]
+            {
+                std::vector<std::thread> threads;
+                for (int i = 0; i < threadCount; ++i)
+                    threads.emplace_back(probeUntilDisabled);
+                start.arrive_and_wait();
+                while (finished < threadCount)
+                {
+                    std::filesystem::resize_file(path, 0);
+                    writeBytes(path, file);
+                }
+                for (std::thread &thread : threads)
+                    thread.join();
+            });
+        EXPECT_EQ(wrong, 0);
+        EXPECT_LE(std::count(error.begin(), error.end(), '\n'), 1) << error;
+        damagedRounds += out.find("KRvK.rtbw was changed while in use") != std::string::npos;
+    }
+    EXPECT_GT(damagedRounds, 0);
+    initTablebases("");
+    EXPECT_EQ(mappingsOf(directory.path), 0);
+}
+#endif
+
 TEST(tableRegistry, threadsThatMeetAtFirstUseMapAFileOnce)
 {
     constexpr int threadCount = 8, rounds = 20;
@@ -228,11 +335,7 @@ TEST(tableRegistry, threadsThatMeetAtFirstUseMapAFileOnce)
             thread.join();
         EXPECT_EQ(wrong, 0);
 #ifdef __linux__
-        std::ifstream maps("/proc/self/maps");
-        int mappings = 0;
-        for (std::string row; std::getline(maps, row);)
-            mappings += row.find("KQvK.rtbw") != std::string::npos;
-        EXPECT_EQ(mappings, 1);
+        EXPECT_EQ(mappingsOf("KQvK.rtbw"), 1);
 #endif
     }
     initTablebases("");
