@@ -2,7 +2,7 @@
 #include <benchmark/benchmark.h>
 
 #include "benchBoard.h"
-#include "search/exchange.h"
+#include "search/see.h"
 #include "search/transpositionTable.h"
 
 namespace tarvonel

@@ -10,10 +10,9 @@
 #include <string>
 #include <vector>
 
-#include "tablebase/probe.h"
-#include "tablebase/tableProbe.h"
-#include "tablebase/tableRegistry.h"
-#include "tablebaseBench.h"
+#include "tablebase/tbProbe.h"
+#include "tablebase/tbProbe.h"
+#include "tablebase/tbRegistry.h"
 
 namespace tarvonel
 {
@@ -48,7 +47,7 @@ std::vector<tbPosition> randomPositions()
         }
         position.turn = random() % 2 != 0;
         int success = 0;
-        if (popCount(allMen(position)) == pieces && tbValid(position) && (probeWdl(position, success), success != 0))
+        if (popCount(allPieces(position)) == men && tbValid(position) && (probeWdl(position, success), success != 0))
             positions.push_back(position);
     }
     return positions;

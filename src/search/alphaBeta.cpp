@@ -1,7 +1,8 @@
-// One node reads from top to bottom: what may end it before it is searched, what prunes it as a
-// whole, then the loop over its moves. The margins and depths of each step stand above it.
+// The main search: principal variation search with a transposition table. `alphaBeta` at the end of the
+// file does all that comes before the moves, `searchMoves` the move loop; their steps are numbered in
+// order. The margins and depth limits are here at the top.
 
-#include "search/alphaBeta.h"
+#include "search/search.h"
 
 #include <algorithm>
 #include <cassert>
@@ -13,17 +14,16 @@
 #include "board/makeMove.h"
 #include "eval/evaluate.h"
 #include "movegen/legality.h"
-#include "search/checkTest.h"
-#include "search/exchange.h"
+#include "search/checkDetection.h"
 #include "search/history.h"
-#include "search/moveDepth.h"
 #include "search/movePicker.h"
 #include "search/nodeEntry.h"
-#include "search/quiescence.h"
+#include "search/reductions.h"
 #include "search/score.h"
 #include "search/searchLimits.h"
 #include "search/searchReporter.h"
-#include "search/tablebaseProbe.h"
+#include "search/see.h"
+#include "search/tbSearch.h"
 #include "search/transpositionTable.h"
 #include "search/worker.h"
 
@@ -33,29 +33,29 @@ namespace tarvonel
 namespace
 {
 
-// Reverse futility: the evaluation beats beta by more than the depth could lose.
+// Reverse futility pruning.
 constexpr int reverseFutilityMaxDepth = 6;
 constexpr int reverseFutilityMargin = 65; // per ply
 
-// Razoring: the evaluation is so far below alpha that only captures could help.
+// Razoring.
 constexpr int razorMaxDepth = 3;
 constexpr int razorMargin[2][razorMaxDepth + 1] = {{0, 90, 140, 200}, {0, 120, 190, 240}}; // by improving, depth
 
 // Null move.
 constexpr int nullMoveMinDepth = 4;
 constexpr int nullMoveBaseReduction = 3;
-constexpr int nullMoveEvalStep = 90; // a further ply of reduction for each
+constexpr int nullMoveEvalStep = 90; // above beta, per additional ply of reduction
 constexpr int nullMoveMaxEvalReduction = 3;
 constexpr int nullMoveVerifyDepth = 10;
 constexpr int nullMoveVerifyMaxSearch = 3;
 
-// ProbCut: a capture that beats beta by a margin at low depth will do so at full depth.
+// ProbCut.
 constexpr int probCutMinDepth = 5;
 constexpr int probCutMargin = 110;
 constexpr int probCutDepthLoss = 4;
 constexpr int probCutMaxMoves = 11;
 
-// Internal reduction: a node that ought to have a table move and has none is not worth full depth.
+// Internal iterative reduction.
 constexpr int internalReductionMinDepth = 8;
 constexpr int internalReduction = 2;
 
@@ -67,16 +67,15 @@ constexpr int lateMoveMaxDepth = 7;
 constexpr int lateMoveLimit[2][lateMoveMaxDepth + 1] = {{1, 2, 3, 5, 7, 10, 14, 19},
                                                         {2, 4, 6, 8, 11, 15, 20, 27}}; // by improving, depth
 
-// Singular extension: no other move comes near the table move.
+// Singular extension.
 constexpr int singularMinDepth = 7;
-constexpr int singularDepthSlack = 3; // how much shallower the table's entry may be
+constexpr int singularDepthSlack = 3; // how much shallower the TT entry may be
 constexpr int singularMaxBadCaptures = 4;
 constexpr int singularMaxOthers = 5;
 
-bool isOpenWindow(int alpha, int beta) { return beta > alpha + 1; }
+bool isPvWindow(int alpha, int beta) { return beta > alpha + 1; }
 
-/// Searches a child of depth `depth`, in quiescence when nothing is left, from the view of the
-/// parent.
+/// Searches a child to `depth` plies, by quiescence if that is not positive. The score is the parent's.
 int searchChild(int ply, int depth, int alpha, int beta, pos &position)
 {
     if (depth <= 0)
@@ -84,32 +83,32 @@ int searchChild(int ply, int depth, int alpha, int beta, pos &position)
     return -alphaBeta(ply + 1, depth, -beta, -alpha, position);
 }
 
-/// Looks at clock and node budget once in a while. True when the search is over.
+/// Checks clock and node limit from time to time. True if the search is over.
 bool pollLimits(pos &position)
 {
     if (--position.pollCountdown >= 0)
         return false;
     position.pollCountdown = searchLimits.pollInterval;
-    const bool isBudgetSpent = searchLimits.hardNodes != 0 && nodesOf(position) >= searchLimits.hardNodes;
+    const bool isNodeLimitReached = searchLimits.hardNodes != 0 && nodesOf(position) >= searchLimits.hardNodes;
     const bool isTimed = !searchLimits.infinite && !pondering;
-    if (!isBudgetSpent && !(isTimed && std::cmp_greater_equal(measureElapsed(), searchLimits.maximumTime)))
+    if (!isNodeLimitReached && !(isTimed && std::cmp_greater_equal(measureElapsed(), searchLimits.maximumTime)))
         return false;
     stopSearch = true;
     return true;
 }
 
-/// A mate found by passing is not to be trusted.
+/// A mate that needs a null move is unproved.
 int capNullMoveScore(int score, int beta) { return score > mateThreshold ? beta : score; }
 
-/// Writes down check state and played move after a make, and sends for the table's line.
-void noteMadeMove(int ply, pos &position, moveCode move)
+/// Records the check state and the move played after a make, and prefetches the TT cluster.
+void recordMove(int ply, pos &position, moveCode move)
 {
     prefetchNode(position);
     position.info[ply + 1].inCheck = isKingAttacked(position, position.sideToMove) ? 1 : 0;
     position.info[ply].playedMove = withExtra(move, movedPieceAfter(position, move));
 }
 
-/// The reduced search after passing, verified at high depth. A score of at least beta ends the node.
+/// The reduced search after a null move, verified at high depth. Returns the score of a cutoff.
 std::optional<int> tryNullMove(int ply, int depth, int beta, int nodeEval, pos &position)
 {
     const int evalReduction = std::min(nullMoveMaxEvalReduction, (nodeEval - beta) / nullMoveEvalStep);
@@ -132,13 +131,14 @@ std::optional<int> tryNullMove(int ply, int depth, int beta, int nodeEval, pos &
     return std::nullopt;
 }
 
-/// Searches the captures that may beat beta by a margin: first in quiescence, then to low depth.
+/// Searches captures that may beat beta by a margin: first by quiescence, then at low depth. Returns
+/// the score of a cutoff.
 std::optional<int> tryProbCut(int ply, int depth, int beta, int rawEval, pos &position)
 {
     posinfo &node = position.info[ply];
     const int raisedBeta = beta + probCutMargin;
-    // Exchanges are reckoned in 16 bits, and this difference wraps to them: with beta near the mate
-    // scores and the side far behind, moves pass that could never gain so much. It is meant.
+    // SEE works in 16 bits and this difference wraps: with beta near a mate score and a very low
+    // evaluation some moves pass that cannot gain enough. This is intended.
     const auto gainNeeded = static_cast<std::int16_t>(std::max(raisedBeta - rawEval, 0));
     prepareProbCut(ply, position);
 
@@ -153,7 +153,7 @@ std::optional<int> tryProbCut(int ply, int depth, int beta, int rawEval, pos &po
         }
         ++made;
         const moveCode move = *slot;
-        noteMadeMove(ply, position, move);
+        recordMove(ply, position, move);
         int score = searchChild(ply, 0, raisedBeta - 1, raisedBeta, position);
         if (score >= raisedBeta)
             score = searchChild(ply, depth - probCutDepthLoss, raisedBeta - 1, raisedBeta, position);
@@ -170,8 +170,8 @@ std::optional<int> tryProbCut(int ply, int depth, int beta, int rawEval, pos &po
     return std::nullopt;
 }
 
-/// Bad history in all three tables, and no piece captured.
-bool isHopelessByHistory(const pos &position, const continuationRows &rows, moveCode move)
+/// Whether a quiet move has a negative history in all three tables.
+bool hasBadHistory(const pos &position, const continuationRows &rows, moveCode move)
 {
     if (rows.one == nullptr || rows.two == nullptr || position.board[moveTo(move)] != emptySquare)
         return false;
@@ -179,9 +179,9 @@ bool isHopelessByHistory(const pos &position, const continuationRows &rows, move
     return position.quietHistory[index] < 0 && rows.one[index] < 0 && rows.two[index] < 0;
 }
 
-/// Whether another move than the table move reaches `bound`: they are tried one after the other at
-/// half depth until one does or enough have failed. Leaves the ply's record as it was found.
-bool doesOtherMoveReach(int ply, int depth, int bound, pos &position)
+/// Singular search: whether a move other than the hash move reaches `bound` at half depth. Stops at the
+/// first one that does, or after enough failures. Leaves the ply's record unchanged.
+bool anotherMoveReaches(int ply, int depth, int bound, pos &position)
 {
     posinfo &node = position.info[ply];
     const posinfo savedNode = node;
@@ -205,7 +205,7 @@ bool doesOtherMoveReach(int ply, int depth, int bound, pos &position)
             ++badCaptures;
         else if (node.stage >= stageKiller1)
             ++others;
-        noteMadeMove(ply, position, move);
+        recordMove(ply, position, move);
         isReached = searchChild(ply, depth / 2 - 1, bound, bound + 1, position) >= bound;
         unmakeMove(position, ply, move);
         if (isReached || others >= singularMaxOthers)
@@ -216,16 +216,16 @@ bool doesOtherMoveReach(int ply, int depth, int bound, pos &position)
     return isReached;
 }
 
-/// Whether the table move is trusted enough to ask if it is the only good one.
-bool isSingularCandidate(int ply, const posinfo &node, const nodeFacts &facts, const loopCounts &counts)
+/// Whether the TT entry is reliable enough to test its move for singularity.
+bool isSingularCandidate(int ply, const posinfo &node, const nodeContext &context, const moveCounts &counts)
 {
-    return node.stage == stageCaptureInit && ply > 0 && facts.depth >= singularMinDepth && counts.searched == 1 &&
-           facts.entry.depth() >= facts.depth - singularDepthSlack && facts.entry.bound() != boundUpper &&
-           !isMateScore(facts.tableValue);
+    return node.stage == stageCaptureInit && ply > 0 && context.depth >= singularMinDepth && counts.searched == 1 &&
+           context.entry.depth() >= context.depth - singularDepthSlack && context.entry.bound() != boundUpper &&
+           !isMateScore(context.ttValue);
 }
 
-/// A move that is not the first: at reduced depth, then at full depth, then with the open window, as
-/// long as it holds what it promises.
+/// Searches a move other than the first: reduced with a null window; if that fails high, at full depth;
+/// if the score is inside the window, with the full window.
 int searchLateMove(int ply, int newDepth, int reduction, int alpha, int beta, pos &position)
 {
     int score = searchChild(ply, newDepth - reduction, alpha, alpha + 1, position);
@@ -236,16 +236,16 @@ int searchLateMove(int ply, int newDepth, int reduction, int alpha, int beta, po
     return score;
 }
 
-/// A new best move at the root is worth telling at once, whatever becomes of the iteration.
-void noteRootChange(pos &position, int depth)
+/// A new best move at the root counts at once, even if the iteration is not finished.
+void recordRootMove(pos &position, int depth)
 {
     ++position.rootChanges;
     position.rootDepth = static_cast<std::int16_t>(depth);
     position.rootDepthDone = 0;
 }
 
-/// Cut-off: stores it and learns from it, unless the move captured or answered a check.
-int closeWithCutoff(int ply, pos &position, int depth, moveCode bestMove, int score)
+/// Beta cutoff: stores it, and updates the histories if the move is quiet and no check evasion.
+int finishCutoff(int ply, pos &position, int depth, moveCode bestMove, int score)
 {
     ttStore(position.key, bestMove, score, depth, boundLower, ply);
     if (position.info[ply].inCheck == 0 && position.board[moveTo(bestMove)] == emptySquare)
@@ -253,8 +253,8 @@ int closeWithCutoff(int ply, pos &position, int depth, moveCode bestMove, int sc
     return score;
 }
 
-/// No move cut off. Mate and stalemate come before the fifty-move rule.
-int closeWithoutCutoff(int ply, pos &position, int depth, const loopCounts &counts, int bestScore, int alphaAtStart)
+/// The end of a node without a cutoff. Mate and stalemate take precedence over the fifty-move rule.
+int finishNode(int ply, pos &position, int depth, const moveCounts &counts, int bestScore, int alphaAtStart)
 {
     constexpr int fiftyMoveLimit = 100;
     const posinfo &node = position.info[ply];
@@ -269,15 +269,15 @@ int closeWithoutCutoff(int ply, pos &position, int depth, const loopCounts &coun
     return bestScore;
 }
 
-/// The loop over the moves of a node.
-int searchMoves(int ply, int alpha, int beta, const nodeFacts &facts, pos &position)
+/// Steps 11 to 17: the move loop.
+int searchMoves(int ply, int alpha, int beta, const nodeContext &context, pos &position)
 {
     posinfo &node = position.info[ply];
     posinfo &child = position.info[ply + 1];
-    const int depth = facts.depth;
+    const int depth = context.depth;
     const int alphaAtStart = alpha;
     const auto seeMargin = static_cast<std::int16_t>(-badCaptureMargin * depth);
-    loopCounts counts;
+    moveCounts counts;
     int bestScore = worstScore;
     bool skipQuiets = false;
 
@@ -287,26 +287,28 @@ int searchMoves(int ply, int alpha, int beta, const nodeFacts &facts, pos &posit
     for (moveCode move = nextMove(ply, position, skipQuiets); move != noMove;
          move = nextMove(ply, position, skipQuiets))
     {
-        // Bad captures: not when they lose more than the depth could bring back.
+        // 11. SEE pruning of bad captures: skip those that lose more material than the remaining depth
+        // could regain.
         if (ply > 0 && node.stage == stageBadCaptures && depth <= badCaptureMaxDepth &&
             !seeAtLeast(move, seeMargin, position))
             continue;
 
-        // History: near the leaves a quiet move that has failed in every respect is not tried.
-        if (ply > 0 && depth <= historyPruningMaxDepth && isHopelessByHistory(position, facts.rows, move))
+        // 12. History pruning: near the leaves skip quiet moves with a negative history in all tables.
+        if (ply > 0 && depth <= historyPruningMaxDepth && hasBadHistory(position, context.rows, move))
             continue;
 
-        // Legality: the table move has been tested, evasions are generated legal.
+        // Legality. The hash move is already validated, and evasions are generated legal.
         if (node.stage != stageCaptureInit && node.inCheck == 0 && !isMoveLegal(position, ply, move))
             continue;
 
-        // Late moves: after enough quiet moves the rest is dropped, but for checks.
+        // 13. Late move pruning: moves are well ordered, so after enough of them skip the remaining
+        // quiet moves that do not give check.
         const bool isCheck = givesCheck(position, ply, checks, move);
         if (ply > 0 && !isCheck)
         {
-            if (!isOpenWindow(alpha, beta) && node.inCheck == 0 && depth <= lateMoveMaxDepth &&
+            if (!isPvWindow(alpha, beta) && node.inCheck == 0 && depth <= lateMoveMaxDepth &&
                 node.stage >= stageKiller2 && node.stage != stageBadCaptures &&
-                counts.late >= lateMoveLimit[facts.improving ? 1 : 0][depth])
+                counts.late >= lateMoveLimit[context.improving ? 1 : 0][depth])
                 skipQuiets = true;
             if (skipQuiets)
                 continue;
@@ -323,19 +325,23 @@ int searchMoves(int ply, int alpha, int beta, const nodeFacts &facts, pos &posit
             ++counts.quiets;
         int newDepth = depth - 1;
 
-        // Singular extension: the table move is extended if no other move comes near it. If one
-        // does, and even the lowered bound beats beta, several moves cut off here.
-        if (isSingularCandidate(ply, node, facts, counts))
+        // 14. Singular extension: extend the hash move if all others fail low against a bound somewhat
+        // below its TT value. If another move reaches a bound that is at least beta, several moves
+        // cause a cutoff, and so does this node (multi-cut).
+        if (isSingularCandidate(ply, node, context, counts))
         {
-            const int singularBound = facts.tableValue - 5 * depth / 4;
+            const int singularBound = context.ttValue - 5 * depth / 4;
             unmakeMove(position, ply, move);
-            if (!doesOtherMoveReach(ply, depth, singularBound, position))
+            if (!anotherMoveReaches(ply, depth, singularBound, position))
                 newDepth = depth;
             else if (singularBound >= beta)
                 return singularBound;
             makeMove(position, ply, move);
         }
-        else if (isExtended(ply, position, facts, counts, move, isCheck))
+
+        // 15. Other extensions: checks that do not lose material, and quiet moves with an excellent
+        // history.
+        else if (isExtended(ply, position, context, counts, move, isCheck))
             newDepth = depth;
 
         if (node.stage != stageBadCaptures)
@@ -343,18 +349,21 @@ int searchMoves(int ply, int alpha, int beta, const nodeFacts &facts, pos &posit
         if (newDepth == depth && child.captured == emptySquare)
             ++counts.extendedQuiets;
 
+        // 16. Principal variation search with late move reductions: later moves only have to be shown
+        // not to beat alpha, first at reduced depth.
         int score = 0;
         if (counts.searched == 1)
             score = searchChild(ply, newDepth, alpha, beta, position);
         else
         {
-            const int reduction = reductionOf(ply, position, facts, counts, move, isOpenWindow(alpha, beta));
+            const int reduction = reductionOf(ply, position, context, counts, move, isPvWindow(alpha, beta));
             score = searchLateMove(ply, newDepth, reduction, alpha, beta, position);
         }
         unmakeMove(position, ply, move);
         if (stopSearch)
             return scoreDraw;
 
+        // 17. Best move, alpha and cutoff.
         if (score <= bestScore)
             continue;
         bestScore = score;
@@ -363,11 +372,11 @@ int searchMoves(int ply, int alpha, int beta, const nodeFacts &facts, pos &posit
         alpha = score;
         node.pvMove = node.playedMove;
         if (ply == 0)
-            noteRootChange(position, depth);
+            recordRootMove(position, depth);
         if (score >= beta)
-            return closeWithCutoff(ply, position, depth, node.pvMove, score);
+            return finishCutoff(ply, position, depth, node.pvMove, score);
     }
-    return closeWithoutCutoff(ply, position, depth, counts, bestScore, alphaAtStart);
+    return finishNode(ply, position, depth, counts, bestScore, alphaAtStart);
 }
 
 } // namespace
@@ -376,82 +385,89 @@ int alphaBeta(int ply, int depth, int alpha, int beta, pos &position)
 {
     if (ply < 0)
         __builtin_unreachable(); // so that a call inlined into its parent drops the tests for the root
+
+    // 1. Limits: the value of a stopped search is not used.
     posinfo &node = position.info[ply];
     const std::uint64_t nodes = position.searchNodes.add(1);
     position.selDepth = static_cast<std::uint8_t>(std::max<int>(position.selDepth, ply));
     if (pollLimits(position) || stopSearch)
         return scoreDraw;
 
-    // Draws, mates that come too late, and the end of the stack.
+    // 2. Draws, mate distance pruning, maximum ply.
     if (ply > 0)
         if (const std::optional<int> score = decideAtEntry(ply, nodes, alpha, beta, position))
             return *score;
-    const bool isPv = isOpenWindow(alpha, beta);
+    const bool isPv = isPvWindow(alpha, beta);
     position.info[ply + 1].noNullMove = node.noNullMove;
     node.hashMove = noMove;
 
-    // Static evaluation: while it is worked out, the table's line is on its way. In check it would
-    // mean nothing.
+    // 3. Static evaluation, except in check. It comes before the TT probe because the cluster, which
+    // was prefetched when the move was made, arrives meanwhile.
     const int rawEval = node.inCheck != 0 ? noScore : evaluate(ply, position);
 
-    // Transposition table: an entry of sufficient depth decides a node with a closed window, but
-    // not straight after a null move.
+    // 4. Transposition table: an entry of sufficient depth whose bound decides a null window is as good
+    // as a search. Not right after a null move.
     const ttEntry entry = ttProbe(position.key);
-    const int tableValue = scoreFromTable(entry.value(), ply);
+    const int ttValue = scoreFromTable(entry.value(), ply);
     if (entry.isHit())
     {
         if (!isPv && entry.depth() >= depth && ply > 0 && position.info[ply - 1].playedMove != noMove &&
-            doesTableCut(entry, tableValue, alpha, beta))
-            return tableValue;
+            ttCutsOff(entry, ttValue, alpha, beta))
+            return ttValue;
         node.hashMove = ply == 0 ? node.pvMove : entry.move();
     }
 
-    // Endgame tables, right after a capture or pawn move.
-    if (ply > 0 && isTableNode(ply, depth, position))
+    // 5. Tablebases, right after a capture or pawn move: their value is exact, or a bound where only the
+    // distance to mate is unknown.
+    if (ply > 0 && isTbNode(ply, depth, position))
         if (const std::optional<int> score = probeForCutoff(ply, depth, alpha, beta, position))
             return *score;
 
-    nodeFacts facts{depth, entry, tableValue, true, continuationOf(ply, position)};
+    nodeContext context{depth, entry, ttValue, true, continuationOf(ply, position)};
     node.staticEval = static_cast<std::int16_t>(rawEval);
     if (node.inCheck != 0)
-        return searchMoves(ply, alpha, beta, facts, position);
-    const int nodeEval = refineEvaluation(rawEval, entry, tableValue);
-    facts.improving = ply < 2 || rawEval >= position.info[ply - 2].staticEval;
+        return searchMoves(ply, alpha, beta, context, position);
+    const int nodeEval = refineEvaluation(rawEval, entry, ttValue);
+    context.improving = ply < 2 || rawEval >= position.info[ply - 2].staticEval;
 
     if (!isPv)
     {
-        const bool mayPass = hasPieces(position, position.sideToMove);
+        const bool hasNonPawns = hasPieces(position, position.sideToMove);
 
-        // Reverse futility: so far above beta that the remaining depth will not change it.
+        // 6. Reverse futility pruning: the evaluation is so far above beta that the few remaining plies
+        // are unlikely to lose the difference. Not with pawns only, where zugzwang is common.
         if (depth <= reverseFutilityMaxDepth && !isMateScore(nodeEval) &&
-            nodeEval >= beta + reverseFutilityMargin * depth && mayPass)
+            nodeEval >= beta + reverseFutilityMargin * depth && hasNonPawns)
             return nodeEval;
 
-        // Razoring: so far below alpha that quiescence has the last word unless it objects.
-        if (depth <= razorMaxDepth && nodeEval + razorMargin[facts.improving ? 1 : 0][depth] < alpha)
+        // 7. Razoring: the evaluation is so far below alpha that only captures can raise it. If
+        // quiescence confirms the fail low, return its score.
+        if (depth <= razorMaxDepth && nodeEval + razorMargin[context.improving ? 1 : 0][depth] < alpha)
             if (const int score = quiescence(ply, 0, alpha, beta, position); score < alpha)
                 return score;
 
-        // Null move: let the opponent move twice. If even the reduced search of that fails high, a
-        // real move would too. Not with king and pawns alone, where having to move is what loses.
+        // 8. Null move pruning: if the opponent can move twice in a row and a reduced search still fails
+        // high, some move would as well. Not with pawns only, where zugzwang is common.
         if (depth >= nullMoveMinDepth && ply >= 2 && node.noNullMove == 0 &&
-            position.info[ply - 2].playedMove != noMove && nodeEval >= beta && mayPass)
+            position.info[ply - 2].playedMove != noMove && nodeEval >= beta && hasNonPawns)
         {
             if (const std::optional<int> score = tryNullMove(ply, depth, beta, nodeEval, position))
                 return *score;
         }
 
-        // ProbCut: a capture that clearly beats beta at low depth.
+        // 9. ProbCut: a good capture that beats beta by a margin at reduced depth will very likely beat
+        // beta at full depth.
         if (depth >= probCutMinDepth && !isMateScore(nodeEval))
             if (const std::optional<int> score = tryProbCut(ply, depth, beta, rawEval, position))
                 return *score;
     }
 
-    // Internal reduction: without a table move this part of the tree was not thought important.
+    // 10. Internal iterative reduction: a PV node without a hash move is new to the search, and cheaper to
+    // order well at lower depth first.
     if (node.hashMove == noMove && depth >= internalReductionMinDepth && isPv)
-        facts.depth -= internalReduction;
+        context.depth -= internalReduction;
 
-    return searchMoves(ply, alpha, beta, facts, position);
+    return searchMoves(ply, alpha, beta, context, position);
 }
 
 } // namespace tarvonel

@@ -11,26 +11,26 @@ namespace
 constexpr int historyLimit = 8192;
 constexpr int bonusScale = 32;
 constexpr int maxSquaredDepth = 324;
-constexpr int firstDepthNotLearnt = 19; // so deep a cut-off says too little about other positions
+constexpr int maxUpdateDepth = 18; // cutoffs at higher depths say little about other nodes
 
-/// The tables that one move is judged by, and what a cut-off is worth.
-struct lesson
+/// The three tables to update at a node, and the size of the bonus.
+struct historyUpdate
 {
     pos &position;
     continuationRows rows;
     int bonus;
 
-    void reward(moveCode move) const
+    void addBonus(moveCode move) const
     {
-        teach(move, [this](int value) { return value + bonus - value * bonus / historyLimit; });
+        update(move, [this](int value) { return value + bonus - value * bonus / historyLimit; });
     }
-    void penalise(moveCode move) const
+    void addMalus(moveCode move) const
     {
-        teach(move, [this](int value) { return value - bonus - value * bonus / historyLimit; });
+        update(move, [this](int value) { return value - bonus - value * bonus / historyLimit; });
     }
 
   private:
-    template <typename rule> void teach(moveCode move, rule changed) const
+    template <typename rule> void update(moveCode move, rule changed) const
     {
         const int index = historyIndexOf(position, move);
         for (std::int16_t *const row : {position.quietHistory, rows.two, rows.one})
@@ -39,33 +39,34 @@ struct lesson
     }
 };
 
-void rewardBest(const lesson &learnt, int ply, moveCode bestMove)
+void rewardBestMove(const historyUpdate &update, int ply, moveCode bestMove)
 {
-    pos &position = learnt.position;
-    learnt.reward(bestMove);
-    if (learnt.rows.one != nullptr)
+    pos &position = update.position;
+    update.addBonus(bestMove);
+    if (update.rows.one != nullptr)
     {
         const moveCode previous = position.info[ply - 1].playedMove;
         position.counterMoves[historyIndex(moveExtra(previous), moveTo(previous))] = bestMove;
     }
 }
 
-void penaliseTried(const lesson &learnt, int ply, moveCode bestMove)
+void penaliseTriedMoves(const historyUpdate &update, int ply, moveCode bestMove)
 {
-    const pos &position = learnt.position;
+    const pos &position = update.position;
     const posinfo &node = position.info[ply];
-    const moveCode tableMove = node.hashMove;
-    if (tableMove != noMove && !sameMove(tableMove, bestMove) && position.board[moveTo(tableMove)] == emptySquare &&
-        position.board[moveFrom(tableMove)] != emptySquare)
-        learnt.penalise(tableMove);
+    const moveCode hashMove = node.hashMove;
+    if (hashMove != noMove && !sameMove(hashMove, bestMove) && position.board[moveTo(hashMove)] == emptySquare &&
+        position.board[moveFrom(hashMove)] != emptySquare)
+        update.addMalus(hashMove);
 
-    // Behind the captures lie killers, counter move and quiet moves as they were tried.
-    if (node.stage != stageCaptureInit) // or the table move itself cut off
+    // The list holds killers, counter move and tried quiet moves after the captures, unless the hash
+    // move itself caused the cutoff.
+    if (node.stage != stageCaptureInit)
         for (const moveCode *move = node.captureEnd; move < node.listCursor; ++move)
-            learnt.penalise(*move);
+            update.addMalus(*move);
 }
 
-void rememberKiller(posinfo &node, moveCode bestMove)
+void updateKillers(posinfo &node, moveCode bestMove)
 {
     if (sameMove(bestMove, node.killers[0]))
         return;
@@ -77,15 +78,15 @@ void rememberKiller(posinfo &node, moveCode bestMove)
 
 void updateHistories(int ply, pos &position, moveCode bestMove, int depth)
 {
-    if (depth < firstDepthNotLearnt)
+    if (depth <= maxUpdateDepth)
     {
-        const lesson learnt{position, continuationOf(ply, position),
-                            bonusScale * std::min(depth * depth, maxSquaredDepth)};
-        rewardBest(learnt, ply, bestMove);
-        penaliseTried(learnt, ply, bestMove);
+        const historyUpdate update{position, continuationOf(ply, position),
+                                   bonusScale * std::min(depth * depth, maxSquaredDepth)};
+        rewardBestMove(update, ply, bestMove);
+        penaliseTriedMoves(update, ply, bestMove);
         ++position.historyUpdates;
     }
-    rememberKiller(position.info[ply], bestMove);
+    updateKillers(position.info[ply], bestMove);
 }
 
 } // namespace tarvonel

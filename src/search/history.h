@@ -1,8 +1,8 @@
-// What a search learns about quiet moves: killers, counter moves, the quiet history and two
-// continuation histories, read through the previous move and through the move two plies back.
+// Statistics about quiet moves: killers, counter moves, the quiet history, and two continuation
+// histories, indexed by the previous move and by the move two plies back.
 //
-// All history values stay within about -8192 to 8192 by their update rule. Quiet history and
-// counter moves live for one search; the continuation histories belong to the worker and survive.
+// The update rule keeps all history values within about -8192 to 8192. Quiet history and counter moves
+// last for one search; the continuation histories belong to the worker and last until `ucinewgame`.
 #pragma once
 
 #include <algorithm>
@@ -15,14 +15,14 @@ namespace tarvonel
 
 using historyRow = std::int16_t *;
 
-/// Row or column of a piece and its destination in the continuation tables.
+/// Index of a piece and its to-square in the history tables.
 constexpr int historyIndex(int code, int to) { return (code - firstPieceCode) * squareCount + to; }
 
-/// The rows of the continuation tables that a node reads; null at the root and after a null move.
+/// The rows of the continuation histories for a node; null where there is no such earlier move.
 struct continuationRows
 {
-    historyRow one = nullptr; ///< through the previous move
-    historyRow two = nullptr; ///< through the move two plies back
+    historyRow one = nullptr; ///< by the previous move
+    historyRow two = nullptr; ///< by the move two plies back
 };
 
 inline historyRow rowOf(std::int16_t (*table)[historyRows], moveCode playedMove)
@@ -40,7 +40,7 @@ inline continuationRows continuationOf(int ply, const pos &position)
     return rows;
 }
 
-/// The three histories of a move not yet made, added up; an absent row counts 0.
+/// The sum of the three histories at an index; a missing row counts 0.
 inline int historySum(const pos &position, continuationRows rows, int index)
 {
     int sum = position.quietHistory[index];
@@ -57,8 +57,9 @@ inline int historyIndexOf(const pos &position, moveCode move)
     return historyIndex(position.board[moveFrom(move)], moveTo(move));
 }
 
-/// Learns from a beta cut-off by the quiet move `bestMove` at a node not in check: rewards it,
-/// penalises the table move, killers, counter move and quiet moves that were tried before it.
+/// After a beta cutoff by the quiet move `bestMove` at a node not in check: gives it a history bonus,
+/// and a malus to the quiet moves tried before it, the hash move, killers and counter move included.
+/// Updates killers and counter move.
 void updateHistories(int ply, pos &position, moveCode bestMove, int depth);
 
 } // namespace tarvonel

@@ -2,13 +2,11 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <utility>
 
 #include "board/makeMove.h"
 #include "movegen/legality.h"
-#include "search/bestToFront.h"
-#include "search/exchange.h"
 #include "search/history.h"
+#include "search/see.h"
 
 namespace tarvonel
 {
@@ -17,11 +15,11 @@ namespace
 {
 
 constexpr int badCaptureMark = 255;
-constexpr int specialMoveSlots = 3; // two killers and a counter move go behind the captures
+constexpr int specialMoveSlots = 3; // for two killers and a counter move after the captures
 constexpr int pawnCaptureScore = 250;
 constexpr int losingEvasionMalus = 100;
 
-/// One thread in four walks the root's captures unsorted, to look at the tree from another side.
+// One thread in four does not sort the captures at the root, so that the threads search different trees.
 constexpr int threadVariety = 4;
 constexpr int unsortedVariety = 3;
 
@@ -31,8 +29,8 @@ bool isPlayableHashMove(int ply, pos &position)
     return isMoveValid(position, ply, move) && leavesKingSafe(position, ply, move);
 }
 
-/// Evasions that lose the exchange go behind the others; captures of the checker by a pawn and
-/// king moves need no test.
+/// Orders evasions with negative SEE last. Pawn captures of the checking piece and king moves need no
+/// SEE.
 void demoteLosingEvasions(posinfo &node, const pos &position)
 {
     for (moveCode *move = node.listStart; move < node.listEnd; ++move)
@@ -48,7 +46,7 @@ moveCode nextEvasion(posinfo &node)
 {
     while (node.listCursor < node.listEnd)
     {
-        highestToFront(node.listCursor, node.listEnd);
+        swapHighestToFront(node.listCursor, node.listEnd);
         if (!sameMove(*node.listCursor, node.hashMove))
             return *node.listCursor;
         ++node.listCursor;
@@ -63,7 +61,7 @@ moveCode nextGoodCapture(int ply, pos &position)
     for (; node.listCursor < node.listEnd; ++node.listCursor)
     {
         if (isSorted)
-            highestToFront(node.listCursor, node.listEnd);
+            swapHighestToFront(node.listCursor, node.listEnd);
         const moveCode move = *node.listCursor;
         if (sameMove(move, node.hashMove))
             continue;
@@ -74,8 +72,8 @@ moveCode nextGoodCapture(int ply, pos &position)
     return noMove;
 }
 
-/// Puts a move from outside the generators into the list, at the cursor.
-moveCode handOut(posinfo &node, moveCode move)
+/// Appends a move that does not come from the generators.
+moveCode appendMove(posinfo &node, moveCode move)
 {
     *node.listCursor = move;
     ++node.listEnd;
@@ -88,7 +86,7 @@ moveCode nextKiller(int ply, pos &position, int which)
     const moveCode killer = node.killers[which];
     if (killer == noMove || sameMove(killer, node.hashMove) || !isMoveValid(position, ply, killer))
         return noMove;
-    return handOut(node, killer);
+    return appendMove(node, killer);
 }
 
 moveCode nextCounterMove(int ply, pos &position)
@@ -103,7 +101,7 @@ moveCode nextCounterMove(int ply, pos &position)
     if (reply == noMove || sameMove(reply, node.hashMove) || sameMove(reply, node.killers[0]) ||
         sameMove(reply, node.killers[1]) || !isMoveValid(position, ply, reply))
         return noMove;
-    return handOut(node, reply);
+    return appendMove(node, reply);
 }
 
 moveCode nextBadCapture(posinfo &node)
@@ -114,15 +112,15 @@ moveCode nextBadCapture(posinfo &node)
     return noMove;
 }
 
-/// Whether the move has had its turn in an earlier stage, were it playable there or not.
+/// Whether the move was due in an earlier stage, playable or not.
 bool isSpecialMove(const posinfo &node, moveCode move)
 {
     return sameMove(move, node.hashMove) || sameMove(move, node.killers[0]) || sameMove(move, node.killers[1]) ||
            sameMove(move, node.nodeCounterMove);
 }
 
-/// Generates the quiet moves without those that have had their turn. The extra byte of each becomes
-/// its piece, so that scoring need not look at the board.
+/// Generates the quiet moves except those of earlier stages. The extra byte of each becomes its piece,
+/// so that scoring does not read the board.
 void generateRemainingQuiets(int ply, pos &position)
 {
     posinfo &node = position.info[ply];
@@ -142,14 +140,14 @@ void generateRemainingQuiets(int ply, pos &position)
     position.info[ply + 1].listStart = node.listEnd;
 }
 
-/// Adds up the histories of the quiet moves from the cursor on.
+/// Scores the quiet moves from the cursor on by the sum of their histories.
 void scoreQuiets(int ply, pos &position, std::int32_t *score)
 {
-    // An absent row is read as zeros, which spares the loop two branches.
-    static constexpr std::int16_t absentRow[historyRows] = {};
+    // A row of zeros for a missing one saves two branches in the loop.
+    static constexpr std::int16_t zeroRow[historyRows] = {};
     const continuationRows rows = continuationOf(ply, position);
-    const std::int16_t *const one = rows.one != nullptr ? rows.one : absentRow;
-    const std::int16_t *const two = rows.two != nullptr ? rows.two : absentRow;
+    const std::int16_t *const one = rows.one != nullptr ? rows.one : zeroRow;
+    const std::int16_t *const two = rows.two != nullptr ? rows.two : zeroRow;
 
     posinfo &node = position.info[ply];
     for (const moveCode *move = node.listCursor; move < node.listEnd; ++move)
@@ -160,7 +158,7 @@ void scoreQuiets(int ply, pos &position, std::int32_t *score)
     node.quietsScoredAt = position.historyUpdates;
 }
 
-/// The first of equals. (std::max_element keeps a pointer and reads through it: 3 % of the search.)
+/// The first of equals. (std::max_element dereferences in each step, which costs 3 % of the search.)
 std::ptrdiff_t indexOfHighest(const std::int32_t *scores, std::ptrdiff_t count)
 {
     std::ptrdiff_t best = 0;
@@ -182,7 +180,7 @@ moveCode nextQuiet(int ply, pos &position, bool skipQuiets)
     if (skipQuiets)
         return *node.listCursor;
 
-    // The histories change while moves are searched; near the leaves they mostly have not.
+    // Rescore only if a history has changed since the last move: near the leaves most have not.
     std::int32_t *const scores = position.quietScores + (node.listCursor - position.info[0].listStart);
     if (node.quietsScoredAt != position.historyUpdates)
         scoreQuiets(ply, position, scores);
@@ -192,7 +190,7 @@ moveCode nextQuiet(int ply, pos &position, bool skipQuiets)
     return *node.listCursor;
 }
 
-/// Generates the captures at the cursor, or all evasions. Returns whether it was evasions.
+/// Generates the captures at the cursor, or in check all evasions. Returns whether they are evasions.
 bool startCaptures(int ply, pos &position)
 {
     posinfo &node = position.info[ply];
@@ -263,12 +261,12 @@ moveCode nextMove(int ply, pos &position, bool skipQuiets)
             return move;
         [[fallthrough]];
     case stageCounterMove:
-        node.stage = stageChangeOver;
+        node.stage = stageBadCaptureInit;
         move = nextCounterMove(ply, position);
         if (move != noMove)
             return move;
         [[fallthrough]];
-    case stageChangeOver:
+    case stageBadCaptureInit:
         node.quietStart = node.listEnd;
         node.listCursor = node.listStart;
         node.listEnd = node.captureEnd;

@@ -1,32 +1,45 @@
-// What the alpha-beta and the quiescence search ask alike before they look at a node's moves.
+// The tests at the start of a node, shared by the main search and quiescence: draws, mate distance,
+// transposition table.
 #pragma once
 
+#include <algorithm>
 #include <optional>
 
 #include "eval/evaluate.h"
-#include "search/drawTests.h"
 #include "search/score.h"
 #include "search/transpositionTable.h"
 
 namespace tarvonel
 {
 
-/// Prefetches what a node reads first: its TT cluster and its slot of the evaluation cache.
-inline void prefetchNode(const pos &position)
+/// Whether the node is a draw by repetition: it repeats a position of the search path, or occurred
+/// twice before the root.
+bool isRepetition(int ply, const pos &position);
+
+/// Whether there are no pawns and neither side has more than a bishop.
+bool isMaterialDraw(const pos &position);
+
+/// The score of a repetition: +1 or -1 by the parity of the node count, so that the search does not
+/// see all repetitions as equal.
+constexpr int repetitionScore(std::uint64_t nodes) { return static_cast<int>(nodes & 1) * 2 - 1; }
+
+/// Mate distance pruning: narrows the window to the scores that are still possible at this ply. With
+/// alpha >= beta the node is decided.
+inline void clampMateDistance(int ply, int &alpha, int &beta)
 {
-    ttPrefetch(position.key);
-    prefetch(&position.evalCache[position.key & (evalCacheSize - 1)]);
+    alpha = std::max(alpha, ply - scoreMate);
+    beta = std::min(beta, scoreMate + 1 - ply);
 }
 
-/// Whether the ply is the last one that can be stood at: no depth or no room for moves is left.
+/// Whether the search cannot go deeper: no ply or no space for moves is left.
 inline bool isStackEnd(int ply, const pos &position)
 {
     return ply >= maxPly || position.info[ply].listStart - position.info[0].listStart > moveStackSize - moveListReserve;
 }
 
-/// The score of a node that needs no search: a draw, a mate that comes too late for the window, the
-/// end of the stack. Otherwise narrows the window to the mates that are still possible. `nodes` is
-/// the count of nodes of the caller's kind, this one included.
+/// The score of a node that is decided without a search: a draw, a mate too far away for the window,
+/// the end of the stack. Otherwise narrows the window by mate distance. `nodes` is the number of nodes
+/// of the caller's kind, including this one.
 inline std::optional<int> decideAtEntry(int ply, std::uint64_t nodes, int &alpha, int &beta, pos &position)
 {
     if (isRepetition(ply, position))
@@ -41,20 +54,19 @@ inline std::optional<int> decideAtEntry(int ply, std::uint64_t nodes, int &alpha
     return std::nullopt;
 }
 
-/// Whether a hit decides a node in this window. `value` is relative to the node.
-inline bool doesTableCut(ttEntry entry, int value, int alpha, int beta)
+/// Whether the bound of a TT entry decides a node with this window. `value` is relative to the node.
+inline bool ttCutsOff(ttEntry entry, int value, int alpha, int beta)
 {
     return entry.bound() == boundExact || (entry.bound() == boundLower && value >= beta) ||
            (entry.bound() == boundUpper && value <= alpha);
 }
 
-/// The better estimate of evaluation and table.
-inline int refineEvaluation(int evaluation, ttEntry entry, int tableValue)
+/// The TT value where its bound makes it a better estimate than the static evaluation.
+inline int refineEvaluation(int evaluation, ttEntry entry, int ttValue)
 {
-    const bool isTableBetter = entry.bound() == boundExact ||
-                               (entry.bound() == boundLower && evaluation < tableValue) ||
-                               (entry.bound() == boundUpper && evaluation > tableValue);
-    return isTableBetter ? tableValue : evaluation;
+    const bool isTtBetter = entry.bound() == boundExact || (entry.bound() == boundLower && evaluation < ttValue) ||
+                            (entry.bound() == boundUpper && evaluation > ttValue);
+    return isTtBetter ? ttValue : evaluation;
 }
 
 } // namespace tarvonel

@@ -1,4 +1,4 @@
-#include "search/quiescence.h"
+#include "search/search.h"
 
 #include <algorithm>
 #include <optional>
@@ -8,9 +8,9 @@
 #include "eval/evaluate.h"
 #include "movegen/generators.h"
 #include "movegen/legality.h"
-#include "search/bestToFront.h"
-#include "search/exchange.h"
+#include "search/movePicker.h"
 #include "search/nodeEntry.h"
+#include "search/see.h"
 
 namespace tarvonel
 {
@@ -18,78 +18,81 @@ namespace tarvonel
 namespace
 {
 
-constexpr int lastFullDepth = -4;     // below it only recaptures on the last square are tried
-constexpr int lastEvasionDepth = -13; // below it not even a check is answered by anything else
+constexpr int minCaptureDepth = -4;  // below it only recaptures are tried
+constexpr int minEvasionDepth = -13; // below it also in check only recaptures are tried
 
-/// How the list of a node is walked.
+/// How the moves of a node are selected.
 enum class captureOrder
 {
-    evasions,   ///< best first; all legal
-    exchanges,  ///< best first among those that do not lose the exchange
-    recaptures, ///< best first, untested
+    evasions,   ///< best first; all are legal
+    captures,   ///< best first among those with nonnegative SEE
+    recaptures, ///< best first, without SEE
 };
 
-/// Swaps the move to try next to the cursor; false steps over the one that stands there.
-bool pickAtCursor(captureOrder order, int ply, moveCode *cursor, const moveCode *end, pos &position)
+/// Swaps the next move to try to the cursor. False if that one must be skipped.
+bool pickNext(captureOrder order, int ply, moveCode *cursor, const moveCode *end, pos &position)
 {
-    if (order == captureOrder::exchanges)
+    if (order == captureOrder::captures)
     {
-        // Who takes the lead has passed the test; who keeps it has not been asked.
-        const auto holds = [&position](moveCode move) { return seeAtLeast(move, 0, position); };
-        if (!bestToFront(cursor, end, moveExtra, holds) && !holds(*cursor))
+        // A move that was swapped to the front has passed SEE; one that was there already has not.
+        const auto losesNothing = [&position](moveCode move) { return seeAtLeast(move, 0, position); };
+        if (!swapBestToFront(cursor, end, moveExtra, losesNothing) && !losesNothing(*cursor))
             return false;
     }
     else
-        highestToFront(cursor, end);
+        swapHighestToFront(cursor, end);
     if (order == captureOrder::evasions)
         return true;
-    return order == captureOrder::exchanges ? isMoveLegal(position, ply, *cursor)
-                                            : isMoveLegalSlow(position, ply, *cursor);
+    return order == captureOrder::captures ? isMoveLegal(position, ply, *cursor)
+                                           : isMoveLegalSlow(position, ply, *cursor);
 }
 
 captureOrder generateFor(int ply, int qDepth, pos &position)
 {
     const posinfo &node = position.info[ply];
-    if (qDepth >= lastFullDepth)
+    if (qDepth >= minCaptureDepth)
         generateQuiescenceMoves(ply, node.listStart, position);
     else
         generateRecaptures(ply, node.listStart, position);
     if (node.inCheck != 0)
         return captureOrder::evasions;
-    return qDepth >= lastFullDepth ? captureOrder::exchanges : captureOrder::recaptures;
+    return qDepth >= minCaptureDepth ? captureOrder::captures : captureOrder::recaptures;
 }
 
 } // namespace
 
 int quiescence(int ply, int qDepth, int alpha, int beta, pos &position)
 {
+    // 1. Draws, mate distance pruning, maximum ply.
     const std::uint64_t nodes = position.quiescenceNodes.add(1);
     if (const std::optional<int> score = decideAtEntry(ply, nodes, alpha, beta, position))
         return *score;
 
-    // The evaluation, where the side to move may stand pat: while it is worked out, the table's line is
-    // on its way.
+    // 2. Static evaluation, where the side to move may stand pat. It comes before the TT probe because
+    // the prefetched cluster arrives meanwhile.
     posinfo &node = position.info[ply];
-    const bool mayStandPat = node.inCheck == 0 || qDepth < lastEvasionDepth;
+    const bool mayStandPat = node.inCheck == 0 || qDepth < minEvasionDepth;
     const int evaluation = mayStandPat ? evaluate(ply, position) : noScore;
 
-    // Table: any depth will do.
+    // 3. Transposition table: an entry of any depth is at least as good as quiescence.
     const ttEntry entry = ttProbe(position.key);
-    const int tableValue = scoreFromTable(entry.value(), ply);
-    if (doesTableCut(entry, tableValue, alpha, beta))
-        return tableValue;
+    const int ttValue = scoreFromTable(entry.value(), ply);
+    if (ttCutsOff(entry, ttValue, alpha, beta))
+        return ttValue;
 
-    // Stand pat: no capture is forced, so the evaluation bounds the score from below.
+    // 4. Stand pat: the side to move need not capture, so the evaluation is a lower bound of the score.
     int bestScore = ply - scoreMate;
     if (mayStandPat)
     {
         node.inCheck = 0;
-        bestScore = refineEvaluation(evaluation, entry, tableValue);
+        bestScore = refineEvaluation(evaluation, entry, ttValue);
         if (bestScore >= beta)
             return bestScore;
         alpha = std::max(alpha, bestScore);
     }
 
+    // 5. Captures with nonnegative SEE, deep in the tree recaptures only, in check all evasions; searched
+    // as a principal variation search.
     const captureOrder order = generateFor(ply, qDepth, position);
     posinfo &child = position.info[ply + 1];
     const colour mover = position.sideToMove;
@@ -97,7 +100,7 @@ int quiescence(int ply, int qDepth, int alpha, int beta, pos &position)
     bool isFirst = true;
     for (moveCode *cursor = node.listStart; cursor < node.listEnd; ++cursor)
     {
-        if (!pickAtCursor(order, ply, cursor, node.listEnd, position))
+        if (!pickNext(order, ply, cursor, node.listEnd, position))
             continue;
         const moveCode move = *cursor;
         makeMove(position, ply, move);

@@ -1,22 +1,18 @@
-// Iterative deepening with aspiration windows, and the frame that the boss puts around it: waking
-// the others, choosing the thread whose result counts, answering. (Lazy SMP: all threads search
-// the same root and meet in the transposition table alone.)
+#include "search/rootSearch.h"
 
 #include <algorithm>
 #include <cstdint>
 
+#include "board/attackTables.h"
 #include "board/engineOptions.h"
+#include "board/makeMove.h"
 #include "movegen/legality.h"
-#include "platform/clock.h"
-#include "search/alphaBeta.h"
-#include "search/bestThread.h"
-#include "search/principalVariation.h"
 #include "search/score.h"
+#include "search/search.h"
 #include "search/searchLimits.h"
 #include "search/searchReporter.h"
-#include "search/tablebaseProbe.h"
+#include "search/tbSearch.h"
 #include "search/transpositionTable.h"
-#include "search/worker.h"
 
 namespace tarvonel
 {
@@ -27,8 +23,8 @@ namespace
 constexpr int aspirationRows = 32;
 constexpr int wideningSteps = 4;
 
-/// By thread: half-width of the first window, then the widening steps. The rows differ, so that
-/// the threads do not all look at the same tree.
+/// By thread: half-width of the first window, then the widening steps. The rows differ so that the
+/// threads search different trees.
 constexpr std::int16_t aspirationTable[aspirationRows][1 + wideningSteps] = {
     {15, 35, 40, 80, 160},  {9, 24, 34, 75, 113},   {15, 35, 40, 80, 160},  {54, 69, 79, 195, 15},
     {35, 40, 80, 160, 15},  {35, 40, 80, 160, 12},  {27, 37, 83, 117, 51},  {66, 76, 187, 169, 15},
@@ -40,28 +36,29 @@ constexpr std::int16_t aspirationTable[aspirationRows][1 + wideningSteps] = {
     {35, 40, 80, 160, 30},  {45, 55, 131, 141, 15}, {35, 40, 80, 160, 33},  {48, 58, 139, 145, 0},
 };
 
-constexpr int openWindowDepth = 5;   // up to here the window is full and the time factor 1
-constexpr int firstReportDepth = 10; // reports, root stores and the skipping of depths start here
-constexpr int singleMoveDepth = 3;   // depth limit with one legal move at the root
+constexpr int fullWindowMaxDepth = 5; // up to here the window is full and the time factor is 1
+constexpr int firstReportDepth = 10;  // from here on: reports, stores of the root, skipped depths
+constexpr int singleMoveDepth = 3;    // depth limit if the root has one legal move
 constexpr int timeGateDivisor = 16;
 constexpr int minTimeGate = 100; // milliseconds
 
-constexpr double calmTimeFactor = 0.9; // per iteration without a change of mind
-constexpr double unrestWeight = 0.2;   // per change of mind
-constexpr double unrestDecay = 0.8;
+constexpr double stableTimeFactor = 0.9;  // per stable iteration
+constexpr double instabilityWeight = 0.2; // per change of the best move or repeated fail
+constexpr double instabilityDecay = 0.8;
 constexpr double minTimeFactor = 0.6;
 constexpr double maxTimeFactor = 2.0;
-constexpr int calmChanges = 1;
+constexpr int maxStableChanges = 1;
 
-/// Bounds of windows wrap at 16 bits.
+/// Window bounds wrap at 16 bits.
 int wrappedBound(int value) { return static_cast<std::int16_t>(value); }
 
-/// The iterations of one thread.
-class deepening
+/// The iterations of one thread. (Lazy SMP: all threads search the same root and share only the
+/// transposition table.)
+class iterativeDeepening
 {
   public:
-    explicit deepening(worker &owner)
-        : self(owner), position(owner.position), isFirst(owner.threadIndex == 0),
+    explicit iterativeDeepening(worker &owner)
+        : self(owner), position(owner.position), isBoss(owner.threadIndex == 0),
           steps(aspirationTable[owner.threadIndex % aspirationRows]),
           timeGate(std::max<std::uint64_t>(
               minTimeGate, static_cast<std::uint64_t>(std::max(0, searchLimits.optimalTime / timeGateDivisor))))
@@ -71,15 +68,15 @@ class deepening
         depthQuorum = threads > smallPool ? threads / 2 + 1 : threads / 2;
     }
 
-    /// False when the root is settled without a search.
+    /// False if the root is resolved without a search.
     bool prepare();
     void run();
 
   private:
-    bool isSettledAtRoot();
-    bool isDepthTaken() const;
-    void openWindow();
-    void searchWindow();
+    bool isRootResolved();
+    bool isDepthSkipped() const;
+    void startIteration();
+    void searchIteration();
     void failLow(int result);
     void failHigh(int result);
     void stopIfOutOfTime() const;
@@ -92,10 +89,10 @@ class deepening
 
     worker &self;
     pos &position;
-    const bool isFirst; ///< reports, uses the tables at the root and always decides on time
+    const bool isBoss; ///< the boss reports, probes the root and always decides on time
     const std::int16_t *const steps;
-    const std::uint64_t timeGate; ///< milliseconds before another thread may decide; never on a depth limit
-    int depthQuorum = 0;          ///< so many others on a depth make this thread skip it
+    const std::uint64_t timeGate; ///< milliseconds before another thread may decide on time
+    int depthQuorum = 0;          ///< skip a depth that at least this many other threads search or have searched
     int localDepthLimit = 0;
     int depth = 0;
     int score = noScore; ///< of the last finished iteration
@@ -103,12 +100,12 @@ class deepening
     int beta = infiniteScore;
     int failLows = 0;
     int failHighs = 0;
-    int failHighStreak = 0; ///< since the last fail low
+    int failHighStreak = 0; ///< fail highs since the last fail low
     double timeFactor = 1.0;
     bool keepGoing = true;
 };
 
-bool deepening::isSettledAtRoot()
+bool iterativeDeepening::isRootResolved()
 {
     posinfo &root = position.info[0];
     if (root.inCheck != 0 && root.listEnd == root.listStart)
@@ -119,7 +116,7 @@ bool deepening::isSettledAtRoot()
         root.pvMove = noMove;
         position.rootScore = -scoreMate;
     }
-    else if (isTableRoot(position))
+    else if (isTbRoot(position))
     {
         const moveCode move = probeAtRoot(position);
         if (move == noMove)
@@ -136,7 +133,7 @@ bool deepening::isSettledAtRoot()
     return true;
 }
 
-bool deepening::prepare()
+bool iterativeDeepening::prepare()
 {
     posinfo &root = position.info[0];
     position.pollCountdown = searchLimits.pollInterval;
@@ -148,7 +145,7 @@ bool deepening::prepare()
     position.rootDepthDone = 1;
     position.rootDepth = 0;
     position.rootScore = noScore;
-    if (isFirst && isSettledAtRoot())
+    if (isBoss && isRootResolved())
         return false;
 
     localDepthLimit = root.listEnd - root.listStart == 1 ? singleMoveDepth : searchLimits.depthLimit;
@@ -157,28 +154,28 @@ bool deepening::prepare()
     return true;
 }
 
-bool deepening::isDepthTaken() const
+bool iterativeDeepening::isDepthSkipped() const
 {
-    if (isFirst || depth < firstReportDepth)
+    if (isBoss || depth < firstReportDepth)
         return false;
-    const auto isThere = [this](const auto &other) { return other.get() != &self && other->currentDepth >= depth; };
-    return std::ranges::count_if(workerPool, isThere) >= depthQuorum;
+    const auto hasReached = [this](const auto &other) { return other.get() != &self && other->currentDepth >= depth; };
+    return std::ranges::count_if(workerPool, hasReached) >= depthQuorum;
 }
 
-void deepening::openWindow()
+void iterativeDeepening::startIteration()
 {
     failLows = failHighs = failHighStreak = 0;
     position.selDepth = 0;
     position.rootChanges = 0;
     self.currentDepth = depth;
-    if (depth > openWindowDepth)
+    if (depth > fullWindowMaxDepth)
     {
         alpha = wrappedBound(score - steps[0]);
         beta = wrappedBound(score + steps[0]);
     }
 }
 
-void deepening::failLow(int result)
+void iterativeDeepening::failLow(int result)
 {
     ++failLows;
     failHighStreak = 0;
@@ -186,24 +183,24 @@ void deepening::failLow(int result)
     alpha = failLows <= wideningSteps ? wrappedBound(result - steps[failLows]) : -scoreMate;
 }
 
-void deepening::failHigh(int result)
+void iterativeDeepening::failHigh(int result)
 {
     ++failHighs;
     ++failHighStreak;
     beta = failHighs <= wideningSteps ? wrappedBound(result + steps[failHighs]) : scoreMate;
 }
 
-/// A fail high in time trouble: the move is good enough.
-void deepening::stopIfOutOfTime() const
+/// On a fail high with the time used up, the move is good enough.
+void iterativeDeepening::stopIfOutOfTime() const
 {
-    if (!isFirst || searchLimits.infinite || pondering || localDepthLimit != 0)
+    if (!isBoss || searchLimits.infinite || pondering || localDepthLimit != 0)
         return;
     if (static_cast<double>(measureElapsed()) > searchLimits.optimalTime * timeFactor)
         stopSearch = true;
 }
 
-/// Searches until the result lies inside the window or the search is stopped.
-void deepening::searchWindow()
+/// Aspiration: searches with wider and wider windows until the score is inside, or the search is stopped.
+void iterativeDeepening::searchIteration()
 {
     while (!stopSearch)
     {
@@ -224,30 +221,30 @@ void deepening::searchWindow()
     }
 }
 
-void deepening::acceptResult(int result)
+void iterativeDeepening::acceptResult(int result)
 {
     score = result;
     position.rootScore = static_cast<std::int16_t>(result);
-    if (isFirst && depth >= firstReportDepth)
+    if (isBoss && depth >= firstReportDepth)
         ttStore(position.key, position.info[0].pvMove, result, depth, boundExact, 0);
     position.rootDepthDone = 1;
     position.rootDepth = static_cast<std::int16_t>(depth);
 }
 
-/// How often the iteration changed its mind.
-int deepening::instability() const
+/// How often the iteration changed the best move or failed repeatedly.
+int iterativeDeepening::instability() const
 {
     const int fails = failLows > 1 || failHighs > 1 ? std::max(failLows, failHighs) - 1 : 0;
     return position.rootChanges + fails;
 }
 
-bool deepening::isMateProved() const
+bool iterativeDeepening::isMateProved() const
 {
     return (score >= mateThreshold && scoreMate - score <= depth) ||
            (score <= -mateThreshold && score + scoreMate <= depth);
 }
 
-void deepening::reportIteration()
+void iterativeDeepening::reportIteration()
 {
     walkPrincipalVariation(position, depth);
     if (!stopSearch && position.pvLast > 0)
@@ -259,26 +256,26 @@ void deepening::reportIteration()
         reporter.iterationDone(position, score, depth, position.selDepth);
 }
 
-/// A restless iteration stretches the time for the move, calm ones shrink it.
-void deepening::adjustTimeFactor(int changes)
+/// An unstable iteration extends the time for the move, stable ones shorten it.
+void iterativeDeepening::adjustTimeFactor(int changes)
 {
-    if (depth <= openWindowDepth)
+    if (depth <= fullWindowMaxDepth)
     {
         timeFactor = 1.0;
         return;
     }
-    if (changes <= calmChanges)
-        timeFactor *= calmTimeFactor;
+    if (changes <= maxStableChanges)
+        timeFactor *= stableTimeFactor;
     else
     {
-        const double unrest = changes * unrestWeight;
-        timeFactor = (timeFactor <= 1.0 ? 1.0 : unrestDecay * timeFactor) + unrest;
+        const double extension = changes * instabilityWeight;
+        timeFactor = (timeFactor <= 1.0 ? 1.0 : instabilityDecay * timeFactor) + extension;
     }
     timeFactor = std::clamp(timeFactor, minTimeFactor, maxTimeFactor);
 }
 
-/// Whether another iteration may begin.
-void deepening::decideOnLimits()
+/// Decides whether to start another iteration.
+void iterativeDeepening::decideOnLimits()
 {
     if (localDepthLimit != 0)
     {
@@ -298,19 +295,19 @@ void deepening::decideOnLimits()
         keepGoing = true;
 }
 
-void deepening::run()
+void iterativeDeepening::run()
 {
     while (!stopSearch && depth < maxPly && keepGoing)
     {
         ++depth;
-        if (isDepthTaken())
+        if (isDepthSkipped())
             continue;
-        openWindow();
-        searchWindow();
+        startIteration();
+        searchIteration();
         const int changes = instability();
         const std::uint64_t elapsed = measureElapsed();
 
-        if (isFirst)
+        if (isBoss)
         {
             if (depth >= firstReportDepth)
                 reportIteration();
@@ -323,7 +320,7 @@ void deepening::run()
             }
         }
 
-        bool isDeciding = isFirst;
+        bool isDeciding = isBoss;
         if (localDepthLimit == 0 && elapsed > timeGate && depth > deepestTimed)
         {
             deepestTimed = depth;
@@ -338,59 +335,37 @@ void deepening::run()
         stopSearch = true;
 }
 
-/// The search of one thread. False when the root was settled without one.
-bool deepen(worker &owner)
+} // namespace
+
+bool searchRoot(worker &owner)
 {
-    deepening iterations(owner);
-    if (!iterations.prepare())
+    iterativeDeepening search(owner);
+    if (!search.prepare())
         return false;
-    iterations.run();
+    search.run();
     return true;
 }
 
-} // namespace
-
-void worker::search() { deepen(*this); }
-
-void boss::search()
+void walkPrincipalVariation(pos &position, int depth)
 {
-    bestSoFar = ponderSoFar = noMove;
-    for (const auto &each : workerPool)
-        if (each.get() != this)
-            each->wake();
-    const bool isSearched = deepen(*this);
-    timeIsUp = true;
-    while (!stopSearch && (pondering || searchLimits.infinite))
-        sleepMilliseconds(1);
-    stopSearch = true;
-    for (const auto &each : workerPool)
-        if (each.get() != this)
-            each->waitForSearchEnd();
-
-    worker &best = isSearched ? chooseBestThread() : *this; // a settled root needs no opinion
-    if (&best != this)
+    position.pvLast = 0;
+    int made = 0;
+    moveCode move = position.info[0].pvMove;
+    while (made < depth && isMoveValid(position, made, move) && leavesKingSafe(position, made, move))
     {
-        walkPrincipalVariation(best.position, best.position.rootDepth);
-        if (reporter.iterationDone != nullptr)
-            reporter.iterationDone(best.position, best.position.rootScore, best.position.rootDepth,
-                                   best.position.selDepth);
+        position.info[made].pvMove = move;
+        makeMove(position, made, move);
+        position.pvLast = static_cast<std::uint8_t>(made);
+        ++made;
+        position.info[made].inCheck = isKingAttacked(position, position.sideToMove) ? 1 : 0;
+        const ttEntry entry = ttProbe(position.key);
+        move = entry.bound() == boundExact ? entry.move() : noMove;
     }
-    moveCode bestMove = best.position.info[0].pvMove;
-    if (bestMove == noMove)
-        bestMove = firstRootMove; // stopped before the root knew better: any legal move will do
-    moveCode ponderMove = noMove;
-    if (best.position.pvLast > 0)
-        ponderMove = best.position.info[1].pvMove;
-    else if (sameMove(bestMove, bestSoFar))
-        ponderMove = ponderSoFar;
-    const pos &found = best.position;
-    result = {.best = bestMove & moveIdentityMask,
-              .ponder = ponderMove & moveIdentityMask,
-              .score = found.rootScore == noScore ? scoreDraw : found.rootScore,
-              .depth = found.rootDepthDone != 0 ? found.rootDepth : found.rootDepth - 1,
-              .nodes = sumUpSearch().nodes};
-    if (reporter.answer != nullptr)
-        reporter.answer(bestMove, ponderMove, best.position.sideToMove, position);
+    while (made > 0)
+    {
+        --made;
+        unmakeMove(position, made, position.info[made].pvMove);
+    }
 }
 
 } // namespace tarvonel

@@ -1,4 +1,4 @@
-// Everything that one thread's search works on: its position, its move stack and its tables.
+// What the search of one thread works on: position, move stack and tables.
 #pragma once
 
 #include <algorithm>
@@ -9,10 +9,10 @@
 namespace tarvonel
 {
 
-/// What lasts from one search of a thread to its next. Large: lives in the thread's own block.
+/// What a thread keeps from one search to the next.
 struct searchTables : evaluationTables
 {
-    /// Lets searches of the position work in these tables, for as long as they live.
+    /// Makes searches of the position use these tables, which must outlive them.
     void attachTo(pos &position)
     {
         evaluationTables::attachTo(position);
@@ -21,7 +21,7 @@ struct searchTables : evaluationTables
         position.quietScores = quietScores;
     }
 
-    /// Forgets the continuation histories.
+    /// Clears the continuation histories.
     void clearHistory()
     {
         for (auto *history : {&contHistoryTwoBack, &contHistoryOneBack})
@@ -31,15 +31,14 @@ struct searchTables : evaluationTables
 
     std::int16_t contHistoryTwoBack[historyRows][historyRows]{};
     std::int16_t contHistoryOneBack[historyRows][historyRows]{};
-    std::int32_t quietScores[moveStackCapacity]{}; ///< the move picker's, of the lists on the path
+    std::int32_t quietScores[moveStackCapacity]{}; ///< the move picker's scores, parallel to the move stack
 };
 
 struct searchBoard : posWithMoves
 {
     searchBoard() { tables.attachTo(position); }
 
-    /// Copies what is valid of a position at ply 0, without its tables. The deeper plies and the
-    /// accumulators, most of the record, are written by a search before it reads them.
+    /// Copies `root` except for its move stack and tables.
     void adopt(const pos &root)
     {
         static_cast<posHead &>(position) = root;

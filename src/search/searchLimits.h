@@ -1,7 +1,7 @@
-// What ends the current search: limits of depth, nodes and time. All times are milliseconds.
+// The limits of the current search: depth, nodes and time. All times are in milliseconds.
 //
-// Threads: set while no search runs, by the console at each `go` or by `runSearch`. The search
-// threads only read them, but for `elapsedMs`, which each of them writes.
+// Threads: set while no search runs, by the UCI loop at each `go` or by `runSearch`. The search threads
+// only read them, except `elapsedMs`, which each of them writes.
 #pragma once
 
 #include <cstdint>
@@ -13,38 +13,38 @@
 namespace tarvonel
 {
 
-inline constexpr int defaultPollInterval = 4096; ///< alpha-beta nodes between looks at the clock
-inline constexpr int budgetPollInterval = 127;   ///< the same with a hard budget of nodes
+inline constexpr int defaultPollInterval = 4096; ///< alpha-beta nodes between checks of the clock
+inline constexpr int budgetPollInterval = 127;   ///< the same with a hard node limit
 inline constexpr int gamePlyUnknown = 1024;
 inline constexpr int unlimitedTime = std::numeric_limits<int>::max();
 
 struct searchLimitValues
 {
-    std::uint64_t nodes = 0;              ///< of `go nodes`; nothing reads it
+    std::uint64_t nodes = 0;              ///< of `go nodes`; has no effect
     relaxed<std::uint64_t> elapsedMs = 0; ///< since `startTimeMs`, as last measured by a search thread
     std::int64_t startTimeMs = 0;
-    float timeScale = 1.0F;        ///< factor on elapsed time in the soft decision
-    float incrementFactor = 1.37F; ///< stretch of the number of moves, once per game
+    float timeScale = 1.0F;        ///< factor on the elapsed time compared with `optimalTime`
+    float incrementFactor = 1.37F; ///< stretches the expected number of moves; computed once per game
     int clock[colourCount] = {0, 0};
     int increment[colourCount] = {0, 0};
     int movesToGo = 0;
-    int gamePlyHint = 0;             ///< how far the game has come; `gamePlyUnknown` if that is open
+    int gamePlyHint = 0;             ///< ply of the game, or `gamePlyUnknown`
     int depthLimit = 0;              ///< iterations, 0 for no limit
-    int mateLimit = 0;               ///< of `go mate`; nothing reads it
+    int mateLimit = 0;               ///< of `go mate`; has no effect
     int moveTime = 0;                ///< fixed time for this move, 0 for none
-    int optimalTime = unlimitedTime; ///< soft limit, weighed after each iteration
-    int maximumTime = unlimitedTime; ///< hard limit, looked at inside the tree
+    int optimalTime = unlimitedTime; ///< soft limit, checked after each iteration
+    int maximumTime = unlimitedTime; ///< hard limit, checked inside the tree
     int pollInterval = defaultPollInterval;
-    std::uint64_t softNodes = 0; ///< no iteration begins beyond; 0 for no limit, as at every `go`
-    std::uint64_t hardNodes = 0; ///< a thread that comes across so many of its own ends the search; the same
+    std::uint64_t softNodes = 0; ///< no iteration starts beyond it; 0 for no limit, as with every `go`
+    std::uint64_t hardNodes = 0; ///< nodes of one thread that end the search; 0 likewise
     bool infinite = false;
     bool movesToGoGiven = false;
-    bool newGame = true; ///< the next allotment works out `incrementFactor`
+    bool newGame = true; ///< the next allotment computes `incrementFactor`
 };
 
 inline searchLimitValues searchLimits;
 
-/// Measures the time since the `go` into `elapsedMs` and returns it.
+/// Writes the time since the `go` to `elapsedMs` and returns it.
 std::uint64_t measureElapsed();
 
 } // namespace tarvonel

@@ -20,7 +20,7 @@ std::uint8_t ttAge = 0;
 namespace
 {
 
-constexpr int pliesLostPerAge = 4; // what one search of age costs an entry, in plies of depth
+constexpr int pliesLostPerAge = 4; // per search since the store
 constexpr int bestWorst = 32768;
 
 std::uint32_t ttSearchCount = 0; // `go` commands since the last clear
@@ -35,7 +35,7 @@ std::uint64_t packEntry(moveCode move, int value, int depth, ttBound bound)
            ageAndBound << 56;
 }
 
-/// How much an entry is worth keeping: deep, young and exact ones most.
+/// The value of keeping an entry: depth, minus a penalty for age, plus one for exact scores.
 int keepValue(ttEntry entry)
 {
     return entry.depth() - pliesLostPerAge * ((ttAge - entry.age()) & (ttAges - 1)) +
@@ -89,7 +89,7 @@ std::uint64_t ttResize(int megabytes)
     }
     if (ttTable == nullptr)
     {
-        // The last resort needs no heap: the engine goes on with the smallest table there is.
+        // Out of memory: use a static table of the smallest size.
         static ttCluster smallestTable[ttClustersPerMegabyte];
         ttTable = smallestTable;
         ttIsBlank = false; // it may have been in use before

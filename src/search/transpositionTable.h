@@ -1,4 +1,4 @@
-// What earlier searches learned about a position, shared by all workers.
+// The transposition table: results of earlier searches by position, shared by all workers.
 //
 // A cluster is one cache line: the data words of its four slots, then their key words.
 //
@@ -7,9 +7,9 @@
 //
 // A data word of 0 is an empty slot. The cluster number is the low bits of the key.
 //
-// Threads: each word is read and written whole, relaxed, with no lock. A reader can meet one
-// entry's key with another's data; that is why a table move is tested before it is played.
-// Resizing, clearing and ageing happen between searches only.
+// Threads: words are relaxed atomics; there is no lock. A reader can see the key of one entry with the
+// data of another, so a hash move must be validated before it is played. Resizing, clearing and ageing
+// happen between searches only.
 #pragma once
 
 #include <cstddef>
@@ -46,7 +46,7 @@ extern std::uint64_t ttMask;    ///< number of clusters - 1; the number is a pow
 extern relaxed<bool> ttIsBlank; ///< all zeros: nothing was stored since the last resize or clear
 extern std::uint8_t ttAge;      ///< 0 to 63
 
-/// A data word taken apart. A miss reads as `boundNone`.
+/// Access to the fields of a data word. A miss has `boundNone`.
 struct ttEntry
 {
     std::uint64_t word;
@@ -59,28 +59,28 @@ struct ttEntry
     bool isHit() const { return bound() != boundNone; }
 };
 
-/// Replaces the table by one of `megabytes` MiB, rounded up to a power of two, all slots empty.
-/// Halves the size until the memory can be had; returns the megabytes taken. The memory comes zeroed
+/// Replaces the table by an empty one of `megabytes` MiB, rounded up to a power of two. Halves the size
+/// until the memory can be allocated; returns the megabytes allocated. The memory comes zeroed
 /// from the system and takes up no room before it is first written to.
 std::uint64_t ttResize(int megabytes);
 
-/// Gives the memory back; the table is then unusable until `ttResize`.
+/// Frees the memory; the table is then unusable until `ttResize`.
 void ttRelease();
 
 /// Empties the table with `engineOptions.threadCount` short-lived threads; at once if it is blank.
 void ttClear();
 
-/// To be called at each `go`, before the workers start.
+/// Starts a new age; called for each search before the workers start.
 void ttAdvanceAge();
 
 /// The entry that holds `key`, or a miss.
 ttEntry ttProbe(std::uint64_t key);
 
-/// Stores whatever the slot held before. `score` is in the node's form, `ply` its distance from
-/// the root.
+/// Stores an entry, over the one with the same key, an empty one, or the least valuable of the cluster.
+/// `score` is relative to the node, `ply` its distance from the root.
 void ttStore(std::uint64_t key, moveCode move, int score, int depth, ttBound bound, int ply);
 
-/// Asks the processor to bring the key's cluster into the cache.
+/// Prefetches the key's cluster into the cache.
 inline void ttPrefetch(std::uint64_t key) { prefetch(&ttTable[key & ttMask]); }
 
 } // namespace tarvonel

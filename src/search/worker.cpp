@@ -7,6 +7,9 @@
 #include "platform/clock.h"
 #include "platform/largeMemory.h"
 #include "platform/threadPlacement.h"
+#include "search/rootSearch.h"
+#include "search/score.h"
+#include "search/searchReporter.h"
 #include "search/transpositionTable.h"
 
 namespace tarvonel
@@ -96,7 +99,7 @@ boss &theBoss() { return static_cast<boss &>(*workerPool.front()); }
 namespace
 {
 
-/// A worker with its thread, or null where the system has no memory or no thread left.
+/// A worker with its thread, or null if the system has no memory or no thread left.
 std::unique_ptr<worker> tryCreateWorker(int index)
 {
     try
@@ -121,7 +124,7 @@ int rebuildWorkerPool(int count)
     if (count > 0)
     {
         workerPool.push_back(std::make_unique<boss>());
-        theBoss().start(); // without a thread of its own it searches on the caller's
+        theBoss().start(); // if that fails, it searches on the caller's thread
     }
     while (static_cast<int>(workerPool.size()) < count)
     {
@@ -163,6 +166,87 @@ void waitForSearch()
 {
     if (!workerPool.empty())
         theBoss().waitForSearchEnd();
+}
+
+namespace
+{
+
+/// Deeper results rank higher, and finished iterations above unfinished ones of the same depth.
+int rankOfResult(const worker &each)
+{
+    return 2 * each.position.rootDepth + (each.position.rootDepthDone != 0 ? 1 : 0);
+}
+
+} // namespace
+
+worker &chooseBestThread()
+{
+    worker *best = &theBoss();
+    if (engineOptions.threadCount == 1 || searchLimits.depthLimit != 0)
+        return *best;
+    int bestRank = rankOfResult(*best);
+    for (const auto &each : workerPool)
+    {
+        const int rank = rankOfResult(*each);
+        const int rootScore = each->position.rootScore;
+        const bool isBetter =
+            rank == bestRank || rootScore >= mateThreshold ? rootScore > best->position.rootScore : rank > bestRank;
+        if (isBetter)
+        {
+            best = each.get();
+            bestRank = rank;
+        }
+    }
+    return *best;
+}
+
+void worker::search() { searchRoot(*this); }
+
+void boss::search()
+{
+    bestSoFar = ponderSoFar = noMove;
+    for (const auto &each : workerPool)
+        if (each.get() != this)
+            each->wake();
+    const bool isSearched = searchRoot(*this);
+
+    // An infinite or ponder search must not answer before `stop` or `ponderhit`.
+    timeIsUp = true;
+    while (!stopSearch && (pondering || searchLimits.infinite))
+        sleepMilliseconds(1);
+    stopSearch = true;
+    for (const auto &each : workerPool)
+        if (each.get() != this)
+            each->waitForSearchEnd();
+
+    worker &best = isSearched ? chooseBestThread() : *this;
+    pos &found = best.position;
+    if (&best != this)
+    {
+        walkPrincipalVariation(found, found.rootDepth);
+        if (reporter.iterationDone != nullptr)
+            reporter.iterationDone(found, found.rootScore, found.rootDepth, found.selDepth);
+    }
+    answer(found);
+}
+
+void boss::answer(const pos &found)
+{
+    moveCode bestMove = found.info[0].pvMove;
+    if (bestMove == noMove)
+        bestMove = firstRootMove; // stopped before any result
+    moveCode ponderMove = noMove;
+    if (found.pvLast > 0)
+        ponderMove = found.info[1].pvMove;
+    else if (sameMove(bestMove, bestSoFar))
+        ponderMove = ponderSoFar;
+    result = {.best = bestMove & moveIdentityMask,
+              .ponder = ponderMove & moveIdentityMask,
+              .score = found.rootScore == noScore ? scoreDraw : found.rootScore,
+              .depth = found.rootDepthDone != 0 ? found.rootDepth : found.rootDepth - 1,
+              .nodes = sumUpSearch().nodes};
+    if (reporter.answer != nullptr)
+        reporter.answer(bestMove, ponderMove, found.sideToMove, position);
 }
 
 namespace

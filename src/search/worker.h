@@ -1,9 +1,9 @@
-// The search threads: one `worker` record per thread, the first of them the `boss`, which also
-// drives the others and answers.
+// The search threads: one `worker` per thread. The first one is the `boss`, which also starts the
+// others and reports the result.
 //
-// All that a thread writes during a search lies in its own record, but for the transposition table
-// and the flags below. A worker's lock guards its `searching` and `exiting` alone and is not held
-// during a search; nobody holds two of them.
+// During a search a thread writes only to its own worker, to the transposition table and to the flags
+// below. A worker's lock guards its `searching` and `exiting` only; it is not held during a search, and
+// no thread holds two of them.
 #pragma once
 
 #include <condition_variable>
@@ -21,10 +21,10 @@
 namespace tarvonel
 {
 
-inline relaxed<bool> stopSearch{false}; ///< every search thread leaves as soon as it sees it
-inline relaxed<bool> pondering{false};  ///< the clock does not count yet
-inline relaxed<bool> timeIsUp{false};   ///< the time decision has fallen; a `ponderhit` then stops
-inline relaxed<int> deepestTimed{0};    ///< deepest iteration for which a thread has decided on time
+inline relaxed<bool> stopSearch{false}; ///< all search threads return as soon as they see it
+inline relaxed<bool> pondering{false};  ///< the clock is not running yet
+inline relaxed<bool> timeIsUp{false};   ///< the time for the move is used up: a `ponderhit` stops
+inline relaxed<int> deepestTimed{0};    ///< deepest iteration after which a thread has decided on time
 
 class alignas(64) worker : public searchBoard
 {
@@ -34,18 +34,18 @@ class alignas(64) worker : public searchBoard
     worker(const worker &) = delete;
     worker &operator=(const worker &) = delete;
 
-    // One block of large pages holds it all.
+    // Each worker is one block on large pages.
     static void *operator new(std::size_t bytes, std::align_val_t alignment);
     static void operator delete(void *block, std::size_t bytes, std::align_val_t alignment);
 
-    /// Starts the thread, which is idle when this returns. False if the system grants none.
+    /// Starts the thread, which is idle when this returns. False if the system cannot create one.
     bool start();
     bool isStarted() const { return thread.joinable(); }
 
     /// The search of this thread, from the position in `position`. Called by the thread's loop.
     virtual void search();
 
-    /// Sets the thread to its search. There must be one, and it must be idle.
+    /// Starts the search of the thread, which must exist and be idle.
     void wake();
     /// Returns when the thread is idle.
     void waitForSearchEnd();
@@ -53,7 +53,7 @@ class alignas(64) worker : public searchBoard
 
     const int threadIndex;
     moveCode firstRootMove = noMove; ///< any legal move at the root, if there is one
-    relaxed<int> currentDepth{0};    ///< iteration started last; other workers look at it
+    relaxed<int> currentDepth{0};    ///< last iteration started; read by the other workers
 
   private:
     void idleLoop();
@@ -65,12 +65,12 @@ class alignas(64) worker : public searchBoard
     std::thread thread;
 };
 
-/// What a search found.
+/// The result of a search.
 struct searchResult
 {
-    moveCode best = noMove;   ///< any legal move if nothing better is known, `noMove` if there is none
-    moveCode ponder = noMove; ///< the reply expected, if any
-    int score = 0;            ///< of the last whole iteration, from the side to move's view; 0 if there was none
+    moveCode best = noMove;   ///< `noMove` if there is no legal move
+    moveCode ponder = noMove; ///< the expected reply, if any
+    int score = 0;            ///< of the last finished iteration, for the side to move; 0 if there is none
     int depth = 0;            ///< of that iteration
     std::uint64_t nodes = 0;  ///< of both kinds and all threads
 };
@@ -81,9 +81,13 @@ class boss final : public worker
     boss() : worker(0) {}
     void search() override;
 
+    /// Sets `result` and reports it: the best move of `found`, the position of the chosen thread, and the
+    /// reply from its variation, or from the last reported one if that begins with the same move.
+    void answer(const pos &found);
+
     moveCode bestSoFar = noMove; ///< first two moves of the last reported variation
     moveCode ponderSoFar = noMove;
-    searchResult result; ///< of the last search that has ended
+    searchResult result; ///< of the last search
 };
 
 /// Element 0 is the boss; element i has threadIndex i. Changed only between searches.
@@ -91,38 +95,33 @@ extern std::vector<std::unique_ptr<worker>> workerPool;
 
 boss &theBoss();
 
-/// Waits for a running search, destroys all workers and creates `count` new ones; 0 ends all
-/// threads. Returns the number of workers that the system granted, the boss included.
+/// The worker whose move is played, once all are idle. Deeper results count more, finished iterations
+/// more than unfinished ones, and a winning mate overrides both. With one thread or a depth limit it
+/// is always the boss.
+worker &chooseBestThread();
+
+/// Waits for a running search, destroys all workers and creates `count` new ones; 0 ends all threads.
+/// Returns the number of workers created, which is lower if the system has no more threads or memory.
 int rebuildWorkerPool(int count);
 
-/// The transposition table and the workers of a program, from construction to destruction. One at a
-/// time; what they hold in between may be resized as above.
-struct searchResources
-{
-    searchResources(int threads, int hashMegabytes);
-    ~searchResources();
-    searchResources(const searchResources &) = delete;
-    searchResources &operator=(const searchResources &) = delete;
-};
-
-/// Forgets the continuation histories of all workers, for a new game.
+/// Clears the continuation histories of all workers, for a new game.
 void clearWorkerHistory();
 
-/// Empties the evaluation caches of all workers. No search may run.
+/// Clears the evaluation caches of all workers. No search may run.
 void clearEvaluationCaches();
 
 bool isSearchRunning();
 void waitForSearch();
 
-/// Hands `root` to all workers and wakes the boss, with the limits in `searchLimits`. The boss
-/// must be idle. Returns at once; the answer comes through the `reporter`. A boss for which no
-/// thread could be had searches on the caller's, and this returns when it has answered.
+/// Copies `root` to all workers and starts the boss, which must be idle, with the limits in
+/// `searchLimits`. Returns at once; the result comes through the `reporter`. If the boss has no thread
+/// of its own, it searches on the caller's, and this returns after the result.
 void startSearch(const pos &root);
 
-/// The search as a function, for programs that are no console: searches `root` on the caller's
-/// thread, in the place of the boss's, and those of the other workers, within `limits`, which
-/// become `searchLimits` with the clock started now. The boss must be idle. With no limit but
-/// depth and nodes, one thread and fresh tables the result depends on the position alone.
+/// The search as a function, for programs without a UCI loop: searches `root` on the caller's thread,
+/// which takes the place of the boss's, and on those of the other workers. `limits` become
+/// `searchLimits`, with the clock started now. The boss must be idle. With depth and node limits only,
+/// one thread and fresh tables, the result depends on the position alone.
 searchResult runSearch(const pos &root, const searchLimitValues &limits);
 
 } // namespace tarvonel

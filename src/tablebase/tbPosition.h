@@ -1,6 +1,12 @@
-// The endgame tables' own compact position, and the number that names its material.
+// The compact position on which the tablebases are probed, its moves, and the number that names its
+// material. Moves are not made in place: each one writes a new record.
 //
-// A position with castling rights is not a table position; callers do not ask about one.
+// A move list is ordered by piece: king, queens, rooks, bishops, knights, pawns; then by from-square,
+// then by to-square, with an en passant capture among its pawn's targets. Promotions come as queen,
+// knight, rook, bishop. The order decides between equal moves.
+//
+// Castling rights are not represented: callers do not probe positions that have any. Needs the attack
+// tables of `initTables`.
 #pragma once
 
 #include <cstdint>
@@ -13,8 +19,8 @@ namespace tarvonel
 
 struct tbPosition
 {
-    bitboard white, black;                                  ///< all men of a colour
-    bitboard kings, queens, rooks, bishops, knights, pawns; ///< men of both colours by type
+    bitboard white, black;                                  ///< all pieces of a colour
+    bitboard kings, queens, rooks, bishops, knights, pawns; ///< pieces of both colours by type
     std::uint8_t rule50;                                    ///< plies since a capture or pawn move
     std::uint8_t ep;                                        ///< the square a double step skipped, 0 if none
     std::uint8_t turn;                                      ///< 1 if white is to move, 0 if black
@@ -25,24 +31,77 @@ inline constexpr bitboard tbPosition::*typeSets[pieceTypeCount] = {&tbPosition::
                                                                    &tbPosition::bishops, &tbPosition::rooks,
                                                                    &tbPosition::queens,  &tbPosition::kings};
 
-/// The largest table there is, kings included.
-inline constexpr int maxTablePieces = 7;
+/// Pieces in the largest tablebases, kings included.
+inline constexpr int maxTbPieces = 7;
 
 inline constexpr int signatureTypes = 5; ///< pawn to queen
-/// What one man adds to the signature: [second side of the name][type].
+/// What one piece adds to the signature: [second side of the name][type].
 inline constexpr std::uint64_t signatureParts[2][signatureTypes] = {
     {0xEC0ADE190C0F6003, 0xD2FB81862830191F, 0xAADC1A2BE446234D, 0x985DEB9FC49333F9, 0xA3EC1ABC71E90863},
     {0xA24F0F571BB202E7, 0xBAEB854CD3259441, 0xD5A4C95928F2FBE3, 0xFD7866B439B94495, 0xD6E4E47D24962951}};
 
 inline colour sideToMove(const tbPosition &position) { return position.turn != 0 ? white : black; }
-inline bitboard menOf(const tbPosition &position, colour side)
+inline bitboard piecesOf(const tbPosition &position, colour side)
 {
     return side == white ? position.white : position.black;
 }
-inline bitboard allMen(const tbPosition &position) { return position.white | position.black; }
+inline bitboard allPieces(const tbPosition &position) { return position.white | position.black; }
 
-/// Identifies the material, `firstSide` standing for the side that a table's name gives first.
-/// 0 for kings alone.
+/// Identifies the material. `firstSide` takes the place of the side that a tablebase's name gives
+/// first. 0 for bare kings.
 std::uint64_t materialSignature(const tbPosition &position, colour firstSide);
+
+/// to in bits 0 to 5, from in bits 6 to 11, promotion in bits 12 to 14.
+using tbMove = std::uint16_t;
+
+enum tbPromotion : int
+{
+    noPromotion,
+    toQueen,
+    toRook,
+    toBishop,
+    toKnight
+};
+
+constexpr int tbTo(tbMove move) { return move & 63; }
+constexpr int tbFrom(tbMove move) { return (move >> 6) & 63; }
+constexpr int tbPromotionOf(tbMove move) { return (move >> 12) & 7; }
+constexpr tbMove makeTbMove(int from, int to, int promotion = noPromotion)
+{
+    return static_cast<tbMove>(to | from << 6 | promotion << 12);
+}
+
+/// Enough for any position of up to seven pieces: a king and five queens have at most 143 moves.
+inline constexpr int tbListRoom = 192;
+
+struct tbMoveList
+{
+    int count = 0;
+    tbMove moves[tbListRoom];
+
+    const tbMove *begin() const { return moves; }
+    const tbMove *end() const { return moves + count; }
+};
+
+/// Whether the record is a consistent position of at most `maxTbPieces` pieces in which the side not
+/// to move is not in check.
+bool tbValid(const tbPosition &position);
+
+/// Pseudo-legal captures including en passant, all pseudo-legal moves, and all legal ones, of a
+/// position of at most `maxTbPieces` pieces.
+void tbCaptures(const tbPosition &position, tbMoveList &list);
+void tbMoves(const tbPosition &position, tbMoveList &list);
+void tbLegalMoves(const tbPosition &position, tbMoveList &list);
+
+/// Writes the position after the move. False if it leaves the mover's king in check.
+bool applyTbMove(tbPosition &next, const tbPosition &position, tbMove move);
+
+bool isTbPawnMove(const tbPosition &position, tbMove move);
+bool isTbEnPassant(const tbPosition &position, tbMove move);
+/// En passant included.
+bool isTbCapture(const tbPosition &position, tbMove move);
+
+bool isTbCheck(const tbPosition &position);
+bool isTbMate(const tbPosition &position);
 
 } // namespace tarvonel

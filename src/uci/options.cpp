@@ -12,7 +12,7 @@
 #include "platform/parseNumber.h"
 #include "search/transpositionTable.h"
 #include "search/worker.h"
-#include "tablebase/tableRegistry.h"
+#include "tablebase/tbRegistry.h"
 #include "uci/commandGuards.h"
 #include "uci/netFile.h"
 

@@ -1,4 +1,4 @@
-#include "search/alphaBeta.h"
+#include "search/search.h"
 
 #include <utility>
 
@@ -35,7 +35,7 @@ class alphaBetaNode : public testing::Test
     std::uint64_t nodes = 0;
 };
 
-TEST_F(alphaBetaNode, tableEntryOfSufficientDepthCutsInAClosedWindow)
+TEST_F(alphaBetaNode, ttEntryOfSufficientDepthCutsOffANullWindow)
 {
     const struct
     {
@@ -52,7 +52,7 @@ TEST_F(alphaBetaNode, tableEntryOfSufficientDepthCutsInAClosedWindow)
         {"upper bound above alpha", boundUpper, 9, 200, -200, -199, false},
         {"exact above", boundExact, 4, 300, 0, 1, true},
         {"exact below", boundExact, 4, -300, 0, 1, true},
-        {"exact in an open window", boundExact, 60, 300, -1000, 1000, false},
+        {"exact in a full window", boundExact, 60, 300, -1000, 1000, false},
     };
     for (const auto &c : cases)
     {
@@ -76,7 +76,7 @@ TEST_F(alphaBetaNode, noTableCutAfterANullMoveNorAtTheRoot)
     EXPECT_GT(nodes, 1U) << "after a null move";
 }
 
-TEST_F(alphaBetaNode, endsOfTheGame)
+TEST_F(alphaBetaNode, matesAndDraws)
 {
     const struct
     {
@@ -109,7 +109,7 @@ TEST_F(alphaBetaNode, stoppedNodeReturnsNothingAndStoresNothing)
     EXPECT_EQ(nodes, 1U);
     stopSearch = false;
     searchLimits.infinite = false;
-    searchLimits.maximumTime = 0; // over at the first look at the clock
+    searchLimits.maximumTime = 0; // over at the first check of the clock
     bench->pollCountdown = 0;
     const std::uint64_t key = bench->key;
     EXPECT_EQ(searched(bench, 5), 0);
@@ -127,7 +127,7 @@ TEST_F(alphaBetaNode, clockIsReadEvery4097Nodes)
     searched(bench, 30);
     EXPECT_TRUE(stopSearch);
     EXPECT_EQ(nodes, 4097U);
-    for (const bool isPondering : {false, true}) // neither state looks at the clock
+    for (const bool isPondering : {false, true}) // no check of the clock in either state
     {
         stopSearch = false;
         searchLimits.infinite = !isPondering;
@@ -139,15 +139,15 @@ TEST_F(alphaBetaNode, clockIsReadEvery4097Nodes)
     pondering = false;
 }
 
-TEST_F(alphaBetaNode, positionsWithMoreMovesThanAnyGameAreSearched)
+TEST_F(alphaBetaNode, positionsWithVeryManyMovesAreSearched)
 {
     // Fifteen queens a side, where quiescence alone is enormous, and the most moves a side can have.
-    const std::pair<const char *, int> freaks[] = {
+    const std::pair<const char *, int> positions[] = {
         {"qqqqkqqq/qqqqqqqq/8/8/8/8/QQQQQQQQ/QQQQKQQQ w - - 0 1", 1},
         {"R6R/3Q4/1Q4Q1/4Q3/2Q4Q/Q4Q2/pp1Q4/kBNN1KB1 w - - 0 1", 3},
         {"3Q4/1Q4Q1/4Q3/2Q4Q/Q4Q2/3Q4/1Q4Rp/1K1QBNNk w - - 0 1", 3},
     };
-    for (const auto &[fen, lastDepth] : freaks)
+    for (const auto &[fen, lastDepth] : positions)
     {
         workbench bench(fen);
         const std::uint64_t key = bench->key;

@@ -14,13 +14,13 @@ namespace
 {
 
 /// A node two plies into a game, its picker moved on until `best` is being searched.
-struct learningNode
+struct historyNode
 {
     workbench bench{startPositionFen};
     continuationRows rows;
     moveCode best = noMove;
 
-    learningNode()
+    historyNode()
     {
         bench.play("g1f3");
         bench.play("g8f6");
@@ -36,7 +36,7 @@ struct learningNode
              move = nextMove(bench.ply, *bench, true))
             ASSERT_NE(move, noMove);
     }
-    void learn(int depth) { updateHistories(bench.ply, *bench, best, depth); }
+    void update(int depth) { updateHistories(bench.ply, *bench, best, depth); }
     moveCode counterMove()
     {
         const moveCode previous = bench.node(bench.ply - 1).playedMove;
@@ -51,11 +51,11 @@ struct learningNode
     }
 };
 
-TEST(history, cutOffRewardsTheBestMoveAndPenalisesThoseBefore)
+TEST(history, cutoffGivesABonusToTheBestMoveAndAMalusToThoseBefore)
 {
-    learningNode node;
-    node.searchUpTo("c2c3"); // pawn moves come by their destination: a3 and b3 before it, d3 behind
-    node.learn(10);
+    historyNode node;
+    node.searchUpTo("c2c3"); // pawn moves come by their destination: a3 and b3 before it, d3 after it
+    node.update(10);
     node.expectAll(whitePawn, c3, 3200);
     node.expectAll(whitePawn, a3, -3200);
     node.expectAll(whitePawn, b3, -3200);
@@ -66,18 +66,18 @@ TEST(history, cutOffRewardsTheBestMoveAndPenalisesThoseBefore)
 
     node.searchUpTo("c2c3"); // the killer's turn, before any quiet move
     EXPECT_EQ(node.bench.node().stage, stageKiller2);
-    node.learn(10);
+    node.update(10);
     node.expectAll(whitePawn, c3, 3200 + 3200 - 3200 * 3200 / 8192);
     node.expectAll(whitePawn, a3, -3200);
     EXPECT_EQ(node.bench.node().killers[1], noMove) << "a killer is not remembered twice";
 }
 
 // Deeper than the searches whose nodes are compared.
-TEST(history, veryDeepCutOffsTeachTheKillersAlone)
+TEST(history, veryDeepCutoffsUpdateOnlyTheKillers)
 {
-    learningNode node;
+    historyNode node;
     node.searchUpTo("b2b3");
-    node.learn(19);
+    node.update(19);
     node.expectAll(whitePawn, b3, 0);
     node.expectAll(whitePawn, a3, 0);
     EXPECT_EQ(node.counterMove(), noMove);

@@ -46,7 +46,7 @@ TEST(movePicker, stagesComeInOrder)
 }
 
 // Which no search of a single thread shows.
-TEST(movePicker, oneThreadInFourWalksTheRootsCapturesUnsorted)
+TEST(movePicker, oneThreadInFourDoesNotSortTheRootCaptures)
 {
     // Generated with the pawn's capture first; by victim the queen on a8 comes first.
     workbench queen("q6k/7p/4p3/3p4/4P3/2N5/6P1/R5K1 w - - 0 1");
@@ -57,7 +57,7 @@ TEST(movePicker, oneThreadInFourWalksTheRootsCapturesUnsorted)
     }
 }
 
-TEST(movePicker, everyLegalMoveComesOnceWhateverIsRemembered)
+TEST(movePicker, everyLegalMoveComesOnceWithAnyHashMoveAndKillers)
 {
     std::mt19937 random(5);
     std::vector<moveCode> pool{noMove};

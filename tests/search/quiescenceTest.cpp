@@ -1,4 +1,4 @@
-#include "search/quiescence.h"
+#include "search/search.h"
 
 #include <random>
 #include <string>
@@ -7,7 +7,6 @@
 
 #include "board/setup.h"
 #include "eval/evaluate.h"
-#include "search/alphaBeta.h"
 #include "search/score.h"
 #include "search/searchSupport.h"
 #include "search/transpositionTable.h"
@@ -48,7 +47,7 @@ TEST_F(quiescenceSearch, nodesWithoutMoves)
     EXPECT_EQ(resolve(bare, 0), scoreDraw);
 }
 
-TEST_F(quiescenceSearch, whatIsTriedByDepth)
+TEST_F(quiescenceSearch, movesTriedByDepth)
 {
     const struct
     {
@@ -59,7 +58,7 @@ TEST_F(quiescenceSearch, whatIsTriedByDepth)
         {"a defended pawn that has just moved: a losing capture", losing, "d7d5", 0, false},
         {"still", losing, "d7d5", -4, false},
         {"tried as a deep recapture", losing, "d7d5", -5, true},
-        {"however deep", losing, "d7d5", -14, true},
+        {"at any depth", losing, "d7d5", -14, true},
         {"a free rook elsewhere", freeRook, "a7a6", -4, true},
         {"deep nodes take on the last square alone", freeRook, "a7a6", -5, false},
         {"a check is answered", check, "a8e8", -13, true},

@@ -9,7 +9,7 @@
 #include "board/moveCode.h"
 #include "board/setup.h"
 #include "platform/clock.h"
-#include "search/principalVariation.h"
+#include "search/rootSearch.h"
 #include "search/score.h"
 #include "search/searchSupport.h"
 #include "search/transpositionTable.h"
@@ -51,7 +51,7 @@ TEST_F(rootSearch, findsMates)
     }
 }
 
-TEST_F(rootSearch, newGameForgetsAllThatLastsBetweenSearches)
+TEST_F(rootSearch, newGameClearsAllStateOfEarlierSearches)
 {
     deepestTimed = maxPly; // or the other threads would no longer decide on time
     const std::uint64_t fresh = run(middleGame, {.depthLimit = 9}).nodes;
@@ -74,22 +74,45 @@ TEST_F(rootSearch, everySearchAgesTheTable)
     EXPECT_EQ(ttProbe(key).age(), 4);
 }
 
-// Cut off at any point of an iteration, also of those whose variation is reported: the reply must
-// follow the move that is played.
+// The reply follows the move played, also when the iteration that found the move was cut off.
 TEST_F(rootSearch, ponderMoveAnswersTheBestMove)
 {
     int withReply = 0;
-    for (const char *fen :
-         {"8/2p5/3p4/KP5r/1R3p1k/8/4P1P1/8 w - - 0 1", "8/8/1p1r1k2/p1pPN1p1/P3KnP1/1P6/8/3R4 b - - 0 1",
-          "8/k7/3p4/p2P1p2/P2P1P2/8/8/K7 w - - 0 1"})
-        for (std::uint64_t nodes = 500; nodes < 10000; nodes += 500)
-        {
-            newGame();
-            const searchResult result = runSearch(*ownedPosition(fen), {.hardNodes = nodes});
-            EXPECT_TRUE(isLegalIn(fen, result.best, result.ponder)) << fen << ' ' << nodes;
-            withReply += result.ponder != noMove;
-        }
-    EXPECT_GT(withReply, 10);
+    constexpr const char *fen = "5k2/7R/4P2p/5K2/p1r2P1p/8/8/8 b - - 0 1";
+    for (std::uint64_t nodes = 14000; nodes < 15000; nodes += 100)
+    {
+        newGame();
+        const searchResult result = runSearch(*ownedPosition(fen), {.hardNodes = nodes});
+        EXPECT_TRUE(isLegalIn(fen, result.best, result.ponder)) << nodes;
+        withReply += result.ponder != noMove;
+    }
+    EXPECT_GT(withReply, 0);
+
+    workbench root(startPositionFen);
+    const moveCode found = root.move("e2e4"), earlier = root.move("d2d4");
+    root.play(found);
+    const moveCode reply = root.move("e7e5"), earlierReply = root.move("d7d5");
+    const struct
+    {
+        const char *reason;
+        int pvLast;
+        moveCode bestSoFar, expected;
+    } cases[] = {
+        {"the reply of the variation", 1, earlier, reply},
+        {"the last reported reply to the same move", 0, found, earlierReply},
+        {"none: the last reported reply answers another move", 0, earlier, noMove},
+    };
+    for (const auto &c : cases)
+    {
+        root.node(0).pvMove = found;
+        root.node(1).pvMove = reply;
+        root->pvLast = static_cast<std::uint8_t>(c.pvLast);
+        theBoss().bestSoFar = c.bestSoFar;
+        theBoss().ponderSoFar = earlierReply;
+        theBoss().answer(*root);
+        EXPECT_TRUE(sameMove(theBoss().result.best, found)) << c.reason;
+        EXPECT_TRUE(sameMove(theBoss().result.ponder, c.expected)) << c.reason;
+    }
 }
 
 TEST_F(rootSearch, forcedMovesAndDrawsOfTheRoot)
@@ -114,7 +137,7 @@ TEST_F(rootSearch, movesOfALongGameLeaveRoomForTheSearch)
 
 // Another move in the root's exact entry comes from an older iteration, which the one cut off has
 // bettered, or from a thread that is not the one chosen.
-TEST_F(rootSearch, variationIsThatOfTheMoveFound)
+TEST_F(rootSearch, variationBeginsWithTheMoveFound)
 {
     workbench root(startPositionFen), reply(startPositionFen);
     root.node().pvMove = root.move("d2d4");
@@ -130,7 +153,7 @@ TEST_F(rootSearch, variationIsThatOfTheMoveFound)
     EXPECT_TRUE(sameMove(root.node(1).pvMove, reply.move("d7d5")));
 }
 
-TEST_F(rootSearch, budgetsOfNodesEndASearch)
+TEST_F(rootSearch, nodeLimitsEndASearch)
 {
     ownedPosition root(middleGame);
     const auto afresh = [&](const searchLimitValues &limits)
@@ -138,7 +161,7 @@ TEST_F(rootSearch, budgetsOfNodesEndASearch)
         newGame();
         return runSearch(*root, limits);
     };
-    constexpr std::uint64_t slack = 3000; // between two looks; quiescence nodes count and do not look
+    constexpr std::uint64_t slack = 3000; // between two checks; quiescence nodes count but do not check
     const searchResult whole = afresh({.depthLimit = 9});
     const searchResult soft = afresh({.softNodes = whole.nodes});
     EXPECT_EQ(std::tuple(soft.depth, soft.nodes, soft.score, soft.best),

@@ -1,5 +1,5 @@
-// What the tests of the search share: a bench to call its operations by hand, and whole searches
-// with a recorder in place of the console.
+// Shared by the tests of the search: a workbench for calling its functions directly, and whole
+// searches whose reports are recorded.
 #pragma once
 
 #include <cstdint>
@@ -61,7 +61,7 @@ struct searchRecord
 {
     std::vector<std::string> lines;
     moveCode best = noMove, ponder = noMove;
-    int score = 0; ///< of the last iteration reported, mate found or table move
+    int score = 0; ///< of the last iteration reported, mate or tablebase move reported
     int mates = 0; ///< mates found
     int tableMoves = 0;
     std::uint64_t nodes = 0; ///< of all workers, at the answer

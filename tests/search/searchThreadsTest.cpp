@@ -8,9 +8,9 @@
 #include <gtest/gtest.h>
 
 #include "platform/clock.h"
-#include "search/bestThread.h"
 #include "search/searchReporter.h"
 #include "search/searchSupport.h"
+#include "search/worker.h"
 #include "support/fuzzSeeds.h"
 #include "uci/benchPositions.h"
 
@@ -75,20 +75,20 @@ TEST_F(searchThreads, poolsOfAllSizes)
     }
 }
 
-TEST_F(searchThreads, oneAnswerToEverySearchWhereverItIsStopped)
+TEST_F(searchThreads, oneAnswerToEverySearchStoppedAtAnyTime)
 {
     usePool(3);
     stopAnywhere(17, 300, 4000);
 }
 
-TEST_F(slowSearchThreads, oneAnswerToEverySearchWhereverItIsStopped)
+TEST_F(slowSearchThreads, oneAnswerToEverySearchStoppedAtAnyTime)
 {
     usePool(4);
     forEachFuzzSeed(2, [](unsigned seed) { stopAnywhere(seed, 100, 200'000); });
 }
 
-// The others search on until they see that the boss has settled it, and reach any depth in no time.
-TEST_F(searchThreads, nobodyContradictsASettledRoot)
+// The others search until they see that the boss has stopped, and reach any depth immediately.
+TEST_F(searchThreads, helperThreadsDoNotOverrideAMatedRoot)
 {
     usePool(4);
     for (int i = 0; i < 40; ++i)
@@ -124,8 +124,8 @@ TEST_F(searchThreads, everyThreadSearches)
     finish();
 }
 
-// The last search's time still stands there when a thread of the new one writes its first, 0.
-TEST_F(searchThreads, figuresSurviveAClockThatReadsZeroAgain)
+// A new search resets the time of the last one to 0.
+TEST_F(searchThreads, totalsSurviveAClockResetToZero)
 {
     const std::jthread clockReader(
         [](const std::stop_token &end)

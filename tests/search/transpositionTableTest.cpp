@@ -45,7 +45,7 @@ TEST_F(transpositionTable, sizesAreRoundedUpToPowersOfTwo)
     }
 }
 
-TEST_F(transpositionTable, fieldsComeBackAsStoredWhateverTheKeyHeld)
+TEST_F(transpositionTable, fieldsAreReadAsStored)
 {
     const struct
     {
@@ -67,7 +67,7 @@ TEST_F(transpositionTable, fieldsComeBackAsStoredWhateverTheKeyHeld)
     EXPECT_FALSE(ttProbe(keyOf(6)).isHit());
 }
 
-TEST_F(transpositionTable, replacesTheLeastWorthKeeping)
+TEST_F(transpositionTable, replacesTheLeastValuableEntry)
 {
     const struct
     {

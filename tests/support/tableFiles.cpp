@@ -6,7 +6,7 @@
 #include <sstream>
 #include <string_view>
 
-namespace tarvonel::endings
+namespace tarvonel::tbTest
 {
 
 namespace
@@ -24,7 +24,7 @@ void put(byteRow &out, int size, std::uint64_t number)
 void append(byteRow &out, const byteRow &more) { out.insert(out.end(), more.begin(), more.end()); }
 void align(byteRow &out, std::size_t unit) { out.resize((out.size() + unit - 1) / unit * unit, 0); }
 
-void putMan(tbPosition &position, char letter, int square)
+void putPiece(tbPosition &position, char letter, int square)
 {
     (std::isupper(letter) ? position.white : position.black) |= bit(square);
     position.*typeSets[letters.find(static_cast<char>(std::toupper(letter)))] |= bit(square);
@@ -121,24 +121,24 @@ storedPart randomPart(std::uint64_t size, const std::vector<int> &leaves, const 
     return part;
 }
 
-byteRow tableFileOf(const std::string &men, tableKind kind, const std::vector<storedPart> &parts,
+byteRow tableFileOf(const std::string &pieces, tbKind kind, const std::vector<storedPart> &parts,
                     const std::vector<std::vector<int>> &maps)
 {
-    const bool pawns = men.find_first_of("Pp") != std::string::npos;
-    const bool pawnsOnBoth = men.find('P') != std::string::npos && men.find('p') != std::string::npos;
+    const bool pawns = pieces.find_first_of("Pp") != std::string::npos;
+    const bool pawnsOnBoth = pieces.find('P') != std::string::npos && pieces.find('p') != std::string::npos;
     const std::size_t files = pawns ? leadFiles : 1;
     byteRow out;
-    put(out, 4, tableMagics[kind]);
+    put(out, 4, tbMagics[kind]);
     put(out, 1, (parts.size() > files ? 1u : 0u) | (pawns ? 2u : 0u));
     for (std::size_t file = 0; file < files; ++file)
     {
-        put(out, 1, 0); // the leading group's factor comes first, with the other side's pawns behind it
+        put(out, 1, 0); // the leading group's factor comes first, then that of the other side's pawns
         if (pawnsOnBoth)
             put(out, 1, 0x11);
-        for (const char man : men)
+        for (const char piece : pieces)
         {
-            const auto type = letters.find(static_cast<char>(std::toupper(man)));
-            put(out, 1, 0x11 * (type + 1 + (std::islower(man) ? secondSideFlag : 0u)));
+            const auto type = letters.find(static_cast<char>(std::toupper(piece)));
+            put(out, 1, 0x11 * (type + 1 + (std::islower(piece) ? secondSideFlag : 0u)));
         }
     }
     align(out, 2);
@@ -168,8 +168,8 @@ byteRow tableFileOf(const std::string &men, tableKind kind, const std::vector<st
         align(out, 64);
         append(out, part.data);
     }
-    align(out, tableSizeUnit);
-    out.resize(out.size() + tableSizeRest);
+    align(out, tbSizeUnit);
+    out.resize(out.size() + tbSizeRest);
     return out;
 }
 
@@ -181,12 +181,12 @@ void writeBytes(const std::string &path, const byteRow &bytes)
 
 void writeTables(const std::string &directory, std::initializer_list<plainTable> tables)
 {
-    for (const auto &[name, men, first, second] : tables)
+    for (const auto &[name, pieces, first, second] : tables)
     {
         std::vector<storedPart> parts;
         for (int file = 0; file < (std::string_view(name).find('P') != std::string::npos ? leadFiles : 1); ++file)
             parts.insert(parts.end(), {onePart(first + 2), onePart(second + 2)});
-        writeBytes(directory + "/" + name + ".rtbw", tableFileOf(men, wdlKind, parts));
+        writeBytes(directory + "/" + name + ".rtbw", tableFileOf(pieces, wdlKind, parts));
     }
 }
 
@@ -204,7 +204,7 @@ tbPosition tablePosition(const std::string &fen)
         else if (std::isdigit(letter))
             square += letter - '0';
         else
-            putMan(position, letter, square++);
+            putPiece(position, letter, square++);
     position.turn = turn == "w";
     position.rule50 = static_cast<std::uint8_t>(rule50);
     if (enPassant.size() == 2)
@@ -229,8 +229,8 @@ tbPosition scatteredPosition(const std::string &name, std::mt19937_64 &random)
     const std::size_t middle = name.find('v');
     for (std::size_t i = 0; i < name.size(); ++i)
         if (i != middle)
-            putMan(position, i < middle ? name[i] : static_cast<char>(std::tolower(name[i])),
-                   static_cast<int>(random() % squareCount));
+            putPiece(position, i < middle ? name[i] : static_cast<char>(std::tolower(name[i])),
+                     static_cast<int>(random() % squareCount));
     position.turn = random() % 2;
     return random() % 2 ? position : swappedColours(position);
 }
@@ -239,8 +239,8 @@ tbPosition randomPosition(const std::string &name, std::mt19937_64 &random)
 {
     for (;;)
         if (const tbPosition position = scatteredPosition(name, random);
-            popCount(allMen(position)) == static_cast<int>(name.size()) - 1 && tbValid(position))
+            popCount(allPieces(position)) == static_cast<int>(name.size()) - 1 && tbValid(position))
             return position;
 }
 
-} // namespace tarvonel::endings
+} // namespace tarvonel::tbTest

@@ -1,4 +1,4 @@
-// Small endgame table files written from the format, and positions by FEN to ask them about.
+// Small tablebase files written by the format, and positions for probing them.
 //
 // What such a file stores is made up: one value for all positions, or the text of a random codec.
 #pragma once
@@ -8,15 +8,15 @@
 #include <string>
 #include <vector>
 
-#include "tablebase/tableFile.h"
-#include "tablebase/tbMoves.h"
+#include "tablebase/tbFile.h"
+#include "tablebase/tbPosition.h"
 
-namespace tarvonel::endings
+namespace tarvonel::tbTest
 {
 
 using byteRow = std::vector<std::uint8_t>;
 
-/// One sub-table: its sections in the file, and the values that they stand for.
+/// One sub-table: its sections in the file, and the values that it encodes.
 struct storedPart
 {
     byteRow header, sparse, lengths, data;
@@ -35,17 +35,17 @@ struct codecForm
 /// 12 bits.
 storedPart randomPart(std::uint64_t size, const std::vector<int> &leaves, const codecForm &form);
 
-/// A file of sub-tables by file, then by side. `men`: letters in the order of the index, upper case
+/// A file of sub-tables by file, then by side. `pieces`: letters in the order of the index, upper case
 /// for the first side of the name ("PKk"). `maps`: four for each mapped sub-table.
-byteRow tableFileOf(const std::string &men, tableKind kind, const std::vector<storedPart> &parts,
+byteRow tableFileOf(const std::string &pieces, tbKind kind, const std::vector<storedPart> &parts,
                     const std::vector<std::vector<int>> &maps = {});
 
 void writeBytes(const std::string &path, const byteRow &bytes);
 
-/// A WDL file with one value (-2 to 2) for each side to move; `men` as above.
+/// A WDL file with one value (-2 to 2) for each side to move; `pieces` as above.
 struct plainTable
 {
-    const char *name, *men;
+    const char *name, *pieces;
     int first, second;
 };
 void writeTables(const std::string &directory, std::initializer_list<plainTable> tables);
@@ -55,8 +55,8 @@ tbPosition tablePosition(const std::string &fen);
 /// Colours changed round, the board turned over.
 tbPosition swappedColours(tbPosition position);
 
-/// The men in a table's name on random squares, which may coincide, and a sane position of them.
+/// The pieces in a table's name on random squares, which may coincide, and a consistent position of them.
 tbPosition scatteredPosition(const std::string &name, std::mt19937_64 &random);
 tbPosition randomPosition(const std::string &name, std::mt19937_64 &random);
 
-} // namespace tarvonel::endings
+} // namespace tarvonel::tbTest

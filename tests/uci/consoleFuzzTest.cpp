@@ -18,7 +18,7 @@
 #include "support/syntheticNetwork.h"
 #include "support/tableFiles.h"
 #include "support/temporaryDirectory.h"
-#include "tablebase/tableRegistry.h"
+#include "tablebase/tbRegistry.h"
 #include "uci/console.h"
 #include "uci/consoleOutput.h"
 
@@ -167,7 +167,7 @@ class namedFiles
         write("wild", bytes);
         write("cut", bytes.substr(0, bytes.size() - 1));
         std::filesystem::create_directory(directory / "tables");
-        endings::writeTables(directory / "tables", {{"KRvK", "KRk", 2, -2}, {"KPvKP", "PKpk", -1, 1}});
+        tbTest::writeTables(directory / "tables", {{"KRvK", "KRk", 2, -2}, {"KPvKP", "PKpk", -1, 1}});
         write("tables/KQvK.rtbw", bytes.substr(0, bytes.size() / 64 * 64 + 16));
         engineOptions.netFileName = directory / "net";
     }

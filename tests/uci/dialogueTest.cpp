@@ -123,7 +123,7 @@ TEST_F(dialogue, endgameTablesFromSeveralDirectories)
     const temporaryDirectory empty, parent;
     const std::string directory = parent / "Türme";
     std::filesystem::create_directory(directory);
-    endings::writeTables(directory, {{"KRvK", "KRk", 2, -2}});
+    tbTest::writeTables(directory, {{"KRvK", "KRk", 2, -2}});
     const std::string path = pathForEngine(empty.path) + ";" + pathForEngine(directory);
     EXPECT_EQ(engine.ask("setoption name SyzygyPath value " + path),
               lines{"info string Syzygy tablebases used from directory : " + path});

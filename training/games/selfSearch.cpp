@@ -4,8 +4,9 @@
 #include "board/makeMove.h"
 #include "eval/evaluate.h"
 #include "movegen/legality.h"
-#include "search/quiescence.h"
 #include "search/score.h"
+#include "search/search.h"
+#include "search/searchReporter.h"
 #include "search/transpositionTable.h"
 #include "search/worker.h"
 
