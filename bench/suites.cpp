@@ -22,7 +22,8 @@
 #include "search/score.h"
 #include "search/transpositionTable.h"
 #include "search/worker.h"
-#include "uci/netFile.h"
+#include "uci/options.h"
+#include "uci/positionCommand.h"
 
 using namespace tarvonel;
 

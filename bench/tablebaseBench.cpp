@@ -11,8 +11,8 @@
 #include <vector>
 
 #include "tablebase/tbProbe.h"
-#include "tablebase/tbProbe.h"
 #include "tablebase/tbRegistry.h"
+#include "tablebaseBench.h"
 
 namespace tarvonel
 {
@@ -47,7 +47,7 @@ std::vector<tbPosition> randomPositions()
         }
         position.turn = random() % 2 != 0;
         int success = 0;
-        if (popCount(allPieces(position)) == men && tbValid(position) && (probeWdl(position, success), success != 0))
+        if (popCount(allPieces(position)) == pieces && tbValid(position) && (probeWdl(position, success), success != 0))
             positions.push_back(position);
     }
     return positions;

@@ -181,7 +181,4 @@ struct posWithMoves
     moveCode moveStack[1 + moveStackCapacity]{}; ///< slot 0 is spare: a picker starts one slot before its list
 };
 
-/// The position that the UCI commands work on; it has a move stack and no tables.
-extern pos &mainPos;
-
 } // namespace tarvonel

@@ -150,9 +150,9 @@ const char *readFen(const std::string &fen, parsedFen &parsed)
         return fault;
     const std::optional<int> fifty = wholeNumber<int>(fields[fiftyField]);
     const std::optional<int> moveNumber = wholeNumber<int>(fields[moveNumberField]);
-    if (fifty.value_or(-1) < 0 || moveNumber.value_or(-1) < 0)
+    if (!fifty || !moveNumber)
         return "a counter is no number";
-    parsed.fiftyCount = std::min(*fifty, maxFiftyCount);
+    parsed.fiftyCount = std::clamp(*fifty, -maxFiftyCount, maxFiftyCount);
     parsed.moveNumber = *moveNumber;
     return noFault;
 }

@@ -8,8 +8,8 @@
 namespace tarvonel
 {
 
-// Committed memory is zeroed and counted against the system's limit at once, so that too large a
-// block is refused here and not when it is touched.
+// Committed memory is zeroed and counts against the system's limit at once, so a block that is too
+// large fails here and not when it is touched.
 void *allocateLarge(std::size_t bytes)
 {
     return VirtualAlloc(nullptr, bytes, MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE);
@@ -21,7 +21,7 @@ void releaseLarge(void *block, std::size_t /*bytes*/)
         VirtualFree(block, 0, MEM_RELEASE);
 }
 
-// Large pages need a privilege that users do not have.
+// Large pages need a privilege that ordinary users lack.
 void preferLargePages(void * /*block*/, std::size_t /*bytes*/) {}
 
 } // namespace tarvonel

@@ -5,12 +5,14 @@
 namespace tarvonel
 {
 
-// The standard library locks the stream for the length of one fwrite.
+// fwrite locks the stream.
 void printText(std::string_view text)
 {
     std::fwrite(text.data(), 1, text.size(), stdout);
     std::fflush(stdout);
 }
+
+bool isOutputLost() { return std::ferror(stdout) != 0; }
 
 void printLine(std::string line)
 {

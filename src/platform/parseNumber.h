@@ -1,4 +1,4 @@
-// Decimal numbers in text: digits behind an optional sign, a real number's with point and exponent.
+// Decimal numbers in text: digits after an optional sign; real numbers with point and exponent.
 #pragma once
 
 #include <charconv>
@@ -12,7 +12,7 @@
 namespace tarvonel
 {
 
-/// As `std::from_chars`, but for a plus sign, which is passed over too.
+/// `std::from_chars` that skips a plus sign.
 template <typename Number> std::from_chars_result scanNumber(std::string_view text, Number &number)
 {
     if (text.starts_with('+') && !text.starts_with("+-"))
@@ -20,7 +20,7 @@ template <typename Number> std::from_chars_result scanNumber(std::string_view te
     return std::from_chars(text.data(), text.data() + text.size(), number);
 }
 
-/// The number that the text is as a whole; nothing if it is anything else or beyond the type.
+/// The whole text as a number; nothing if it is anything else or out of range.
 template <typename Number> std::optional<Number> wholeNumber(std::string_view text)
 {
     Number number{};
@@ -33,10 +33,13 @@ template <typename Number> std::optional<Number> wholeNumber(std::string_view te
     return number;
 }
 
-/// The integer that the text begins with, the nearest of the type if it is beyond; nothing if the
-/// text begins with none.
+/// The integer at the start of the text, or the nearest of the type if it is out of range; nothing
+/// if the text starts with no integer.
 template <typename Number> std::optional<Number> leadingNumber(std::string_view text)
 {
+    if constexpr (std::is_unsigned_v<Number>)
+        if (text.starts_with('-'))
+            return leadingNumber<std::make_signed_t<Number>>(text) ? std::optional(Number{0}) : std::nullopt;
     Number number{};
     const std::errc error = scanNumber(text, number).ec;
     if (error == std::errc::result_out_of_range)

@@ -2,13 +2,10 @@
 
 #ifdef __linux__
 
-#include <algorithm>
 #include <vector>
 
 #include <sched.h>
 #include <unistd.h>
-
-#include "platform/placementPlan.h"
 
 namespace tarvonel
 {
@@ -16,14 +13,14 @@ namespace tarvonel
 namespace
 {
 
-/// Room for 8192 processors, the most that the kernel can be built for.
+/// Room for 8192 processors, the most that the kernel supports.
 struct processorSet
 {
     cpu_set_t words[8];
 };
 
-/// The processors that the process may use, noted before any thread is bound. The process's id
-/// names its first thread.
+/// The processors that the process was started with, read before any thread is bound. The process id
+/// is that of its first thread.
 const std::vector<int> &startProcessors()
 {
     static const std::vector<int> processors = []
@@ -39,41 +36,27 @@ const std::vector<int> &startProcessors()
     return processors;
 }
 
-// Asked once while the program is loaded, when no thread can have been bound yet.
-[[maybe_unused]] const std::vector<int> &notedAtStart = startProcessors();
+// Called once while the program is loaded, when no thread can have been bound yet.
+[[maybe_unused]] const std::vector<int> &readAtStart = startProcessors();
 
-/// The machine as the process sees it; it is taken not to change while the program runs.
+/// The machine as the process sees it, read once.
 const machineShape &machine()
 {
     static const machineShape shape = readMachineShape("/sys/devices/system", startProcessors());
     return shape;
 }
 
-void bindToProcessors(const std::vector<int> &processors)
-{
-    processorSet set = {};
-    for (const int processor : processors)
-        CPU_SET_S(processor, sizeof(set), set.words);
-    sched_setaffinity(0, sizeof(set), set.words);
-}
-
 } // namespace
 
 void bindThreadToNode(int threadIndex, int numaNode)
 {
-    const std::vector<processorNode> &nodes = machine().nodes;
-    if (numaNode == 0)
-    {
-        const int place =
-            nodeForThread(static_cast<int>(nodes.size()), machine().coreCount, machine().processorCount, threadIndex);
-        if (place != noNode)
-            bindToProcessors(nodes[static_cast<std::size_t>(place)].processors);
+    const std::vector<int> processors = processorsForThread(machine(), threadIndex, numaNode);
+    if (processors.empty())
         return;
-    }
-    const auto node = std::find_if(nodes.begin(), nodes.end(),
-                                   [=](const processorNode &candidate) { return candidate.number == numaNode - 1; });
-    if (node != nodes.end())
-        bindToProcessors(node->processors);
+    processorSet set = {};
+    for (const int processor : processors)
+        CPU_SET_S(processor, sizeof(set), set.words);
+    sched_setaffinity(0, sizeof(set), set.words);
 }
 
 } // namespace tarvonel

@@ -9,8 +9,6 @@
 #endif
 #include <windows.h>
 
-#include "platform/placementPlan.h"
-
 namespace tarvonel
 {
 
@@ -38,7 +36,7 @@ struct processorCounts
     int processors = 0;
 };
 
-/// Adds up the records of variable length that the system returns about its processors.
+/// Counts over the records of variable length that the system returns about its processors.
 processorCounts countProcessors(const std::byte *records, DWORD length)
 {
     processorCounts counts;
@@ -59,7 +57,7 @@ processorCounts countProcessors(const std::byte *records, DWORD length)
     return counts;
 }
 
-/// The node for a thread when the system is left to choose it, or `noNode`.
+/// The node of the thread with this index, or `noNode`.
 int numaNodeForThread(int index)
 {
     const auto query = kernelFunction<processorInformationCall>("GetLogicalProcessorInformationEx");

@@ -21,7 +21,6 @@
 #include "search/reductions.h"
 #include "search/score.h"
 #include "search/searchLimits.h"
-#include "search/searchReporter.h"
 #include "search/see.h"
 #include "search/tbSearch.h"
 #include "search/transpositionTable.h"

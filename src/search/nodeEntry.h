@@ -12,6 +12,13 @@
 namespace tarvonel
 {
 
+/// Prefetches what a node reads first: its TT cluster and its slot of the evaluation cache.
+inline void prefetchNode(const pos &position)
+{
+    ttPrefetch(position.key);
+    prefetch(&position.evalCache[position.key & (evalCacheSize - 1)]);
+}
+
 /// Whether the node is a draw by repetition: it repeats a position of the search path, or occurred
 /// twice before the root.
 bool isRepetition(int ply, const pos &position);

@@ -42,13 +42,6 @@ constexpr int singleMoveDepth = 3;    // depth limit if the root has one legal m
 constexpr int timeGateDivisor = 16;
 constexpr int minTimeGate = 100; // milliseconds
 
-constexpr double stableTimeFactor = 0.9;  // per stable iteration
-constexpr double instabilityWeight = 0.2; // per change of the best move or repeated fail
-constexpr double instabilityDecay = 0.8;
-constexpr double minTimeFactor = 0.6;
-constexpr double maxTimeFactor = 2.0;
-constexpr int maxStableChanges = 1;
-
 /// Window bounds wrap at 16 bits.
 int wrappedBound(int value) { return static_cast<std::int16_t>(value); }
 
@@ -83,7 +76,6 @@ class iterativeDeepening
     void acceptResult(int result);
     void reportIteration();
     bool isMateProved() const;
-    void adjustTimeFactor(int changes);
     void decideOnLimits();
     int instability() const;
 
@@ -111,8 +103,7 @@ bool iterativeDeepening::isRootResolved()
     if (root.inCheck != 0 && root.listEnd == root.listStart)
     {
         stopSearch = true;
-        if (reporter.matedAtRoot != nullptr)
-            reporter.matedAtRoot();
+        reporter.matedAtRoot();
         root.pvMove = noMove;
         position.rootScore = -scoreMate;
     }
@@ -252,26 +243,7 @@ void iterativeDeepening::reportIteration()
         theBoss().bestSoFar = position.info[0].pvMove;
         theBoss().ponderSoFar = position.info[1].pvMove;
     }
-    if (reporter.iterationDone != nullptr)
-        reporter.iterationDone(position, score, depth, position.selDepth);
-}
-
-/// An unstable iteration extends the time for the move, stable ones shorten it.
-void iterativeDeepening::adjustTimeFactor(int changes)
-{
-    if (depth <= fullWindowMaxDepth)
-    {
-        timeFactor = 1.0;
-        return;
-    }
-    if (changes <= maxStableChanges)
-        timeFactor *= stableTimeFactor;
-    else
-    {
-        const double extension = changes * instabilityWeight;
-        timeFactor = (timeFactor <= 1.0 ? 1.0 : instabilityDecay * timeFactor) + extension;
-    }
-    timeFactor = std::clamp(timeFactor, minTimeFactor, maxTimeFactor);
+    reporter.iterationDone(position, score, depth, position.selDepth);
 }
 
 /// Decides whether to start another iteration.
@@ -284,8 +256,7 @@ void iterativeDeepening::decideOnLimits()
     }
     else
     {
-        const float elapsed = static_cast<float>(searchLimits.elapsedMs.load()) * searchLimits.timeScale;
-        if (elapsed > searchLimits.optimalTime * timeFactor)
+        if (isSoftLimitPassed(searchLimits, searchLimits.elapsedMs, timeFactor))
             timeIsUp = true;
         keepGoing = pondering || !timeIsUp;
     }
@@ -313,8 +284,7 @@ void iterativeDeepening::run()
                 reportIteration();
             if (isMateProved() && !stopSearch)
             {
-                if (reporter.mateFound != nullptr)
-                    reporter.mateFound(position, score, depth);
+                reporter.mateFound(position, score, depth);
                 if (!searchLimits.infinite && !pondering)
                     break;
             }
@@ -326,7 +296,7 @@ void iterativeDeepening::run()
             deepestTimed = depth;
             isDeciding = true;
         }
-        adjustTimeFactor(changes);
+        timeFactor = depth <= fullWindowMaxDepth ? 1.0 : nextTimeFactor(timeFactor, changes);
         if (isDeciding)
             decideOnLimits();
     }

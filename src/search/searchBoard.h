@@ -38,7 +38,8 @@ struct searchBoard : posWithMoves
 {
     searchBoard() { tables.attachTo(position); }
 
-    /// Copies `root` except for its move stack and tables.
+    /// Copies what is valid of a position at ply 0, without its tables. The deeper plies and the
+    /// accumulators, most of the record, are written by a search before it reads them.
     void adopt(const pos &root)
     {
         static_cast<posHead &>(position) = root;

@@ -4,10 +4,12 @@
 // only read them, except `elapsedMs`, which each of them writes.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <limits>
 
 #include "board/square.h"
+#include "platform/clock.h"
 #include "platform/relaxed.h"
 
 namespace tarvonel
@@ -44,7 +46,34 @@ struct searchLimitValues
 
 inline searchLimitValues searchLimits;
 
+/// The time factor after an iteration with `changes` changes of the best move or repeated fails: an
+/// unstable iteration extends the time for the move, stable ones shorten it.
+inline double nextTimeFactor(double factor, int changes)
+{
+    constexpr double stableFactor = 0.9;      // per stable iteration
+    constexpr double instabilityWeight = 0.2; // per change or repeated fail
+    constexpr double instabilityDecay = 0.8;
+    constexpr double minFactor = 0.6, maxFactor = 2.0;
+    constexpr int maxStableChanges = 1;
+    if (changes <= maxStableChanges)
+        factor *= stableFactor;
+    else
+        factor = (factor <= 1.0 ? 1.0 : instabilityDecay * factor) + changes * instabilityWeight;
+    return std::clamp(factor, minFactor, maxFactor);
+}
+
+/// Whether the time is up after an iteration that ended `elapsedMs` after the `go`.
+inline bool isSoftLimitPassed(const searchLimitValues &limits, std::uint64_t elapsedMs, double timeFactor)
+{
+    const float elapsed = static_cast<float>(elapsedMs) * limits.timeScale;
+    return elapsed > limits.optimalTime * timeFactor;
+}
+
 /// Writes the time since the `go` to `elapsedMs` and returns it.
-std::uint64_t measureElapsed();
+inline std::uint64_t measureElapsed()
+{
+    searchLimits.elapsedMs = static_cast<std::uint64_t>(millisecondsNow() - searchLimits.startTimeMs);
+    return searchLimits.elapsedMs;
+}
 
 } // namespace tarvonel

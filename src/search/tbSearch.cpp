@@ -28,7 +28,7 @@ tbPosition toTbPosition(const pos &position, int ply, int rule50)
     table.black = position.bitboards[black];
     for (int type = pawn; type <= king; ++type)
         table.*typeSets[type] = unionOf(type);
-    table.rule50 = static_cast<std::uint8_t>(std::min(rule50, UINT8_MAX));
+    table.rule50 = static_cast<std::uint8_t>(std::clamp(rule50, 0, UINT8_MAX));
     table.ep = static_cast<std::uint8_t>(enPassant == 0 ? 0 : enPassant + forward(position.sideToMove));
     table.turn = position.sideToMove == white ? 1 : 0;
     return table;
@@ -128,8 +128,7 @@ moveCode probeAtRoot(pos &position)
     if (!isMoveValid(position, 0, move) || !leavesKingSafe(position, 0, move))
         return noMove;
     position.rootScore = static_cast<std::int16_t>(rootScore(classify(dtz, rule50), dtz));
-    if (reporter.tableMove != nullptr)
-        reporter.tableMove(position, position.rootScore, move);
+    reporter.tableMove(position, position.rootScore, move);
     return move;
 }
 

@@ -1,7 +1,7 @@
 #include "search/worker.h"
 
+#include <exception>
 #include <new>
-#include <system_error>
 
 #include "board/engineOptions.h"
 #include "platform/clock.h"
@@ -49,7 +49,7 @@ bool worker::start()
     {
         thread = std::thread(&worker::idleLoop, this);
     }
-    catch (const std::system_error &)
+    catch (const std::exception &) // no thread, or no memory for one
     {
         searching = false;
         return false;
@@ -99,18 +99,30 @@ boss &theBoss() { return static_cast<boss &>(*workerPool.front()); }
 namespace
 {
 
-/// A worker with its thread, or null if the system has no memory or no thread left.
-std::unique_ptr<worker> tryCreateWorker(int index)
+/// Appends a worker with its thread; false where the system has no memory or no thread left.
+bool addWorker()
 {
     try
     {
-        auto created = std::make_unique<worker>(index);
-        return created->start() ? std::move(created) : nullptr;
+        workerPool.reserve(workerPool.size() + 1);
+        auto created = std::make_unique<worker>(static_cast<int>(workerPool.size()));
+        if (!created->start())
+            return false;
+        workerPool.push_back(std::move(created));
+        return true;
     }
     catch (const std::bad_alloc &)
     {
-        return nullptr;
+        return false;
     }
+}
+
+/// A new boss in the memory of the old one.
+void renewBoss()
+{
+    auto *const block = static_cast<boss *>(workerPool.front().release());
+    block->~boss();
+    workerPool.front().reset(::new (block) boss);
 }
 
 } // namespace
@@ -119,21 +131,38 @@ int rebuildWorkerPool(int count)
 {
     if (!workerPool.empty())
         theBoss().waitForSearchEnd();
-    while (!workerPool.empty())
+    while (workerPool.size() > (count > 0 ? 1 : 0))
         workerPool.pop_back();
-    if (count > 0)
-    {
+    if (count < 1)
+        return 0;
+    if (workerPool.empty())
         workerPool.push_back(std::make_unique<boss>());
-        theBoss().start(); // if that fails, it searches on the caller's thread
-    }
-    while (static_cast<int>(workerPool.size()) < count)
+    else
+        renewBoss();
+    theBoss().start(); // without a thread of its own it searches on the caller's
+    while (static_cast<int>(workerPool.size()) < count && addWorker())
     {
-        auto next = tryCreateWorker(static_cast<int>(workerPool.size()));
-        if (next == nullptr)
-            break;
-        workerPool.push_back(std::move(next));
     }
     return static_cast<int>(workerPool.size());
+}
+
+searchTotals sumUpSearch()
+{
+    constexpr std::uint64_t millisecondsPerSecond = 1000;
+    searchTotals totals;
+    for (const auto &each : workerPool)
+    {
+        totals.nodes += nodesOf(each->position);
+        totals.tablebaseHits += each->position.tablebaseHits;
+    }
+    totals.elapsedMs = searchLimits.elapsedMs; // read once: other threads may set it to 0 again
+    if (totals.elapsedMs == 0)
+    {
+        totals.elapsedMs = 1;
+        searchLimits.elapsedMs = 1;
+    }
+    totals.nodesPerSecond = totals.nodes * millisecondsPerSecond / totals.elapsedMs;
+    return totals;
 }
 
 searchResources::searchResources(int threads, int hashMegabytes)
@@ -224,8 +253,7 @@ void boss::search()
     if (&best != this)
     {
         walkPrincipalVariation(found, found.rootDepth);
-        if (reporter.iterationDone != nullptr)
-            reporter.iterationDone(found, found.rootScore, found.rootDepth, found.selDepth);
+        reporter.iterationDone(found, found.rootScore, found.rootDepth, found.selDepth);
     }
     answer(found);
 }
@@ -245,8 +273,7 @@ void boss::answer(const pos &found)
               .score = found.rootScore == noScore ? scoreDraw : found.rootScore,
               .depth = found.rootDepthDone != 0 ? found.rootDepth : found.rootDepth - 1,
               .nodes = sumUpSearch().nodes};
-    if (reporter.answer != nullptr)
-        reporter.answer(bestMove, ponderMove, found.sideToMove, position);
+    reporter.answer(bestMove, ponderMove, found.sideToMove, position);
 }
 
 namespace

@@ -100,9 +100,34 @@ boss &theBoss();
 /// is always the boss.
 worker &chooseBestThread();
 
-/// Waits for a running search, destroys all workers and creates `count` new ones; 0 ends all threads.
-/// Returns the number of workers created, which is lower if the system has no more threads or memory.
+/// Alpha-beta and quiescence nodes of one thread.
+inline std::uint64_t nodesOf(const pos &position) { return position.searchNodes + position.quiescenceNodes; }
+
+/// Figures over all workers, as reports print them. Counters of running workers may lag.
+struct searchTotals
+{
+    std::uint64_t nodes = 0; ///< alpha-beta and quiescence nodes
+    std::uint64_t tablebaseHits = 0;
+    std::uint64_t elapsedMs = 0; ///< at least 1; raises searchLimits.elapsedMs from 0
+    std::uint64_t nodesPerSecond = 0;
+};
+searchTotals sumUpSearch();
+
+/// Waits for a running search, destroys all workers and creates `count` new ones; 0 ends all
+/// threads. Returns the number of workers for which there was memory and a thread, the boss included.
+/// Throws bad_alloc only where there is no memory for the first boss: an existing one is renewed in
+/// place, so that a pool is never lost.
 int rebuildWorkerPool(int count);
+
+/// The transposition table and the workers of a program, from construction to destruction. One at a
+/// time; what they hold in between may be resized as above.
+struct searchResources
+{
+    searchResources(int threads, int hashMegabytes);
+    ~searchResources();
+    searchResources(const searchResources &) = delete;
+    searchResources &operator=(const searchResources &) = delete;
+};
 
 /// Clears the continuation histories of all workers, for a new game.
 void clearWorkerHistory();

@@ -91,15 +91,15 @@ void optimise(parameterList &parameters, const tunerOutput &print)
     print(lineOf("Ending error ", meanError(), " Minimum error ", best));
 }
 
-void texel(int threads, pos &position, const tunerOutput &print, parameterRegistration enter)
+bool texel(int threads, pos &position, const tunerOutput &print, parameterRegistration enter)
 {
     if (!loadTuningPositions(position, print))
-        return;
+        return false;
     const int granted = createTexelWorkers(threads, print);
     if (granted < threads)
         print(lineOf("info string Only ", granted, " threads could be started"));
     if (granted == 0)
-        return;
+        return false;
     print("Starting texel tuning....\n");
 
     parameterList parameters;
@@ -109,6 +109,7 @@ void texel(int threads, pos &position, const tunerOutput &print, parameterRegist
     printParameters(parameters, print);
     optimise(parameters, print);
     printParameters(parameters, print);
+    return true;
 }
 
 } // namespace tarvonel

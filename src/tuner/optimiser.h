@@ -19,9 +19,9 @@ inline constexpr int maxTunerThreads = 256;
 using parameterRegistration = void (*)(parameterList &parameters);
 
 /// The whole run on `threads` threads: reads the data file, finds K, optimises what `enter` enters.
-/// Uses `position` to set the file's positions up; the last of them stays. The terms keep the
-/// values found until the process ends.
-void texel(int threads, pos &position, const tunerOutput &print, parameterRegistration enter = registerParameters);
+/// Sets up the file's positions in `position`, which keeps the last. The terms keep the values found
+/// until the process ends. False, with a message, if there is nothing to tune with.
+bool texel(int threads, pos &position, const tunerOutput &print, parameterRegistration enter = registerParameters);
 
 /// The K of the smallest error, in five sweeps, each ten times finer than the one before. Leaves
 /// `tuningK` at the last value tried.

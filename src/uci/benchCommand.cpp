@@ -9,11 +9,13 @@
 #include "platform/clock.h"
 #include "platform/output.h"
 #include "uci/benchPositions.h"
-#include "uci/netFile.h"
+#include "uci/options.h"
 #include "uci/ownSearches.h"
+#include "uci/positionCommand.h"
 
 namespace tarvonel
 {
+
 benchEffort searchBenchPositions(int depth)
 {
     benchEffort effort;
@@ -31,10 +33,7 @@ benchEffort searchBenchPositions(int depth)
 void bench(const benchSettings &settings)
 {
     if (!netLoaded)
-    {
-        printNetFileMissing("a position");
-        return;
-    }
+        return refuseWithoutNetwork("a position");
     const setAsideState before = beginOwnSearches(settings.threads, settings.hashMegabytes);
     const benchEffort effort = searchBenchPositions(settings.depth);
     endOwnSearches(before);

@@ -1,4 +1,4 @@
-// Speed and course of the search over a fixed list of positions, in one line.
+// Nodes and speed of the search over a fixed list of positions.
 #pragma once
 
 #include <cstdint>
@@ -21,14 +21,14 @@ struct benchEffort
     std::int64_t milliseconds = 0; ///< at least 1
 };
 
-/// Searches each position of the list to `depth` as if there had been none before it, with the
-/// network, the threads and the table in place. With one thread the nodes depend on network, depth
-/// and size of the table alone. Overwrites `mainPos`, the limits and the rules in force; what the
-/// searches find goes to the reporter. No search may run.
+/// Searches each position of the list to `depth` with cleared tables and the current network, threads
+/// and table size. With one thread the node count depends only on network, depth and table size.
+/// Overwrites `mainPos`, the limits and `chess960`; the reporter receives the results. No search may
+/// run.
 benchEffort searchBenchPositions(int depth);
 
-/// `bench`: the same with threads and table of its own, then "NODES nodes NPS nps". Options,
-/// `mainPos` and limits are afterwards what they were; the table is empty. No search may run.
+/// `bench`: the same with its own threads and table, then prints "NODES nodes NPS nps". Restores
+/// options, `mainPos` and limits; the table is empty afterwards. No search may run.
 void bench(const benchSettings &settings);
 
 } // namespace tarvonel

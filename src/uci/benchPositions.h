@@ -1,5 +1,5 @@
-// The positions that `bench`, the signature and the timings run over: openings, middle games, endings, positions
-// with a large imbalance, in check, and of Chess960.
+// The positions of `bench`, the signature and the timings: openings, middle games, endings, large
+// imbalances, checks and Chess960.
 #pragma once
 
 namespace tarvonel

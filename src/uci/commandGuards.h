@@ -1,5 +1,4 @@
-// What a command has to ask before it starts: may it have the search's memory, and is there a
-// position to work on?
+// What a command checks before it starts, and how it is refused.
 #pragma once
 
 #include <string>
@@ -7,13 +6,20 @@
 namespace tarvonel
 {
 
-/// Waits until no search runs; to be called by commands that start a search or change what one
-/// reads. A search that only a `stop` or `ponderhit` will end is not waited for, as nobody could
-/// read that command any more: then it prints that `command` is refused and returns false.
+/// Waits until no search runs; for commands that start a search or change what one reads. Does not
+/// wait for a search that only `stop` or `ponderhit` ends, but refuses `command` and returns false.
 bool awaitSearchEnd(const std::string &command);
 
-/// Whether `mainPos` may be searched, counted or evaluated; says so if not. Game moves are taken on
-/// trust and can leave a position without a king, or with one that could be taken.
-bool isMainPositionPlayable();
+/// The same for a command that gives up the game: a timed search is stopped, not waited for.
+bool stopTimedSearch(const std::string &command);
+
+/// Prints the reason as an info string and notes that the command was refused.
+void refuse(const std::string &reason);
+
+/// Whether a command was refused, or failed, since the last call.
+bool takeRefusal();
+
+/// Notes a refusal that has its own message.
+void noteRefusal();
 
 } // namespace tarvonel

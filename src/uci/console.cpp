@@ -6,10 +6,12 @@
 #include <optional>
 #include <sstream>
 #include <string>
+#include <string_view>
 
 #include "board/attackTables.h"
 #include "board/engineOptions.h"
 #include "board/setup.h"
+#include "eval/simd.h"
 #include "platform/output.h"
 #include "platform/parseNumber.h"
 #include "search/searchLimits.h"
@@ -18,11 +20,11 @@
 #include "tuner/optimiser.h"
 #include "uci/benchCommand.h"
 #include "uci/commandGuards.h"
+#include "uci/consoleInput.h"
 #include "uci/diagnostics.h"
-#include "uci/engineVersion.h"
 #include "uci/genfensCommand.h"
 #include "uci/goCommand.h"
-#include "uci/netFile.h"
+#include "uci/infoLines.h"
 #include "uci/options.h"
 #include "uci/perftCommands.h"
 #include "uci/positionCommand.h"
@@ -32,10 +34,13 @@ namespace tarvonel
 namespace
 {
 
+constexpr const char *engineName = "Tarvonel 3.0";
+constexpr const char *engineBuild = simd::buildName;
+constexpr const char *engineAuthor = "Ostrelund";
 constexpr int defaultPerftDepth = 6;
 constexpr int defaultTunerThreads = 4;
 
-/// What the console keeps from one command to the next.
+/// The arguments that a command keeps for its next call.
 struct consoleState
 {
     int perftDepth = defaultPerftDepth;
@@ -60,7 +65,7 @@ void ponderHit(std::istream &, consoleState &)
 
 void newGame(std::istream &, consoleState &)
 {
-    if (!awaitSearchEnd("ucinewgame"))
+    if (!stopTimedSearch("ucinewgame"))
         return;
     ttClear();
     clearWorkerHistory();
@@ -78,8 +83,8 @@ void identify(std::istream &, consoleState &)
 
 void answerReady(std::istream &, consoleState &) { printLine("readyok"); }
 
-/// Reads the next word, a number, into `kept`, which stays as it is if no word is left. If the word
-/// is anything but a number of that range, says so, beginning with `need`, and returns false.
+/// Reads the next word, a number, into `kept`, which stays as it is if no word is left. Refuses
+/// anything but a number of that range, with a message that begins with `need`, and returns false.
 bool readKeptNumber(std::istream &words, int &kept, int low, int high, const std::string &need)
 {
     std::string word;
@@ -88,7 +93,7 @@ bool readKeptNumber(std::istream &words, int &kept, int low, int high, const std
     const std::optional<int> number = wholeNumber<int>(word);
     if (!number || *number < low || *number > high)
     {
-        printInfo(need + " from " + std::to_string(low) + " to " + std::to_string(high));
+        refuse(need + " from " + std::to_string(low) + " to " + std::to_string(high));
         return false;
     }
     kept = *number;
@@ -109,7 +114,8 @@ void runTexel(std::istream &words, consoleState &state)
         return;
     initTables();
     resizeHashTable(engineOptions.hashMegabytes);
-    texel(state.tunerThreads, mainPos, printText);
+    if (!texel(state.tunerThreads, mainPos, printText))
+        noteRefusal();
 }
 
 void runRtest(std::istream &, consoleState &)
@@ -142,8 +148,6 @@ void help(std::istream &, consoleState &)
               "current board\n");
 }
 
-constexpr const char *quitWord = "quit";
-
 constexpr commandRow commandTable[] = {
     {quitWord, stop},
     {"stop", stop},
@@ -166,7 +170,7 @@ constexpr commandRow commandTable[] = {
     {"help", help},
 };
 
-bool areWorkersGranted()
+bool tryStartWorkers()
 {
     try
     {
@@ -178,16 +182,16 @@ bool areWorkersGranted()
     }
 }
 
-/// Where the table has left too little memory for the boss, a smaller one makes room for it.
+/// Halves the table until there is memory for the boss.
 void startWorkers()
 {
-    while (!areWorkersGranted())
+    while (!tryStartWorkers())
     {
         const auto megabytes = static_cast<int>((ttMask + 1) / ttClustersPerMegabyte);
         if (megabytes == 1)
             throw std::bad_alloc();
         ttResize(megabytes / 2);
-        tellSmallerTable(engineOptions.hashMegabytes);
+        printSmallerTable(engineOptions.hashMegabytes);
     }
 }
 
@@ -217,20 +221,45 @@ bool runLine(const std::string &text, consoleState &state)
     std::string word;
     words >> word;
     const auto *row = std::ranges::find_if(commandTable, [&word](const commandRow &r) { return word == r.word; });
-    if (row == std::end(commandTable))
-        printText("Unknown command\n");
-    else
+    if (row != std::end(commandTable))
         row->run(words, state);
+    else
+    {
+        printText("Unknown command\n");
+        noteRefusal();
+    }
     return word == quitWord;
+}
+
+void dropLine(const std::string &beginning)
+{
+    const std::string message = "Line of more than " + std::to_string(maxLineBytes) + " bytes dropped";
+    std::string word;
+    std::istringstream(beginning) >> word;
+    if (word == "position")
+        refusePosition(message);
+    else
+        refuse(message);
 }
 
 void runLines(std::istream &input, consoleState &state)
 {
-    std::string text;
-    do
-        if (!std::getline(input, text))
-            text = quitWord;
-    while (!runLine(text, state));
+    consoleInput lines(input);
+    for (bool isOver = false; !isOver;)
+    {
+        const inputLine line = lines.nextLine();
+        try
+        {
+            if (line.isDropped)
+                dropLine(line.text);
+            else
+                isOver = runLine(line.text, state);
+        }
+        catch (const std::bad_alloc &)
+        {
+            printText("info string Not enough memory for this command\n"); // takes none itself
+        }
+    }
 }
 
 /// Each word followed by a blank.
@@ -246,24 +275,28 @@ std::string joined(std::span<char *> words)
 
 int runConsole(std::istream &input, std::span<char *> words, const consoleSetup &setup)
 {
-    int status = 0;
+    bool isRefused = false;
     try
     {
         consoleState state;
         startUp(setup);
+        takeRefusal(); // a missing network is no refusal yet
         if (words.empty())
             runLines(input, state);
         else
+        {
             runLine(joined(words), state);
+            isRefused = takeRefusal();
+        }
     }
     catch (const std::bad_alloc &)
     {
         stopSearch = true;
         printText("info string Not enough memory to go on\n"); // takes none itself
-        status = 1;
+        isRefused = true;
     }
     shutDown();
-    return status;
+    return isRefused || (!words.empty() && isOutputLost()) ? 1 : 0;
 }
 
 } // namespace tarvonel

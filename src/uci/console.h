@@ -4,7 +4,7 @@
 #include <istream>
 #include <span>
 
-#include "uci/searchReports.h"
+#include "uci/infoLines.h"
 
 namespace tarvonel
 {
@@ -16,9 +16,10 @@ struct consoleSetup
 };
 
 /// Starts the engine, runs the `words` of the command line as one command, or, if there are none,
-/// the lines of `input` up to `quit` or its end; then waits for a running search and gives all
-/// threads and the transposition table back. Returns the program's exit status, which is 0, or 1 with
-/// a message where the memory does not hold even the smallest set-up.
+/// the lines of `input` up to `quit` or its end; then waits for a running search and releases all
+/// threads and the transposition table. Returns the program's exit status: 1, with a message, without
+/// the memory for the smallest set-up; 1 too if the command of the command line was unknown or refused
+/// or its output could not be written; otherwise 0.
 int runConsole(std::istream &input, std::span<char *> words, const consoleSetup &setup = {});
 
 } // namespace tarvonel

@@ -10,6 +10,7 @@
 #include "search/transpositionTable.h"
 #include "search/worker.h"
 #include "uci/commandGuards.h"
+#include "uci/positionCommand.h"
 
 namespace tarvonel
 {

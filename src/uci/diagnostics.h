@@ -1,4 +1,4 @@
-// Commands that look inside the engine.
+// Commands that inspect the engine.
 #pragma once
 
 namespace tarvonel
@@ -7,11 +7,11 @@ namespace tarvonel
 /// `showboard`: the diagram of `mainPos`.
 void showBoard();
 
-/// `evil`: the static evaluation of `mainPos` for the side to move. Uses the boss's position, so
-/// waits for a search or refuses.
+/// `evil`: the static evaluation of `mainPos` for the side to move. Works in the boss's position, so
+/// it waits for a running search or is refused.
 void printEvaluation();
 
-/// `hashstats`: what the transposition table holds. During a search only an impression.
+/// `hashstats`: the contents of the transposition table; a rough picture during a search.
 void hashStatistics();
 
 } // namespace tarvonel

@@ -13,8 +13,10 @@
 #include "uci/randomOpening.h"
 #include "platform/output.h"
 #include "platform/parseNumber.h"
-#include "uci/netFile.h"
+#include "uci/commandGuards.h"
+#include "uci/options.h"
 #include "uci/ownSearches.h"
+#include "uci/positionCommand.h"
 
 namespace tarvonel
 {
@@ -24,14 +26,14 @@ namespace
 constexpr int maxOpenings = 1'000'000;
 constexpr int searchDepth = 6;
 constexpr int hashMegabytes = 1;
-constexpr int fewestPliesFromBook = 4; ///< its positions have their own variety
-constexpr int maxTries = 100;          ///< for one opening; a book may hold none that is balanced
+constexpr int fewestPliesFromBook = 4; ///< few: the book brings variety
+constexpr int maxTries = 100;          ///< for one opening: a book may have no balanced one
 
 struct genfensPlan
 {
     int count = 0;
     std::uint64_t seed = 0;
-    std::string bookFile; ///< none if empty
+    std::string bookFile; ///< empty for no book
 };
 
 std::string asUpper(std::string word)
@@ -40,7 +42,7 @@ std::string asUpper(std::string word)
     return word;
 }
 
-/// Nothing if a number is missing or wrong. Words that it does not know are passed over.
+/// Nothing if a number is missing or wrong. Skips unknown words.
 std::optional<genfensPlan> readPlan(std::istream &words)
 {
     std::string word;
@@ -65,7 +67,7 @@ bool isBalanced(const std::string &fen)
     return std::abs(searchAfresh(searchDepth).score) <= widestOpening;
 }
 
-/// Empty if the plan yields no balanced opening.
+/// Empty if no balanced opening was found.
 std::string balancedOpening(posWithMoves &board, const openingPlan &plan, randomSource &random)
 {
     for (int i = 0; i < maxTries; ++i)
@@ -86,7 +88,7 @@ void printOpenings(const genfensPlan &plan, const openingPlan &opening)
     {
         const std::string fen = balancedOpening(*board, opening, random);
         if (fen.empty())
-            return printInfo("genfens finds no balanced opening");
+            return refuse("genfens finds no balanced opening");
         printInfo("genfens " + fen);
     }
 }
@@ -97,16 +99,16 @@ void genfensCommand(std::istream &words)
 {
     const std::optional<genfensPlan> plan = readPlan(words);
     if (!plan)
-        return printInfo("genfens needs a count from 1 to " + std::to_string(maxOpenings) + " and a whole seed");
+        return refuse("genfens needs a count from 1 to " + std::to_string(maxOpenings) + " and a whole seed");
     if (!netLoaded)
-        return printNetFileMissing("a position");
+        return refuseWithoutNetwork("a position");
     openingPlan opening;
     opening.chess960Share = engineOptions.chess960 ? 1 : 0;
     const openingBook book = plan->bookFile.empty() ? openingBook() : readOpeningBook(plan->bookFile);
     if (!plan->bookFile.empty())
     {
         if (book.fens.empty())
-            return printInfo("genfens finds no positions in " + plan->bookFile);
+            return refuse("genfens finds no positions in " + plan->bookFile);
         opening.book = book.fens;
         opening.fewestPlies = fewestPliesFromBook;
     }

@@ -1,4 +1,4 @@
-// Random openings for games that other machines play.
+// Random openings for distributed testing.
 #pragma once
 
 #include <istream>
@@ -6,10 +6,10 @@
 namespace tarvonel
 {
 
-/// `genfens N seed S book NONE|FILE`: N lines "info string genfens FEN". Each opening is some random
-/// moves from the start position (with `UCI_Chess960`, one of the 960), or from a position of FILE,
-/// and no further from balance than self-play's. They depend on the words and the network alone.
-/// No search may run.
+/// `genfens N seed S book NONE|FILE`: prints N lines "info string genfens FEN". Each opening is a few
+/// random moves from the start position (with `UCI_Chess960`, one of the 960) or from a position of
+/// FILE, and as balanced as those of self-play. The output depends only on the arguments and the
+/// network. No search may run.
 void genfensCommand(std::istream &words);
 
 } // namespace tarvonel

@@ -4,7 +4,6 @@
 #include <string>
 
 #include "board/moveCode.h"
-#include "board/pos.h"
 #include "eval/evaluate.h"
 #include "eval/networkFile.h"
 #include "platform/clock.h"
@@ -13,7 +12,8 @@
 #include "search/searchLimits.h"
 #include "search/worker.h"
 #include "uci/commandGuards.h"
-#include "uci/netFile.h"
+#include "uci/options.h"
+#include "uci/positionCommand.h"
 #include "uci/timeAllotment.h"
 
 namespace tarvonel
@@ -24,7 +24,7 @@ namespace
 constexpr int defaultClock = 900000;
 constexpr int defaultMovesToGo = 30;
 
-/// What lasts for a whole game stays.
+/// Keeps what is set once per game.
 void resetLimits(std::int64_t startTimeMs)
 {
     pondering = false;
@@ -36,8 +36,8 @@ void resetLimits(std::int64_t startTimeMs)
                     .newGame = searchLimits.newGame};
 }
 
-/// Reads a number into `field`: the nearest bound if it is too large, 0 if it is none, and then the
-/// stream fails. At the end of the line the field stays.
+/// Reads a number into `field`, saturated to its range. A word that is not a number gives 0 and fails
+/// the stream. At the end of the line the field stays.
 template <typename T> void readNumber(std::istream &words, T &field)
 {
     std::string word;
@@ -94,10 +94,7 @@ void prepareSearchLimits(std::istream &words, std::int64_t startTimeMs)
 void goCommand(std::istream &words)
 {
     if (!netLoaded && networkLimit > 0)
-    {
-        printNetFileMissing("the position");
-        return;
-    }
+        return refuseWithoutNetwork("the position");
     const std::int64_t startTimeMs = millisecondsNow();
     if (!awaitSearchEnd("go"))
         return;

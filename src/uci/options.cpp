@@ -14,14 +14,14 @@
 #include "search/worker.h"
 #include "tablebase/tbRegistry.h"
 #include "uci/commandGuards.h"
-#include "uci/netFile.h"
+#include "uci/positionCommand.h"
 
 namespace tarvonel
 {
 namespace
 {
 
-/// Replaces the workers by `count` new ones. What counts on threads counts on those granted.
+/// Replaces the workers by `count` new ones, or as many as there are threads for.
 void rebuildThreads(int count)
 {
     engineOptions.threadCount = rebuildWorkerPool(count);
@@ -44,7 +44,7 @@ void setHash(int megabytes)
     engineOptions.hashMegabytes = megabytes;
     ttResize(megabytes);
     printInfo("Size of Hashtable set to : " + std::to_string(megabytes));
-    tellSmallerTable(megabytes);
+    printSmallerTable(megabytes);
 }
 
 void setPonder(bool isOn)
@@ -64,9 +64,10 @@ void setSyzygyPath(const std::string &path)
     if (!awaitSearchEnd("setoption name SyzygyPath"))
         return;
     engineOptions.syzygyPath = path;
-    const bool isFound = initTablebases(path) && tableCardinality > 0;
-    printInfo((isFound ? "Syzygy tablebases used from directory : " : "No Syzygy tablebases found in directory :") +
-              path);
+    if (initTablebases(path) && tableCardinality > 0)
+        printInfo("Syzygy tablebases used from directory : " + path);
+    else
+        refuse("No Syzygy tablebases found in directory :" + path);
 }
 
 void setSyzygyProbeDepth(int depth)
@@ -86,7 +87,7 @@ void setNumaNode(int node)
     printInfo("WindowsNumaNode set to: " + std::to_string(node));
 }
 
-// Without a file only the name changes; the network stays in use.
+// Without a file only the name changes; the network in use stays.
 void setNetFile(const std::string &name)
 {
     const bool isFile = !name.empty() && name != emptyOptionText;
@@ -100,7 +101,7 @@ void setNetFile(const std::string &name)
         printInfo("NetFile used : " + name);
 }
 
-// The position stays, but not with castling rights that the other rules do not know.
+// The position stays, but loses castling rights that do not exist under the other rules.
 void setChess960(bool isOn)
 {
     if (!awaitSearchEnd("setoption name UCI_Chess960"))
@@ -130,7 +131,7 @@ struct optionRow
     std::variant<spinOption, checkOption, textOption> kind;
 };
 
-/// In the order in which `uci` announces them. Switches are off, texts are announced as empty.
+/// In the order in which `uci` announces them. Check options default to false, string options to empty.
 constexpr optionRow optionTable[] = {
     {"Threads", spinOption{defaultThreads, minThreads, maxThreads, setThreads}},
     {"Hash", spinOption{defaultHashMegabytes, minHashMegabytes, maxHashMegabytes, setHash}},
@@ -151,7 +152,7 @@ void setValue(const optionRow &row, const std::string &value)
         if (const std::optional<int> number = leadingNumber<int>(value))
             spin->set(std::clamp(*number, spin->minimum, spin->maximum));
         else
-            printInfo(std::string(row.name) + " needs a number, got: " + value);
+            refuse(std::string(row.name) + " needs a number, got: " + value);
     }
     else if (const auto *check = std::get_if<checkOption>(&row.kind))
         check->set(value == "true");
@@ -191,10 +192,10 @@ std::string optionAnnouncements()
 void resizeHashTable(int megabytes)
 {
     ttResize(megabytes);
-    tellSmallerTable(megabytes);
+    printSmallerTable(megabytes);
 }
 
-void tellSmallerTable(int megabytes)
+void printSmallerTable(int megabytes)
 {
     const std::uint64_t taken = (ttMask + 1) / ttClustersPerMegabyte;
     if (taken < static_cast<std::uint64_t>(megabytes))
@@ -210,6 +211,20 @@ void setOptionCommand(std::istream &words)
     const auto *row = std::ranges::find(optionTable, name, &optionRow::name);
     if (row != std::end(optionTable))
         setValue(*row, value);
+}
+
+void useNetFile()
+{
+    loadNetFile(engineOptions.netFileName);
+    clearEvaluationCaches();
+    if (!netLoaded)
+        refuseWithoutNetwork("a position");
+}
+
+void refuseWithoutNetwork(const char *what)
+{
+    refuse("NetFile not found/correct: " + engineOptions.netFileName + ". Unable to calculate the best move for " +
+           what + ".");
 }
 
 } // namespace tarvonel

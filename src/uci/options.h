@@ -10,14 +10,21 @@ namespace tarvonel
 /// The lines that announce all options, each ending in a newline.
 std::string optionAnnouncements();
 
-/// Gives the transposition table that size; a message says so if the memory holds only a smaller
-/// one. No search may run.
+/// Sets the option named in the rest of the line in `words`. An unknown name is ignored.
+void setOptionCommand(std::istream &words);
+
+/// Resizes the transposition table; prints a message if only a smaller one fits in memory. No search
+/// may run.
 void resizeHashTable(int megabytes);
 
-/// The message that the table could only be made smaller than `megabytes`, if so.
-void tellSmallerTable(int megabytes);
+/// Prints that the table is smaller than `megabytes`, if it is.
+void printSmallerTable(int megabytes);
 
-/// Sets the option that the rest of the line in `words` names. An unknown name is ignored.
-void setOptionCommand(std::istream &words);
+/// Loads the file of the option `NetFile` and empties the evaluation caches; `netLoaded` is the
+/// outcome, and a message says so if there is no network now. No search may run.
+void useNetFile();
+
+/// Refuses a command for lack of a network; `what` cannot be searched, "a position" or "the position".
+void refuseWithoutNetwork(const char *what);
 
 } // namespace tarvonel

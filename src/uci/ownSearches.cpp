@@ -4,13 +4,14 @@
 
 #include "search/transpositionTable.h"
 #include "uci/options.h"
+#include "uci/positionCommand.h"
 
 namespace tarvonel
 {
 namespace
 {
 
-/// Puts threads and table to the sizes that the options tell.
+/// Gives threads and table the sizes of the options.
 void takeThreadsAndTable()
 {
     engineOptions.threadCount = rebuildWorkerPool(engineOptions.threadCount);

@@ -1,5 +1,5 @@
 // Searches that the engine makes for its own commands: with threads and a table of their own, and
-// told to nobody.
+// without reports.
 #pragma once
 
 #include <memory>
@@ -12,7 +12,7 @@
 namespace tarvonel
 {
 
-/// What such searches overwrite.
+/// What such searches overwrite, to restore it afterwards.
 struct setAsideState
 {
     std::unique_ptr<pos> position; ///< `mainPos`
@@ -21,13 +21,13 @@ struct setAsideState
     searchReporter installed;
 };
 
-/// Puts threads and table to these sizes and takes the reporter away. No search may run.
+/// Resizes thread pool and table and silences the reporter. No search may run.
 setAsideState beginOwnSearches(int threads, int hashMegabytes);
 
-/// Makes all as it was before, but for the table, which is empty then.
+/// Restores everything but the contents of the table, which is empty then.
 void endOwnSearches(const setAsideState &before);
 
-/// Searches `mainPos` to `depth` as if there had been no search before. Overwrites the limits. No
+/// Searches `mainPos` to `depth` with empty table, histories and caches. Overwrites the limits. No
 /// search may run.
 searchResult searchAfresh(int depth);
 

@@ -16,6 +16,7 @@
 #include "platform/parseNumber.h"
 #include "uci/commandGuards.h"
 #include "uci/options.h"
+#include "uci/positionCommand.h"
 
 namespace tarvonel
 {
@@ -25,7 +26,7 @@ namespace
 constexpr int rtestHashMegabytes = 128;
 constexpr std::size_t rtestFields = 3;
 constexpr int qtvDepths = 6;
-constexpr std::size_t qtvLabelLength = 3; ///< "D1 " in front of a count
+constexpr std::size_t qtvLabelLength = 3; ///< "D1 " before a count
 
 struct timedCount
 {
@@ -40,7 +41,7 @@ timedCount timedPerft(int depth, pos &position)
     return {nodes, nanosecondsNow() - start};
 }
 
-/// The lines of the file without their ends; nothing if it cannot be opened.
+/// The lines of the file; nothing if it cannot be opened.
 std::optional<std::vector<std::string>> readLines(const std::string &path)
 {
     if (readableFileSize(path) < 0)
@@ -117,7 +118,7 @@ std::optional<qtvLine> readQtvLine(const std::string &line)
 
 bool isMarker(const std::string &line) { return line == "extended" || line == "full"; }
 
-// Whether the counts of a line are right; nothing if it cannot be read.
+// Both check a line: whether its counts are right; nothing if it cannot be read.
 
 std::optional<bool> checkRtestLine(const std::string &line, pos &position)
 {
@@ -155,8 +156,8 @@ std::optional<bool> checkQtvLine(const std::string &line, pos &position)
     return true;
 }
 
-/// Checks the file line by line, up to one that cannot be read. Prints the verdict behind `head` and
-/// returns it; without a file it is 0.
+/// Checks the file line by line, up to one that cannot be read. Prints `head` with the result and
+/// returns the result; without a file it is 0.
 int checkFile(const std::string &path, bool hasMarkers, const char *head,
               std::optional<bool> (*checkLine)(const std::string &line, pos &position))
 {
@@ -164,6 +165,7 @@ int checkFile(const std::string &path, bool hasMarkers, const char *head,
     if (!lines)
     {
         printText("There seems to be a problem with the perftFile. check of the move generator not executed\n");
+        noteRefusal();
         return 0;
     }
     const auto position = std::make_unique<pos>(mainPos);
@@ -183,6 +185,8 @@ int checkFile(const std::string &path, bool hasMarkers, const char *head,
         }
     }
     printLine(head + std::to_string(isAllGood));
+    if (!isAllGood)
+        noteRefusal();
     return isAllGood;
 }
 

@@ -1,9 +1,9 @@
-// The move generator's own checks as console commands: `perft` on the current position, and two
-// runs over a file of positions with known counts.
+// Checks of the move generator as console commands: `perft` on the current position, and two
+// regression runs over a file of positions with known counts.
 //
 // `rtest` reads lines of "FEN;depth;count", up to a line that is "extended" or "full".
 // `rtestQTV` reads lines of "FEN;D1 count;D2 count; ... ;D6 count".
-// Empty lines are skipped. A line that cannot be read is named and ends the run as a failure.
+// Empty lines are skipped. A line that cannot be read is printed and fails the run there.
 #pragma once
 
 #include <string>
@@ -17,8 +17,8 @@ inline constexpr int minPerftDepth = 1, maxPerftDepth = 127;
 /// Counts the leaves of the move tree below `mainPos` and prints board, time and count.
 void perftCommand(int depth);
 
-/// Both return 1 if all counts were right, else 0. `rtest` leaves the transposition table at a
-/// size of its own, so no search may run.
+/// Both return 1 if all counts were right, else 0. `rtest` resizes the transposition table, so no
+/// search may run.
 int rtest(const std::string &path = regressionFilePath);
 int rtestQTV(const std::string &path = regressionFilePath);
 

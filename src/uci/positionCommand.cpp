@@ -8,13 +8,16 @@
 #include "board/makeMove.h"
 #include "board/moveCode.h"
 #include "board/setup.h"
-#include "platform/output.h"
 #include "search/searchLimits.h"
+#include "uci/commandGuards.h"
 
 namespace tarvonel
 {
 namespace
 {
+
+posWithMoves mainBoard;
+bool isPositionRefused = false;
 
 /// The words up to "moves" or the end of the line.
 std::string readFenWords(std::istream &words)
@@ -25,7 +28,7 @@ std::string readFenWords(std::istream &words)
     return fen;
 }
 
-/// Plays the moves that the rest of the line tells and returns their number.
+/// Plays the moves in the rest of the line and returns their number.
 int playMoves(std::istream &words, pos &position)
 {
     int played = 0;
@@ -34,7 +37,7 @@ int playMoves(std::istream &words, pos &position)
         const moveCode move = parseMoveText(word, position);
         if (move == noMove)
         {
-            printInfo("Illegal move text: " + word);
+            refuse("Illegal move text: " + word);
             break;
         }
         playGameMove(position, move);
@@ -42,14 +45,14 @@ int playMoves(std::istream &words, pos &position)
     return played;
 }
 
-// A move taken on trust can have captured the king.
+// An unchecked move can have captured the king.
 bool isSideToMoveInCheck(const pos &position)
 {
     const colour side = position.sideToMove;
     return position.bitboards[whiteKing + side] != 0 && isKingAttacked(position, side);
 }
 
-// The moves count a second time behind a FEN text: the rows of the time allotment were chosen so.
+// Moves after a FEN text count twice: the rows of the time allotment were tuned that way.
 int gamePlyAfter(bool isFromStart, int keyCount, int played)
 {
     if (isFromStart)
@@ -58,6 +61,8 @@ int gamePlyAfter(bool isFromStart, int keyCount, int played)
 }
 
 } // namespace
+
+pos &mainPos = mainBoard.position;
 
 void positionCommand(std::istream &words)
 {
@@ -77,16 +82,31 @@ void positionCommand(std::istream &words)
     const auto candidate = std::make_unique<pos>(mainPos);
     const std::string fault = setupPlayablePosition(fen, *candidate);
     if (!fault.empty())
-    {
-        printInfo("Invalid position: " + fault);
-        return;
-    }
+        return refusePosition("Invalid position: " + fault);
     const int played = playMoves(words, *candidate);
-    dropInvalidRights(*candidate); // of moves taken on trust; computes the key anew
+    dropInvalidRights(*candidate); // after unchecked moves; recomputes the key
     candidate->pawnKey = computePawnKey(*candidate);
     candidate->info[0].inCheck = isSideToMoveInCheck(*candidate) ? 1 : 0;
     searchLimits.gamePlyHint = gamePlyAfter(isFromStart, candidate->keyCount, played);
     mainPos = *candidate;
+    isPositionRefused = false;
+}
+
+void refusePosition(const std::string &reason)
+{
+    isPositionRefused = true;
+    refuse(reason);
+}
+
+bool isMainPositionPlayable()
+{
+    if (isPositionRefused)
+        refuse("There is no position: the last one was refused");
+    else if (!isPlayable(mainPos))
+        refuse("The position cannot be played on: a king is missing or could be taken");
+    else
+        return true;
+    return false;
 }
 
 } // namespace tarvonel

@@ -6,6 +6,7 @@
 
 #include "board/makeMove.h"
 #include "board/setup.h"
+#include "platform/fileMapping.h"
 #include "platform/parseNumber.h"
 
 namespace tarvonel
@@ -31,7 +32,9 @@ std::string positionOf(const std::string &line)
 openingBook readOpeningBook(const std::string &path)
 {
     openingBook book;
-    std::ifstream file(path);
+    std::ifstream file;
+    if (readableFileSize(path) >= 0) // anything but a regular file could block or never end
+        file.open(path);
     const auto board = std::make_unique<posWithMoves>();
     for (std::string line; std::getline(file, line);)
     {

@@ -1,6 +1,6 @@
-// The remaining time is spread over the moves to the next control, as given or as guessed from how
-// far the game has come. `incrementFactor` stretches a guessed number of moves, the more the
-// smaller the increment is beside the clock.
+// Spreads the remaining time over the moves to the next time control: the number given, or one
+// estimated from the game ply. `incrementFactor` stretches an estimated number of moves, more for a
+// small increment relative to the clock.
 #include "uci/timeAllotment.h"
 
 #include <algorithm>
@@ -10,13 +10,14 @@
 #include "board/engineOptions.h"
 #include "board/pos.h"
 #include "search/searchLimits.h"
+#include "uci/positionCommand.h"
 
 namespace tarvonel
 {
 namespace
 {
 
-/// A row holds up to and including its bound.
+/// A row applies up to and including its bound.
 struct fractionRow
 {
     int maxThreads;
@@ -60,7 +61,7 @@ template <typename T> int toInt(T value)
         return value >= -static_cast<T>(low) ? std::numeric_limits<int>::max() : static_cast<int>(std::max(value, low));
 }
 
-/// The share of a move's equal part of the time, and the number of moves.
+/// The fraction of its equal part of the time that a move gets, and the number of moves.
 struct moveShare
 {
     double fraction;
@@ -77,7 +78,7 @@ moveShare shareForGivenMoves(int moves, int ply)
     return {fraction, moves};
 }
 
-moveShare shareForGuessedMoves(int ply)
+moveShare shareForEstimatedMoves(int ply)
 {
     const double fraction = std::ranges::find_if(fractionByThreads, [](const fractionRow &row)
                                                  { return engineOptions.threadCount <= row.maxThreads; })
@@ -88,7 +89,7 @@ moveShare shareForGuessedMoves(int ply)
             std::ranges::find_if(movesByPly, [ply](const movesRow &row) { return ply <= row.maxPly; })->moves};
 }
 
-// Product in single, sum in double precision.
+// The product is in single, the sum in double precision.
 float incrementFactorFor(int time, int increment)
 {
     const int clockInIncrements = std::clamp(time / std::max(increment, 1), minClockInIncrements, maxClockInIncrements);
@@ -96,7 +97,7 @@ float incrementFactorFor(int time, int increment)
     return static_cast<float>(minIncrementFactor + product);
 }
 
-/// All the time there is until the control: the clock and the increments of all moves but one.
+/// All the time until the control: the clock and the increments of all moves but one.
 int timeToSpread(int time, int increment, int moves, bool isGiven)
 {
     float stretched = static_cast<float>(moves);
@@ -114,7 +115,7 @@ void allotTime()
     const bool isGiven = searchLimits.movesToGoGiven && searchLimits.movesToGo > 0;
 
     moveShare share = isGiven ? shareForGivenMoves(searchLimits.movesToGo, searchLimits.gamePlyHint)
-                              : shareForGuessedMoves(searchLimits.gamePlyHint);
+                              : shareForEstimatedMoves(searchLimits.gamePlyHint);
     searchLimits.movesToGo = share.moves;
     if (searchLimits.newGame)
     {
@@ -149,7 +150,7 @@ void allotTime()
         searchLimits.optimalTime = toInt(std::int64_t{moveTime} * moveTimeToOptimal);
         return;
     }
-    const int ceiling = std::max(available, 1); // an increment comes after the move: too late for this one
+    const int ceiling = std::max(available, 1); // the increment is added only after the move
     optimal = std::min(optimal, ceiling);
     searchLimits.optimalTime = optimal;
     searchLimits.maximumTime = std::min(std::max(maximum, optimal + 1), ceiling);

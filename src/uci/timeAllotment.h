@@ -1,12 +1,12 @@
-// How long a move may take.
+// Time management: how long a move may take.
 #pragma once
 
 namespace tarvonel
 {
 
-/// Works out `optimalTime`, `maximumTime` and `timeScale` of `searchLimits` from the clocks there,
-/// the options and the side to move in `mainPos`; at the first move of a game `incrementFactor`
-/// too. Figures that would leave 32 bits stop at their bounds.
+/// Computes `optimalTime`, `maximumTime` and `timeScale` of `searchLimits` from its clocks, the options
+/// and the side to move in `mainPos`; at the first move of a game `incrementFactor` too. Saturates at
+/// the bounds of 32 bits.
 void allotTime();
 
 } // namespace tarvonel

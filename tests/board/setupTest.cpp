@@ -92,7 +92,7 @@ const refusedText refusedTexts[] = {
     {"4k3/8/8/8/8/8/8/4K3 w - e 0 1", "en passant"},
     {"4k3/8/8/8/8/8/8/4K3 w - e1 0 1", "en passant"},
     {"4k3/8/8/8/8/8/8/4K3 w - - x 1", "number"},
-    {"4k3/8/8/8/8/8/8/4K3 w - - -5 1", "number"},
+    {"4k3/8/8/8/8/8/8/4K3 w - - 5 -", "number"},
 };
 
 TEST(setupPosition, refusesBeforeItTouchesThePosition)

@@ -9,7 +9,6 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/placementPlan.h"
 #include "support/temporaryDirectory.h"
 
 #ifdef __linux__
@@ -93,6 +92,23 @@ TEST(threadPlacement, machineIsReadWithinTheAllowedProcessors)
     }
 }
 
+TEST(threadPlacement, theOptionNamesOneNodeForAllThreads)
+{
+    const std::vector<int> first = {0, 1, 4, 5}, second = {2, 3, 6, 7}, none;
+    const machineShape machine{{{0, first}, {2, second}}, 4, 8};
+    const struct
+    {
+        int threadIndex, numaNode;
+        const std::vector<int> &processors;
+    } cases[] = {
+        {0, 0, first}, {2, 0, second}, {8, 0, none},   {2, 1, first},
+        {0, 2, none},  {0, 3, second}, {9, 3, second}, {0, 4, none},
+    };
+    for (const auto &c : cases)
+        EXPECT_EQ(processorsForThread(machine, c.threadIndex, c.numaNode), c.processors)
+            << "thread " << c.threadIndex << ", node option " << c.numaNode;
+}
+
 #ifdef __linux__
 
 namespace
@@ -106,32 +122,44 @@ cpu_set_t affinityOfThisThread()
     return set;
 }
 
-/// What a fresh thread may run on after it was bound.
-cpu_set_t affinityAfterBinding(int threadIndex, int numaNode)
+/// The processors that a fresh thread, narrowed to one, may run on after it was bound.
+std::vector<int> processorsAfterBinding(int threadIndex, int numaNode, int narrowedTo)
 {
-    cpu_set_t set;
+    std::vector<int> processors;
     std::thread(
         [&]
         {
+            cpu_set_t narrow;
+            CPU_ZERO(&narrow);
+            CPU_SET(narrowedTo, &narrow);
+            sched_setaffinity(0, sizeof narrow, &narrow);
             bindThreadToNode(threadIndex, numaNode);
-            set = affinityOfThisThread();
+            const cpu_set_t set = affinityOfThisThread();
+            for (int processor = 0; processor < CPU_SETSIZE; ++processor)
+                if (CPU_ISSET(processor, &set))
+                    processors.push_back(processor);
         })
         .join();
-    return set;
+    return processors;
 }
 
 } // namespace
 
-TEST(threadPlacement, bindingNeverWidensTheProcessorsOfTheStart)
+TEST(threadPlacement, bindingTakesTheNodesProcessorsOfTheStart)
 {
     const cpu_set_t atStart = affinityOfThisThread();
+    std::vector<int> allowed;
+    for (int processor = 0; processor < CPU_SETSIZE; ++processor)
+        if (CPU_ISSET(processor, &atStart))
+            allowed.push_back(processor);
+    const machineShape machine = readMachineShape("/sys/devices/system", allowed);
     for (const int numaNode : {0, 1, 2, 1 << 20})
         for (const int threadIndex : {0, 1, 7, 1 << 20})
         {
-            const cpu_set_t bound = affinityAfterBinding(threadIndex, numaNode);
-            cpu_set_t common;
-            CPU_AND(&common, &atStart, &bound);
-            EXPECT_TRUE(CPU_COUNT(&bound) > 0 && CPU_EQUAL(&common, &bound))
+            std::vector<int> expected = processorsForThread(machine, threadIndex, numaNode);
+            if (expected.empty())
+                expected = {allowed.front()};
+            EXPECT_EQ(processorsAfterBinding(threadIndex, numaNode, allowed.front()), expected)
                 << "thread " << threadIndex << ", node option " << numaNode;
         }
 }
@@ -145,7 +173,7 @@ TEST(threadPlacement, narrowStartStaysNarrow)
         ++first;
     const std::string command = "taskset -c " + std::to_string(first) + " " +
                                 std::filesystem::read_symlink("/proc/self/exe").string() +
-                                " --gtest_filter=threadPlacement.bindingNeverWidens*";
+                                " --gtest_filter=threadPlacement.bindingTakes*";
     EXPECT_EQ(std::system(command.c_str()), 0);
 }
 

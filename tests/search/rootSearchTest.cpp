@@ -174,6 +174,25 @@ TEST_F(rootSearch, nodeLimitsEndASearch)
     EXPECT_TRUE(isLegalIn(middleGame, hard.best));
 }
 
+// Also of a search that is cut when another move has just become the best.
+TEST_F(rootSearch, thePonderMoveAnswersTheBestMove)
+{
+    int answers = 0;
+    for (const char *fen : {"8/5pk1/6p1/R6p/7P/5PP1/r5K1/8 w - - 0 1", "8/8/1p1k4/p1p2p2/P1P2P2/1P1K4/8/8 w - - 0 1"})
+        for (std::uint64_t nodes = 2000; nodes < 40000; nodes += 500)
+        {
+            newGame();
+            ownedPosition root(fen);
+            const searchResult found = runSearch(*root, {.hardNodes = nodes});
+            if (found.ponder == noMove)
+                continue;
+            ++answers;
+            playGameMove(*root, found.best);
+            EXPECT_TRUE(isLegalIn(fenOf(*root, false, 1), found.ponder)) << fen << ", " << nodes << " nodes";
+        }
+    EXPECT_GT(answers, 100);
+}
+
 // Generous bounds: the machine may be busy with other things.
 TEST_F(rootSearch, timeLimitsAreKept)
 {

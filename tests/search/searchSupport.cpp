@@ -15,7 +15,7 @@
 #include "search/transpositionTable.h"
 #include "support/randomGames.h"
 #include "support/syntheticNetwork.h"
-#include "uci/searchReports.h"
+#include "uci/infoLines.h"
 
 namespace tarvonel
 {
@@ -46,7 +46,6 @@ const searchReporter recorder{.iterationDone =
                                   record.score = score;
                                   ++record.mates;
                               },
-                              .matedAtRoot = nullptr,
                               .tableMove =
                                   [](const pos &, int score, moveCode)
                               {

@@ -17,6 +17,8 @@ const char *foreignEngine() { return std::getenv("TARVONEL_ENGINE"); }
 
 } // namespace
 
+const char *engineProgram() { return TARVONEL_ENGINE_PATH; }
+
 bool isForeignEngine() { return foreignEngine() != nullptr; }
 
 std::string pathForEngine(std::string path)

@@ -51,6 +51,9 @@ class engineProcess
 /// to run under wine.
 bool isForeignEngine();
 
+/// The path of the engine built here.
+const char *engineProgram();
+
 /// The path as the engine's system writes it.
 std::string pathForEngine(std::string path);
 

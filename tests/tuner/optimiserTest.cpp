@@ -2,12 +2,16 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <sstream>
 #include <utility>
 #include <vector>
 
 #include "eval/evaluate.h"
 #include "eval/evaluationSupport.h"
+#include "support/temporaryDirectory.h"
 #include "tuner/texelWorker.h"
 #include "tuner/tunerFixture.h"
 
@@ -73,6 +77,24 @@ TEST_F(optimiserTest, aWrongStartingValueRecovers)
                                "\n Improving: 2\n"
                                "TCONST combEval tempo = X(  25,  17);\n"
                                "Ending error 0 Minimum error 0\n");
+}
+
+std::int32_t untunedRow[8] = {1, 2, 3, 4, 0, 0, 0, 0};
+
+TEST_F(optimiserTest, aRunBeginsWithTheMirrorImages)
+{
+    const temporaryDirectory directory;
+    const std::filesystem::path before = std::filesystem::current_path();
+    std::filesystem::current_path(directory.path);
+    std::ofstream(tuningFileName) << randomFileText(5);
+    const auto enter = [](parameterList &parameters)
+    {
+        addTable(parameters,
+                 {.name = "row[8]", .first = untunedRow, .size = 4, .halves = tunedHalves::integer, .mirrored = true});
+    };
+    EXPECT_TRUE(texel(1, *position, print, enter));
+    std::filesystem::current_path(before);
+    EXPECT_EQ(std::vector(std::begin(untunedRow), std::end(untunedRow)), (std::vector{1, 2, 3, 4, 4, 3, 2, 1}));
 }
 
 TEST_F(optimiserTest, severalTermsOfAllKindsRecover)

@@ -1,5 +1,6 @@
 // The engine as a process, told and asked over its pipes as a controller does.
 #include <algorithm>
+#include <cstdlib>
 #include <regex>
 
 #include <gtest/gtest.h>
@@ -7,6 +8,7 @@
 #include "platform/clock.h"
 #include "search/searchSupport.h"
 #include "support/engineProcess.h"
+#include "support/syntheticNetwork.h"
 #include "support/tableFiles.h"
 
 namespace tarvonel
@@ -16,6 +18,8 @@ namespace
 
 constexpr const char *refusal = " refused: an infinite or ponder search is running, stop it first";
 constexpr const char *unplayable = "info string The position cannot be played on: a king is missing or could be taken";
+constexpr const char *refused = "info string There is no position: the last one was refused";
+constexpr const char *invalid = "info string Invalid position: the ranks do not add up to eight squares";
 constexpr const char *mateInOne = "position fen 7k/8/6K1/8/8/8/8/5Q2 w - - 0 1\n";
 constexpr const char *mated = "position fen 7k/6Q1/6K1/8/8/8/8/8 b - - 0 1\n";
 constexpr const char *pawnEnding = "position fen 8/8/4k3/8/8/3K4/3P4/8 w - - 0 1\n";
@@ -42,6 +46,22 @@ class dialogue : public testing::Test
     {
         engine.send("quit");
         EXPECT_EQ(answersIn(engine.readToExit()), 0);
+    }
+
+    /// Reads until the search has passed depth 10, which is far beyond any clock poll, and half a
+    /// second more: there must be no answer.
+    void expectSearching()
+    {
+        const auto next = [this](int timeoutMs)
+        {
+            const std::string text = engine.readLine(timeoutMs).value_or("");
+            EXPECT_FALSE(text.starts_with("bestmove")) << text;
+            return text;
+        };
+        for (std::string text; text.find(" depth 11 ") == std::string::npos && !HasFailure();)
+            text = next(60000);
+        for (const std::int64_t start = millisecondsNow(); millisecondsNow() < start + 500 && !HasFailure();)
+            next(100);
     }
 
     /// Reads until nothing comes for a while, and there must be no answer of a search in it.
@@ -155,6 +175,14 @@ TEST_F(dialogue, littleMemory)
     EXPECT_EQ(*(answer.end() - 2), "info string Only" + granted + " threads could be started");
     EXPECT_EQ(engineProcess(networkDirectory().path, {"quit"}, 36'000).readToExit("exit code 1").back(),
               "info string Not enough memory to go on");
+    for (int scarceKib = 74'000; scarceKib <= 90'000; scarceKib += 2000)
+    {
+        engineProcess scarce(networkDirectory().path, {}, scarceKib);
+        EXPECT_TRUE(scarce.ask("setoption name Threads value 3").back().starts_with("info string Number of threads"))
+            << scarceKib;
+        scarce.send("go depth 2\nquit");
+        EXPECT_EQ(answersIn(scarce.readToExit()), 1) << scarceKib;
+    }
 }
 
 TEST_F(dialogue, searchesReportFromDepthTenOn)
@@ -185,14 +213,21 @@ TEST_F(dialogue, endsOfTheGame)
         {stalemate + "go depth 3", {"bestmove a1a1"}},
         {"position startpos moves e2e8\ngo infinite", {unplayable, "bestmove a1a1"}},
         {"position fen 4k3/8/8/8/8/8/8/4KR2 b - - 0 1 moves e8f8\ngo", {unplayable, "bestmove a1a1"}},
+        {"position startpos\nposition fen 8/8 w\ngo depth 3", {invalid, refused, "bestmove a1a1"}},
+        {"go infinite\nposition nowhere\nucinewgame", {refused, "bestmove a1a1"}},
     };
     for (const auto &c : cases)
     {
         engine.send(c.commands);
         EXPECT_EQ(engine.readUntil("bestmove"), c.answer) << c.commands;
     }
+    EXPECT_EQ(engine.ask(""), (lines{"readyok", "Unknown command"}));
     for (const char *command : {"perft 2", "evil"})
-        EXPECT_EQ(engine.ask(command), lines{unplayable}) << command;
+    {
+        EXPECT_EQ(engine.ask(command), lines{refused}) << command;
+        EXPECT_EQ(engine.ask(std::string("position startpos moves e2e8\n") + command + "\nposition fen w").front(),
+                  unplayable);
+    }
 
     engine.send(mateInOne + std::string("go depth 4"));
     const lines mate = engine.readUntil("bestmove f1f8");
@@ -213,7 +248,7 @@ TEST_F(dialogue, endlessSearchesAnswerOnlyWhenTold)
         {"go infinite depth 2 movetime 1", "stop"},
         {mateInOne + std::string("go infinite depth 2 movetime 1"), "stop"},
         {"go ponder movetime 1", "ponderhit"},
-        {"go ponder movetime 300", "ponderhit"},
+        {"go ponder movetime 100", "ponderhit"},
         {"go ponder wtime 1000 btime 1000", "stop"},
         {"go movetime 100\ngo infinite", "stop"},
         {"go movetime 100\ngo ponder", "stop"},
@@ -225,6 +260,8 @@ TEST_F(dialogue, endlessSearchesAnswerOnlyWhenTold)
         engine.send("position startpos moves e2e4 e7e5\n" + c.commands);
         if (c.commands.starts_with("go movetime"))
             engine.readUntil("bestmove");
+        else if (c.commands.starts_with("go ponder"))
+            expectSearching();
         expectSilence();
         engine.send(c.end);
         EXPECT_TRUE(std::regex_match(engine.readUntil("bestmove").back(), answerForm));
@@ -297,23 +334,130 @@ TEST_F(dialogue, quitAndEndOfInputInEveryState)
         }
 }
 
-TEST_F(dialogue, wordsBehindTheProgramName)
+TEST_F(dialogue, wordsAfterTheProgramName)
 {
     struct
     {
         lines words;
+        int status;
         const char *lastLine;
     } const cases[] = {
-        {{"go", "depth", "3"}, "bestmove "},
-        {{"perft", "3"}, "Perft results for depth: 3  8902  "},
-        {{"quit"}, "Net read"},
-        {{""}, "Unknown command"},
-        {{"setoption", "name", "Hash", "value", "2"}, "info string Size of Hashtable set to : 2"},
-        {{"rtest"}, "There seems to be a problem with the perftFile. check of the move generator not executed"},
+        {{"go", "depth", "3"}, 0, "bestmove "},
+        {{"perft", "3"}, 0, "Perft results for depth: 3  8902  "},
+        {{"quit"}, 0, "Net read"},
+        {{"setoption", "name", "Hash", "value", "2"}, 0, "info string Size of Hashtable set to : 2"},
+        {{""}, 1, "Unknown command"},
+        {{"Quit"}, 1, "Unknown command"},
+        {{"perft", "0"}, 1, "info string perft needs a depth from 1 to 127"},
+        {{"setoption name Hash value x"}, 1, "info string Hash needs a number, got: x"},
+        {{"setoption name NetFile value none"}, 1, "info string NetFile not found/correct: none."},
+        {{"position fen 8/8 w"}, 1, invalid},
+        {{"genfens", "0"}, 1, "info string genfens needs a count from 1 to 1000000 and a whole seed"},
+        {{"rtest"}, 1, "There seems to be a problem with the perftFile. check of the move generator not executed"},
+        {{"texel"}, 1, "There seems to be a problem with the tuning file. tuning not executed"},
     };
     for (const auto &c : cases) // the input is left open
-        EXPECT_TRUE(engineProcess(networkDirectory().path, c.words).readToExit().back().starts_with(c.lastLine))
+        EXPECT_TRUE(engineProcess(networkDirectory().path, c.words)
+                        .readToExit("exit code " + std::to_string(c.status))
+                        .back()
+                        .starts_with(c.lastLine))
             << c.lastLine;
+    if (!isForeignEngine())
+        EXPECT_NE(std::system((std::string(engineProgram()) + " perft 1 >/dev/full").c_str()), 0)
+            << "output that is lost";
+}
+
+// The controller has given the game up: nobody waits for its search.
+TEST_F(dialogue, newGameEndsATimedSearch)
+{
+    const std::int64_t start = millisecondsNow();
+    engine.send("go movetime 60000\nucinewgame");
+    const lines both = engine.readUntil("readyok");
+    EXPECT_LT(millisecondsNow() - start, 30000);
+    EXPECT_EQ(answersIn(both), 1);
+}
+
+TEST_F(dialogue, waitingForASearchLeavesStopAndQuitInForce)
+{
+    struct
+    {
+        const char *waiting, *end;
+    } const cases[] = {
+        {"setoption name Hash value 4", "stop"},
+        {"go movetime 60000", "stop"},
+        {"evil", "quit"},
+        {"evil", nullptr},
+    };
+    for (const auto &c : cases)
+        for (const bool isSentAhead : {false, true})
+        {
+            SCOPED_TRACE(std::string(c.waiting) + ", " + (c.end == nullptr ? "end of input" : c.end));
+            engineProcess fresh(networkDirectory().path);
+            const std::int64_t start = millisecondsNow();
+            fresh.send("setoption name Hash value 1\ngo movetime 60000");
+            fresh.readUntil("info string Size");
+            fresh.send(c.waiting);
+            if (!isSentAhead)
+                fresh.readLine(100);
+            if (c.end != nullptr)
+                fresh.send(c.end);
+            fresh.endInput();
+            EXPECT_EQ(answersIn(fresh.readToExit()), *c.waiting == 'g' ? 2 : 1);
+            EXPECT_LT(millisecondsNow() - start, 30000);
+        }
+}
+
+TEST_F(dialogue, longLines)
+{
+    std::string game = "position startpos moves";
+    for (int i = 0; i < 5000; ++i)
+        game += " g1f3 g8f6 f3g1 f6g8";
+    EXPECT_EQ(engine.ask(game + " e2e4"), lines{});
+    EXPECT_EQ(engine.ask("showboard").at(9), "|   |   |   |   | P |   |   |   |");
+    const lines dropped = {"info string Line of more than 4194304 bytes dropped"};
+    EXPECT_EQ(engine.ask(std::string(5'000'000, 'x')), dropped);
+    engine.send("go depth 1");
+    EXPECT_TRUE(std::regex_match(engine.readUntil("bestmove").back(), answerForm)) << "no position was lost";
+    for (int i = 0; i < 42; ++i)
+        game += game.substr(23, 100'000);
+    EXPECT_EQ(engine.ask(game), dropped);
+    engine.send("go infinite");
+    EXPECT_EQ(engine.readUntil("bestmove a1a1").at(0), refused);
+}
+
+/// What searches to depth 10 of these positions print, without what the clock says.
+lines searchesOf(engineProcess &engine, const lines &positions)
+{
+    static const std::regex ofTheClock(" nps [0-9]+ time [0-9]+");
+    lines all;
+    for (const std::string &position : positions)
+    {
+        engine.send("position startpos moves " + position + "\ngo depth 10");
+        for (const std::string &text : engine.readUntil("bestmove"))
+            if (text.starts_with("info score") || text.starts_with("bestmove"))
+                all.push_back(std::regex_replace(text, ofTheClock, ""));
+    }
+    return all;
+}
+
+// Nothing of the first game, nor of another network, shows in the second.
+TEST_F(dialogue, aNewGameIsSearchedAsByAFreshProcess)
+{
+    const std::string another = networkDirectory() / "another.nnue";
+    ASSERT_TRUE(writeSyntheticNetwork(another, {.seed = 7}));
+    const lines first = {"e2e4", "e2e4 c7c5 g1f3"}, second = {"d2d4 d7d5", "d2d4 d7d5 c2c4 e7e6"};
+    searchesOf(engine, second);
+    searchesOf(engine, first);
+    engine.send("ucinewgame\nsetoption name NetFile value another.nnue\nucinewgame");
+    const lines afterAnother = searchesOf(engine, second);
+    engine.send("setoption name NetFile value 220321-307.nnue\nucinewgame");
+    const lines afterGame = searchesOf(engine, second);
+
+    startedEngine fresh, freshAnother;
+    EXPECT_EQ(afterGame, searchesOf(fresh, second));
+    freshAnother.send("setoption name NetFile value another.nnue");
+    EXPECT_EQ(afterAnother, searchesOf(freshAnother, second));
+    EXPECT_NE(afterAnother, afterGame);
 }
 
 // What came before must not count, and nothing of the bench may stay.
@@ -353,6 +497,16 @@ TEST_F(dialogue, hashstatsCountsTheTable)
     EXPECT_GT(used, 100);
     EXPECT_EQ(byAge, used);
     EXPECT_EQ(byDepth, used);
+    const auto ofAge = [&](int age)
+    { return numberBehind(engine.ask("hashstats").at(8 + age), std::to_string(age) + "  "); };
+    EXPECT_EQ(ofAge(0), used);
+    engine.send("position startpos moves e2e4\ngo depth 8");
+    engine.readUntil("bestmove");
+    EXPECT_GT(ofAge(1), 100);
+    engine.send("ucinewgame\ngo depth 8");
+    engine.readUntil("bestmove");
+    EXPECT_GT(ofAge(0), 100);
+    EXPECT_EQ(ofAge(1), 0);
 }
 
 TEST_F(dialogue, linesOfConsoleAndSearchDoNotMix)

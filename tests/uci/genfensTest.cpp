@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
+
 #include "board/setup.h"
 #include "support/engineProcess.h"
 #include "support/randomGames.h"
@@ -15,11 +17,11 @@ namespace tarvonel
 namespace
 {
 
-lines openingsFor(const std::string &seed, const std::string &book)
+lines openingsFor(const std::string &seed, const std::string &book, int status = 0)
 {
     engineProcess engine(networkDirectory().path, {"genfens 12 seed " + seed, "book", book, "quit"});
     lines openings;
-    for (const std::string &line : engine.readToExit())
+    for (const std::string &line : engine.readToExit("exit code " + std::to_string(status)))
         if (line.starts_with("info string genfens "))
             openings.push_back(line.substr(20));
     return openings;
@@ -33,13 +35,15 @@ TEST(genfens, openingsDependOnTheSeedAlone)
         EXPECT_EQ(fenOf(*ownedPosition(fen), false, 5), fen);
     EXPECT_EQ(openingsFor("7", "None"), openings);
     EXPECT_NE(openingsFor("8", "NONE"), openings);
-    EXPECT_EQ(openingsFor("7", "/no/book"), lines{"finds no positions in /no/book"});
-
     const temporaryDirectory directory;
+    const std::string pipe = directory / "pipe";
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    for (const std::string &book : {std::string("/no/book"), pipe, std::string("/dev/zero")})
+        EXPECT_EQ(openingsFor("7", book, 1), lines{"finds no positions in " + book});
     std::ofstream(directory / "over") << "7k/5Q2/6K1/8/8/8/8/8 b - - 0 1\n7k/8/6K1/8/8/8/8/N7 b - -\n";
-    EXPECT_EQ(openingsFor("7", directory / "over"), lines{"finds no positions in " + directory / "over"});
+    EXPECT_EQ(openingsFor("7", directory / "over", 1), lines{"finds no positions in " + directory / "over"});
     std::ofstream(directory / "won") << "4k3/8/8/8/8/PPPPPPPP/8/QQ2K3 w - - 0 1\n";
-    EXPECT_EQ(openingsFor("7", directory / "won"), lines{"finds no balanced opening"});
+    EXPECT_EQ(openingsFor("7", directory / "won", 1), lines{"finds no balanced opening"});
 }
 
 } // namespace

@@ -71,11 +71,15 @@ TEST_F(positionText, refusalsLeaveThePosition)
         {"fen 8/8/8/8/8/8/8/4K3 w - - 0 1 moves e7e5", "info string Invalid position: no black king"},
         {"fen 4k3/8/8/8/8/8/8/4R1K1 w - - 0 1", "info string Invalid position: the side not to move is in check"},
     };
-    outputOf(positionCommand, "startpos moves e2e4");
-    const std::string board = boardNow();
     for (const auto &c : cases)
     {
+        outputOf(positionCommand, "startpos moves e2e4");
+        const std::string board = boardNow();
         EXPECT_TRUE(outputOf(positionCommand, c.text).starts_with(c.message)) << c.text;
+        const bool isRefused = *c.message != '\0';
+        EXPECT_EQ(outputOf([&] { EXPECT_NE(isMainPositionPlayable(), isRefused); }),
+                  isRefused ? "info string There is no position: the last one was refused\n" : "")
+            << c.text;
         EXPECT_EQ(boardNow(), board) << c.text;
         EXPECT_EQ(searchLimits.gamePlyHint, 1) << c.text;
     }

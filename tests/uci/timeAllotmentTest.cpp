@@ -4,14 +4,21 @@
 #include <fstream>
 #include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
 
 #include "board/engineOptions.h"
+#include "eval/networkFile.h"
+#include "platform/clock.h"
 #include "search/searchLimits.h"
+#include "search/transpositionTable.h"
 #include "search/worker.h"
+#include "support/engineProcess.h"
 #include "support/sharedData.h"
+#include "support/syntheticNetwork.h"
+#include "uci/console.h"
 #include "uci/consoleOutput.h"
 #include "uci/goCommand.h"
 
@@ -49,9 +56,9 @@ class timeAllotment : public testing::Test
   protected:
     void TearDown() override
     {
-        engineOptions.threadCount = defaultThreads;
-        engineOptions.ponderEnabled = false;
-        engineOptions.moveOverhead = defaultMoveOverhead;
+        engineOptions = {};
+        searchLimits = {};
+        netLoaded = false;
     }
 };
 
@@ -71,8 +78,6 @@ TEST_F(timeAllotment, sharesTheClockByThreadsPhaseAndControl)
         {"defaults", 1, false, "startpos", "", 14850, 74250, 1, 1.75F},
         {"ponder option", 1, true, "startpos", "wtime 300000 winc 2000", 7477, 37385, 1, 1.44308F},
         {"black's clock", 1, false, "startpos moves e2e4", "wtime 1 btime 60000", 990, 4950, 1, 1.75F},
-        {"32 threads", 32, false, "startpos", "wtime 60000", 1290, 6450, 1, 1.75F},
-        {"129 threads", 129, false, "startpos", "wtime 60000", 1380, 6900, 1, 1.75F},
         {"unknown ply", 1, false, endgame + std::string("1"), "wtime 60000", 1847, 9235, 1, 1.75F},
         {"ply 239", 1, false, endgame + std::string("120"), "wtime 60000", 2640, 13200, 1, 1.75F},
         {"short clock", 1, false, "startpos", "wtime 10", 0, 1, 5, 1.37F},
@@ -86,6 +91,7 @@ TEST_F(timeAllotment, sharesTheClockByThreadsPhaseAndControl)
         {"fixed time", 1, false, "startpos", "movetime 1000 wtime 10", 10000, 1000, 5, 1.37F},
         {"unused words and their moves", 1, false, "startpos", "searchmoves e2e4 wtime 60000", 990, 4950, 1, 1.75F},
         {"a word for a number ends the line", 1, false, "startpos", "winc x wtime 60000", 14850, 74250, 1, 1.75F},
+        {"a negative number does not", 1, false, "startpos", "nodes -5 wtime 60000", 990, 4950, 1, 1.75F},
         {"no number at the end", 1, false, "startpos", "wtime 60000 winc", 990, 4950, 1, 1.75F},
     };
     for (const auto &c : cases)
@@ -98,16 +104,96 @@ TEST_F(timeAllotment, sharesTheClockByThreadsPhaseAndControl)
     }
 }
 
+TEST_F(timeAllotment, rowsHoldUpToTheirBound)
+{
+    allotFor("startpos", "");
+    const auto optimalFor = [](const std::string &go, int threads, int ply)
+    {
+        engineOptions.threadCount = threads;
+        searchLimits.gamePlyHint = ply;
+        readGo(go);
+        return searchLimits.optimalTime;
+    };
+    const std::string guessed = "wtime 60000", given = "wtime 60000 movestogo 20";
+    const struct
+    {
+        std::string go;
+        int threads, ply, optimal;
+    } cases[] = {
+        {guessed, 1, 17, 990},    {guessed, 3, 17, 990},    {guessed, 4, 17, 1140},  {guessed, 31, 17, 1140},
+        {guessed, 32, 17, 1290},  {guessed, 128, 0, 1290},  {guessed, 129, 0, 1380}, {guessed, 256, 0, 1380},
+        {guessed, 1, 18, 1799},   {guessed, 1, 50, 1799},   {guessed, 1, 51, 1584},  {guessed, 1, 80, 1584},
+        {guessed, 1, 81, 1980},   {guessed, 1, 200, 1980},  {guessed, 1, 201, 2640}, {guessed, 1, 1023, 2640},
+        {guessed, 1, 1024, 1848}, {guessed, 1, 1025, 2640}, {given, 3, 17, 1971},    {given, 3, 18, 2409},
+        {given, 3, 50, 2409},     {given, 3, 51, 2190},     {given, 4, 51, 2400},
+    };
+    for (const auto &c : cases)
+        EXPECT_NEAR(optimalFor(c.go, c.threads, c.ply), c.optimal, 1)
+            << c.go << ", " << c.threads << " threads, ply " << c.ply;
+}
+
+// From the sixth iteration on, each result moves the factor, and the soft limit with it.
+TEST_F(timeAllotment, iterationsStretchAndShrinkTheSoftLimit)
+{
+    const struct
+    {
+        int changes;
+        double factor;
+    } iterations[] = {{0, 0.9}, {1, 0.81}, {1, 0.729}, {0, 0.6561}, {0, 0.6}, {0, 0.6},  {2, 1.4},  {2, 1.52},
+                      {5, 2.0}, {9, 2.0},  {0, 1.8},   {3, 2.0},    {1, 1.8}, {2, 1.84}, {0, 1.656}};
+    searchLimitValues limits{.optimalTime = 1000};
+    double factor = 1.0;
+    for (const auto &[changes, expected] : iterations)
+    {
+        factor = nextTimeFactor(factor, changes);
+        EXPECT_NEAR(factor, expected, 1e-9);
+        for (const int scale : {1, 5})
+        {
+            limits.timeScale = static_cast<float>(scale);
+            const auto limit = static_cast<std::uint64_t>(1000 * expected / scale);
+            EXPECT_FALSE(isSoftLimitPassed(limits, limit - 1, factor)) << factor << " by " << scale;
+            EXPECT_TRUE(isSoftLimitPassed(limits, limit + 2, factor)) << factor << " by " << scale;
+        }
+    }
+}
+
+// The time that a `go` waits for an earlier search counts.
+TEST_F(timeAllotment, theClockRunsWhileAnEarlierSearchIsAwaited)
+{
+    useSyntheticNetwork();
+    engineOptions.hashMegabytes = 1;
+    rebuildWorkerPool(1);
+    ttResize(1);
+    outputOf(
+        []
+        {
+            std::istringstream position("startpos"), first("movetime 1000"), second("depth 1");
+            positionCommand(position);
+            goCommand(first);
+            const std::int64_t before = millisecondsNow();
+            goCommand(second);
+            EXPECT_GE(millisecondsNow() - before, 500);
+            EXPECT_LT(searchLimits.startTimeMs - before, 500);
+            rebuildWorkerPool(0);
+        });
+    ttRelease();
+}
+
 // The stretch of the number of moves belongs to the game, not to the move.
 TEST_F(timeAllotment, incrementFactorHoldsForTheGame)
 {
-    allotFor("startpos", "wtime 60000 winc 600");
-    EXPECT_FLOAT_EQ(searchLimits.incrementFactor, 1.37F);
-    readGo("wtime 60000");
-    EXPECT_FLOAT_EQ(searchLimits.incrementFactor, 1.37F);
-    searchLimits.newGame = true;
-    readGo("wtime 60000");
-    EXPECT_FLOAT_EQ(searchLimits.incrementFactor, 1.75F);
+    engineOptions.hashMegabytes = 1;
+    engineOptions.netFileName = networkDirectory() / defaultNetFileName;
+    const std::string first = "ucinewgame\ngo depth 1 wtime 60000 winc 600\n", second = "go depth 1 wtime 60000\n";
+    for (const auto &[lines, factor] : {std::pair{first, 1.37F},
+                                        {first + second, 1.37F},
+                                        {first + first + second, 1.37F},
+                                        {first + "ucinewgame\n" + second, 1.75F}})
+    {
+        std::istringstream input(lines);
+        outputOf([&] { EXPECT_EQ(runConsole(input, {}), 0); });
+        EXPECT_FLOAT_EQ(searchLimits.incrementFactor, factor) << lines;
+    }
 }
 
 // The promise that all else rests on: some time, the hard limit not before the soft one, and within the clock.

@@ -6,7 +6,6 @@
 #include "movegen/legality.h"
 #include "search/score.h"
 #include "search/search.h"
-#include "search/searchReporter.h"
 #include "search/transpositionTable.h"
 #include "search/worker.h"
 

@@ -13,7 +13,7 @@
 #include "search/searchReporter.h"
 #include "search/worker.h"
 #include "uci/console.h"
-#include "uci/searchReports.h"
+#include "uci/infoLines.h"
 
 namespace tarvonel
 {

@@ -1,4 +1,4 @@
-#include "platform/placementPlan.h"
+#include "platform/threadPlacement.h"
 
 #include <algorithm>
 #include <fstream>
@@ -12,7 +12,7 @@ namespace tarvonel
 namespace
 {
 
-/// More than any kernel can be built for; keeps a damaged list from growing without end.
+/// More than any kernel supports; bounds what a damaged list can take.
 constexpr int processorNumberLimit = 1 << 16;
 
 std::string firstLine(const std::string &path)
@@ -23,39 +23,7 @@ std::string firstLine(const std::string &path)
     return line;
 }
 
-std::vector<int> inBoth(const std::vector<int> &a, const std::vector<int> &b)
-{
-    std::vector<int> common;
-    std::set_intersection(a.begin(), a.end(), b.begin(), b.end(), std::back_inserter(common));
-    return common;
-}
-
-/// The logical processors on the same physical core; only itself where the kernel does not tell.
-std::vector<int> coreMates(const std::string &systemTree, int processor)
-{
-    const std::string topology = systemTree + "/cpu/cpu" + std::to_string(processor) + "/topology/";
-    for (const char *name : {"core_cpus_list", "thread_siblings_list"}) // the second in older kernels
-        if (std::vector<int> mates = parseProcessorList(firstLine(topology + name)); !mates.empty())
-            return mates;
-    return {processor};
-}
-
-} // namespace
-
-int nodeForThread(int nodeCount, int coreCount, int processorCount, int threadIndex)
-{
-    if (nodeCount < 1)
-        return noNode;
-
-    const int coresPerNode = coreCount / nodeCount;
-    const int placedOnCores = coresPerNode * nodeCount;
-    if (threadIndex < placedOnCores)
-        return threadIndex / coresPerNode;
-
-    const int turn = threadIndex - placedOnCores;
-    return turn < processorCount - coreCount ? turn % nodeCount : noNode;
-}
-
+/// Reads a kernel list of numbers such as "0-3,8", up to the first thing that is not one.
 std::vector<int> parseProcessorList(const std::string &text)
 {
     std::vector<int> numbers;
@@ -81,6 +49,52 @@ std::vector<int> parseProcessorList(const std::string &text)
     return numbers;
 }
 
+std::vector<int> inBoth(const std::vector<int> &a, const std::vector<int> &b)
+{
+    std::vector<int> common;
+    std::set_intersection(a.begin(), a.end(), b.begin(), b.end(), std::back_inserter(common));
+    return common;
+}
+
+/// The logical processors on the same physical core; only itself if the kernel does not list them.
+std::vector<int> coreSiblings(const std::string &systemTree, int processor)
+{
+    const std::string topology = systemTree + "/cpu/cpu" + std::to_string(processor) + "/topology/";
+    for (const char *name : {"core_cpus_list", "thread_siblings_list"}) // the second in older kernels
+        if (std::vector<int> siblings = parseProcessorList(firstLine(topology + name)); !siblings.empty())
+            return siblings;
+    return {processor};
+}
+
+} // namespace
+
+int nodeForThread(int nodeCount, int coreCount, int processorCount, int threadIndex)
+{
+    if (nodeCount < 1)
+        return noNode;
+
+    const int coresPerNode = coreCount / nodeCount;
+    const int placedOnCores = coresPerNode * nodeCount;
+    if (threadIndex < placedOnCores)
+        return threadIndex / coresPerNode;
+
+    const int turn = threadIndex - placedOnCores;
+    return turn < processorCount - coreCount ? turn % nodeCount : noNode;
+}
+
+std::vector<int> processorsForThread(const machineShape &machine, int threadIndex, int numaNode)
+{
+    const std::vector<processorNode> &nodes = machine.nodes;
+    if (numaNode == 0)
+    {
+        const int place =
+            nodeForThread(static_cast<int>(nodes.size()), machine.coreCount, machine.processorCount, threadIndex);
+        return place == noNode ? std::vector<int>() : nodes[static_cast<std::size_t>(place)].processors;
+    }
+    const auto node = std::ranges::find(nodes, numaNode - 1, &processorNode::number);
+    return node == nodes.end() ? std::vector<int>() : node->processors;
+}
+
 machineShape readMachineShape(const std::string &systemTree, const std::vector<int> &allowed)
 {
     machineShape machine;
@@ -96,8 +110,8 @@ machineShape readMachineShape(const std::string &systemTree, const std::vector<i
     for (const int processor : allowed)
     {
         // A core is counted at the first of its usable processors.
-        const std::vector<int> mates = inBoth(coreMates(systemTree, processor), allowed);
-        if (mates.empty() || mates.front() == processor)
+        const std::vector<int> siblings = inBoth(coreSiblings(systemTree, processor), allowed);
+        if (siblings.empty() || siblings.front() == processor)
             ++machine.coreCount;
     }
     return machine;

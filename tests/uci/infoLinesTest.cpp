@@ -1,4 +1,4 @@
-#include "uci/searchReports.h"
+#include "uci/infoLines.h"
 
 #include <initializer_list>
 #include <string>
@@ -17,7 +17,7 @@ namespace
 {
 
 /// Two workers that have searched, and a variation with an en passant capture and a castling.
-class searchReports : public testing::Test
+class infoLines : public testing::Test
 {
   protected:
     void SetUp() override
@@ -43,7 +43,7 @@ class searchReports : public testing::Test
     static pos &position() { return theBoss().position; }
 };
 
-TEST_F(searchReports, linesOfAnIteration)
+TEST_F(infoLines, linesOfAnIteration)
 {
     EXPECT_EQ(outputOf([] { protocolReporter.iterationDone(position(), -31, 12, 20); }),
               "info score cp -31 depth 12 seldepth 20 nodes 1500 nps 1500000 time 1 tbhits 7 pv e5d6 e8g8 d6d7 \n")
@@ -56,7 +56,7 @@ TEST_F(searchReports, linesOfAnIteration)
                   "info score mate " + moves + " depth 12 nodes 1500 nps 2142 time 700 tbhits 7 pv e5d6 \n");
 }
 
-TEST_F(searchReports, endsOfASearch)
+TEST_F(infoLines, endsOfASearch)
 {
     const moveCode castling = encodeMove(e1, c1, castleQueenSide);
     EXPECT_EQ(outputOf([&] { protocolReporter.tableMove(position(), 31800, castling); }),

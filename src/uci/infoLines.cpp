@@ -1,10 +1,11 @@
-#include "uci/searchReports.h"
+#include "uci/infoLines.h"
 
 #include <cstdlib>
 
 #include "board/moveCode.h"
 #include "platform/output.h"
 #include "search/score.h"
+#include "search/worker.h"
 
 namespace tarvonel
 {
@@ -23,7 +24,7 @@ std::string pvText(const pos &position)
     return text;
 }
 
-/// " nodes ... pv ...": what the lines of an iteration end in.
+/// " nodes ... pv ...": the end of the lines of an iteration.
 std::string effortText(const pos &position)
 {
     const searchTotals totals = sumUpSearch();
@@ -32,7 +33,7 @@ std::string effortText(const pos &position)
            pvText(position);
 }
 
-/// Moves to the mate that a mate score tells, negative if the side to move is the one to be mated.
+/// Moves to the mate of a mate score, negative if the side to move is mated.
 int movesToMate(int mateScore)
 {
     const int moves = (scoreMate - std::abs(mateScore)) / 2 + 1;

@@ -1,4 +1,4 @@
-// What a search tells the controller: the `info` lines and the answer.
+// What a search prints for the controller: the `info` lines and the answer.
 #pragma once
 
 #include <string>

@@ -1,0 +1,163 @@
+#include "uci/consoleInput.h"
+
+#include <algorithm>
+#include <exception>
+#include <new>
+#include <string_view>
+#include <utility>
+
+#include "platform/output.h"
+#include "search/worker.h"
+
+namespace tarvonel
+{
+namespace
+{
+
+constexpr std::size_t maxBytesAhead = 2 * maxLineBytes; ///< beyond these the reader waits for the console
+constexpr std::size_t keptOfDropped = 15;               ///< fits in a string without memory of its own
+
+/// What a line ahead takes up, roughly.
+std::size_t footprint(const inputLine &line) { return sizeof line + line.text.size(); }
+
+consoleInput *activeInput = nullptr; // console thread only
+
+std::string_view firstWord(std::string_view text)
+{
+    constexpr std::string_view blanks = " \t\r\v\f\n";
+    text.remove_prefix(std::min(text.find_first_not_of(blanks), text.size()));
+    return text.substr(0, text.find_first_of(blanks));
+}
+
+/// Appends the piece, or drops the line: what is too long, or finds no memory, is read to its end.
+void keepPiece(std::string_view piece, inputLine &line)
+{
+    if (line.isDropped)
+        return;
+    try
+    {
+        line.isDropped = line.text.size() + piece.size() > maxLineBytes;
+        if (!line.isDropped)
+            line.text += piece;
+    }
+    catch (const std::bad_alloc &)
+    {
+        line.isDropped = true;
+    }
+    if (line.isDropped)
+        line.text = line.text.substr(0, keptOfDropped);
+}
+
+} // namespace
+
+consoleInput::consoleInput(std::istream &source) : stream(source)
+{
+    activeInput = this;
+    try
+    {
+        reader = std::thread(&consoleInput::readAhead, this);
+    }
+    catch (const std::exception &)
+    {
+        return; // nextLine reads by itself
+    }
+}
+
+consoleInput::~consoleInput()
+{
+    if (reader.joinable())
+        reader.join();
+    activeInput = nullptr;
+}
+
+inputLine consoleInput::readLine()
+{
+    inputLine line;
+    bool isCut = true; // the line goes on after this piece
+    while (isCut)
+    {
+        char piece[4096];
+        stream.getline(piece, sizeof piece);
+        auto length = static_cast<std::size_t>(stream.gcount());
+        if (stream.bad() || (stream.eof() && length == 0 && line.text.empty()))
+            return {quitWord};
+        isCut = stream.fail() && !stream.eof();
+        if (isCut)
+            stream.clear();
+        else if (!stream.eof())
+            --length; // gcount includes the line end
+        keepPiece({piece, length}, line);
+    }
+    return line;
+}
+
+void consoleInput::append(inputLine line)
+{
+    const std::string_view word = firstWord(line.text);
+    std::unique_lock guard(lock);
+    changed.wait(guard, [&] { return bytesAhead <= maxBytesAhead; });
+    if (isSearchAwaited && (word == "stop" || word == quitWord))
+        stopSearch = true;
+    if (word == quitWord)
+        isEnded = true;
+    else
+    {
+        const std::size_t bytes = footprint(line);
+        ahead.push_back(std::move(line));
+        bytesAhead += bytes;
+    }
+    changed.notify_all();
+}
+
+void consoleInput::readAhead()
+{
+    for (bool isLast = false; !isLast;)
+        try
+        {
+            inputLine line = readLine();
+            isLast = firstWord(line.text) == quitWord;
+            append(std::move(line));
+        }
+        catch (const std::bad_alloc &)
+        {
+            printText("info string Not enough memory for a line, dropped\n"); // takes none itself
+        }
+}
+
+inputLine consoleInput::nextLine()
+{
+    if (!reader.joinable())
+        return readLine();
+    std::unique_lock guard(lock);
+    changed.wait(guard, [&] { return isEnded || !ahead.empty(); });
+    if (ahead.empty())
+        return {quitWord};
+    bytesAhead -= footprint(ahead.front());
+    inputLine line = std::move(ahead.front());
+    ahead.pop_front();
+    changed.notify_all();
+    return line;
+}
+
+void consoleInput::awaitSearch()
+{
+    {
+        const std::lock_guard guard(lock);
+        isSearchAwaited = true;
+        if (isEnded || std::ranges::any_of(ahead, [](const inputLine &line) { return firstWord(line.text) == "stop"; }))
+            stopSearch = true;
+    }
+    waitForSearch();
+    const std::lock_guard guard(lock);
+    isSearchAwaited = false;
+}
+
+void awaitSearchObeyingInput()
+{
+    if (activeInput != nullptr)
+        activeInput->awaitSearch();
+    else
+        waitForSearch();
+}
+
+} // namespace tarvonel
