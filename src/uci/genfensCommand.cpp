@@ -10,13 +10,13 @@
 #include "board/engineOptions.h"
 #include "board/setup.h"
 #include "eval/networkFile.h"
-#include "uci/randomOpening.h"
 #include "platform/output.h"
 #include "platform/parseNumber.h"
 #include "uci/commandGuards.h"
 #include "uci/options.h"
 #include "uci/ownSearches.h"
 #include "uci/positionCommand.h"
+#include "uci/randomOpening.h"
 
 namespace tarvonel
 {

@@ -12,8 +12,8 @@
 #include "board/engineOptions.h"
 #include "board/setup.h"
 #include "match/matchRun.h"
-#include "uci/randomOpening.h"
 #include "programMain.h"
+#include "uci/randomOpening.h"
 #include "words.h"
 
 namespace tarvonel
