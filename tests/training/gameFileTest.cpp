@@ -140,7 +140,7 @@ TEST_F(gameFileTest, filesThatCannotBeUsedAreRefusedAndStay)
 
 TEST_F(gameFileTest, aKnownGameHasTheseBytes)
 {
-    std::istringstream stream("[Result \"0-1\"]\n\n1. f3 {+0.20/3 0.1s} e5 {-0.50/3} 2. g4 {book} Qh4# {+M1/3} 0-1\n");
+    std::istringstream stream("[Result \"0-1\"]\n\n1. f3 {+0.20/3 0.1s} e5 {-0.50/3} 2. g4 {-M2/3} Qh4# {+M1/3} 0-1\n");
     pgnReader reader{stream};
     const std::optional<storedGame> game = nextPgnGame(reader, *board);
     ASSERT_TRUE(game.has_value());
@@ -151,8 +151,8 @@ TEST_F(gameFileTest, aKnownGameHasTheseBytes)
         for (const int digit : {byte >> 4 & 15, byte & 15})
             hexadecimal += "0123456789abcdef"[digit];
     EXPECT_EQ(hexadecimal, "545647310400000048a66c842222222200000000000000000000000000000000"
-                           "3333333359b77d95000f073f0038000000004d05140034d9ceff8ed70080fb07"
-                           "ff7cb01df8fb");
+                           "3333333359b77d95000f073f0038000000004d05140034d9ceff8ed70283fb07"
+                           "ff7c6bc690f1");
 }
 
 TEST_F(gameFileTest, aFullDiskCostsOnlyTheGameBeingWritten)
