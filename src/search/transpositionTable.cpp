@@ -6,7 +6,7 @@
 
 #include "board/engineOptions.h"
 #include "platform/largeMemory.h"
-#include "platform/workCrew.h"
+#include "platform/threadPool.h"
 #include "search/score.h"
 
 namespace tarvonel
@@ -108,13 +108,13 @@ void ttClear()
     const std::uint64_t clusters = ttMask + 1;
     const auto threads = static_cast<std::uint64_t>(std::max<int>(engineOptions.threadCount, 1));
     const std::uint64_t share = clusters / threads;
-    workCrew(static_cast<int>(threads))
-        .share(threads, 1,
-               [&](std::size_t i)
-               {
-                   const std::uint64_t first = i * share;
-                   zeroClusters(first, i + 1 == threads ? clusters - first : share);
-               });
+    threadPool(static_cast<int>(threads))
+        .parallelFor(threads, 1,
+                     [&](std::size_t i)
+                     {
+                         const std::uint64_t first = i * share;
+                         zeroClusters(first, i + 1 == threads ? clusters - first : share);
+                     });
     ttIsBlank = true;
 }
 

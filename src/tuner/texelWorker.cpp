@@ -10,7 +10,7 @@
 #include "board/setup.h"
 #include "eval/evaluate.h"
 #include "platform/threadPlacement.h"
-#include "platform/workCrew.h"
+#include "platform/threadPool.h"
 #include "tuner/tuningData.h"
 
 namespace tarvonel
@@ -30,8 +30,8 @@ struct texelWorker
     void adopt(const tuningPosition &record);
 };
 
-std::unique_ptr<workCrew> texelCrew;
-std::vector<std::unique_ptr<texelWorker>> texelWorkers; ///< one for each thread of the crew
+std::unique_ptr<threadPool> texelPool;
+std::vector<std::unique_ptr<texelWorker>> texelWorkers; ///< one for each thread of the pool
 
 void texelWorker::adopt(const tuningPosition &record)
 {
@@ -64,18 +64,18 @@ void texelWorker::computeError(std::size_t first, std::size_t end)
 int createTexelWorkers(int count, const tunerOutput &print)
 {
     texelWorkers.clear();
-    texelCrew.reset();
+    texelPool.reset();
 
     for (int worker = 0; worker < count; ++worker)
         if (auto *const created = new (std::nothrow) texelWorker; created != nullptr)
             texelWorkers.emplace_back(created);
     if (texelWorkers.empty())
         return 0;
-    texelCrew = std::make_unique<workCrew>(static_cast<int>(texelWorkers.size()));
-    texelWorkers.resize(static_cast<std::size_t>(texelCrew->size()));
+    texelPool = std::make_unique<threadPool>(static_cast<int>(texelWorkers.size()));
+    texelWorkers.resize(static_cast<std::size_t>(texelPool->size()));
 
     // The console thread stays where the system puts it: it outlives the run.
-    texelCrew->runOnAll(
+    texelPool->runOnAll(
         [](int thread)
         {
             if (thread > 0)
@@ -83,18 +83,18 @@ int createTexelWorkers(int count, const tunerOutput &print)
         });
     for (std::size_t worker = 0; worker < texelWorkers.size(); ++worker)
         print("Lets go\n");
-    return texelCrew->size();
+    return texelPool->size();
 }
 
 double meanError()
 {
     const std::size_t count = tuningPositions.size();
     const std::size_t share = count / texelWorkers.size(); // the last thread takes the remainder too
-    texelCrew->runOnAll(
+    texelPool->runOnAll(
         [&](int thread)
         {
             const std::size_t first = share * static_cast<std::size_t>(thread);
-            const bool isLast = thread + 1 == texelCrew->size();
+            const bool isLast = thread + 1 == texelPool->size();
             texelWorkers[static_cast<std::size_t>(thread)]->computeError(first, isLast ? count : first + share);
         });
 

@@ -8,7 +8,6 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/wholeFile.h"
 #include "support/temporaryDirectory.h"
 
 namespace tarvonel
@@ -113,14 +112,5 @@ TEST(fileMappingDeathTest, aBusErrorElsewhereStillEndsTheProcess)
     EXPECT_DEATH(std::raise(SIGBUS), "");
 }
 #endif
-
-TEST(wholeFile, aWriteThatFailsLeavesTheFileAsItWas)
-{
-    const temporaryDirectory directory;
-    const std::string path = directory / "content";
-    EXPECT_EQ(writeWholeFile(path, [](std::ostream &stream) { stream << "old"; }), "");
-    EXPECT_NE(writeWholeFile(path, [](std::ostream &stream) { stream.setstate(std::ios::badbit); }), "");
-    EXPECT_EQ(std::filesystem::file_size(path), 3U);
-}
 
 } // namespace tarvonel

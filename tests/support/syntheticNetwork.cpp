@@ -2,10 +2,8 @@
 
 #include <algorithm>
 #include <fstream>
+#include <iterator>
 #include <memory>
-#include <sstream>
-
-#include "eval/networkWriter.h"
 
 namespace tarvonel
 {
@@ -140,9 +138,29 @@ std::string syntheticNetworkBytes(const syntheticNetworkPlan &plan)
 {
     const auto weights = std::make_unique<networkWeights>();
     makeSyntheticWeights(*weights, plan);
-    std::ostringstream stream;
-    writeNet(stream, *weights, std::string(plan.descriptionLength, 'd'));
-    return std::move(stream).str();
+    std::string bytes;
+    const auto append = [&](const auto &field) { bytes.append(reinterpret_cast<const char *>(&field), sizeof field); };
+    const auto appendNarrowed = [&](const std::int16_t *first, std::size_t count)
+    {
+        std::transform(first, first + count, std::back_inserter(bytes),
+                       [](int value) { return static_cast<char>(value); });
+    };
+    constexpr std::uint64_t versionAndHash = 0;
+    constexpr std::uint32_t layerHash = 0;
+    append(versionAndHash);
+    append(static_cast<std::uint32_t>(plan.descriptionLength));
+    bytes.append(plan.descriptionLength, 'd');
+    append(layerHash);
+    append(weights->featureBias);
+    append(weights->featureWeight);
+    append(layerHash);
+    append(weights->hidden1Bias);
+    appendNarrowed(weights->hidden1Weight[0], std::size_t{hiddenOutputs} * networkInputs);
+    append(weights->hidden2Bias);
+    appendNarrowed(weights->hidden2Weight[0], std::size_t{hiddenOutputs} * hiddenOutputs);
+    append(weights->outputBias);
+    appendNarrowed(weights->outputWeight, hiddenOutputs);
+    return bytes;
 }
 
 bool writeSyntheticNetwork(const std::string &path, const syntheticNetworkPlan &plan)

@@ -32,12 +32,14 @@ learn=(train --threads 2 --levels base --batch 256 --out mine.nnue --checkpoint 
 "${learn[@]}" --epochs 1000 >log 2>&1 &
 await "after epoch 1" log
 kill -INT $!
-wait $! || fail "train does not end well"
-grep -q "passed over" log && fail "games were damaged"
+wait $! || fail "train fails on an interrupt"
+grep -q "^skipped" log && fail "games were damaged"
+finished=$(grep -c "^after epoch" log)
 last=$(sed -n 's/.* epoch \([0-9]*\): .*/\1/p' log | tail -1)
-"${learn[@]}" --epochs $((last + 1)) --resume >log 2>&1 || fail "train does not go on"
+"${learn[@]}" --epochs $((last + 1)) --resume >log 2>&1 || fail "train does not resume"
 expect "^resuming after"
 expect "^after epoch $((last + 1)):"
+grep -q "^after epoch $finished:" log && fail "the finished epochs are trained again"
 
 averageNetworks --out mean.nnue mine.nnue mine.nnue >log 2>&1 || fail "averageNetworks"
 

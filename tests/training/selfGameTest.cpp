@@ -64,18 +64,18 @@ TEST_F(selfGameTest, gamesAreLegalReproducibleAndLearntFrom)
     }
     closeWriter(writer);
     trainingData data;
-    workCrew crew(2);
-    EXPECT_EQ(openData(data, {path}, {}, 1000000, crew), "");
+    threadPool pool(2);
+    openData(data, {path}, {}, 1000000, pool);
     EXPECT_EQ(data.games, 12U);
     EXPECT_EQ(data.badGames, 0U);
     EXPECT_EQ(data.positions, writer.summary.positions);
-    EXPECT_GT(data.learnable, data.positions / 20);
-    EXPECT_LT(data.learnable, data.positions);
+    EXPECT_GT(data.passPositions, data.positions / 20);
+    EXPECT_LT(data.passPositions, data.positions);
     std::vector<trainingPosition> positions;
-    readPieces(positions, data, std::vector<std::uint32_t>{0}, {}, {}, crew);
-    EXPECT_EQ(positions.size(), data.learnable);
+    readChunks(positions, data, std::vector<std::uint32_t>{0}, {}, {}, pool);
+    EXPECT_EQ(positions.size(), data.passPositions);
     closeData(data);
-    EXPECT_NE(openData(data, {directory / "none"}, {}, 1000000, crew), "");
+    EXPECT_THROW(openData(data, {directory / "none"}, {}, 1000000, pool), std::runtime_error);
 }
 
 TEST_F(selfGameTest, adjudicatedGamesGoToTheLeadingSide)
@@ -208,7 +208,7 @@ TEST_F(selfGameTest, onlyQuietBalancedPositionsAreLearntFrom)
         ASSERT_EQ(setupPlayablePosition(each.fen, board->position), "") << each.fen;
         const moveCode move = findMove(*board, legalMoves(*board), each.move);
         ASSERT_NE(move, noMove) << each.fen;
-        EXPECT_EQ(isWorthLearning(board->position, move, each.score, {}), each.isTaken) << each.fen << " " << each.move;
+        EXPECT_EQ(isSuitable(board->position, move, each.score, {}), each.isTaken) << each.fen << " " << each.move;
     }
 }
 

@@ -1,4 +1,4 @@
-// The steps of the trainer with two threads, small enough for the thread sanitizer.
+// Training steps with two threads, small enough for the thread sanitizer.
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -15,16 +15,15 @@ TEST(trainerThreads, aRunRepeatsItself)
     std::vector<trainingPosition> positions;
     playRandomGames({5, 4, 60, false}, [&](pos &position, const bruteForce::letterBoard &)
                     { positions.push_back(packPosition(position, expectedResult(egOf(balance(position)), 250))); });
-    std::string error;
     std::vector<float> learnt[2];
     for (std::vector<float> &weights : learnt)
     {
         trainerModel model;
-        initialiseModel(model, makeLevels("base,region", error), 1);
-        workCrew crew(2);
+        initialiseModel(model, makeLevels("base,region"), 1);
+        threadPool pool(2);
         const workspacePointer workspace = makeWorkspace();
         for (int step = 0; step < 3; ++step)
-            learnBatch(model, *workspace, crew, positions, {});
+            trainBatch(model, *workspace, pool, positions, {});
         const auto &rows = model.levelRows[1].weights;
         weights.assign(rows.begin(), rows.end());
         weights.insert(weights.end(), model.hidden1Weight.weights.begin(), model.hidden1Weight.weights.end());

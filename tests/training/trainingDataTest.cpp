@@ -1,6 +1,8 @@
-// From the record of a game to the positions that the trainer learns from.
+// From game files to training positions, and passes over them.
 
 #include <algorithm>
+#include <climits>
+#include <filesystem>
 #include <numeric>
 #include <set>
 #include <string>
@@ -10,9 +12,10 @@
 
 #include "board/makeMove.h"
 #include "board/setup.h"
-#include "learning/trainingData.h"
+#include "learning/trainingRun.h"
 #include "support/randomGames.h"
 #include "support/temporaryDirectory.h"
+#include "uci/randomOpening.h"
 
 namespace tarvonel
 {
@@ -44,7 +47,6 @@ storedGame makeGame(const char *fen, const std::vector<scoredMove> &moves, int w
     return game;
 }
 
-/// The training positions of a file with these games.
 class trainingDataTest : public testing::Test
 {
   protected:
@@ -60,13 +62,13 @@ class trainingDataTest : public testing::Test
     std::vector<trainingPosition> read(const dataSettings &settings, const passNumber &pass = {})
     {
         trainingData data;
-        workCrew crew(1);
-        EXPECT_EQ(openData(data, {path}, settings, 1'000'000, crew), "");
-        std::vector<std::uint32_t> pieces(data.pieces.size());
-        std::iota(pieces.begin(), pieces.end(), 0U);
+        threadPool pool(1);
+        openData(data, {path}, settings, 1'000'000, pool);
+        std::vector<std::uint32_t> chunks(data.chunks.size());
+        std::iota(chunks.begin(), chunks.end(), 0U);
         std::vector<trainingPosition> positions;
-        readPieces(positions, data, pieces, settings, pass, crew);
-        EXPECT_EQ(positions.size(), data.learnable);
+        readChunks(positions, data, chunks, settings, pass, pool);
+        EXPECT_EQ(positions.size(), data.passPositions);
         closeData(data);
         return positions;
     }
@@ -148,6 +150,101 @@ TEST_F(trainingDataTest, passesTakeDifferentPartsOfEachGame)
     EXPECT_NE(targetsOf({8, 1}), passes[1]) << "another seed";
     EXPECT_FALSE(std::equal(passes[0].begin(), passes[0].begin() + plies / 3, passes[0].begin() + plies / 3))
         << "equal games are sampled apart";
+}
+
+/// Game files and a plan that puts two of them at a time into memory.
+class trainingRunTest : public trainingDataTest
+{
+  protected:
+    void SetUp() override
+    {
+        plan.data = allPositions();
+        plan.data.gameShare = 0.5;
+        plan.batch = 32;
+        plan.block = 200;
+        plan.checkpoint = directory / "checkpoint";
+        randomSource random(5);
+        for (int file = 0; file < 4; ++file)
+        {
+            path = plan.files.emplace_back(directory / std::to_string(file));
+            std::vector<storedGame> games;
+            for (int game = 0; game < 5; ++game)
+                games.push_back(randomGame(random));
+            write(games);
+        }
+    }
+
+    static storedGame randomGame(randomSource &random)
+    {
+        constexpr std::size_t plies = 40;
+        const auto board = std::make_unique<posWithMoves>();
+        EXPECT_GE(drawOpening(*board, {4, 0, {}}, random), 0);
+        storedGame game;
+        game.start = packStart(board->position);
+        for (std::vector<moveCode> moves; game.moves.size() < plies && !(moves = legalMoves(*board)).empty();)
+        {
+            const moveCode move = randomMove(moves, random);
+            game.moves.push_back({packMove(move), static_cast<std::int16_t>(random() % 600)});
+            playGameMove(board->position, move);
+        }
+        return game;
+    }
+
+    /// Runs from the checkpoint, or from the beginning, for at most this many batches.
+    void runBatches(trainingRun &run, int batches)
+    {
+        run.progress = {0, 0, plan.seed};
+        if (isCheckpoint(plan.checkpoint))
+            run.progress = loadCheckpoint(run.model, plan.checkpoint);
+        else
+            initialiseModel(run.model, makeLevels("base"), plan.seed);
+        openData(run.data, plan.files, plan.data, 1'000'000, run.pool);
+        EXPECT_GT(run.data.passPositions, plan.block);
+        while (run.progress.epoch < plan.epochs && trainEpoch(run, [&](const batchReport &) { return --batches > 0; }))
+        {
+        }
+        closeData(run.data);
+    }
+
+    trainingPlan plan;
+};
+
+TEST_F(trainingRunTest, interruptedRunsEndLikeUninterruptedOnes)
+{
+    trainingRun whole(plan);
+    runBatches(whole, INT_MAX);
+    EXPECT_GT(whole.model.steps, 12U);
+    for (int part = 0; part < 100; ++part)
+    {
+        trainingRun run(plan);
+        runBatches(run, 5);
+        if (run.progress.epoch == plan.epochs)
+        {
+            EXPECT_EQ(run.model.steps, whole.model.steps);
+            EXPECT_TRUE(run.model.hidden1Weight.weights == whole.model.hidden1Weight.weights);
+            EXPECT_TRUE(run.model.levelRows[0].weights == whole.model.levelRows[0].weights);
+            return;
+        }
+        EXPECT_EQ(run.model.steps, 5U * (static_cast<unsigned>(part) + 1));
+        saveCheckpoint(run.model, run.progress, plan.checkpoint);
+    }
+    ADD_FAILURE() << "the run never ends";
+}
+
+TEST_F(trainingRunTest, filesThatShrinkEndTheRunWithAnError)
+{
+    trainingRun run(plan);
+    const auto shrink = [&](const batchReport &)
+    {
+        for (const std::string &file : plan.files)
+            std::filesystem::resize_file(file, 100);
+        return true;
+    };
+    initialiseModel(run.model, makeLevels("base"), 1);
+    openData(run.data, plan.files, plan.data, 1'000'000, run.pool);
+    EXPECT_THROW(trainEpoch(run, shrink), gameFileChanged);
+    EXPECT_GT(run.progress.positions, 0U);
+    closeData(run.data);
 }
 
 } // namespace

@@ -1,15 +1,18 @@
 #include "games/gameFile.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
 #include <memory>
+#include <span>
 #include <stdexcept>
 #include <sys/file.h>
 #include <unistd.h>
 
 #include "board/setup.h"
+#include "platform/fileMapping.h"
 #include "platform/littleEndian.h"
 
 namespace tarvonel
@@ -92,6 +95,37 @@ bool writeAll(int descriptor, const std::uint8_t *bytes, std::size_t count)
     return true;
 }
 
+/// Reads up to `count` bytes; less only at the end of the file or on an error.
+std::size_t readAt(int descriptor, std::uint8_t *bytes, std::size_t count, std::uint64_t offset)
+{
+    std::size_t done = 0;
+    while (done < count)
+    {
+        const ssize_t size = pread(descriptor, bytes + done, count - done, static_cast<off_t>(offset + done));
+        if (size == 0 || (size < 0 && errno != EINTR))
+            break;
+        done += size > 0 ? static_cast<std::size_t>(size) : 0;
+    }
+    return done;
+}
+
+/// The bytes from the reader's offset on: at least a whole record, unless the file ends before.
+std::span<const std::uint8_t> nextBytes(gameReader &reader)
+{
+    constexpr std::uint64_t maxRecord = sizeof(recordHeader) + UINT16_MAX * sizeof(storedMove) + checksumSize;
+    constexpr std::uint64_t bufferSize = 4 * maxRecord;
+    const std::uint64_t left = reader.end - reader.offset;
+    if (reader.offset + std::min(left, maxRecord) > reader.bufferOffset + reader.buffer.size())
+    {
+        reader.buffer.resize(std::min(left, bufferSize));
+        reader.buffer.resize(readAt(reader.descriptor, reader.buffer.data(), reader.buffer.size(), reader.offset));
+        reader.bufferOffset = reader.offset;
+        if (reader.buffer.size() < std::min(left, maxRecord))
+            reader.end = reader.offset + reader.buffer.size(); // the file has become shorter
+    }
+    return std::span<const std::uint8_t>(reader.buffer).subspan(reader.offset - reader.bufferOffset);
+}
+
 /// Whether the file is empty or begins with a game, perhaps one that was cut off.
 bool beginsLikeGames(int descriptor)
 {
@@ -170,22 +204,26 @@ bool openGames(gameReader &reader, const std::string &path)
 {
     reader = {};
     const std::int64_t size = readableFileSize(path);
-    return size == 0 || (size > 0 && mapFile(path, reader.mapping) == mappingResult::mapped);
+    if (size < 0)
+        return false;
+    reader.end = static_cast<std::uint64_t>(size);
+    reader.descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    return reader.descriptor >= 0;
 }
 
 bool nextGame(gameReader &reader, storedGame &game)
 {
-    while (reader.offset < reader.mapping.size)
+    while (reader.offset < reader.end)
     {
-        const std::uint8_t *bytes = reader.mapping.data + reader.offset;
-        const std::size_t size = recordSize(bytes, reader.mapping.size - reader.offset);
+        const std::span<const std::uint8_t> bytes = nextBytes(reader);
+        const std::size_t size = recordSize(bytes.data(), bytes.size());
         if (size == 0)
         {
             ++reader.offset;
             ++reader.summary.damagedBytes;
             continue;
         }
-        decodeGame(bytes, game);
+        decodeGame(bytes.data(), game);
         reader.offset += size;
         ++reader.summary.games;
         reader.summary.positions += game.moves.size();
@@ -197,7 +235,8 @@ bool nextGame(gameReader &reader, storedGame &game)
 
 void closeGames(gameReader &reader)
 {
-    unmapFile(reader.mapping);
+    if (reader.descriptor >= 0)
+        close(reader.descriptor);
     reader = {};
 }
 

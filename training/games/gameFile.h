@@ -27,7 +27,6 @@
 
 #include "board/moveCode.h"
 #include "movegen/gameRules.h"
-#include "platform/fileMapping.h"
 
 namespace tarvonel
 {
@@ -87,12 +86,17 @@ struct gameFileSummary
 /// A file open for reading, record by record.
 struct gameReader
 {
-    fileMapping mapping;
-    std::uint64_t offset = 0;
-    gameFileSummary summary; ///< of the part read so far
+    int descriptor = -1;
+    std::uint64_t offset = 0; ///< of the next record
+    std::uint64_t end = 0;    ///< of the file when it was opened, or of the part to read
+    std::vector<std::uint8_t> buffer;
+    std::uint64_t bufferOffset = 0; ///< place of the buffer in the file
+    gameFileSummary summary;        ///< of the part read so far
 };
 
-/// False if the file cannot be read. An empty file has no games.
+/// False if the file cannot be read. An empty file has no games. The file may be changed by others
+/// while it is read: it is not mapped. Copies of a reader share its descriptor and may be used in
+/// different threads.
 bool openGames(gameReader &reader, const std::string &path);
 
 /// Reads the next whole record; false at the end of the file.

@@ -1,15 +1,13 @@
-// Writes the mean of networks that were learnt from one ancestor.
+// Writes the mean of networks trained from one ancestor.
 
-#include <fstream>
 #include <memory>
 #include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "eval/networkWriter.h"
 #include "learning/networkMean.h"
-#include "platform/wholeFile.h"
+#include "learning/networkWriter.h"
 #include "programMain.h"
 
 namespace tarvonel
@@ -30,16 +28,10 @@ int average(const averagePlan &plan)
     for (const std::string &file : plan.files)
     {
         if (!loadNetFile(file))
-            throw std::runtime_error(file + " is no network");
+            throw std::runtime_error(file + " is not a network file");
         networks.push_back(std::make_unique<networkWeights>(netWeights));
     }
-    std::string error;
-    const auto mean = meanOfNetworks(std::move(networks), error);
-    if (error.empty())
-        error = writeWholeFile(plan.out, [&](std::ostream &stream)
-                               { writeNet(stream, *mean, "mean of networks learnt from the engine's own games"); });
-    if (!error.empty())
-        throw std::runtime_error(error);
+    writeNetwork(plan.out, *meanOfNetworks(std::move(networks)), "mean of networks trained on the engine's own games");
     return 0;
 }
 
@@ -51,11 +43,11 @@ int main(int argc, char **argv)
 {
     tarvonel::averagePlan plan;
     return tarvonel::programMain(
-        argc, argv, "Writes the mean of networks that were learnt from one ancestor.",
+        argc, argv, "Writes the mean of networks trained from one ancestor.",
         [&](CLI::App &app)
         {
             app.add_option("networks", plan.files, "network files")->required()->expected(2, 1000);
-            app.add_option("--out", plan.out, "the network file");
+            app.add_option("--out", plan.out, "network file to write");
         },
         [&] { return tarvonel::average(plan); });
 }

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <map>
+#include <stdexcept>
 
 namespace tarvonel
 {
@@ -10,7 +11,7 @@ namespace tarvonel
 namespace
 {
 
-// By the king's square with its file mirrored to a to d; a8 at top left, the own first rank below.
+// By the king's square, mirrored to files a to d, from its own side; a8 at top left.
 constexpr std::uint8_t kingRegion[8][4] = {
     // clang-format off
     {7, 7, 7, 7},
@@ -26,7 +27,7 @@ constexpr std::uint8_t kingRegion[8][4] = {
 constexpr int regionCount = 8;
 constexpr int mirroredKings = 32;
 
-/// The parts of a feature, mirrored so that the king stands on files a to d.
+/// The parts of a feature, mirrored so that the king is on files a to d.
 struct mirroredFeature
 {
     int king, kind, square;
@@ -75,7 +76,7 @@ featureLevel makeLevel(const knownLevel &known)
 
 } // namespace
 
-std::vector<featureLevel> makeLevels(const std::string &names, std::string &error)
+std::vector<featureLevel> makeLevels(const std::string &names)
 {
     std::string list = names;
     std::replace(list.begin(), list.end(), ',', ' ');
@@ -85,19 +86,17 @@ std::vector<featureLevel> makeLevels(const std::string &names, std::string &erro
         const auto *known =
             std::find_if(std::begin(knownLevels), std::end(knownLevels), [&](const auto &k) { return name == k.name; });
         if (known == std::end(knownLevels))
-        {
-            error = "unknown level of features: " + name;
-            return {};
-        }
+            throw std::invalid_argument("unknown level: " + name);
         levels.push_back(makeLevel(*known));
     }
-    error = levels.empty() ? "no level of features named" : "";
+    if (levels.empty())
+        throw std::invalid_argument("no level");
     return levels;
 }
 
 void groupItems(groupedItems &grouped, const std::vector<std::uint32_t> &groupOf, std::size_t groups)
 {
-    // While the items are placed, first[g + 1] is where the next one of group g goes.
+    // Counting sort. While items are placed, first[g + 1] is where the next one of group g goes.
     grouped.first.assign(groups + 2, 0);
     for (const std::uint32_t group : groupOf)
         ++grouped.first[group + 2];

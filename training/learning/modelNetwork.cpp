@@ -3,11 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <functional>
-#include <memory>
 #include <numeric>
-
-#include "eval/networkWriter.h"
-#include "platform/wholeFile.h"
 
 namespace tarvonel
 {
@@ -17,12 +13,12 @@ namespace
 
 template <typename Number> Number rounded(double value, double low, double high)
 {
-    return static_cast<Number>(std::lround(std::clamp(value, low, high)));
+    return static_cast<Number>(std::nearbyint(std::clamp(value, low, high))); // ties as in `roundRow`
 }
 
 constexpr double halfStep = weightScale / 2.0;
 
-/// A hidden bias carries half a step more, as the engine's shift rounds towards minus infinity.
+/// Adds half a step to a hidden bias, as the engine's shift rounds towards minus infinity.
 std::int32_t hiddenBias(float bias) { return rounded<std::int32_t>(bias * rawPerOutput + halfStep, -1e9, 1e9); }
 
 std::int16_t denseWeight(float weight)
@@ -31,7 +27,7 @@ std::int16_t denseWeight(float weight)
 }
 
 /// Transposed: the engine has a row for each output.
-template <std::size_t Inputs> void quantiseLayer(const learntArray &weights, const learntArray &biases,
+template <std::size_t Inputs> void quantiseLayer(const parameterArray &weights, const parameterArray &biases,
                                                  std::int16_t (&rows)[hiddenWidth][Inputs],
                                                  std::int32_t (&sums)[hiddenWidth])
 {
@@ -49,7 +45,6 @@ void quantiseRow(const float *row, std::int16_t *lanes)
         lanes[i] = rounded<std::int16_t>(row[i] * activationScale, -32767, 32767);
 }
 
-/// Puts the values of a row, lane by lane, into another order.
 void orderRow(std::int16_t *row, const std::vector<int> &lanes)
 {
     std::int16_t ordered[transformerWidth];
@@ -59,9 +54,9 @@ void orderRow(std::int16_t *row, const std::vector<int> &lanes)
 }
 
 /// The inverse of `quantiseLayer`.
-template <std::size_t Inputs> void takeLayer(learntArray &weights, learntArray &biases,
-                                             const std::int16_t (&rows)[hiddenWidth][Inputs],
-                                             const std::int32_t (&sums)[hiddenWidth])
+template <std::size_t Inputs> void dequantiseLayer(parameterArray &weights, parameterArray &biases,
+                                                   const std::int16_t (&rows)[hiddenWidth][Inputs],
+                                                   const std::int32_t (&sums)[hiddenWidth])
 {
     for (std::size_t o = 0; o < hiddenWidth; ++o)
     {
@@ -71,21 +66,21 @@ template <std::size_t Inputs> void takeLayer(learntArray &weights, learntArray &
     }
 }
 
-void takeRow(float *row, const std::int16_t *lanes)
+void dequantiseRow(float *row, const std::int16_t *lanes)
 {
     for (int i = 0; i < transformerWidth; ++i)
         row[i] = static_cast<float>(lanes[i]) / activationScale;
 }
 
-/// Moves the mean of what is left of the features that share a row into that row.
-void fitLevel(const featureLevel &level, lineVector<float> &rows, std::vector<float> &left)
+/// Moves the mean of the remaining rows of the features that share a level's row into that row.
+void fitLevel(const featureLevel &level, lineVector<float> &rows, std::vector<float> &rest)
 {
     std::vector<float> means(rows.size(), 0.0F);
     std::vector<int> sharers(static_cast<std::size_t>(level.rows), 0);
     const auto meanOf = [&](std::size_t feature) { return means.data() + level.rowOf[feature] * transformerWidth; };
     for (std::size_t feature = 0; feature < featureCount; ++feature)
     {
-        addRow(meanOf(feature), left.data() + feature * transformerWidth);
+        addRow(meanOf(feature), rest.data() + feature * transformerWidth);
         ++sharers[level.rowOf[feature]];
     }
     for (std::size_t i = 0; i < means.size(); ++i)
@@ -95,22 +90,22 @@ void fitLevel(const featureLevel &level, lineVector<float> &rows, std::vector<fl
     }
     for (std::size_t feature = 0; feature < featureCount; ++feature)
     {
-        float *row = left.data() + feature * transformerWidth;
+        float *row = rest.data() + feature * transformerWidth;
         std::transform(row, row + transformerWidth, meanOf(feature), row, std::minus<>{});
     }
 }
 
-/// Splits the rows of all features among the levels: the shared ones by turns, as they overlap, and
-/// then what is left to those that nobody shares. `rows` keep what no level holds.
+/// Splits the rows of all features among the levels: first among the shared ones, in several rounds as
+/// they overlap, then the rest into the free ones. `rows` keeps what no level holds.
 void splitRows(trainerModel &model, std::vector<float> &rows)
 {
-    constexpr int turns = 16;
-    for (int turn = 0; turn <= turns; ++turn)
+    constexpr int rounds = 16;
+    for (int round = 0; round <= rounds; ++round)
     {
         for (std::size_t i = 0; i < model.levels.size(); ++i)
         {
             const bool isShared = model.levels[i].rows < featureCount;
-            if (isShared == (turn < turns))
+            if (isShared == (round < rounds))
                 fitLevel(model.levels[i], model.levelRows[i].weights, rows);
         }
     }
@@ -151,27 +146,18 @@ void orderLanes(networkWeights &weights, const std::vector<int> &lanes)
     }
 }
 
-std::string writeNetwork(const trainerModel &model, const std::vector<int> &lanes, const std::string &path,
-                         const std::string &description)
+double importNetwork(trainerModel &model, const networkWeights &weights)
 {
-    const auto weights = std::make_unique<networkWeights>();
-    quantiseModel(model, *weights);
-    orderLanes(*weights, lanes);
-    return writeWholeFile(path, [&](std::ostream &stream) { writeNet(stream, *weights, description); });
-}
-
-double takeNetwork(trainerModel &model, const networkWeights &weights)
-{
-    for (learntArray *array : arraysOf(model))
+    for (parameterArray *array : arraysOf(model))
         array->resize(array->steps.size(), array->weights.size() / array->steps.size());
     std::vector<float> rows(static_cast<std::size_t>(featureCount) * transformerWidth);
     for (std::size_t feature = 0; feature < featureCount; ++feature)
-        takeRow(rows.data() + feature * transformerWidth, weights.featureWeight[feature]);
+        dequantiseRow(rows.data() + feature * transformerWidth, weights.featureWeight[feature]);
     const double whole = sumOfSquares(rows);
     splitRows(model, rows);
-    takeRow(model.featureBias.weights.data(), weights.featureBias);
-    takeLayer(model.hidden1Weight, model.hidden1Bias, weights.hidden1Weight, weights.hidden1Bias);
-    takeLayer(model.hidden2Weight, model.hidden2Bias, weights.hidden2Weight, weights.hidden2Bias);
+    dequantiseRow(model.featureBias.weights.data(), weights.featureBias);
+    dequantiseLayer(model.hidden1Weight, model.hidden1Bias, weights.hidden1Weight, weights.hidden1Bias);
+    dequantiseLayer(model.hidden2Weight, model.hidden2Bias, weights.hidden2Weight, weights.hidden2Bias);
     for (std::size_t o = 0; o < hiddenWidth; ++o)
         model.outputWeight.weights[o] = static_cast<float>(weights.outputWeight[o]) / weightScale;
     model.outputBias.weights[0] = static_cast<float>(weights.outputBias / rawPerOutput);

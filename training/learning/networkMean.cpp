@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <cstdlib>
 #include <span>
+#include <stdexcept>
+#include <string>
 #include <type_traits>
 
 #include "learning/modelNetwork.h"
@@ -15,13 +17,13 @@ namespace tarvonel
 namespace
 {
 
-/// Some rows tell lanes apart. Prime, so that they show men of all kinds on squares all over the board.
-constexpr int rowsApart = 97;
+/// Lanes are compared on every 97th row. Prime, so that these cover all kinds of pieces and squares.
+constexpr int rowStep = 97;
 
 std::int64_t distance(const networkWeights &reference, int lane, const networkWeights &other, int otherLane)
 {
     std::int64_t sum = 0;
-    for (int feature = 0; feature < featureCount; feature += rowsApart)
+    for (int feature = 0; feature < featureCount; feature += rowStep)
         sum += std::abs(reference.featureWeight[feature][lane] - other.featureWeight[feature][otherLane]);
     return sum;
 }
@@ -39,7 +41,7 @@ int nearestLane(const networkWeights &reference, int lane, const networkWeights 
     return nearest;
 }
 
-/// Puts the mean of all networks' numbers into the first one's.
+/// Replaces the first network's numbers by the mean of all networks'.
 template <typename NumbersOf>
 void takeMean(const std::vector<std::unique_ptr<networkWeights>> &networks, const NumbersOf &numbersOf)
 {
@@ -67,17 +69,13 @@ std::vector<int> matchLanes(const networkWeights &reference, const networkWeight
     return lanes;
 }
 
-std::unique_ptr<networkWeights> meanOfNetworks(std::vector<std::unique_ptr<networkWeights>> networks,
-                                               std::string &error)
+std::unique_ptr<networkWeights> meanOfNetworks(std::vector<std::unique_ptr<networkWeights>> networks)
 {
     for (std::size_t i = 1; i < networks.size(); ++i)
     {
         const std::vector<int> lanes = matchLanes(*networks[0], *networks[i]);
         if (lanes.empty())
-        {
-            error = "network " + std::to_string(i + 1) + " is no relative of the first";
-            return nullptr;
-        }
+            throw std::runtime_error("network " + std::to_string(i + 1) + " is not related to the first");
         orderLanes(*networks[i], lanes);
     }
     takeMean(networks, [](networkWeights &net) { return std::span(net.featureBias); });

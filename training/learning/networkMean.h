@@ -1,11 +1,10 @@
-// The mean of networks that were learnt from one ancestor.
+// The mean of networks trained from one ancestor.
 //
-// Each learns by heart some of the games it saw; in the mean of their weights what they share stays
-// and what is peculiar to each fades.
+// Each is overfitted to some of its games; averaging the weights keeps what they share and damps what
+// is specific to one.
 #pragma once
 
 #include <memory>
-#include <string>
 #include <vector>
 
 #include "eval/networkFile.h"
@@ -13,14 +12,13 @@
 namespace tarvonel
 {
 
-/// Networks are written with their first layer's lanes in an order of their own. For each lane of
-/// `reference` the lane of `other` that has the nearest weights; none at all where two lanes have
-/// the same nearest one, as those of networks without a common ancestor do.
+/// Each network file has its first-layer lanes in a different order. Returns for each lane of
+/// `reference` the lane of `other` with the nearest weights; empty if two lanes have the same nearest
+/// lane, as in networks without a common ancestor.
 std::vector<int> matchLanes(const networkWeights &reference, const networkWeights &other);
 
-/// Weight by weight the rounded mean, in the first network's order of lanes, without the rearranged
-/// weights; nothing where one of them is no relative of the first, and `error` tells which, counting from 1.
-std::unique_ptr<networkWeights> meanOfNetworks(std::vector<std::unique_ptr<networkWeights>> networks,
-                                               std::string &error);
+/// The rounded mean of each weight, with the lanes in the first network's order and without the
+/// rearranged weights. Throws std::runtime_error if a network is not related to the first.
+std::unique_ptr<networkWeights> meanOfNetworks(std::vector<std::unique_ptr<networkWeights>> networks);
 
 } // namespace tarvonel

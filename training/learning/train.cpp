@@ -1,21 +1,19 @@
-// Learns the evaluation network from files of self-played games.
+// Trains the evaluation network on files of self-play games.
 
 #include <algorithm>
-#include <cmath>
+#include <cinttypes>
 #include <cstdio>
 #include <filesystem>
-#include <numbers>
-#include <numeric>
-#include <random>
+#include <memory>
+#include <stdexcept>
 #include <string>
-#include <utility>
-#include <vector>
 
 #include "board/engineOptions.h"
 #include "eval/networkFile.h"
 #include "learning/modelNetwork.h"
-#include "learning/trainerJudge.h"
-#include "learning/trainerStep.h"
+#include "learning/networkWriter.h"
+#include "learning/trainingRun.h"
+#include "learning/validation.h"
 #include "platform/clock.h"
 #include "programMain.h"
 
@@ -27,57 +25,54 @@ namespace
 
 constexpr std::int64_t progressInterval = 5000; ///< milliseconds
 
-struct trainingPlan
+/// Accepts what `makeLevels` accepts.
+CLI::Validator levelNames()
 {
-    std::vector<std::string> files;
-    std::string out = "network.nnue";
-    std::string checkpoint;
-    std::string from;
-    std::string levelNames = "base,region";
-    std::vector<featureLevel> levels;
-    dataSettings data;
-    learningSettings settings;
-    double learningRate = 0.001;
-    double finalLearningRate = 0.00002;
-    double mirrorShare = 0.5;
-    double warmUp = 200; ///< steps
-    std::uint64_t capacity = 4'000'000'000;
-    std::size_t block = 100'000'000;
-    std::size_t batch = 2048;
-    std::uint64_t epochs = 2;
-    std::uint64_t seed = 1;
-    int threads = coreCount();
-    bool resumes = false;
-};
+    const auto complaint = [](const std::string &names) -> std::string
+    {
+        try
+        {
+            makeLevels(names);
+            return {};
+        }
+        catch (const std::exception &error)
+        {
+            return error.what();
+        }
+    };
+    return {complaint, ""};
+}
 
 void declareOptions(CLI::App &app, trainingPlan &plan)
 {
     const CLI::Validator share = numberFrom(0, 1);
-    learningSettings &settings = plan.settings;
+    trainingSettings &settings = plan.settings;
     dataSettings &data = plan.data;
     targetSettings &target = data.target;
-    app.add_option("games", plan.files, "files of games")->required();
-    app.add_option("--out", plan.out, "the network file, written after each epoch");
+    app.add_option("games", plan.files, "game files")->required();
+    app.add_option("--out", plan.out, "network file, written after each epoch");
     CLI::Option *checkpoint = app.add_option("--checkpoint", plan.checkpoint,
-                                             "weights and optimiser, written after each epoch and on an interrupt");
+                                             "file of weights and optimiser, written after each epoch and interrupt");
     CLI::Option *resume =
-        app.add_flag("--resume", plan.resumes, "goes on from the checkpoint, if it is there")->needs(checkpoint);
-    app.add_option("--from", plan.from, "starts a new run from the weights of a checkpoint or a network file")
+        app.add_flag("--resume", plan.resumes, "continue from the checkpoint if it exists")->needs(checkpoint);
+    app.add_option("--from", plan.from, "start a new run from the weights of a checkpoint or network file")
         ->excludes(resume);
-    app.add_option("--levels", plan.levelNames, "what rows are sums of: base,region,mirror,free");
+    app.add_option("--levels", plan.levelNames, "first-layer rows are sums over these: base,region,mirror,free")
+        ->check(levelNames());
     app.add_option("--epochs", plan.epochs, "passes over the data")->check(numberFrom(1, 100'000));
-    app.add_option("--batch", plan.batch, "positions for each step")->check(numberFrom(1, 1'000'000));
+    app.add_option("--batch", plan.batch, "positions per step")->check(numberFrom(1, 1'000'000));
     app.add_option("--learning-rate", plan.learningRate, "learning rate after the warm-up")->check(numberFrom(1e-9, 1));
     app.add_option("--final-learning-rate", plan.finalLearningRate, "and at the end, along half a cosine")
         ->check(share);
-    app.add_option("--warm-up", plan.warmUp, "first steps over which the rate rises from 0")->check(numberFrom(0, 1e9));
+    app.add_option("--warm-up", plan.warmUp, "steps over which the learning rate first rises from 0")
+        ->check(numberFrom(0, 1e9));
     app.add_option("--weight-decay", settings.weightDecay,
-                   "share of the weights, times the rate, that each step takes off")
+                   "share of the weights, times the learning rate, that each step removes")
         ->check(numberFrom(0, 100));
     app.add_option("--average", settings.averagedSteps,
-                   "writes and judges the mean of the weights of about the last so many steps")
+                   "write and validate the mean of the weights over about this many last steps; 0: the last ones")
         ->check(numberFrom(0, 1e9));
-    app.add_option("--free-share", settings.freeShare, "rate of the free rows, as a share of the others'")
+    app.add_option("--free-share", settings.freeShare, "learning rate of the free rows, as a share of the others'")
         ->check(numberFrom(0, 10));
     app.add_option("--wdl-weight", target.wdlWeight, "weight of the game's result in the target, at its last ply")
         ->check(share);
@@ -90,255 +85,156 @@ void declareOptions(CLI::App &app, trainingPlan &plan)
                    "error for each unit of first-layer activation, for a faster engine")
         ->check(share);
     app.add_option("--game-share", data.gameShare,
-                   "random share of each game's positions that a pass trains on, each pass another one")
+                   "share of each game's positions that a pass trains on, chosen at random for each pass")
         ->check(numberFrom(0.001, 1));
     app.add_option("--mirror-share", plan.mirrorShare,
-                   "share of positions without castling rights to be shown mirrored")
+                   "share of the positions without castling rights that are mirrored")
         ->check(share);
     app.add_option("--score-scale", target.scoreScale, "centipawns of the target's sigmoid")
         ->check(numberFrom(1, 10'000));
-    app.add_option("--positions", plan.capacity, "learns from about the first so many")->check(numberFrom(1, 4e9));
-    app.add_option("--block", plan.block, "positions to hold in memory and mix at a time")->check(numberFrom(1, 4e9));
-    app.add_option("--validation", data.validationShare, "keeps the games of one start in so many for validation")
+    app.add_option("--positions", plan.capacity, "train on about the first N positions")->check(numberFrom(1, 4e9));
+    app.add_option("--block", plan.block, "positions to hold in memory and shuffle at a time")
+        ->check(numberFrom(1, 4e9));
+    app.add_option("--validation", data.validationShare, "keep the games of one start in N for validation")
         ->check(numberFrom(2, 1e9));
-    app.add_option("--first-ply", data.firstPly, "leaves out earlier plies of games")->check(numberFrom(0, 10'000));
-    app.add_option("--max-balance", data.maxBalance, "leaves out larger material and placement, centipawns")
+    app.add_option("--first-ply", data.firstPly, "leave out earlier plies of each game")->check(numberFrom(0, 10'000));
+    app.add_option("--max-balance", data.maxBalance, "leave out positions with more material and placement, centipawns")
         ->check(numberFrom(0, 32767));
-    app.add_option("--max-score", data.maxScore, "leaves out larger scores, centipawns")->check(numberFrom(0, 32767));
+    app.add_option("--max-score", data.maxScore, "leave out larger scores, centipawns")->check(numberFrom(0, 32767));
     app.add_option("--threads", plan.threads, "threads")->check(numberFrom(1, 256));
-    app.add_option("--seed", plan.seed, "of first weights and order")->check(numberFrom(0, 1e9));
+    app.add_option("--seed", plan.seed, "of initial weights and order")->check(numberFrom(0, 1e9));
 }
 
-std::string readData(const trainingPlan &plan, trainingData &data, workCrew &crew)
+void readData(trainingRun &run)
 {
     const std::int64_t start = millisecondsNow();
-    std::string error = openData(data, plan.files, plan.data, plan.capacity, crew);
-    if (!error.empty())
-        return error;
-    std::printf("%llu positions to train on in a pass, %zu for validation, of %llu in %llu games (%.1f s)\n",
-                static_cast<unsigned long long>(data.learnable), data.validation.size(),
-                static_cast<unsigned long long>(data.positions), static_cast<unsigned long long>(data.games),
+    openData(run.data, run.plan.files, run.plan.data, run.plan.capacity, run.pool);
+    const trainingData &data = run.data;
+    std::printf("%" PRIu64 " positions to train on in a pass, %zu for validation, of %" PRIu64 " in %" PRIu64
+                " games (%.1f s)\n",
+                data.passPositions, data.validation.size(), data.positions, data.games,
                 static_cast<double>(millisecondsNow() - start) / 1000);
     if (data.damagedBytes > 0 || data.badGames > 0)
-        std::printf("passed over: %llu damaged bytes, %llu games that are not legal\n",
-                    static_cast<unsigned long long>(data.damagedBytes), static_cast<unsigned long long>(data.badGames));
+        std::printf("skipped: %" PRIu64 " damaged bytes, %" PRIu64 " games with illegal moves or positions\n",
+                    data.damagedBytes, data.badGames);
     std::fflush(stdout);
-    return data.learnable == 0 ? "no positions to learn from" : "";
+    if (data.passPositions == 0)
+        throw std::runtime_error("no positions to train on");
 }
 
-/// Fresh weights, or those of a checkpoint or network. Empty text or what went wrong.
-std::string prepareModel(const trainingPlan &plan, trainerModel &model, checkpointProgress &progress)
+/// Gives the new model the weights of a checkpoint or network file.
+void startFrom(trainerModel &model, const trainingPlan &plan)
 {
-    progress = {0, 0, plan.seed};
+    if (isCheckpoint(plan.from))
+    {
+        trainerModel other;
+        loadCheckpoint(other, plan.from);
+        copyWeights(model, other);
+        return;
+    }
+    if (!loadNetFile(plan.from))
+        throw std::runtime_error(plan.from + " is neither a checkpoint nor a network file");
+    std::printf("--levels %s: hold %.2f%% of the network's first layer\n", plan.levelNames.c_str(),
+                100 * importNetwork(model, netWeights));
+}
+
+void prepareModel(trainingRun &run)
+{
+    const trainingPlan &plan = run.plan;
     if (plan.resumes && std::filesystem::exists(plan.checkpoint))
     {
-        std::string error = loadCheckpoint(model, progress, plan.checkpoint);
-        std::printf("resuming after %llu epochs and %llu positions\n", static_cast<unsigned long long>(progress.epoch),
-                    static_cast<unsigned long long>(progress.positions));
-        return error;
+        run.progress = loadCheckpoint(run.model, plan.checkpoint);
+        std::printf("resuming after %" PRIu64 " epochs and %" PRIu64 " positions\n", run.progress.epoch,
+                    run.progress.positions);
+        return;
     }
-    initialiseModel(model, plan.levels, plan.seed);
-    if (plan.from.empty())
-        return {};
-    if (!isCheckpoint(plan.from))
-    {
-        if (!loadNetFile(plan.from))
-            return plan.from + " is neither checkpoint nor network";
-        std::printf("--levels %s: holds %.2f%% of the network's first layer\n", plan.levelNames.c_str(),
-                    100 * takeNetwork(model, netWeights));
-        return {};
-    }
-    trainerModel other;
-    checkpointProgress ignored;
-    std::string error = loadCheckpoint(other, ignored, plan.from);
-    return error.empty() ? takeWeights(model, other) : error;
+    run.progress = {0, 0, plan.seed};
+    initialiseModel(run.model, makeLevels(plan.levelNames), plan.seed);
+    if (!plan.from.empty())
+        startFrom(run.model, plan);
 }
 
-/// The rate after a share of the run.
-double rateAt(const trainingPlan &plan, double share, std::uint64_t steps)
-{
-    const double cosine = (1 + std::cos(std::numbers::pi * std::min(share, 1.0))) / 2;
-    const double rate = plan.finalLearningRate + (plan.learningRate - plan.finalLearningRate) * cosine;
-    return rate * std::min(1.0, static_cast<double>(steps + 1) / std::max(plan.warmUp, 1.0));
-}
-
-/// Shows the share of those positions that nothing but the files tells apart from their mirror image
-/// as that image.
-void mirrorSome(std::vector<trainingPosition> &batch, double share, std::mt19937_64 &random)
-{
-    std::bernoulli_distribution isChosen(share);
-    for (trainingPosition &position : batch)
-        position.isMirrored = position.hasCastling == 0 && isChosen(random) ? 1 : 0;
-}
-
-/// Pieces of the files in memory at the same time.
-struct dataBlock
-{
-    std::vector<std::uint32_t> pieces; ///< their numbers
-    std::uint64_t positions = 0;
-};
-
-std::vector<std::uint32_t> shuffledNumbers(std::size_t count, std::mt19937_64 &random)
-{
-    std::vector<std::uint32_t> numbers(count);
-    std::iota(numbers.begin(), numbers.end(), 0U);
-    std::ranges::shuffle(numbers, random);
-    return numbers;
-}
-
-/// Deals the pieces out among as few blocks as memory allows, about equal ones.
-std::vector<dataBlock> dealBlocks(const trainingPlan &plan, const trainingData &data, std::mt19937_64 &random)
-{
-    std::vector<dataBlock> blocks((data.learnable + plan.block - 1) / plan.block);
-    std::uint64_t dealt = 0;
-    for (const std::uint32_t piece : shuffledNumbers(data.pieces.size(), random))
-    {
-        dataBlock &block = blocks[std::min(dealt * blocks.size() / data.learnable, blocks.size() - 1)];
-        block.pieces.push_back(piece);
-        block.positions += data.pieces[piece].positions;
-        dealt += data.pieces[piece].positions;
-    }
-    return blocks;
-}
-
-/// All that one run works with.
-struct trainingRun
-{
-    const trainingPlan &plan;
-    workCrew crew;
-    trainingData data;
-    trainerModel model;
-    checkpointProgress progress;
-    workspacePointer workspace = makeWorkspace();
-    std::vector<trainingPosition> positions; ///< of the block under way
-
-    explicit trainingRun(const trainingPlan &given) : plan(given), crew(given.threads) {}
-};
-
-/// Tells from time to time how the epoch goes.
-struct progressTeller
+/// Prints a line every few seconds and at the end of an epoch.
+struct progressPrinter
 {
     double error = 0; ///< sums since the last line
-    std::uint64_t learnt = 0;
-    std::int64_t told = millisecondsNow();
+    std::uint64_t positions = 0;
+    std::int64_t lastLine = millisecondsNow();
 
-    void tell(const trainingRun &run, double rate)
+    void add(const trainingRun &run, const batchReport &batch)
     {
+        error += batch.error;
+        positions += batch.positions;
         const std::int64_t now = millisecondsNow();
-        const bool isLast = run.progress.positions >= run.data.learnable;
-        if (learnt == 0 || (now - told < progressInterval && !isLast))
+        const bool isLast = run.progress.positions >= run.data.passPositions;
+        if (now - lastLine < progressInterval && !isLast)
             return;
-        std::printf("epoch %llu  %5.1f%%  error %.6f  rate %.6f  %.0f positions/s\n",
-                    static_cast<unsigned long long>(run.progress.epoch) + 1,
-                    100 * static_cast<double>(run.progress.positions) / static_cast<double>(run.data.learnable),
-                    error / static_cast<double>(learnt), rate,
-                    static_cast<double>(learnt) * 1000 / static_cast<double>(std::max<std::int64_t>(now - told, 1)));
+        std::printf(
+            "epoch %" PRIu64 "  %5.1f%%  error %.6f  learning rate %.6f  %.0f positions/s\n", run.progress.epoch + 1,
+            100 * static_cast<double>(run.progress.positions) / static_cast<double>(run.data.passPositions),
+            error / static_cast<double>(positions), batch.learningRate,
+            static_cast<double>(positions) * 1000 / static_cast<double>(std::max<std::int64_t>(now - lastLine, 1)));
         std::fflush(stdout);
         *this = {0, 0, now};
     }
 };
 
-/// Learns from the positions in memory in steps of about the batch's size, but for the first `done`.
-void learnBlock(trainingRun &run, std::uint64_t done, std::mt19937_64 &random, progressTeller &teller)
+/// Validates the model and, once it has been trained, writes network and checkpoint.
+void validateAndSave(trainingRun &run, const std::string &when)
 {
-    const std::vector<std::uint32_t> order = shuffledNumbers(run.positions.size(), random);
-    const std::uint64_t epochSize = run.data.learnable;
-    const std::size_t steps = std::max<std::size_t>((order.size() + run.plan.batch / 2) / run.plan.batch, 1);
-    learningSettings settings = run.plan.settings;
-    std::vector<trainingPosition> batch;
-    for (std::size_t step = 0; step < steps && !interrupted; ++step)
-    {
-        const std::size_t begin = order.size() * step / steps;
-        const std::size_t end = order.size() * (step + 1) / steps;
-        if (begin < done || begin == end)
-            continue;
-        batch.clear();
-        for (std::size_t i = begin; i < end; ++i)
-            batch.push_back(run.positions[order[i]]);
-        mirrorSome(batch, run.plan.mirrorShare, random);
-        const double epochs = static_cast<double>(run.progress.epoch) +
-                              static_cast<double>(run.progress.positions) / static_cast<double>(epochSize);
-        settings.rate = rateAt(run.plan, epochs / static_cast<double>(run.plan.epochs), run.model.steps);
-        teller.error += learnBatch(run.model, *run.workspace, run.crew, batch, settings);
-        teller.learnt += batch.size();
-        run.progress.positions += batch.size();
-        teller.tell(run, settings.rate);
-    }
-}
-
-/// One pass over the data in an order of its own, or the rest of one; false when interrupted.
-bool learnEpoch(trainingRun &run)
-{
-    std::mt19937_64 random(run.progress.seed * 1000003 + run.progress.epoch);
-    const std::vector<dataBlock> blocks = dealBlocks(run.plan, run.data, random);
-    std::uint64_t toSkip = run.progress.positions;
-    progressTeller teller;
-    for (const dataBlock &block : blocks)
-    {
-        if (toSkip >= block.positions)
-        {
-            toSkip -= block.positions;
-            continue;
-        }
-        if (blocks.size() > 1 || run.plan.data.gameShare < 1 || run.positions.empty())
-            readPieces(run.positions, run.data, block.pieces, run.plan.data, {run.progress.seed, run.progress.epoch},
-                       run.crew);
-        learnBlock(run, std::exchange(toSkip, 0), random, teller);
-        if (interrupted)
-            return false;
-    }
-    run.progress.positions = 0;
-    ++run.progress.epoch;
-    return true;
-}
-
-/// Judges the model by the positions of validation, and writes it.
-std::string judgeAndSave(trainingRun &run, const std::string &when)
-{
-    const bool isAveraged = run.plan.settings.averagedSteps > 0 && run.model.steps > 0;
+    const trainingPlan &plan = run.plan;
+    const bool isAveraged = plan.settings.averagedSteps > 0 && run.model.steps > 0;
     const trainerModel averaged = isAveraged ? averagedModel(run.model) : trainerModel{};
     const trainerModel &model = isAveraged ? averaged : run.model;
-    const judgement judged = judgeModel(model, run.crew, run.data.validation, run.plan.settings);
-    std::printf("%s: validation error %.6f\n%s%s", when.c_str(), judged.error, phaseText(judged).c_str(),
-                healthText(judged).c_str());
+    const validationResult result = validateModel(model, run.pool, run.data.validation, plan.settings);
+    std::printf("%s: validation error %.6f\n%s%s", when.c_str(), result.error, phaseText(result).c_str(),
+                healthText(result).c_str());
     std::fflush(stdout);
     if (run.model.steps == 0)
-        return {};
-    std::string error = writeNetwork(model, judged.lanes, run.plan.out, "learnt from the engine's own games");
-    return !error.empty() || run.plan.checkpoint.empty() ? error
-                                                         : saveCheckpoint(run.model, run.progress, run.plan.checkpoint);
+        return;
+    const auto weights = std::make_unique<networkWeights>();
+    quantiseModel(model, *weights);
+    orderLanes(*weights, result.lanes);
+    writeNetwork(plan.out, *weights, "trained on the engine's own games");
+    if (!plan.checkpoint.empty())
+        saveCheckpoint(run.model, run.progress, plan.checkpoint);
 }
 
-std::string learn(const trainingPlan &plan)
+/// One pass over the data, or the rest of one. What was trained is saved however it ends.
+void runEpoch(trainingRun &run)
 {
-    trainingRun run(plan);
-    std::string error = prepareModel(plan, run.model, run.progress);
-    if (error.empty())
-        error = readData(plan, run.data, run.crew);
-    if (error.empty() && run.model.steps == 0)
-        error = judgeAndSave(run, "before");
-    while (error.empty() && run.progress.epoch < plan.epochs && !interrupted)
+    const std::string number = std::to_string(run.progress.epoch + 1);
+    progressPrinter printer;
+    const auto afterBatch = [&](const batchReport &batch)
     {
-        const bool finished = learnEpoch(run);
-        const std::uint64_t epoch = run.progress.epoch + (finished ? 0 : 1);
-        error = judgeAndSave(run, (finished ? "after epoch " : "interrupted in epoch ") + std::to_string(epoch));
+        printer.add(run, batch);
+        return !interrupted;
+    };
+    try
+    {
+        const bool isFinished = trainEpoch(run, afterBatch);
+        validateAndSave(run, (isFinished ? "after epoch " : "interrupted in epoch ") + number);
     }
-    closeData(run.data);
-    return error;
+    catch (const gameFileChanged &)
+    {
+        validateAndSave(run, "stopped in epoch " + number);
+        throw;
+    }
 }
 
 int train(trainingPlan &plan)
 {
-    std::string error;
-    plan.levels = makeLevels(plan.levelNames, error);
-    if (!error.empty())
-        throw CLI::ValidationError("--levels", error);
-    engineOptions.chess960 = true; // games of both kinds may stand in a file; standard ones lose nothing
+    engineOptions.chess960 = true; // files may hold games of both kinds; standard ones are not affected
     plan.settings.scoreScale = plan.data.target.scoreScale;
     watchForInterrupts();
-    error = learn(plan);
-    if (!error.empty())
-        throw std::runtime_error(error);
+    trainingRun run(plan);
+    prepareModel(run);
+    readData(run);
+    if (run.model.steps == 0)
+        validateAndSave(run, "before");
+    while (run.progress.epoch < plan.epochs && !interrupted)
+        runEpoch(run);
+    closeData(run.data);
     return 0;
 }
 
@@ -349,7 +245,8 @@ int train(trainingPlan &plan)
 int main(int argc, char **argv)
 {
     tarvonel::trainingPlan plan;
+    plan.threads = tarvonel::coreCount();
     return tarvonel::programMain(
-        argc, argv, "Learns a network from files of games.",
-        [&](CLI::App &app) { tarvonel::declareOptions(app, plan); }, [&] { return tarvonel::train(plan); });
+        argc, argv, "Trains a network on files of games.", [&](CLI::App &app) { tarvonel::declareOptions(app, plan); },
+        [&] { return tarvonel::train(plan); });
 }

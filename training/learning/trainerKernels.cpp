@@ -125,26 +125,26 @@ void clampRow(float *__restrict output, const std::int16_t *__restrict sum, floa
         output[i] = clampUnit(static_cast<float>(sum[i]) / steps);
 }
 
-int listAlive(std::uint16_t *__restrict alive, const float *__restrict values, int count)
+int listNonzero(std::uint16_t *__restrict nonzero, const float *__restrict values, int count)
 {
     int listed = 0;
     for (int i = 0; i < count; ++i)
     {
-        alive[listed] = static_cast<std::uint16_t>(i);
+        nonzero[listed] = static_cast<std::uint16_t>(i);
         listed += values[i] > 0.0F ? 1 : 0;
     }
     return listed;
 }
 
-void forwardLayer(float *sums, const float *input, const std::uint16_t *alive, int aliveCount, const float *weights,
+void forwardLayer(float *sums, const float *input, const std::uint16_t *nonzero, int nonzeroCount, const float *weights,
                   const float *biases)
 {
-    // Several sums side by side, as one would wait for itself at each addition.
+    // Several partial sums, to hide the latency of additions.
     constexpr int strands = 4;
     vector<float> totals[strands][hiddenVectors] = {};
     const auto addInput = [&](int strand, int number)
     {
-        const int i = alive[number];
+        const int i = nonzero[number];
         for (int v = 0; v < hiddenVectors; ++v)
         {
             vector<float> values;
@@ -153,10 +153,10 @@ void forwardLayer(float *sums, const float *input, const std::uint16_t *alive, i
         }
     };
     int k = 0;
-    for (; k + strands <= aliveCount; k += strands)
+    for (; k + strands <= nonzeroCount; k += strands)
         for (int strand = 0; strand < strands; ++strand)
             addInput(strand, k + strand);
-    for (; k < aliveCount; ++k)
+    for (; k < nonzeroCount; ++k)
         addInput(0, k);
     for (int v = 0; v < hiddenVectors; ++v)
     {
@@ -186,19 +186,19 @@ void addL1Penalty(float *__restrict gradients, const float *__restrict activatio
         gradients[i] += activations[i] > 0.0F ? penalty : 0.0F;
 }
 
-void addOuterProduct(float *weightGradients, const float *input, const std::uint16_t *alive, int aliveCount,
+void addOuterProduct(float *weightGradients, const float *input, const std::uint16_t *nonzero, int nonzeroCount,
                      const float *gradients)
 {
     vector<float> slopes[hiddenVectors];
     for (int v = 0; v < hiddenVectors; ++v)
         load(slopes[v], gradients + v * lanesOf<float>);
-    for (int k = 0; k < aliveCount; ++k)
+    for (int k = 0; k < nonzeroCount; ++k)
         for (int v = 0; v < hiddenVectors; ++v)
         {
-            float *place = weightGradients + alive[k] * hiddenWidth + v * lanesOf<float>;
+            float *place = weightGradients + nonzero[k] * hiddenWidth + v * lanesOf<float>;
             vector<float> total;
             load(total, place);
-            total += slopes[v] * input[alive[k]];
+            total += slopes[v] * input[nonzero[k]];
             store(place, total);
         }
 }

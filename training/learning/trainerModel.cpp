@@ -7,10 +7,11 @@
 #include <filesystem>
 #include <fstream>
 #include <random>
+#include <stdexcept>
 #include <type_traits>
 
+#include "atomicFile.h"
 #include "platform/littleEndian.h"
-#include "platform/wholeFile.h"
 
 namespace tarvonel
 {
@@ -19,7 +20,7 @@ namespace
 {
 
 constexpr char checkpointMark[8] = {'T', 'V', 'T', 'R', 'A', 'I', 'N', '2'};
-constexpr std::uint32_t longestText = 1024;
+constexpr std::uint32_t maxNamesLength = 1024;
 
 void fillRandom(lineVector<float> &weights, double deviation, double mean, std::mt19937_64 &random)
 {
@@ -28,8 +29,8 @@ void fillRandom(lineVector<float> &weights, double deviation, double mean, std::
         weight = static_cast<float>(normal(random));
 }
 
-/// Weights that leave the sums of the outputs about where the biases put them: those of an output
-/// have the mean 0, as the inputs are never negative, and grow less the more inputs there are.
+/// Weights that leave an output's sum near its bias: scaled by the number of inputs, and with mean 0 per
+/// output, as the inputs are never negative.
 void fillLayer(lineVector<float> &weights, std::mt19937_64 &random)
 {
     const std::size_t inputs = weights.size() / hiddenWidth;
@@ -86,7 +87,7 @@ template <typename Numbers> void transferNumbers(std::istream &stream, Numbers &
 
 template <typename Stream> void transferArrays(Stream &stream, trainerModel &model)
 {
-    for (learntArray *array : arraysOf(model))
+    for (parameterArray *array : arraysOf(model))
     {
         for (lineVector<float> *numbers : {&array->weights, &array->means, &array->squares, &array->averages})
             transferNumbers(stream, *numbers);
@@ -96,28 +97,28 @@ template <typename Stream> void transferArrays(Stream &stream, trainerModel &mod
 
 } // namespace
 
-void learntArray::resize(std::size_t rows, std::size_t width)
+void parameterArray::resize(std::size_t rows, std::size_t width)
 {
     for (lineVector<float> *numbers : {&weights, &means, &squares, &averages})
         numbers->assign(rows * width, 0.0F);
     steps.assign(rows, 0);
 }
 
-std::vector<learntArray *> arraysOf(trainerModel &model)
+std::vector<parameterArray *> arraysOf(trainerModel &model)
 {
-    std::vector<learntArray *> arrays;
-    for (learntArray &rows : model.levelRows)
+    std::vector<parameterArray *> arrays;
+    for (parameterArray &rows : model.levelRows)
         arrays.push_back(&rows);
-    for (learntArray *array : {&model.featureBias, &model.hidden1Weight, &model.hidden1Bias, &model.hidden2Weight,
-                               &model.hidden2Bias, &model.outputWeight, &model.outputBias})
+    for (parameterArray *array : {&model.featureBias, &model.hidden1Weight, &model.hidden1Bias, &model.hidden2Weight,
+                                  &model.hidden2Bias, &model.outputWeight, &model.outputBias})
         arrays.push_back(array);
     return arrays;
 }
 
 void initialiseModel(trainerModel &model, const std::vector<featureLevel> &levels, std::uint64_t seed)
 {
-    // The sums of the first layer vary by a fraction of the clamp's range with some twenty men on the
-    // board, around a place in its lower half: the less is alive, the faster is the engine.
+    // With some twenty pieces on the board the first layer's sums vary by a fraction of the clamp's range,
+    // around a value in its lower half: the fewer are nonzero, the faster the engine.
     constexpr double rowDeviation = 0.06;
     constexpr float firstBias = 0.25F;
     constexpr float hiddenBias = 0.5F;
@@ -141,7 +142,7 @@ void sumFeatureRow(const trainerModel &model, std::size_t feature, float *row)
         addRow(row, model.levelRows[i].weights.data() + rowOffset(model.levels[i].rowOf[feature]));
 }
 
-std::string takeWeights(trainerModel &model, const trainerModel &other)
+void copyWeights(trainerModel &model, const trainerModel &other)
 {
     for (std::size_t i = 0; i < model.levels.size(); ++i)
         std::fill(model.levelRows[i].weights.begin(), model.levelRows[i].weights.end(), 0.0F);
@@ -150,7 +151,7 @@ std::string takeWeights(trainerModel &model, const trainerModel &other)
         const auto own = std::find_if(model.levels.begin(), model.levels.end(),
                                       [&](const featureLevel &level) { return level.name == other.levels[i].name; });
         if (own == model.levels.end())
-            return "the checkpoint's rows of level " + other.levels[i].name + " have no place";
+            throw std::runtime_error("the checkpoint has level " + other.levels[i].name + ", the new model does not");
         model.levelRows[static_cast<std::size_t>(own - model.levels.begin())].weights = other.levelRows[i].weights;
     }
     model.featureBias.weights = other.featureBias.weights;
@@ -160,33 +161,32 @@ std::string takeWeights(trainerModel &model, const trainerModel &other)
     model.hidden2Bias.weights = other.hidden2Bias.weights;
     model.outputWeight.weights = other.outputWeight.weights;
     model.outputBias.weights = other.outputBias.weights;
-    return {};
 }
 
 trainerModel averagedModel(const trainerModel &model)
 {
     trainerModel averaged = model;
-    for (learntArray *array : arraysOf(averaged))
+    for (parameterArray *array : arraysOf(averaged))
         array->weights = array->averages;
     return averaged;
 }
 
-std::string saveCheckpoint(trainerModel &model, const checkpointProgress &progress, const std::string &path)
+void saveCheckpoint(trainerModel &model, const checkpointProgress &progress, const std::string &path)
 {
-    return writeWholeFile(path,
-                          [&](std::ostream &stream)
-                          {
-                              const std::string names = joinNames(model.levels);
-                              stream.write(checkpointMark, sizeof checkpointMark);
-                              const auto length = static_cast<std::uint32_t>(names.size());
-                              writeLittle(stream, &length, 1);
-                              stream << names;
-                              writeLittle(stream, &progress.epoch, 1);
-                              writeLittle(stream, &progress.positions, 1);
-                              writeLittle(stream, &progress.seed, 1);
-                              writeLittle(stream, &model.steps, 1);
-                              transferArrays(stream, model);
-                          });
+    replaceFile(path,
+                [&](std::ostream &stream)
+                {
+                    const std::string names = joinNames(model.levels);
+                    stream.write(checkpointMark, sizeof checkpointMark);
+                    const auto length = static_cast<std::uint32_t>(names.size());
+                    writeLittle(stream, &length, 1);
+                    stream << names;
+                    writeLittle(stream, &progress.epoch, 1);
+                    writeLittle(stream, &progress.positions, 1);
+                    writeLittle(stream, &progress.seed, 1);
+                    writeLittle(stream, &model.steps, 1);
+                    transferArrays(stream, model);
+                });
 }
 
 bool isCheckpoint(const std::string &path)
@@ -195,27 +195,26 @@ bool isCheckpoint(const std::string &path)
     return readMark(stream);
 }
 
-std::string loadCheckpoint(trainerModel &model, checkpointProgress &progress, const std::string &path)
+checkpointProgress loadCheckpoint(trainerModel &model, const std::string &path)
 {
     std::ifstream stream(path, std::ios::binary);
     std::uint32_t length = 0;
     const bool isMarked = readMark(stream);
     readLittle(stream, &length, 1);
-    if (!stream || !isMarked || length > longestText)
-        return path + " is no checkpoint";
+    if (!stream || !isMarked || length > maxNamesLength)
+        throw std::runtime_error(path + " is not a checkpoint");
     std::string names(length, ' ');
     stream.read(names.data(), length);
-    std::string error;
-    const std::vector<featureLevel> levels = makeLevels(names, error);
-    if (!error.empty())
-        return path + ": " + error;
-    sizeModel(model, levels);
+    sizeModel(model, makeLevels(names));
+    checkpointProgress progress;
     readLittle(stream, &progress.epoch, 1);
     readLittle(stream, &progress.positions, 1);
     readLittle(stream, &progress.seed, 1);
     readLittle(stream, &model.steps, 1);
     transferArrays(stream, model);
-    return stream ? "" : path + " is cut off";
+    if (!stream)
+        throw std::runtime_error(path + " is cut off");
+    return progress;
 }
 
 } // namespace tarvonel

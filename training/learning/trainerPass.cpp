@@ -15,7 +15,7 @@ lineVector<float> roundedLayer(const lineVector<float> &weights)
     return rounded;
 }
 
-/// Output by output what is stored input by input.
+/// Transposes a layer that is stored input by input.
 lineVector<float> byOutput(const lineVector<float> &weights)
 {
     const std::size_t inputs = weights.size() / hiddenWidth;
@@ -70,12 +70,12 @@ void passForward(const roundedWeights &weights, const classList &list, const std
         clampRow(values.input + half * transformerWidth, sum, activationScale);
     }
     alignas(64) float sums[hiddenWidth];
-    values.aliveCount = listAlive(values.alive, values.input, networkInputs);
-    forwardLayer(sums, values.input, values.alive, values.aliveCount, weights.hidden1.data(),
+    values.nonzeroCount = listNonzero(values.nonzero, values.input, networkInputs);
+    forwardLayer(sums, values.input, values.nonzero, values.nonzeroCount, weights.hidden1.data(),
                  weights.hidden1Bias.data());
     clampHidden(values.hidden1, sums);
-    values.alive1Count = listAlive(values.alive1, values.hidden1, hiddenWidth);
-    forwardLayer(sums, values.hidden1, values.alive1, values.alive1Count, weights.hidden2.data(),
+    values.nonzero1Count = listNonzero(values.nonzero1, values.hidden1, hiddenWidth);
+    forwardLayer(sums, values.hidden1, values.nonzero1, values.nonzero1Count, weights.hidden2.data(),
                  weights.hidden2Bias.data());
     clampHidden(values.hidden2, sums);
     values.output = weights.outputBias;
@@ -93,11 +93,12 @@ void passBackward(const roundedWeights &weights, float outputGradient, float l1P
         values.hidden2Gradient[o] = outputGradient * weights.output[o];
     }
     passClamp(values.hidden2Gradient, values.hidden2, hiddenWidth);
-    addOuterProduct(sums.hidden2Weight.data(), values.hidden1, values.alive1, values.alive1Count,
+    addOuterProduct(sums.hidden2Weight.data(), values.hidden1, values.nonzero1, values.nonzero1Count,
                     values.hidden2Gradient);
     backwardLayer(values.hidden1Gradient, weights.hidden2ByOutput.data(), values.hidden2Gradient, hiddenWidth);
     passClamp(values.hidden1Gradient, values.hidden1, hiddenWidth);
-    addOuterProduct(sums.hidden1Weight.data(), values.input, values.alive, values.aliveCount, values.hidden1Gradient);
+    addOuterProduct(sums.hidden1Weight.data(), values.input, values.nonzero, values.nonzeroCount,
+                    values.hidden1Gradient);
     backwardLayer(values.inputGradient, weights.hidden1ByOutput.data(), values.hidden1Gradient, networkInputs);
     passClamp(values.inputGradient, values.input, networkInputs);
     addL1Penalty(values.inputGradient, values.input, l1Penalty, networkInputs);
@@ -110,7 +111,7 @@ void passBackward(const roundedWeights &weights, float outputGradient, float l1P
     addRow(sums.featureBias.data(), values.inputGradient + transformerWidth);
 }
 
-predictedResult predict(const trainingPosition &position, float output, const learningSettings &settings)
+predictedResult predict(const trainingPosition &position, float output, const trainingSettings &settings)
 {
     const double scale = outputScale(position);
     const double expected = expectedResult(output * scale, settings.scoreScale);

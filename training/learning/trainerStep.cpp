@@ -12,10 +12,10 @@ struct trainerWorkspace
 {
     std::vector<classList> lists;          ///< by position
     std::vector<std::uint32_t> useClasses; ///< by use of a row: its class
-    std::vector<std::uint32_t> useHalves;  ///< by use: twice its position's number, plus its half
-    groupedItems usesOfClass;              ///< and then, in the place of each use, its half
-    std::vector<std::uint32_t> touched;    ///< classes with a use
-    lineVector<std::int16_t> rows;         ///< by class, as those below; valid for the touched ones
+    std::vector<std::uint32_t> useHalves;  ///< by use: twice the index of its position, plus the half
+    groupedItems usesOfClass;              ///< the halves in which a class is used
+    std::vector<std::uint32_t> touched;    ///< classes in use
+    lineVector<std::int16_t> rows;         ///< by class, like the gradients; valid for the touched ones
     lineVector<float> rowGradients;
     lineVector<float> sumGradients;    ///< by position and half
     std::vector<denseGradients> dense; ///< by thread
@@ -26,10 +26,10 @@ namespace
 
 constexpr std::size_t rowChunk = 32;
 constexpr std::size_t positionChunk = 64;
-constexpr std::uint64_t averageInterval = 64; ///< steps between two that enter the averages
+constexpr std::uint64_t averageInterval = 64; ///< steps between updates of the averages
 
-/// Adam's means begin at 0; this is what the rate makes up for that with, by the number of steps that a
-/// row has taken: rows first touched late are young themselves, however old the run is.
+/// Adam's bias correction as a factor on the learning rate, by the number of updates of a row: a row first
+/// used late in the run starts from means of 0 too.
 float correctionAfter(std::uint32_t steps)
 {
     static const auto corrections = []
@@ -46,12 +46,12 @@ float correctionAfter(std::uint32_t steps)
     return steps > corrections.size() ? 1.0F : corrections[steps - 1];
 }
 
-void collectClasses(const trainerModel &model, trainerWorkspace &workspace, workCrew &crew,
+void collectClasses(const trainerModel &model, trainerWorkspace &workspace, threadPool &pool,
                     std::span<const trainingPosition> positions)
 {
     workspace.lists.resize(positions.size());
-    crew.share(positions.size(), positionChunk,
-               [&](std::size_t i) { listClasses(positions[i], model.classes, workspace.lists[i]); });
+    pool.parallelFor(positions.size(), positionChunk,
+                     [&](std::size_t i) { listClasses(positions[i], model.classes, workspace.lists[i]); });
     workspace.useClasses.clear();
     workspace.useHalves.clear();
     for (std::uint32_t half = 0; half < 2 * positions.size(); ++half)
@@ -70,26 +70,26 @@ void collectClasses(const trainerModel &model, trainerWorkspace &workspace, work
             workspace.touched.push_back(each);
 }
 
-void roundTouchedRows(const trainerModel &model, trainerWorkspace &workspace, workCrew &crew)
+void roundTouchedRows(const trainerModel &model, trainerWorkspace &workspace, threadPool &pool)
 {
     workspace.rows.resize(rowOffset(model.classes.featureOf.size()));
     workspace.rowGradients.resize(workspace.rows.size());
-    crew.share(workspace.touched.size(), rowChunk,
-               [&](std::size_t i)
-               {
-                   const std::size_t each = workspace.touched[i];
-                   roundClassRow(model, each, workspace.rows.data() + rowOffset(each));
-               });
+    pool.parallelFor(workspace.touched.size(), rowChunk,
+                     [&](std::size_t i)
+                     {
+                         const std::size_t each = workspace.touched[i];
+                         roundClassRow(model, each, workspace.rows.data() + rowOffset(each));
+                     });
 }
 
 /// Forward and backward through the dense layers, down to the gradients of the first layer's sums.
-void passPositions(const trainerModel &model, trainerWorkspace &workspace, workCrew &crew,
-                   std::span<const trainingPosition> positions, const learningSettings &settings)
+void propagateBatch(const trainerModel &model, trainerWorkspace &workspace, threadPool &pool,
+                    std::span<const trainingPosition> positions, const trainingSettings &settings)
 {
     const roundedWeights rounded = roundWeights(model);
     workspace.sumGradients.resize(rowOffset(2 * positions.size()));
-    workspace.dense.assign(static_cast<std::size_t>(crew.size()), {});
-    crew.runOnAll(
+    workspace.dense.assign(static_cast<std::size_t>(pool.size()), {});
+    pool.runOnAll(
         [&](int thread)
         {
             passValues values;
@@ -109,20 +109,21 @@ void passPositions(const trainerModel &model, trainerWorkspace &workspace, workC
         });
 }
 
-void gatherRowGradients(trainerWorkspace &workspace, workCrew &crew)
+void gatherRowGradients(trainerWorkspace &workspace, threadPool &pool)
 {
-    crew.share(workspace.touched.size(), rowChunk,
-               [&](std::size_t i)
-               {
-                   const std::size_t each = workspace.touched[i];
-                   const std::uint32_t first = workspace.usesOfClass.first[each];
-                   sumRows(workspace.rowGradients.data() + rowOffset(each), workspace.sumGradients.data(),
-                           workspace.usesOfClass.items.data() + first, workspace.usesOfClass.first[each + 1] - first);
-               });
+    pool.parallelFor(workspace.touched.size(), rowChunk,
+                     [&](std::size_t i)
+                     {
+                         const std::size_t each = workspace.touched[i];
+                         const std::uint32_t first = workspace.usesOfClass.first[each];
+                         sumRows(workspace.rowGradients.data() + rowOffset(each), workspace.sumGradients.data(),
+                                 workspace.usesOfClass.items.data() + first,
+                                 workspace.usesOfClass.first[each + 1] - first);
+                     });
 }
 
-/// One row's step; `step` has the rate without the correction.
-void stepRow(learntArray &array, std::size_t row, const float *gradient, float scale, adamStep step)
+/// Updates one row; `step` has the learning rate without the bias correction.
+void stepRow(parameterArray &array, std::size_t row, const float *gradient, float scale, adamStep step)
 {
     const std::size_t width = array.weights.size() / array.steps.size();
     step.rate *= correctionAfter(++array.steps[row]);
@@ -130,27 +131,27 @@ void stepRow(learntArray &array, std::size_t row, const float *gradient, float s
                 array.squares.data() + row * width, gradient, scale, static_cast<int>(width), step);
 }
 
-void stepLevel(const groupedItems &classesOfRow, learntArray &rows, const trainerWorkspace &workspace, workCrew &crew,
-               float scale, const adamStep &step)
+void stepLevel(const groupedItems &classesOfRow, parameterArray &rows, const trainerWorkspace &workspace,
+               threadPool &pool, float scale, const adamStep &step)
 {
     const std::vector<std::uint32_t> &uses = workspace.usesOfClass.first;
-    crew.share(rows.steps.size(), rowChunk,
-               [&](std::size_t row)
-               {
-                   std::uint32_t touched[squareCount]; // a row belongs to one class for each king square at the most
-                   std::size_t count = 0;
-                   for (std::uint32_t i = classesOfRow.first[row]; i < classesOfRow.first[row + 1]; ++i)
-                   {
-                       const std::uint32_t each = classesOfRow.items[i];
-                       if (uses[each] != uses[each + 1])
-                           touched[count++] = each;
-                   }
-                   if (count == 0)
-                       return;
-                   alignas(64) float gradient[transformerWidth];
-                   sumRows(gradient, workspace.rowGradients.data(), touched, count);
-                   stepRow(rows, row, gradient, scale, step);
-               });
+    pool.parallelFor(rows.steps.size(), rowChunk,
+                     [&](std::size_t row)
+                     {
+                         std::uint32_t touched[squareCount]; // at most one class per king square shares a row
+                         std::size_t count = 0;
+                         for (std::uint32_t i = classesOfRow.first[row]; i < classesOfRow.first[row + 1]; ++i)
+                         {
+                             const std::uint32_t each = classesOfRow.items[i];
+                             if (uses[each] != uses[each + 1])
+                                 touched[count++] = each;
+                         }
+                         if (count == 0)
+                             return;
+                         alignas(64) float gradient[transformerWidth];
+                         sumRows(gradient, workspace.rowGradients.data(), touched, count);
+                         stepRow(rows, row, gradient, scale, step);
+                     });
 }
 
 void stepDense(trainerModel &model, trainerWorkspace &workspace, float scale, const adamStep &step)
@@ -166,7 +167,7 @@ void stepDense(trainerModel &model, trainerWorkspace &workspace, float scale, co
     }
     const struct
     {
-        learntArray &array;
+        parameterArray &array;
         bool isWeight;
     } arrays[] = {{model.featureBias, false},  {model.hidden1Weight, true}, {model.hidden1Bias, false},
                   {model.hidden2Weight, true}, {model.hidden2Bias, false},  {model.outputWeight, true},
@@ -180,21 +181,21 @@ void stepDense(trainerModel &model, trainerWorkspace &workspace, float scale, co
     }
 }
 
-/// An exponential mean, but a plain one over the first steps of a run.
-void averageWeights(trainerModel &model, workCrew &crew, double averagedSteps)
+/// An exponential running mean, which starts as the plain mean of the first steps.
+void averageWeights(trainerModel &model, threadPool &pool, double averagedSteps)
 {
     const std::uint64_t taken = 1 + model.steps / averageInterval;
     const double share =
         std::max(averageInterval / std::max<double>(averagedSteps, averageInterval), 1 / static_cast<double>(taken));
-    for (learntArray *array : arraysOf(model))
+    for (parameterArray *array : arraysOf(model))
     {
         const std::size_t width = array->weights.size() / array->steps.size();
-        crew.share(array->steps.size(), rowChunk,
-                   [&](std::size_t row)
-                   {
-                       moveAverages(array->averages.data() + row * width, array->weights.data() + row * width,
-                                    static_cast<float>(share), static_cast<int>(width));
-                   });
+        pool.parallelFor(array->steps.size(), rowChunk,
+                         [&](std::size_t row)
+                         {
+                             moveAverages(array->averages.data() + row * width, array->weights.data() + row * width,
+                                          static_cast<float>(share), static_cast<int>(width));
+                         });
     }
 }
 
@@ -204,28 +205,28 @@ void workspaceDeleter::operator()(trainerWorkspace *workspace) const { delete wo
 
 workspacePointer makeWorkspace() { return workspacePointer(new trainerWorkspace); }
 
-double learnBatch(trainerModel &model, trainerWorkspace &workspace, workCrew &crew,
-                  std::span<const trainingPosition> positions, const learningSettings &settings)
+double trainBatch(trainerModel &model, trainerWorkspace &workspace, threadPool &pool,
+                  std::span<const trainingPosition> positions, const trainingSettings &settings)
 {
-    collectClasses(model, workspace, crew, positions);
-    roundTouchedRows(model, workspace, crew);
-    passPositions(model, workspace, crew, positions, settings);
-    gatherRowGradients(workspace, crew);
+    collectClasses(model, workspace, pool, positions);
+    roundTouchedRows(model, workspace, pool);
+    propagateBatch(model, workspace, pool, positions, settings);
+    gatherRowGradients(workspace, pool);
 
     const float scale = 1.0F / static_cast<float>(positions.size());
     adamStep step;
-    step.rate = static_cast<float>(settings.rate);
-    step.decay = static_cast<float>(settings.rate * settings.weightDecay);
+    step.rate = static_cast<float>(settings.learningRate);
+    step.decay = static_cast<float>(settings.learningRate * settings.weightDecay);
     for (std::size_t i = 0; i < model.levels.size(); ++i)
     {
         adamStep own = step;
         own.limit = featureLimit / static_cast<float>(model.levels.size());
         own.rate *= static_cast<float>(model.levels[i].name == "free" && i > 0 ? settings.freeShare : 1.0);
-        stepLevel(model.classes.classesOfRow[i], model.levelRows[i], workspace, crew, scale, own);
+        stepLevel(model.classes.classesOfRow[i], model.levelRows[i], workspace, pool, scale, own);
     }
     stepDense(model, workspace, scale, step);
     if (model.steps++ % averageInterval == 0)
-        averageWeights(model, crew, settings.averagedSteps);
+        averageWeights(model, pool, settings.averagedSteps);
     return workspace.dense.front().error;
 }
 

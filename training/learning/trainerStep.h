@@ -1,21 +1,20 @@
-// One step of learning: a batch of positions forward, backward, and into the weights.
+// One training step: a batch of positions forward and backward, and the update of the weights.
 //
-// The positions of a batch touch some thousands of the first layer's rows, most of them many times.
-// So each touched row is summed from its levels once, all gradients of one row are gathered into
-// one, and only then do these few go to the levels: sharing rows costs next to nothing, and rows that
-// nothing touches cost nothing at all.
+// A batch uses some thousands of the first layer's rows, most of them many times. So each used row is
+// summed from its levels once per step, its gradients are summed, and only this sum goes to the levels:
+// shared rows cost next to nothing, unused rows nothing.
 #pragma once
 
 #include <memory>
 #include <span>
 
 #include "learning/trainerPass.h"
-#include "platform/workCrew.h"
+#include "platform/threadPool.h"
 
 namespace tarvonel
 {
 
-/// The arrays that a step works in; kept from one step to the next. Belongs to one thread.
+/// Buffers of a step, reused by the next. One per calling thread.
 struct trainerWorkspace;
 struct workspaceDeleter
 {
@@ -24,9 +23,9 @@ struct workspaceDeleter
 using workspacePointer = std::unique_ptr<trainerWorkspace, workspaceDeleter>;
 workspacePointer makeWorkspace();
 
-/// Learns from the positions; returns the sum of their squared errors before the step. The sums are
-/// the same each time with the same number of threads.
-double learnBatch(trainerModel &model, trainerWorkspace &workspace, workCrew &crew,
-                  std::span<const trainingPosition> positions, const learningSettings &settings);
+/// Trains on the positions; returns the sum of their squared errors before the step. The result depends
+/// on the number of threads, but is the same every time.
+double trainBatch(trainerModel &model, trainerWorkspace &workspace, threadPool &pool,
+                  std::span<const trainingPosition> positions, const trainingSettings &settings);
 
 } // namespace tarvonel

@@ -1,11 +1,13 @@
 #include "learning/trainingData.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 #include <cstdlib>
 #include <iterator>
 #include <memory>
 #include <numeric>
+#include <random>
 
 #include "board/makeMove.h"
 #include "board/pieceValues.h"
@@ -13,7 +15,6 @@
 #include "eval/evaluate.h"
 #include "eval/network.h"
 #include "learning/trainerModel.h"
-#include "uci/randomOpening.h"
 
 namespace tarvonel
 {
@@ -21,9 +22,9 @@ namespace tarvonel
 namespace
 {
 
-constexpr std::uint64_t pieceBytes = 1 << 18;
+constexpr std::uint64_t chunkBytes = 1 << 18;
 
-int codeOf(const trainingPosition &position, int index) { return position.men[index / 2] >> (index % 2 * 4) & 15; }
+int codeOf(const trainingPosition &position, int index) { return position.pieces[index / 2] >> (index % 2 * 4) & 15; }
 
 bool isLegal(posWithMoves &board, moveCode move)
 {
@@ -31,8 +32,8 @@ bool isLegal(posWithMoves &board, moveCode move)
     return std::any_of(moves.begin(), moves.end(), [&](moveCode other) { return sameMove(move, other); });
 }
 
-/// Of the men's places (FNV-1a). Chooses the games for validation: those of one start go together, and
-/// stay there whatever other files a later run reads.
+/// FNV-1a over the board. It selects the games for validation: all games of one start, and the same ones
+/// whatever other files a run reads.
 std::uint64_t hashOf(const storedStart &start)
 {
     constexpr std::uint64_t offset = 14695981039346656037U;
@@ -46,9 +47,9 @@ bool isForValidation(const storedGame &game, const dataSettings &settings)
     return hashOf(game.start) % static_cast<std::uint64_t>(settings.validationShare) == 0;
 }
 
-/// Replays a game and appends its positions; false if it holds a move that is not legal.
-bool takeGame(const storedGame &game, posWithMoves &board, const dataSettings &settings,
-              std::vector<trainingPosition> &positions)
+/// Replays a game and appends its suitable positions; false if its start or a move is illegal.
+bool replayGame(const storedGame &game, posWithMoves &board, const dataSettings &settings,
+                std::vector<trainingPosition> &positions)
 {
     if (!unpackStart(game.start, board).empty())
         return false;
@@ -60,7 +61,7 @@ bool takeGame(const storedGame &game, posWithMoves &board, const dataSettings &s
         const moveCode move = unpackMove(game.moves[i].move);
         if (!isLegal(board, move))
             return false;
-        if (ply >= settings.firstPly && isWorthLearning(position, move, game.moves[i].score, settings))
+        if (ply >= settings.firstPly && isSuitable(position, move, game.moves[i].score, settings))
             positions.push_back(packPosition(position, targets[i]));
         playGameMove(board.position, move);
     }
@@ -74,7 +75,7 @@ std::size_t sampleSize(std::size_t positions, double gameShare)
     return std::min(size, positions);
 }
 
-/// Leaves of a game's positions, from `first` on, those that the pass takes. `game` identifies the game.
+/// Keeps of a game's positions, from `first` on, those that the pass takes. `game` identifies the game.
 void sampleGame(std::vector<trainingPosition> &positions, std::size_t first, double gameShare, const passNumber &pass,
                 std::uint64_t game)
 {
@@ -85,7 +86,7 @@ void sampleGame(std::vector<trainingPosition> &positions, std::size_t first, dou
     std::vector<std::size_t> order(count);
     std::iota(order.begin(), order.end(), first);
     std::seed_seq seeds{pass.seed, game, game >> 32};
-    randomSource random(seeds);
+    std::mt19937_64 random(seeds);
     std::ranges::shuffle(order, random);
     std::vector<trainingPosition> sample;
     for (std::size_t i = 0; i < size; ++i)
@@ -94,47 +95,49 @@ void sampleGame(std::vector<trainingPosition> &positions, std::size_t first, dou
     positions.resize(first + size);
 }
 
-/// What one piece holds.
-struct pieceContent
+/// What one chunk holds.
+struct chunkContent
 {
     std::vector<trainingPosition> training;
     std::vector<trainingPosition> validation;
     std::uint64_t badGames = 0;
 };
 
-pieceContent readPiece(const trainingData &data, const gamePiece &piece, const dataSettings &settings,
+chunkContent readChunk(const trainingData &data, const gameChunk &chunk, const dataSettings &settings,
                        const passNumber &pass)
 {
-    gameReader reader = data.files[piece.file];
-    reader.offset = piece.begin;
+    gameReader reader = data.files[chunk.file];
+    reader.offset = chunk.begin;
+    reader.end = chunk.end;
     const auto board = std::make_unique<posWithMoves>();
-    pieceContent content;
-    for (storedGame game; reader.offset < piece.end && nextGame(reader, game);)
+    chunkContent content;
+    for (storedGame game; nextGame(reader, game);)
     {
         const bool isValidating = isForValidation(game, settings);
         std::vector<trainingPosition> &positions = isValidating ? content.validation : content.training;
         const std::size_t before = positions.size();
-        content.badGames += takeGame(game, *board, settings, positions) ? 0 : 1;
+        content.badGames += replayGame(game, *board, settings, positions) ? 0 : 1;
         if (!isValidating)
             sampleGame(positions, before, settings.gameShare, pass, reader.offset);
     }
     return content;
 }
 
-/// Passes through a file to its end, and tells where its pieces lie.
-std::vector<gamePiece> cutIntoPieces(gameReader &reader, std::size_t file)
+/// Reads a file to its end and divides it into chunks.
+std::vector<gameChunk> cutIntoChunks(gameReader &reader, std::size_t file)
 {
-    std::vector<gamePiece> pieces;
+    std::vector<gameChunk> chunks;
     std::uint64_t begin = 0;
     for (storedGame game; nextGame(reader, game);)
-        if (reader.offset - begin >= pieceBytes)
+        if (reader.offset - begin >= chunkBytes)
         {
-            pieces.push_back({file, begin, reader.offset, 0});
+            chunks.push_back({file, begin, reader.offset, 0});
             begin = reader.offset;
         }
     if (reader.summary.soundEnd > begin)
-        pieces.push_back({file, begin, reader.summary.soundEnd, 0});
-    return pieces;
+        chunks.push_back({file, begin, reader.summary.soundEnd, 0});
+    reader.buffer = {};
+    return chunks;
 }
 
 } // namespace
@@ -144,10 +147,10 @@ trainingPosition packPosition(const pos &position, double target)
     trainingPosition packed;
     packed.occupied = occupancy(position);
     int index = 0;
-    for (bitboard left = packed.occupied; left != 0 && index < mostMen; ++index)
+    for (bitboard rest = packed.occupied; rest != 0 && index < maxPieces; ++index)
     {
-        const int code = position.board[popLowest(left)];
-        packed.men[index / 2] |= static_cast<std::uint8_t>(code << (index % 2 * 4));
+        const int code = position.board[popLowest(rest)];
+        packed.pieces[index / 2] |= static_cast<std::uint8_t>(code << (index % 2 * 4));
     }
     packed.target = static_cast<std::uint16_t>(std::lround(target * fullTarget));
     packed.sideToMove = position.sideToMove;
@@ -158,48 +161,48 @@ trainingPosition packPosition(const pos &position, double target)
     return packed;
 }
 
-bool isWorthLearning(const pos &position, moveCode best, int score, const dataSettings &settings)
+bool isSuitable(const pos &position, moveCode best, int score, const dataSettings &settings)
 {
     const bool isCapture = !isCastling(best) && position.board[moveTo(best)] != emptySquare;
     return score != unscored && position.info[0].inCheck == 0 && !isCapture && !isPromotion(best) &&
            std::abs(score) <= settings.maxScore && std::abs(egOf(balance(position))) <= settings.maxBalance;
 }
 
-std::string openData(trainingData &data, const std::vector<std::string> &paths, const dataSettings &settings,
-                     std::uint64_t capacity, workCrew &crew)
+void openData(trainingData &data, const std::vector<std::string> &paths, const dataSettings &settings,
+              std::uint64_t capacity, threadPool &pool)
 {
     for (const std::string &path : paths)
         if (!openGames(data.files.emplace_back(), path))
-            return "cannot read " + path;
-    std::vector<std::vector<gamePiece>> piecesOfFile(paths.size());
-    crew.share(paths.size(), 1, [&](std::size_t file) { piecesOfFile[file] = cutIntoPieces(data.files[file], file); });
+            throw std::runtime_error("cannot read " + path);
+    std::vector<std::vector<gameChunk>> chunksOfFile(paths.size());
+    pool.parallelFor(paths.size(), 1,
+                     [&](std::size_t file) { chunksOfFile[file] = cutIntoChunks(data.files[file], file); });
     for (std::size_t file = 0; file < paths.size(); ++file)
     {
         const gameFileSummary &summary = data.files[file].summary;
         data.games += summary.games;
         data.positions += summary.positions;
         data.damagedBytes += summary.damagedBytes;
-        data.pieces.insert(data.pieces.end(), piecesOfFile[file].begin(), piecesOfFile[file].end());
+        data.chunks.insert(data.chunks.end(), chunksOfFile[file].begin(), chunksOfFile[file].end());
     }
 
-    std::vector<pieceContent> contents(data.pieces.size());
-    crew.share(contents.size(), 1,
-               [&](std::size_t i)
-               {
-                   contents[i] = readPiece(data, data.pieces[i], settings, {});
-                   data.pieces[i].positions = contents[i].training.size();
-                   contents[i].training = {};
-               });
+    std::vector<chunkContent> contents(data.chunks.size());
+    pool.parallelFor(contents.size(), 1,
+                     [&](std::size_t i)
+                     {
+                         contents[i] = readChunk(data, data.chunks[i], settings, {});
+                         data.chunks[i].positions = contents[i].training.size();
+                         contents[i].training = {};
+                     });
     std::size_t taken = 0;
-    for (; taken < contents.size() && data.learnable < capacity; ++taken)
-        data.learnable += data.pieces[taken].positions;
-    data.pieces.resize(taken);
-    for (const pieceContent &content : contents)
+    for (; taken < contents.size() && data.passPositions < capacity; ++taken)
+        data.passPositions += data.chunks[taken].positions;
+    data.chunks.resize(taken);
+    for (const chunkContent &content : contents)
     {
         data.badGames += content.badGames;
         data.validation.insert(data.validation.end(), content.validation.begin(), content.validation.end());
     }
-    return {};
 }
 
 void closeData(trainingData &data)
@@ -209,26 +212,31 @@ void closeData(trainingData &data)
     data = {};
 }
 
-void readPieces(std::vector<trainingPosition> &positions, const trainingData &data,
+void readChunks(std::vector<trainingPosition> &positions, const trainingData &data,
                 std::span<const std::uint32_t> numbers, const dataSettings &settings, const passNumber &pass,
-                workCrew &crew)
+                threadPool &pool)
 {
     std::vector<std::size_t> places;
     std::size_t count = 0;
     for (const std::uint32_t number : numbers)
     {
         places.push_back(count);
-        count += data.pieces[number].positions;
+        count += data.chunks[number].positions;
     }
     positions.resize(count);
-    crew.share(numbers.size(), 1,
-               [&](std::size_t i)
-               {
-                   const pieceContent content = readPiece(data, data.pieces[numbers[i]], settings, pass);
-                   const std::size_t promised = data.pieces[numbers[i]].positions;
-                   std::copy_n(content.training.begin(), std::min(content.training.size(), promised),
-                               positions.begin() + static_cast<std::ptrdiff_t>(places[i]));
-               });
+    std::atomic<bool> isChanged{false};
+    pool.parallelFor(numbers.size(), 1,
+                     [&](std::size_t i)
+                     {
+                         const gameChunk &chunk = data.chunks[numbers[i]];
+                         const std::vector<trainingPosition> found = readChunk(data, chunk, settings, pass).training;
+                         if (found.size() == chunk.positions)
+                             std::ranges::copy(found, positions.begin() + static_cast<std::ptrdiff_t>(places[i]));
+                         else
+                             isChanged = true;
+                     });
+    if (isChanged)
+        throw gameFileChanged("a game file changed while it was in use");
 }
 
 double expectedResult(double score, double scoreScale) { return 1.0 / (1.0 + std::exp(-score / scoreScale)); }
@@ -259,18 +267,18 @@ void listFeatures(const trainingPosition &position, featureList &list)
     const int flip = position.isMirrored != 0 ? flipFiles : 0;
     int kings[colourCount] = {0, 0};
     int index = 0;
-    for (bitboard left = position.occupied; left != 0; ++index)
+    for (bitboard rest = position.occupied; rest != 0; ++index)
     {
-        const int square = popLowest(left) ^ flip;
+        const int square = popLowest(rest) ^ flip;
         const int code = codeOf(position, index);
         if (isKing(code))
             kings[colourOf(code)] = square;
     }
     list.count = index;
     index = 0;
-    for (bitboard left = position.occupied; left != 0; ++index)
+    for (bitboard rest = position.occupied; rest != 0; ++index)
     {
-        const int square = popLowest(left) ^ flip;
+        const int square = popLowest(rest) ^ flip;
         const int code = codeOf(position, index);
         for (const int half : {0, 1})
         {

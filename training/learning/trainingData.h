@@ -1,17 +1,18 @@
-// Positions to learn from, 32 bytes each, and their way from game files into memory.
+// Training positions, 32 bytes each, and how they are read from game files.
 //
-// The files are read in pieces of some hundred games, so that all cores replay games, and so that any
-// mixture of pieces can be had in memory while the rest stays on the disk.
+// Files are read in chunks of some hundred games: threads replay chunks in parallel, and a random
+// selection of chunks can be in memory while the rest stays on the disk.
 #pragma once
 
 #include <cstdint>
 #include <span>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "board/pos.h"
 #include "games/gameFile.h"
-#include "platform/workCrew.h"
+#include "platform/threadPool.h"
 
 namespace tarvonel
 {
@@ -19,18 +20,18 @@ namespace tarvonel
 struct trainingPosition
 {
     bitboard occupied = 0;
-    std::uint8_t men[16] = {}; ///< piece codes in half bytes, from the lowest occupied square on
-    std::uint16_t target = 0;  ///< expected result for the side to move, 1 being `fullTarget`
+    std::uint8_t pieces[16] = {}; ///< piece codes in half bytes, by ascending square
+    std::uint16_t target = 0;     ///< expected result for the side to move, 1 being `fullTarget`
     std::uint8_t sideToMove = white;
     std::uint8_t pawns = 0;
     std::uint8_t phase = 0;       ///< 0 to 24
-    std::uint8_t hasCastling = 0; ///< any right to castle: then left and right differ
+    std::uint8_t hasCastling = 0; ///< any castling right: then the mirror image differs in value
     std::uint8_t isMirrored = 0;  ///< trained on with left and right exchanged
     std::uint8_t unused = 0;
 };
 static_assert(sizeof(trainingPosition) == 32);
 
-inline constexpr int mostMen = 32;
+inline constexpr int maxPieces = 32;
 inline constexpr double fullTarget = UINT16_MAX;
 
 /// `target` is an expected result from 0 to 1.
@@ -65,8 +66,8 @@ struct passNumber
     std::uint64_t pass = 0; ///< from 0
 };
 
-/// Some whole games that stand together in one file.
-struct gamePiece
+/// Consecutive games of one file.
+struct gameChunk
 {
     std::size_t file = 0;
     std::uint64_t begin = 0, end = 0; ///< bytes
@@ -76,25 +77,32 @@ struct gamePiece
 struct trainingData
 {
     std::vector<gameReader> files; ///< open
-    std::vector<gamePiece> pieces;
+    std::vector<gameChunk> chunks;
     std::vector<trainingPosition> validation;
-    std::uint64_t learnable = 0; ///< positions of all pieces that a pass trains on
+    std::uint64_t passPositions = 0; ///< of all chunks, that a pass trains on
     std::uint64_t games = 0;
-    std::uint64_t positions = 0;    ///< read, before the filter
-    std::uint64_t damagedBytes = 0; ///< that belong to no whole record
-    std::uint64_t badGames = 0;     ///< with a start position or move that is not legal
+    std::uint64_t positions = 0;    ///< of all games, suitable or not
+    std::uint64_t damagedBytes = 0; ///< outside whole records
+    std::uint64_t badGames = 0;     ///< with an illegal start position or move
 };
 
-/// Opens the files and reads all of them once, to count and for the positions of validation. Pieces
-/// beyond `capacity` positions are left out of learning. Empty text or what went wrong.
-std::string openData(trainingData &data, const std::vector<std::string> &paths, const dataSettings &settings,
-                     std::uint64_t capacity, workCrew &crew);
+/// Opens the files and reads all of them once, to count positions and to keep those for validation. Leaves
+/// out chunks beyond `capacity` positions. Throws std::runtime_error if a file cannot be read.
+void openData(trainingData &data, const std::vector<std::string> &paths, const dataSettings &settings,
+              std::uint64_t capacity, threadPool &pool);
 void closeData(trainingData &data);
 
-/// Replaces `positions` by those that the pass takes from the pieces with the given numbers.
-void readPieces(std::vector<trainingPosition> &positions, const trainingData &data,
+/// A file no longer holds the games that `openData` found in it.
+struct gameFileChanged : std::runtime_error
+{
+    using std::runtime_error::runtime_error;
+};
+
+/// Replaces `positions` by those that the pass takes from the chunks with the given numbers. Throws
+/// `gameFileChanged`.
+void readChunks(std::vector<trainingPosition> &positions, const trainingData &data,
                 std::span<const std::uint32_t> numbers, const dataSettings &settings, const passNumber &pass,
-                workCrew &crew);
+                threadPool &pool);
 
 /// The expected result, from 0 to 1, of a score for the side that it favours.
 double expectedResult(double score, double scoreScale);
@@ -107,19 +115,19 @@ double expectedResult(double score, double scoreScale);
 /// target = w x result + (1 - w) x v.
 std::vector<double> gameTargets(const storedGame &game, const targetSettings &settings);
 
-/// Whether a quiet position is asked of the network: its score is settled enough and its balance
-/// near enough to level. `best` is the move that was played.
-bool isWorthLearning(const pos &position, moveCode best, int score, const dataSettings &settings);
+/// Whether a position is trained on: quiet, with a score and a balance for which the engine asks the
+/// network. `best` is the move that was played.
+bool isSuitable(const pos &position, moveCode best, int score, const dataSettings &settings);
 
-/// What the network is told of a position: for each side, the side to move first, its features.
+/// The network's input: the features from each side's view, the side to move first.
 struct featureList
 {
     int count = 0;
-    std::uint16_t features[colourCount][mostMen];
+    std::uint16_t features[colourCount][maxPieces];
 };
 void listFeatures(const trainingPosition &position, featureList &list);
 
-/// The network's output of 1 in centipawns at this position: the weight that the engine gives it.
+/// Centipawns per unit of network output at this position.
 double outputScale(const trainingPosition &position);
 
 } // namespace tarvonel

@@ -19,7 +19,7 @@ void countFile(gameCounter::fileCount &count, const std::string &path)
     gameReader reader;
     if (!openGames(reader, path))
         return;
-    reader.offset = std::min<std::uint64_t>(count.offset, reader.mapping.size);
+    reader.offset = std::min(count.offset, reader.end);
     for (storedGame game; nextGame(reader, game);)
     {
     }

@@ -33,6 +33,7 @@
 #include <utility>
 #include <vector>
 
+#include "atomicFile.h"
 #include "board/engineOptions.h"
 #include "eval/networkFile.h"
 #include "loop/gameFolder.h"
@@ -41,7 +42,6 @@
 #include "match/childProcess.h"
 #include "match/matchRun.h"
 #include "platform/clock.h"
-#include "platform/wholeFile.h"
 #include "programMain.h"
 #include "textFile.h"
 #include "words.h"
@@ -431,10 +431,7 @@ void copyWhole(const std::string &from, const std::string &to)
     const std::string bytes{std::istreambuf_iterator<char>(stream), {}};
     if (!stream || bytes.empty())
         throw std::runtime_error("cannot read " + from);
-    const std::string error = writeWholeFile(to, [&](std::ostream &out)
-                                             { out.write(bytes.data(), static_cast<std::streamsize>(bytes.size())); });
-    if (!error.empty())
-        throw std::runtime_error(error);
+    replaceFile(to, [&](std::ostream &out) { out.write(bytes.data(), static_cast<std::streamsize>(bytes.size())); });
 }
 
 loopRow judgeLoop(const learnRun &run)
@@ -483,10 +480,7 @@ bool promoteNetwork(learnRun &run)
     const loopRow &row = rows.back();
     if (row.isPromoted)
         copyWhole(run.inLoop("candidate.nnue"), run.path("best.nnue"));
-    const std::string error =
-        writeWholeFile(run.path("progress.svg"), [&](std::ostream &stream) { stream << chartText(rows); });
-    if (!error.empty())
-        throw std::runtime_error(error);
+    replaceFile(run.path("progress.svg"), [&](std::ostream &stream) { stream << chartText(rows); });
     for (int number = 1; number <= run.plan.runs; ++number)
         fs::remove(run.runName(number, ".nnue"));
     run.state.elo = row.elo;

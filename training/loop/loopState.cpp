@@ -5,7 +5,7 @@
 #include <sstream>
 #include <stdexcept>
 
-#include "platform/wholeFile.h"
+#include "atomicFile.h"
 #include "textFile.h"
 
 namespace tarvonel
@@ -82,21 +82,19 @@ loopState readState(const std::string &path)
 
 void writeState(const std::string &path, const loopState &state)
 {
-    const std::string error = writeWholeFile(
-        path,
-        [&](std::ostream &stream)
-        {
-            stream << "loop " << state.loop << "\nstage " << stageNames[static_cast<int>(state.stage)] << "\nrun "
-                   << state.run << "\nnightOver " << state.isNightOver << "\nnightSeconds " << state.nightSeconds
-                   << "\nloopSeconds " << state.loopSeconds << "\nlastLoopSeconds " << state.lastLoopSeconds << "\nelo "
-                   << state.elo << "\npositions " << state.positions << '\n';
-            for (const double gain : state.gains)
-                stream << "gain " << gain << '\n';
-            for (const gamesFile &file : state.games)
-                stream << "games " << file.positions << ' ' << file.isInWindow << ' ' << file.name << '\n';
-        });
-    if (!error.empty())
-        throw std::runtime_error(error);
+    replaceFile(path,
+                [&](std::ostream &stream)
+                {
+                    stream << "loop " << state.loop << "\nstage " << stageNames[static_cast<int>(state.stage)]
+                           << "\nrun " << state.run << "\nnightOver " << state.isNightOver << "\nnightSeconds "
+                           << state.nightSeconds << "\nloopSeconds " << state.loopSeconds << "\nlastLoopSeconds "
+                           << state.lastLoopSeconds << "\nelo " << state.elo << "\npositions " << state.positions
+                           << '\n';
+                    for (const double gain : state.gains)
+                        stream << "gain " << gain << '\n';
+                    for (const gamesFile &file : state.games)
+                        stream << "games " << file.positions << ' ' << file.isInWindow << ' ' << file.name << '\n';
+                });
 }
 
 } // namespace tarvonel

@@ -1,4 +1,4 @@
-#include "learning/trainerJudge.h"
+#include "learning/validation.h"
 
 #include <algorithm>
 #include <cmath>
@@ -14,17 +14,17 @@ namespace
 constexpr std::size_t rowChunk = 32;
 constexpr double fewPositions = 0.01; ///< share of them
 
-/// Of one layer: how often each neuron was not 0, and how often at the upper end.
+/// How often each neuron of a layer was not 0, and how often at the upper end.
 template <int Width> struct neuronCounts
 {
-    std::uint64_t alive[Width] = {};
+    std::uint64_t nonzero[Width] = {};
     std::uint64_t full[Width] = {};
 
     void count(const float *activations, int values)
     {
         for (int i = 0; i < values; ++i)
         {
-            alive[i % Width] += activations[i] > 0.0F ? 1 : 0;
+            nonzero[i % Width] += activations[i] > 0.0F ? 1 : 0;
             full[i % Width] += activations[i] >= 1.0F ? 1 : 0;
         }
     }
@@ -32,13 +32,13 @@ template <int Width> struct neuronCounts
     {
         for (int i = 0; i < Width; ++i)
         {
-            alive[i] += other.alive[i];
+            nonzero[i] += other.nonzero[i];
             full[i] += other.full[i];
         }
     }
 };
 
-/// What one thread found.
+/// Counts of one thread.
 struct findings
 {
     phaseError byPhase[phaseGroups]; ///< sums of the squares
@@ -54,11 +54,11 @@ template <int Width> layerHealth healthOf(const neuronCounts<Width> &counts, std
     const double few = fewPositions * static_cast<double>(values);
     for (int i = 0; i < Width; ++i)
     {
-        const auto alive = static_cast<double>(counts.alive[i]);
-        health.dead += alive == 0 ? 1 : 0;
-        health.nearlyDead += alive > 0 && alive <= few ? 1 : 0;
+        const auto nonzero = static_cast<double>(counts.nonzero[i]);
+        health.dead += nonzero == 0 ? 1 : 0;
+        health.nearlyDead += nonzero > 0 && nonzero <= few ? 1 : 0;
         health.saturated += static_cast<double>(values - counts.full[i]) <= few ? 1 : 0;
-        health.alive += alive / static_cast<double>(values) / Width;
+        health.nonzero += nonzero / static_cast<double>(values) / Width;
     }
     return health;
 }
@@ -69,23 +69,23 @@ std::size_t countAtLimit(const lineVector<float> &weights, double limit)
         std::ranges::count_if(weights, [&](float weight) { return std::abs(weight) >= static_cast<float>(limit); }));
 }
 
-lineVector<std::int16_t> roundAllRows(const trainerModel &model, workCrew &crew)
+lineVector<std::int16_t> roundAllRows(const trainerModel &model, threadPool &pool)
 {
     lineVector<std::int16_t> rows(rowOffset(model.classes.featureOf.size()));
-    crew.share(model.classes.featureOf.size(), rowChunk,
-               [&](std::size_t each) { roundClassRow(model, each, rows.data() + rowOffset(each)); });
+    pool.parallelFor(model.classes.featureOf.size(), rowChunk,
+                     [&](std::size_t each) { roundClassRow(model, each, rows.data() + rowOffset(each)); });
     return rows;
 }
 
 } // namespace
 
-judgement judgeModel(const trainerModel &model, workCrew &crew, std::span<const trainingPosition> positions,
-                     const learningSettings &settings)
+validationResult validateModel(const trainerModel &model, threadPool &pool, std::span<const trainingPosition> positions,
+                               const trainingSettings &settings)
 {
     const roundedWeights rounded = roundWeights(model);
-    const lineVector<std::int16_t> rows = roundAllRows(model, crew);
-    std::vector<findings> found(static_cast<std::size_t>(crew.size()));
-    crew.runOnAll(
+    const lineVector<std::int16_t> rows = roundAllRows(model, pool);
+    std::vector<findings> found(static_cast<std::size_t>(pool.size()));
+    pool.runOnAll(
         [&](int thread)
         {
             passValues values;
@@ -119,38 +119,38 @@ judgement judgeModel(const trainerModel &model, workCrew &crew, std::span<const 
         total.hidden1.add(found[thread].hidden1);
         total.hidden2.add(found[thread].hidden2);
     }
-    judgement judged;
+    validationResult result;
     const std::size_t count = std::max<std::size_t>(positions.size(), 1);
     for (int group = 0; group < phaseGroups; ++group)
     {
         const phaseError &sum = total.byPhase[group];
-        judged.error += sum.error / static_cast<double>(count);
-        judged.byPhase[group] = {sum.positions,
+        result.error += sum.error / static_cast<double>(count);
+        result.byPhase[group] = {sum.positions,
                                  sum.error / static_cast<double>(std::max<std::size_t>(sum.positions, 1))};
     }
-    judged.layers[0] = healthOf(total.first, 2 * count);
-    judged.layers[1] = healthOf(total.hidden1, count);
-    judged.layers[2] = healthOf(total.hidden2, count);
-    for (const learntArray &level : model.levelRows)
-        judged.layers[0].atLimit +=
+    result.layers[0] = healthOf(total.first, 2 * count);
+    result.layers[1] = healthOf(total.hidden1, count);
+    result.layers[2] = healthOf(total.hidden2, count);
+    for (const parameterArray &level : model.levelRows)
+        result.layers[0].atLimit +=
             countAtLimit(level.weights, featureLimit / static_cast<double>(model.levels.size()));
-    judged.layers[1].atLimit = countAtLimit(model.hidden1Weight.weights, denseLimit);
-    judged.layers[2].atLimit = countAtLimit(model.hidden2Weight.weights, denseLimit);
-    judged.outputAtLimit = countAtLimit(model.outputWeight.weights, denseLimit);
-    judged.lanes.resize(transformerWidth);
-    std::iota(judged.lanes.begin(), judged.lanes.end(), 0);
-    std::ranges::stable_sort(judged.lanes, std::greater<>{}, [&](int lane) { return total.first.alive[lane]; });
-    return judged;
+    result.layers[1].atLimit = countAtLimit(model.hidden1Weight.weights, denseLimit);
+    result.layers[2].atLimit = countAtLimit(model.hidden2Weight.weights, denseLimit);
+    result.outputAtLimit = countAtLimit(model.outputWeight.weights, denseLimit);
+    result.lanes.resize(transformerWidth);
+    std::iota(result.lanes.begin(), result.lanes.end(), 0);
+    std::ranges::stable_sort(result.lanes, std::greater<>{}, [&](int lane) { return total.first.nonzero[lane]; });
+    return result;
 }
 
-std::string phaseText(const judgement &judged)
+std::string phaseText(const validationResult &result)
 {
     std::string text = "  by game phase ";
     for (int group = 0; group < phaseGroups; ++group)
     {
         const int first = group * phasesPerGroup;
         const int last = group + 1 < phaseGroups ? first + phasesPerGroup - 1 : fullPhase;
-        const phaseError &sum = judged.byPhase[group];
+        const phaseError &sum = result.byPhase[group];
         char part[80];
         std::snprintf(part, sizeof part, "  %d-%d: %.6f (%zu)", first, last, sum.error, sum.positions);
         text += part;
@@ -158,22 +158,22 @@ std::string phaseText(const judgement &judged)
     return text + "\n";
 }
 
-std::string healthText(const judgement &judged)
+std::string healthText(const validationResult &result)
 {
     static constexpr const char *names[] = {"first layer", "hidden layer 1", "hidden layer 2"};
     std::string text;
     for (std::size_t i = 0; i < std::size(names); ++i)
     {
-        const layerHealth &layer = judged.layers[i];
+        const layerHealth &layer = result.layers[i];
         char line[160];
         std::snprintf(line, sizeof line,
-                      "  %-14s  of %3d neurons %d dead, %d nearly dead, %d saturated; %.1f%% of values alive; "
+                      "  %-14s  of %3d neurons %d dead, %d nearly dead, %d saturated; %.1f%% of values nonzero; "
                       "%zu weights at their limit\n",
-                      names[i], layer.neurons, layer.dead, layer.nearlyDead, layer.saturated, layer.alive * 100,
+                      names[i], layer.neurons, layer.dead, layer.nearlyDead, layer.saturated, layer.nonzero * 100,
                       layer.atLimit);
         text += line;
     }
-    return text + "  output          " + std::to_string(judged.outputAtLimit) + " weights at their limit\n";
+    return text + "  output          " + std::to_string(result.outputAtLimit) + " weights at their limit\n";
 }
 
 } // namespace tarvonel

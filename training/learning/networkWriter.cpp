@@ -1,9 +1,11 @@
-#include "eval/networkWriter.h"
+#include "learning/networkWriter.h"
 
 #include <algorithm>
 #include <cassert>
+#include <ostream>
 #include <vector>
 
+#include "atomicFile.h"
 #include "platform/littleEndian.h"
 
 namespace tarvonel
@@ -27,9 +29,7 @@ void writeNarrowed(std::ostream &stream, const std::int16_t *values, std::size_t
     writeLittle(stream, bytes.data(), count);
 }
 
-} // namespace
-
-void writeNet(std::ostream &stream, const networkWeights &weights, const std::string &description)
+void writeFields(std::ostream &stream, const networkWeights &weights, const std::string &description)
 {
     constexpr std::uint32_t noVersion = 0;
     constexpr std::uint32_t noHash = 0;
@@ -47,6 +47,13 @@ void writeNet(std::ostream &stream, const networkWeights &weights, const std::st
     writeNarrowed(stream, weights.hidden2Weight[0], hiddenOutputs * hiddenOutputs);
     writeLittle(stream, &weights.outputBias, 1);
     writeNarrowed(stream, weights.outputWeight, hiddenOutputs);
+}
+
+} // namespace
+
+void writeNetwork(const std::string &path, const networkWeights &weights, const std::string &description)
+{
+    replaceFile(path, [&](std::ostream &stream) { writeFields(stream, weights, description); });
 }
 
 } // namespace tarvonel

@@ -1,4 +1,4 @@
-#include "platform/workCrew.h"
+#include "platform/threadPool.h"
 
 #include <algorithm>
 #include <exception>
@@ -6,21 +6,21 @@
 namespace tarvonel
 {
 
-workCrew::workCrew(int threadCount)
+threadPool::threadPool(int threadCount)
 {
     threads.reserve(static_cast<std::size_t>(threadCount));
     try
     {
         while (size() < threadCount)
-            threads.emplace_back(&workCrew::loop, this, size());
+            threads.emplace_back(&threadPool::loop, this, size());
     }
     catch (const std::exception &)
     {
-        return; // no thread or no memory for one: those that there are do the work
+        return; // no more threads or memory: the pool stays smaller
     }
 }
 
-workCrew::~workCrew()
+threadPool::~threadPool()
 {
     {
         const std::lock_guard guard(lock);
@@ -31,7 +31,7 @@ workCrew::~workCrew()
         thread.join();
 }
 
-void workCrew::runOnAll(const std::function<void(int)> &work)
+void threadPool::runOnAll(const std::function<void(int)> &work)
 {
     {
         const std::lock_guard guard(lock);
@@ -45,7 +45,7 @@ void workCrew::runOnAll(const std::function<void(int)> &work)
     changed.wait(guard, [&] { return running == 0; });
 }
 
-void workCrew::share(std::size_t count, std::size_t chunk, const std::function<void(std::size_t)> &work)
+void threadPool::parallelFor(std::size_t count, std::size_t chunk, const std::function<void(std::size_t)> &work)
 {
     std::atomic<std::size_t> next{0};
     runOnAll(
@@ -57,7 +57,7 @@ void workCrew::share(std::size_t count, std::size_t chunk, const std::function<v
         });
 }
 
-void workCrew::loop(int thread)
+void threadPool::loop(int thread)
 {
     for (std::size_t done = 0;;)
     {
