@@ -6,7 +6,6 @@
 #include "platform/fileMapping.h"
 #include "platform/largeMemory.h"
 #include "platform/littleEndian.h"
-#include "platform/output.h"
 
 namespace tarvonel
 {
@@ -27,9 +26,9 @@ std::uint32_t readWord(std::istream &stream)
 /// Reads signed bytes into wider numbers.
 template <std::size_t Count> void readWidened(std::istream &stream, std::int16_t *values)
 {
-    std::int8_t bytes[Count] = {};
+    std::int8_t bytes[Count];
     readLittle(stream, bytes, Count);
-    std::copy(bytes, bytes + Count, values);
+    std::copy_n(bytes, stream.gcount(), values);
 }
 
 /// Index of the weight of an input for an output in a rearranged layer of 32 outputs.
@@ -57,7 +56,7 @@ struct topTwo
     bool fits() const { return simd::activationMax * (first + second) <= INT16_MAX; }
 };
 
-bool fitsTwoChunks()
+bool fitsTwoChunks(const networkWeights &weights)
 {
     constexpr int pair = 2;
     constexpr int pairsInChunk = simd::chunkInputs / pair;
@@ -68,7 +67,7 @@ bool fitsTwoChunks()
         for (int chunk = 0; chunk < networkInputs / simd::chunkInputs; ++chunk)
         {
             const simd::chunkWeight *weight =
-                netWeights.hidden1Chunks + (chunk * hiddenOutputs * pairsInChunk + column) * pair;
+                weights.hidden1Chunks + (chunk * hiddenOutputs * pairsInChunk + column) * pair;
             above.note(std::max<int>(weight[0], 0) + std::max<int>(weight[1], 0));
             below.note(-std::min<int>(weight[0], 0) - std::min<int>(weight[1], 0));
         }
@@ -80,54 +79,62 @@ bool fitsTwoChunks()
 
 } // namespace
 
-void arrangeWeights()
+void arrangeWeights(networkWeights &weights)
 {
     for (int output = 0; output < hiddenOutputs; ++output)
     {
         for (int place = 0; place < networkInputs; ++place)
-            netWeights.hidden1Chunks[chunkedIndex(place, output)] =
-                static_cast<simd::chunkWeight>(netWeights.hidden1Weight[output][laneOfInput(place)]);
+            weights.hidden1Chunks[chunkedIndex(place, output)] =
+                static_cast<simd::chunkWeight>(weights.hidden1Weight[output][laneOfInput(place)]);
         for (int input = 0; input < hiddenOutputs; ++input)
-            netWeights.hidden2Chunks[chunkedIndex(input, output)] =
-                static_cast<simd::chunkWeight>(netWeights.hidden2Weight[output][input]);
-        netWeights.outputChunks[output] = static_cast<simd::chunkWeight>(netWeights.outputWeight[output]);
+            weights.hidden2Chunks[chunkedIndex(input, output)] =
+                static_cast<simd::chunkWeight>(weights.hidden2Weight[output][input]);
+        weights.outputChunks[output] = static_cast<simd::chunkWeight>(weights.outputWeight[output]);
     }
-    netWeights.hidden1TwoChunks = fitsTwoChunks();
-    netWeights.generation.add(1);
+    weights.hidden1TwoChunks = fitsTwoChunks(weights);
+    weights.generation.add(1);
+}
+
+bool readWeights(std::istream &stream, networkWeights &weights)
+{
+    readWord(stream);
+    readWord(stream);
+    stream.ignore(readWord(stream));
+    readWord(stream);
+    preferLargePages(&weights, sizeof weights); // rows are read all over the record
+    readLittle(stream, weights.featureBias, accumulatorLanes);
+    readLittle(stream, weights.featureWeight[0], std::size_t{featureCount} * accumulatorLanes);
+    readWord(stream);
+    readLittle(stream, weights.hidden1Bias, hiddenOutputs);
+    readWidened<hiddenOutputs * networkInputs>(stream, weights.hidden1Weight[0]);
+    readLittle(stream, weights.hidden2Bias, hiddenOutputs);
+    readWidened<hiddenOutputs * hiddenOutputs>(stream, weights.hidden2Weight[0]);
+    readLittle(stream, &weights.outputBias, 1);
+    readWidened<hiddenOutputs>(stream, weights.outputWeight);
+    arrangeWeights(weights);
+    return stream.good();
+}
+
+bool readWeightsFile(const std::string &name, networkWeights &weights)
+{
+    if (readableFileSize(name) < 0)
+        return false;
+    std::ifstream file(name, std::ios::binary);
+    return file.is_open() && readWeights(file, weights);
 }
 
 bool readNet(std::istream &stream)
 {
     netLoaded = false;
-    readWord(stream);
-    readWord(stream);
-    stream.ignore(readWord(stream));
-    readWord(stream);
-    preferLargePages(&netWeights, sizeof netWeights); // rows are read all over the record
-    readLittle(stream, netWeights.featureBias, accumulatorLanes);
-    readLittle(stream, netWeights.featureWeight[0], std::size_t{featureCount} * accumulatorLanes);
-    readWord(stream);
-    readLittle(stream, netWeights.hidden1Bias, hiddenOutputs);
-    readWidened<hiddenOutputs * networkInputs>(stream, netWeights.hidden1Weight[0]);
-    readLittle(stream, netWeights.hidden2Bias, hiddenOutputs);
-    readWidened<hiddenOutputs * hiddenOutputs>(stream, netWeights.hidden2Weight[0]);
-    readLittle(stream, &netWeights.outputBias, 1);
-    readWidened<hiddenOutputs>(stream, netWeights.outputWeight);
-    arrangeWeights();
-    if (!stream.good())
-        return false;
-    printLine("Net read");
-    netLoaded = true;
-    return true;
+    netLoaded = readWeights(stream, netWeights);
+    return netLoaded;
 }
 
 bool loadNetFile(const std::string &name)
 {
     netLoaded = false;
-    if (readableFileSize(name) < 0)
-        return false;
-    std::ifstream file(name, std::ios::binary);
-    return file.is_open() && readNet(file);
+    netLoaded = readWeightsFile(name, netWeights);
+    return netLoaded;
 }
 
 } // namespace tarvonel

@@ -69,15 +69,19 @@ extern networkWeights netWeights;
 /// Whether `netWeights` holds a whole network.
 extern relaxed<bool> netLoaded;
 
-/// Reads one network. On success prints "Net read", sets `netLoaded` and returns true. On failure
-/// `netLoaded` is false and the record partly overwritten.
-bool readNet(std::istream &stream);
+/// Reads a network into `weights`; false if the stream ends early, which leaves what it does not
+/// hold unchanged.
+bool readWeights(std::istream &stream, networkWeights &weights);
 
-/// Opens the file of that name and reads it; false if there is no such file or it is too short.
-/// Anything but a regular file is refused: reading a pipe could wait for ever.
+/// The same from the file of that name; false also if there is no such file. Refuses anything but a
+/// regular file: reading a pipe could block forever.
+bool readWeightsFile(const std::string &name, networkWeights &weights);
+
+/// Read into `netWeights` and set `netLoaded` to their result, false while they read.
+bool readNet(std::istream &stream);
 bool loadNetFile(const std::string &name);
 
-/// Derives the rearranged weights from the rows. To be called by whoever writes the rows.
-void arrangeWeights();
+/// Derives the rearranged weights from the rows. Call after changing rows.
+void arrangeWeights(networkWeights &weights);
 
 } // namespace tarvonel

@@ -215,7 +215,8 @@ void setOptionCommand(std::istream &words)
 
 void useNetFile()
 {
-    loadNetFile(engineOptions.netFileName);
+    if (loadNetFile(engineOptions.netFileName))
+        printLine("Net read");
     clearEvaluationCaches();
     if (!netLoaded)
         refuseWithoutNetwork("a position");

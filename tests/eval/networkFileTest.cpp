@@ -1,5 +1,6 @@
 #include "eval/networkFile.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstring>
 #include <filesystem>
@@ -19,16 +20,10 @@ namespace
 
 constexpr std::size_t fileBytes = 25'184'056; // without description
 
-/// Reads from text, with "Net read" kept off the test's output.
-bool readQuietly(const std::string &bytes, std::string *printed = nullptr)
+bool readText(const std::string &bytes)
 {
     std::istringstream stream(bytes);
-    ::testing::internal::CaptureStdout();
-    const bool isRead = readNet(stream);
-    const std::string output = ::testing::internal::GetCapturedStdout();
-    if (printed != nullptr)
-        *printed = output;
-    return isRead;
+    return readNet(stream);
 }
 
 void putBytes(std::string &bytes, std::size_t at, std::initializer_list<int> values)
@@ -57,9 +52,7 @@ TEST(networkFile, fieldsStandAtTheirOffsets)
         std::string described = bytes;
         described.insert(12, static_cast<std::size_t>(descriptionLength), '\xA5');
         putBytes(described, 8, {descriptionLength});
-        std::string printed;
-        ASSERT_TRUE(readQuietly(described, &printed));
-        EXPECT_EQ(printed, "Net read\n");
+        ASSERT_TRUE(readText(described));
         EXPECT_TRUE(netLoaded);
         EXPECT_EQ(netWeights.featureBias[255], static_cast<std::int16_t>(0x9234));
         EXPECT_EQ(netWeights.featureBias[254], 0);
@@ -83,9 +76,43 @@ TEST(networkFile, writtenNetworksAreReadBack)
     const auto expected = std::make_unique<networkWeights>(netWeights);
     useSyntheticNetwork({4});
     const std::uint32_t generation = netWeights.generation;
-    ASSERT_TRUE(readQuietly(bytes + "what follows is not read"));
+    ASSERT_TRUE(readText(bytes + "what follows is not read"));
     EXPECT_EQ(std::memcmp(&netWeights, expected.get(), offsetof(networkWeights, outputBias) + 4), 0); // all rows
     EXPECT_NE(netWeights.generation, generation);
+}
+
+// The first byte of each field, and cuts before, inside and after it.
+TEST(networkFile, whatAFileLacksStaysAsItWas)
+{
+    const auto countChanged = [](const auto &values)
+    {
+        const auto *first = reinterpret_cast<const std::int8_t *>(&values);
+        return std::count(first, first + sizeof values, 0);
+    };
+    const std::string zeros(fileBytes, '\0');
+    const auto weights = std::make_unique<networkWeights>();
+    const struct
+    {
+        std::size_t length;
+        std::ptrdiff_t bias, features, hidden1, hidden2, output;
+    } cuts[] = {{11, 0, 0, 0, 0, 0},
+                {16, 0, 0, 0, 0, 0},
+                {528, 512, 0, 0, 0, 0},
+                {528 + 512 * 1000, 512, 512'000, 0, 0, 0},
+                {25'166'484 + 700, 512, 25'165'824, 2 * 700, 0, 0},
+                {25'182'996 + 33, 512, 25'165'824, 2 * 16'384, 2 * 33, 0},
+                {25'184'024 + 31, 512, 25'165'824, 2 * 16'384, 2 * 1024, 2 * 31}};
+    for (const auto &cut : cuts)
+    {
+        std::memset(static_cast<void *>(weights.get()), 1, sizeof *weights);
+        std::istringstream stream(zeros.substr(0, cut.length));
+        EXPECT_FALSE(readWeights(stream, *weights));
+        EXPECT_EQ(countChanged(weights->featureBias), cut.bias) << cut.length;
+        EXPECT_EQ(countChanged(weights->featureWeight), cut.features) << cut.length;
+        EXPECT_EQ(countChanged(weights->hidden1Weight), cut.hidden1) << cut.length;
+        EXPECT_EQ(countChanged(weights->hidden2Weight), cut.hidden2) << cut.length;
+        EXPECT_EQ(countChanged(weights->outputWeight), cut.output) << cut.length;
+    }
 }
 
 TEST(networkFile, onlyRegularFilesOfThatNameAreLoaded)

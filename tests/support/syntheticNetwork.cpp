@@ -130,7 +130,7 @@ void makeSyntheticWeights(networkWeights &weights, const syntheticNetworkPlan &p
 void useSyntheticNetwork(const syntheticNetworkPlan &plan)
 {
     makeSyntheticWeights(netWeights, plan);
-    arrangeWeights();
+    arrangeWeights(netWeights);
     netLoaded = true;
 }
 

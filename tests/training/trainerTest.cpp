@@ -177,7 +177,7 @@ TEST_F(trainerTest, noNeuronDies)
 TEST_F(trainerTest, engineAndTrainerDifferByRoundingAlone)
 {
     quantiseModel(*model, netWeights);
-    arrangeWeights();
+    arrangeWeights(netWeights);
     const roundedWeights rounded = roundWeights(*model);
     lineVector<std::int16_t> rows(rowOffset(model->classes.featureOf.size()));
     for (std::size_t each = 0; each < model->classes.featureOf.size(); ++each)

@@ -27,9 +27,8 @@ int average(const averagePlan &plan)
     std::vector<std::unique_ptr<networkWeights>> networks;
     for (const std::string &file : plan.files)
     {
-        if (!loadNetFile(file))
+        if (!readWeightsFile(file, *networks.emplace_back(std::make_unique<networkWeights>())))
             throw std::runtime_error(file + " is not a network file");
-        networks.push_back(std::make_unique<networkWeights>(netWeights));
     }
     writeNetwork(plan.out, *meanOfNetworks(std::move(networks)), "mean of networks trained on the engine's own games");
     return 0;

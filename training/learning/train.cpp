@@ -132,10 +132,11 @@ void startFrom(trainerModel &model, const trainingPlan &plan)
         copyWeights(model, other);
         return;
     }
-    if (!loadNetFile(plan.from))
+    const auto network = std::make_unique<networkWeights>();
+    if (!readWeightsFile(plan.from, *network))
         throw std::runtime_error(plan.from + " is neither a checkpoint nor a network file");
     std::printf("--levels %s: hold %.2f%% of the network's first layer\n", plan.levelNames.c_str(),
-                100 * importNetwork(model, netWeights));
+                100 * importNetwork(model, *network));
 }
 
 void prepareModel(trainingRun &run)
