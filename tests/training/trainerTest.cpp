@@ -280,6 +280,7 @@ TEST_F(trainerTest, checkpointsHoldTheWholeState)
     EXPECT_EQ(progress.epoch, 5U);
     EXPECT_EQ(progress.positions, 6U);
     EXPECT_EQ(progress.seed, 77U);
+    EXPECT_TRUE(resumed.hidden1Weight.averages == model->hidden1Weight.averages);
     trainerModel kept = *model;
     threadPool pool(1);
     const workspacePointer workspace = makeWorkspace();

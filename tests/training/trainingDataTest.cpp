@@ -118,6 +118,18 @@ TEST_F(trainingDataTest, targetsAreThoseComputedByHand)
     }
 }
 
+// Chunks are read again from the beginning after a pass to the end of a file that no buffer holds.
+TEST_F(trainingDataTest, filesLargerThanABufferAreReadAgain)
+{
+    const storedGame game = makeGame("4k3/pppp4/8/8/8/8/PPPP4/4K3 w - - 0 1", {{"a2a3", 1}, {"a7a6", 2}}, 1);
+    storedGame illegal = game;
+    illegal.moves.assign(longestStoredGame, {});
+    std::vector<storedGame> games(1000, illegal); // 4 MB
+    games.front() = games[500] = games.back() = game;
+    write(games);
+    EXPECT_EQ(read(allPositions()).size(), 6U);
+}
+
 TEST_F(trainingDataTest, passesTakeDifferentPartsOfEachGame)
 {
     const char *const dance[] = {"e1d1", "e8d8", "d1e1", "d8e8"};

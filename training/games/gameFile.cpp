@@ -115,12 +115,13 @@ std::span<const std::uint8_t> nextBytes(gameReader &reader)
     constexpr std::uint64_t maxRecord = sizeof(recordHeader) + UINT16_MAX * sizeof(storedMove) + checksumSize;
     constexpr std::uint64_t bufferSize = 4 * maxRecord;
     const std::uint64_t left = reader.end - reader.offset;
-    if (reader.offset + std::min(left, maxRecord) > reader.bufferOffset + reader.buffer.size())
+    const std::uint64_t wantedEnd = reader.offset + std::min(left, maxRecord);
+    if (reader.offset < reader.bufferOffset || wantedEnd > reader.bufferOffset + reader.buffer.size())
     {
         reader.buffer.resize(std::min(left, bufferSize));
         reader.buffer.resize(readAt(reader.descriptor, reader.buffer.data(), reader.buffer.size(), reader.offset));
         reader.bufferOffset = reader.offset;
-        if (reader.buffer.size() < std::min(left, maxRecord))
+        if (reader.offset + reader.buffer.size() < wantedEnd)
             reader.end = reader.offset + reader.buffer.size(); // the file has become shorter
     }
     return std::span<const std::uint8_t>(reader.buffer).subspan(reader.offset - reader.bufferOffset);
