@@ -52,10 +52,10 @@ searchResult quickMove(posWithMoves &board, const std::vector<moveCode> &moves, 
     chosen.score = unscored;
     if (board.position.info[0].inCheck == 0)
     {
-        const quietValue value = quiescenceValue(board);
+        const quietValue value = quiescenceValue(board.position);
         chosen.score = value.value == value.standPat ? value.value : unscored;
     }
-    chosen.best = sampledMove(board, moves, plan.tries, random);
+    chosen.best = sampledMove(board.position, moves, plan.tries, random);
     return chosen;
 }
 

@@ -16,7 +16,7 @@ namespace
 {
 
 /// Quiescence value after the move, from the view of the side that makes it.
-int valueAfter(posWithMoves &board, moveCode move)
+int valueAfter(searchBoard &board, moveCode move)
 {
     pos &position = board.position;
     makeMove(position, 0, move);
@@ -36,17 +36,18 @@ void forgetSearches()
     clearWorkerHistory();
 }
 
-quietValue quiescenceValue(posWithMoves &board)
+quietValue quiescenceValue(const pos &root)
 {
-    theBoss().tables.attachTo(board.position);
+    searchBoard &board = theBoss();
+    board.adopt(root);
     const int standPat = evaluate(0, board.position);
-    board.position.info[1].listStart = board.firstMove();
     return {quiescence(0, 0, -infiniteScore, infiniteScore, board.position), standPat};
 }
 
-moveCode sampledMove(posWithMoves &board, const std::vector<moveCode> &moves, int tries, randomSource &random)
+moveCode sampledMove(const pos &root, const std::vector<moveCode> &moves, int tries, randomSource &random)
 {
-    theBoss().tables.attachTo(board.position);
+    searchBoard &board = theBoss();
+    board.adopt(root);
     moveCode best = noMove;
     int bestValue = -infiniteScore - 1;
     const auto compare = [&](moveCode move)

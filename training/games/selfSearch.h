@@ -14,15 +14,16 @@ namespace tarvonel
 void forgetSearches();
 
 /// The quiescence value of a position, and the static evaluation that it starts from. The side to
-/// move must not be in check.
+/// move must not be in check. Like `runSearch` it works on the worker's copy: counters and accumulators
+/// left in the game's own record would go into the next search.
 struct quietValue
 {
     int value;
     int standPat;
 };
-quietValue quiescenceValue(posWithMoves &board);
+quietValue quiescenceValue(const pos &root);
 
 /// The best, by the quiescence value after it, of all captures and `tries` random legal moves.
-moveCode sampledMove(posWithMoves &board, const std::vector<moveCode> &moves, int tries, randomSource &random);
+moveCode sampledMove(const pos &root, const std::vector<moveCode> &moves, int tries, randomSource &random);
 
 } // namespace tarvonel

@@ -208,7 +208,7 @@ void drawUnevenStart(posWithMoves &board, randomSource &random)
         const std::vector<moveCode> moves = legalMoves(board);
         if (board.position.info[0].inCheck != 0 || endOfGame(board, moves) != gameEnd::none)
             continue;
-        const quietValue value = quiescenceValue(board);
+        const quietValue value = quiescenceValue(board.position);
         if (value.value == value.standPat)
             return;
     }
