@@ -8,10 +8,6 @@ set(shippedProgram ${CMAKE_BINARY_DIR}/tarvonel-${TARVONEL_ARCH}${CMAKE_EXECUTAB
 add_custom_command(TARGET tarvonel POST_BUILD BYPRODUCTS ${shippedProgram}
     COMMAND ${CMAKE_STRIP} -o ${shippedProgram} $<TARGET_FILE:tarvonel> VERBATIM)
 
-# Readable by everybody, whatever the umask of whoever installs or packs.
-set(CMAKE_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
-    OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
-
 if(WIN32)
     set(engineFolder .)
     set(documentFolder .)

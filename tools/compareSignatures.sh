@@ -33,12 +33,12 @@ compare() # PRESET FOLDER [OPTION ...]
 }
 
 for preset in "$@"; do
-    compare "$preset" "build/signature-$preset" -DTARVONEL_LTO=OFF -DTARVONEL_TESTS=OFF -DTARVONEL_TRAINING=OFF
+    compare "$preset" "build/$preset" -DTARVONEL_LTO=OFF -DTARVONEL_TESTS=OFF -DTARVONEL_TRAINING=OFF
 done
 [[ $# -eq 0 ]] || exit 0
 compare bench build/bench
 for preset in $(sh tools/runnableBuilds.sh | grep -v '^sse2$'); do # bench and test are built for SSE2
-    compare "$preset" "build/signature-$preset" -DTARVONEL_LTO=OFF -DTARVONEL_TESTS=ON -DTARVONEL_TRAINING=OFF
-    build "build/signature-$preset" tarvonelEvalTests
-    "build/signature-$preset/tests/tarvonelEvalTests" --gtest_brief=1
+    compare "$preset" "build/$preset" -DTARVONEL_LTO=OFF -DTARVONEL_TESTS=ON -DTARVONEL_TRAINING=OFF
+    build "build/$preset" tarvonelEvalTests
+    "build/$preset/tests/tarvonelEvalTests" --gtest_brief=1
 done

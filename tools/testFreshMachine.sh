@@ -144,6 +144,7 @@ trixie-developer()
 
 if [[ $0 == $inside/run.sh ]]; then
     export HOME=/root
+    command -v useradd >/dev/null || install passwd
     useradd -m player
     "$1"
     exit
@@ -156,6 +157,10 @@ command -v mmdebstrap >/dev/null || fail "mmdebstrap is missing: apt-get install
 mkdir -p "$logs"
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
+# An interrupt ends everything inside the machine and removes it.
+set -m
+making=
+trap '[[ -z $making ]] || { kill -- "-$making"; wait "$making" || true; }; exit 130' INT TERM
 chmod 755 "$work"
 
 # The files of the checkout, committed or not.
@@ -176,11 +181,14 @@ for machine; do
     declare -F "$machine" >/dev/null || fail "there is no machine '$machine'"
     log=$logs/$machine.log
     echo "testFreshMachine: $machine"
-    if ! mmdebstrap --variant=apt --format=null --aptopt="$work/apt.conf" --include=make \
+    mmdebstrap --variant=apt --format=null --aptopt="$work/apt.conf" --include=make \
         --customize-hook="mkdir -p \"\$1\"$inside" \
         --customize-hook="copy-in $work/checkout.tar $work/run.sh $inside" \
         --customize-hook="chroot \"\$1\" env LC_ALL=C.UTF-8 bash $inside/run.sh $machine 2>&1" \
-        "${machine%%-*}" /dev/null "$mirror" >"$log" 2>&1; then
+        "${machine%%-*}" /dev/null "$mirror" >"$log" 2>&1 &
+    making=$!
+    if ! wait "$making"; then
+        making=
         tail -60 "$log" >&2
         fail "$machine failed: $log"
     fi

@@ -7,7 +7,7 @@ cd "$(dirname "$0")/.."
 
 read -r best < <(sh tools/runnableBuilds.sh)
 preset=windows-$best
-folder=build/signature-$preset
+folder=build/$preset
 engine=$PWD/$folder/tarvonel.exe
 bash tools/compareSignatures.sh "$preset"
 cmake --build "$folder" --target tarvonel >/dev/null
