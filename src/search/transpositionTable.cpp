@@ -14,7 +14,7 @@ namespace tarvonel
 
 ttCluster *ttTable = nullptr;
 std::uint64_t ttMask = 0;
-relaxed<bool> ttIsBlank = true;
+relaxed<bool> ttIsBlank = false;
 std::uint8_t ttAge = 0;
 
 namespace
@@ -72,7 +72,7 @@ void ttRelease()
     releaseLarge(ttTable, allocatedBytes);
     ttTable = nullptr;
     ttMask = 0;
-    ttIsBlank = true;
+    ttIsBlank = false;
     allocatedBytes = 0;
 }
 
@@ -92,11 +92,11 @@ std::uint64_t ttResize(int megabytes)
         // Out of memory: use a static table of the smallest size.
         static ttCluster smallestTable[ttClustersPerMegabyte];
         ttTable = smallestTable;
-        ttIsBlank = false; // it may have been in use before
+        std::ranges::fill(smallestTable, ttCluster{}); // it may have been in use before
         allocatedBytes = 0;
     }
     ttMask = wanted * ttClustersPerMegabyte - 1;
-    ttClear();
+    ttSearchCount = 0;
     return wanted;
 }
 

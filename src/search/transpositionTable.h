@@ -43,7 +43,7 @@ static_assert(sizeof(ttCluster) == 64);
 
 extern ttCluster *ttTable;
 extern std::uint64_t ttMask;    ///< number of clusters - 1; the number is a power of two
-extern relaxed<bool> ttIsBlank; ///< all zeros: nothing was stored since the last resize or clear
+extern relaxed<bool> ttIsBlank; ///< nothing was stored since the last clear
 extern std::uint8_t ttAge;      ///< 0 to 63
 
 /// Access to the fields of a data word. A miss has `boundNone`.
@@ -67,7 +67,9 @@ std::uint64_t ttResize(int megabytes);
 /// Frees the memory; the table is then unusable until `ttResize`.
 void ttRelease();
 
-/// Empties the table with `engineOptions.threadCount` short-lived threads; at once if it is blank.
+/// Empties the table with `engineOptions.threadCount` short-lived threads; at once if it is blank. The
+/// first call after a resize brings all pages into memory: a search that meets them one by one may
+/// pass its time limit between two looks at the clock.
 void ttClear();
 
 /// Starts a new age; called for each search before the workers start.
