@@ -1,6 +1,7 @@
 #include "interrupts.h"
 
 #include <csignal>
+#include <initializer_list>
 
 namespace tarvonel
 {

@@ -77,8 +77,10 @@ void newGame(std::istream &, consoleState &)
 
 void identify(std::istream &, consoleState &)
 {
-    printText(std::string("id name ") + engineName + engineBuild + "\nid author " + engineAuthor + "\n" +
-              optionAnnouncements() + "uciok\n");
+    std::ostringstream text;
+    text << "id name " << engineName << engineBuild << "\nid author " << engineAuthor << '\n'
+         << optionAnnouncements() << "uciok\n";
+    printText(text.str());
 }
 
 void answerReady(std::istream &, consoleState &) { printLine("readyok"); }
@@ -233,7 +235,8 @@ bool runLine(const std::string &text, consoleState &state)
 
 void dropLine(const std::string &beginning)
 {
-    const std::string message = "Line of more than " + std::to_string(maxLineBytes) + " bytes dropped";
+    std::string message = "Line of more than " + std::to_string(maxLineBytes);
+    message += " bytes dropped";
     std::string word;
     std::istringstream(beginning) >> word;
     if (word == "position")
