@@ -41,6 +41,8 @@ const fieldCase fieldCases[] = {
     {"black letters", "1r2k2r/8/8/8/8/8/8/4K3 b bh - 0 1", true, 10, {nil, h8, nil, b8}, 0, 0, 2},
     {"en passant, black to move", "4k3/8/8/8/4P3/8/8/4K3 b - e3 0 1", false, 0, {h1, h8, a1, a8}, e4, 0, 2},
     {"en passant on trust", "4k3/8/8/8/8/8/8/4K3 w - e3 0 1", false, 0, {h1, h8, a1, a8}, e2, 0, 1},
+    {"negative counters are numbers", "4k3/8/8/8/8/8/8/4K3 b - - -5 -3", false, 0, {h1, h8, a1, a8}, 0, -5, 1},
+    {"a count far above the limit", "4k3/8/8/8/8/8/8/4K3 w - - 70000 1", false, 0, {h1, h8, a1, a8}, 0, 16383, 1},
     {"move number 300", "4k3/8/8/8/8/8/8/4K3 b - - 0 300", false, 0, {h1, h8, a1, a8}, 0, 0, 513},
     {"largest move number", "4k3/8/8/8/8/8/8/4K3 b - - 0 2147483647", false, 0, {h1, h8, a1, a8}, 0, 0, 513},
 };

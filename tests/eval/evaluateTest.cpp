@@ -152,6 +152,7 @@ TEST(evaluate, tunableTermsStartAsTheShippedOnesAndMoveAlone)
 {
     evaluationPosition position(queenUp), fresh(queenUp), changed(queenUp);
     const int score = handSetScore(*position);
+    EXPECT_NEAR(handSetScore(*evaluationPosition(mirrorFen(queenUp))), -score, 2) << "the tempo is the mover's";
     EXPECT_EQ(evaluateTunable(0, *fresh), score);
     tunableTerms.global.tempo += X(48, 48);
     EXPECT_EQ(evaluateTunable(0, *changed), score + 48);

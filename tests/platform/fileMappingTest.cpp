@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include "support/openDescriptors.h"
 #include "support/temporaryDirectory.h"
 
 namespace tarvonel
@@ -56,6 +57,7 @@ TEST(fileMapping, whatIsNoReadableFileLeavesTheRecordEmpty)
         {"/dev/null", mappingResult::notFound, -1}, // nor is a device, which might have to be waited for
 #endif
     };
+    const std::ptrdiff_t descriptors = openDescriptors();
     for (const auto &c : cases)
     {
         EXPECT_EQ(readableFileSize(c.path), c.size) << c.path;
@@ -66,6 +68,7 @@ TEST(fileMapping, whatIsNoReadableFileLeavesTheRecordEmpty)
         EXPECT_NE(error, 0U) << c.path;
         EXPECT_EQ(mapping.data, nullptr) << c.path;
         EXPECT_EQ(mapping.size, 0U) << c.path;
+        EXPECT_EQ(openDescriptors(), descriptors) << c.path;
     }
 }
 

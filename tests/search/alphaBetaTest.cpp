@@ -76,6 +76,17 @@ TEST_F(alphaBetaNode, noTableCutAfterANullMoveNorAtTheRoot)
     EXPECT_GT(nodes, 1U) << "after a null move";
 }
 
+TEST_F(alphaBetaNode, aMoveFoundAtTheRootCountsBeforeTheIterationEnds)
+{
+    workbench root("r4rk1/pp3ppp/2n2n2/3p4/3P4/2N2N2/PP3PPP/R4RK1 w - - 3 15");
+    root->rootDepth = 2;
+    root->rootDepthDone = 1;
+    searched(root, 3);
+    EXPECT_EQ(root->rootDepth, 3);
+    EXPECT_EQ(root->rootDepthDone, 0);
+    EXPECT_GT(root->rootChanges, 0);
+}
+
 TEST_F(alphaBetaNode, matesAndDraws)
 {
     const struct

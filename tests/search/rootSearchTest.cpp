@@ -2,6 +2,7 @@
 #include <cstdlib>
 #include <string>
 #include <tuple>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -21,6 +22,8 @@ namespace
 {
 
 constexpr const char *middleGame = "r1bq1rk1/pp2bppp/2n1pn2/3p4/2PP4/2N2N2/PP2BPPP/R1BQ1RK1 w - - 0 9";
+
+constexpr const char *stable = "8/5pk1/6p1/R6p/7P/5PP1/r5K1/8 w - - 0 1";
 
 class rootSearch : public searchFixture
 {
@@ -174,23 +177,19 @@ TEST_F(rootSearch, nodeLimitsEndASearch)
     EXPECT_TRUE(isLegalIn(middleGame, hard.best));
 }
 
-// Also of a search that is cut when another move has just become the best.
-TEST_F(rootSearch, thePonderMoveAnswersTheBestMove)
+// The clock has run so long before the search that only the time factor decides when it ends.
+TEST_F(rootSearch, stableIterationsShortenTheTime)
 {
-    int answers = 0;
-    for (const char *fen : {"8/5pk1/6p1/R6p/7P/5PP1/r5K1/8 w - - 0 1", "8/8/1p1k4/p1p2p2/P1P2P2/1P1K4/8/8 w - - 0 1"})
-        for (std::uint64_t nodes = 2000; nodes < 40000; nodes += 500)
-        {
-            newGame();
-            ownedPosition root(fen);
-            const searchResult found = runSearch(*root, {.hardNodes = nodes});
-            if (found.ponder == noMove)
-                continue;
-            ++answers;
-            playGameMove(*root, found.best);
-            EXPECT_TRUE(isLegalIn(fenOf(*root, false, 1), found.ponder)) << fen << ", " << nodes << " nodes";
-        }
-    EXPECT_GT(answers, 100);
+    constexpr int elapsed = 1'000'000'000;
+    const std::pair<double, int> cases[] = {{0.95, 6}, {0.85, 7}, {0.77, 8}};
+    for (const auto &[factor, depth] : cases)
+    {
+        newGame();
+        run(stable, {.startTimeMs = millisecondsNow() - elapsed,
+                     .optimalTime = static_cast<int>(elapsed / factor),
+                     .hardNodes = 1'000'000});
+        EXPECT_EQ(theBoss().position.rootDepth, depth);
+    }
 }
 
 // Generous bounds: the machine may be busy with other things.

@@ -155,7 +155,8 @@ void searchFixture::start(const pos &root, const searchLimitValues &limits, bool
     record = {};
     answerTally = 0;
     searchLimits = limits;
-    searchLimits.startTimeMs = millisecondsNow();
+    if (limits.startTimeMs == 0)
+        searchLimits.startTimeMs = millisecondsNow();
     pondering = ponders;
     startSearch(root);
 }

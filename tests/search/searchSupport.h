@@ -75,7 +75,7 @@ class searchFixture : public testing::Test
     void TearDown() override;
 
     static void usePool(int threads);
-    /// Starts with these limits and the clock set to now; the record starts afresh.
+    /// Starts with these limits and, unless they name a start, the clock set to now; the record starts afresh.
     static void start(const std::string &fen, const searchLimitValues &limits, bool ponders = false);
     static void start(const pos &root, const searchLimitValues &limits, bool ponders = false);
     /// Waits for the answer and gives the record.

@@ -75,6 +75,39 @@ TEST_F(searchThreads, poolsOfAllSizes)
     }
 }
 
+TEST_F(searchThreads, nothingOfAnEarlierGameOrNetworkIsLeftInAnyThread)
+{
+    usePool(3);
+    for (const auto &each : workerPool)
+    {
+        each->tables.contHistoryOneBack[1][2] = each->tables.contHistoryTwoBack[3][4] = 5;
+        each->tables.evalCache[6].key = each->tables.pawnTable[7].pawnKey = 8;
+    }
+    clearWorkerHistory();
+    clearEvaluationCaches();
+    for (const auto &each : workerPool)
+    {
+        EXPECT_EQ(each->tables.contHistoryOneBack[1][2] | each->tables.contHistoryTwoBack[3][4], 0);
+        EXPECT_EQ(each->tables.evalCache[6].key | each->tables.pawnTable[7].pawnKey, 0U) << each->threadIndex;
+    }
+}
+
+// Another thread's variation is known only after the boss has walked it.
+TEST_F(searchThreads, theVariationIsThatOfTheChosenThread)
+{
+    usePool(2);
+    bool isWalked = false;
+    for (int search = 0; search < 300 && !isWalked; ++search)
+    {
+        newGame();
+        const searchRecord &record = run(middleGame, {.maximumTime = 5 + search});
+        const pos &found = chooseBestThread().position;
+        EXPECT_TRUE(sameMove(record.best, found.info[0].pvMove) || found.info[0].pvMove == noMove);
+        isWalked = &found != &theBoss().position && found.pvLast > 0;
+    }
+    EXPECT_TRUE(isWalked);
+}
+
 TEST_F(searchThreads, oneAnswerToEverySearchStoppedAtAnyTime)
 {
     usePool(3);

@@ -11,6 +11,7 @@
 #include <set>
 #include <thread>
 
+#include "support/openDescriptors.h"
 #include "support/tableFiles.h"
 #include "support/temporaryDirectory.h"
 #include "tablebase/tbProbe.h"
@@ -73,11 +74,6 @@ int mappingsOf(const std::string &path)
     for (std::string row; std::getline(maps, row);)
         mappings += row.find(path) != std::string::npos;
     return mappings;
-}
-
-std::ptrdiff_t openDescriptors()
-{
-    return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), std::filesystem::directory_iterator());
 }
 #endif
 

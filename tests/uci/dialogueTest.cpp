@@ -125,6 +125,7 @@ TEST_F(dialogue, withoutNetwork)
     engineProcess fresh(empty.path);
     const std::string missing = "info string NetFile not found/correct: ";
     fresh.readUntil(missing + "220321-307.nnue. Unable to calculate the best move for a position.");
+    engineProcess(empty.path, {"perft", "1"}).readToExit();
     EXPECT_EQ(fresh.ask("go infinite"),
               lines{missing + "220321-307.nnue. Unable to calculate the best move for the position."});
     EXPECT_TRUE(fresh.ask("bench").at(0).starts_with(missing));
@@ -248,6 +249,7 @@ TEST_F(dialogue, endlessSearchesAnswerOnlyWhenTold)
         {"go infinite depth 2 movetime 1", "stop"},
         {mateInOne + std::string("go infinite depth 2 movetime 1"), "stop"},
         {"go ponder movetime 1", "ponderhit"},
+        {mateInOne + std::string("go ponder"), "ponderhit"},
         {"go ponder movetime 100", "ponderhit"},
         {"go ponder wtime 1000 btime 1000", "stop"},
         {"go movetime 100\ngo infinite", "stop"},
@@ -414,6 +416,8 @@ TEST_F(dialogue, longLines)
         game += " g1f3 g8f6 f3g1 f6g8";
     EXPECT_EQ(engine.ask(game + " e2e4"), lines{});
     EXPECT_EQ(engine.ask("showboard").at(9), "|   |   |   |   | P |   |   |   |");
+    for (int i = 0; i < 3; ++i) // more in all than is read ahead
+        EXPECT_EQ(engine.ask("isready " + std::string(4'000'000, 'x')), lines{"readyok"});
     const lines dropped = {"info string Line of more than 4194304 bytes dropped"};
     EXPECT_EQ(engine.ask(std::string(5'000'000, 'x')), dropped);
     engine.send("go depth 1");
@@ -526,8 +530,9 @@ TEST_F(dialogue, linesOfConsoleAndSearchDoNotMix)
 
 TEST_F(dialogue, timeIsKept)
 {
-    for (const char *commands : {"go movetime 300", "go wtime -5 btime -5", "go movestogo 0 wtime 1000 btime 1000",
-                                 "go movetime -1", "setoption name Threads value 2\ngo infinite\nisready\nstop"})
+    for (const char *commands :
+         {"go movetime 300", "go wtime -5 btime -5", "go movestogo 0 wtime 1000 btime 1000", "go movetime -1",
+          "go ponder depth 2", "setoption name Threads value 2\ngo infinite\nisready\nstop"})
     {
         const std::int64_t start = millisecondsNow();
         engine.send(commands);

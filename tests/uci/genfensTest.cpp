@@ -1,6 +1,8 @@
 // Openings for games on other machines, asked for as words behind the program's name.
 
+#include <algorithm>
 #include <fstream>
+#include <regex>
 #include <set>
 
 #include <gtest/gtest.h>
@@ -44,6 +46,22 @@ TEST(genfens, openingsDependOnTheSeedAlone)
     EXPECT_EQ(openingsFor("7", directory / "over", 1), lines{"finds no positions in " + directory / "over"});
     std::ofstream(directory / "won") << "4k3/8/8/8/8/PPPPPPPP/8/QQ2K3 w - - 0 1\n";
     EXPECT_EQ(openingsFor("7", directory / "won", 1), lines{"finds no balanced opening"});
+}
+
+TEST(genfens, startsFollowTheVariantAndNothingElseChanges)
+{
+    startedEngine engine;
+    engine.ask("setoption name UCI_Chess960 value true");
+    const lines board = engine.ask("showboard");
+    const lines openings = engine.ask("genfens 4 seed 7");
+    ASSERT_EQ(openings.size(), 4U);
+    const std::regex rookOffTheCorner(" [wb] [A-Ha-h]*[B-Gb-g]");
+    EXPECT_TRUE(std::ranges::any_of(openings, [&](const std::string &line)
+                                    { return std::regex_search(line, rookOffTheCorner); }));
+    EXPECT_EQ(engine.ask("showboard"), board);
+    EXPECT_EQ(engine.ask("hashstats").at(2), "Number of entries " + std::to_string(8 * 16384 * 4));
+    engine.send("go depth 10");
+    EXPECT_EQ(engine.readUntil("bestmove").size(), 2U) << "reports are back";
 }
 
 } // namespace

@@ -74,6 +74,7 @@ TEST_F(positionText, refusalsLeaveThePosition)
     for (const auto &c : cases)
     {
         outputOf(positionCommand, "startpos moves e2e4");
+        EXPECT_TRUE(isMainPositionPlayable()) << "a refusal lasts up to the next position";
         const std::string board = boardNow();
         EXPECT_TRUE(outputOf(positionCommand, c.text).starts_with(c.message)) << c.text;
         const bool isRefused = *c.message != '\0';

@@ -196,6 +196,27 @@ TEST_F(timeAllotment, incrementFactorHoldsForTheGame)
     }
 }
 
+TEST_F(timeAllotment, aNodeLimitHoldsWhereTheProgramObeysIt)
+{
+    engineOptions.hashMegabytes = 1;
+    engineOptions.netFileName = networkDirectory() / defaultNetFileName;
+    static std::uint64_t nodes;
+    for (const std::uint64_t limit : {5000, 9000})
+    {
+        std::istringstream input("go nodes " + std::to_string(limit) + "\n");
+        outputOf(
+            [&]
+            {
+                runConsole(input, {},
+                           {.reports = {.answer = [](moveCode, moveCode, colour, const pos &)
+                                        { nodes = theBoss().result.nodes; }},
+                            .obeysNodes = true});
+            });
+        EXPECT_GE(nodes, limit);
+        EXPECT_LT(nodes, limit + 1000);
+    }
+}
+
 // The promise that all else rests on: some time, the hard limit not before the soft one, and within the clock.
 TEST_F(timeAllotment, anyNumbersGiveSoundLimits)
 {
