@@ -9,7 +9,7 @@
 #include "board/engineOptions.h"
 #include "board/setup.h"
 #include "movegen/legality.h"
-#include "search/searchBoard.h"
+#include "search/worker.h"
 #include "uci/benchPositions.h"
 
 namespace tarvonel

@@ -8,11 +8,11 @@
 #include <iostream>
 
 #include "board/attackTables.h"
-#include "platform/parseNumber.h"
+#include "platform/parseText.h"
 #include "search/transpositionTable.h"
 #include "search/worker.h"
 #include "support/syntheticNetwork.h"
-#include "uci/benchCommand.h"
+#include "uci/commands.h"
 
 using namespace tarvonel;
 

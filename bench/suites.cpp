@@ -18,7 +18,7 @@
 #include "board/moveCode.h"
 #include "board/setup.h"
 #include "eval/networkFile.h"
-#include "platform/parseNumber.h"
+#include "platform/parseText.h"
 #include "search/score.h"
 #include "search/transpositionTable.h"
 #include "search/worker.h"

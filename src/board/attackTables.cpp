@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cmath>
 #include <cstdlib>
 
 namespace tarvonel
@@ -23,7 +22,6 @@ bitboard ranksAhead[colourCount][squareCount];
 bitboard adjacentFiles[squareCount];
 bitboard passedMask[colourCount][squareCount];
 bitboard kingZone[colourCount][squareCount];
-std::int8_t reductionTable[reductionDepths][reductionMoves];
 
 namespace
 {
@@ -44,7 +42,7 @@ int squareDistance(int a, int b) { return std::max(std::abs(fileOf(a) - fileOf(b
 
 bool isOnBoard(int square) { return square >= 0 && square < squareCount; }
 
-/// Targets of a leaper; the distance excludes steps that wrap around the edge.
+/// Targets of a leaper; `reach` excludes steps that wrap around the edge.
 bitboard leaperAttacks(int square, const std::array<int, 8> &steps, int reach)
 {
     bitboard targets = 0;
@@ -125,7 +123,7 @@ constexpr std::uint64_t bishopMultipliers[squareCount] = {
 };
 // clang-format on
 
-/// Lays the slices of all squares back to back and fills each for all occupancies of its mask.
+/// Fills the slice of each square, one after the other, for all occupancies of its mask.
 void fillMagics(magicEntry (&entries)[squareCount], bitboard *attackArray, const directionSet &directions,
                 const std::uint64_t (&multipliers)[squareCount])
 {
@@ -143,23 +141,6 @@ void fillMagics(magicEntry (&entries)[squareCount], bitboard *attackArray, const
         } while (subset != 0);
         slice += bitboard{1} << popCount(mask);
     }
-}
-
-/// Grows with the square root of depth times move number; the first two moves are not reduced.
-void fillReductions()
-{
-    constexpr int fullDepthMoves = 2;
-    constexpr int divisor = 9;
-    for (int depth = 0; depth < reductionDepths; ++depth)
-        for (int move = 0; move < reductionMoves; ++move)
-        {
-            int reduction = 0;
-            if (move == fullDepthMoves + 1)
-                reduction = 1;
-            else if (move > fullDepthMoves + 1)
-                reduction = static_cast<int>(std::sqrt((move - fullDepthMoves) * depth / divisor));
-            reductionTable[depth][move] = static_cast<std::int8_t>(reduction);
-        }
 }
 
 void fillLeapers()
@@ -212,7 +193,6 @@ void fillLines()
         }
 }
 
-/// Three files wide and four ranks high: around the king, with one more rank ahead of it.
 bitboard zoneAround(colour side, int square)
 {
     constexpr bitboard blockOfCorner = 0x07070707;
@@ -245,7 +225,6 @@ void fillEvaluationMasks()
 
 void initTables()
 {
-    fillReductions();
     fillLeapers();
     fillSliders();
     fillLines();

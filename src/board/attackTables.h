@@ -1,4 +1,4 @@
-// Attack and geometry tables, and the attack tests built on them.
+// Attack and geometry tables, and the attack queries built on them.
 //
 // Sliders use magic bitboards: attacks = attackSlice[((occupancy & mask) x magic) >> shift]. Builds
 // for processors with BMI2 index with PEXT instead.
@@ -43,13 +43,8 @@ extern bitboard ranksAhead[colourCount][squareCount];
 extern bitboard adjacentFiles[squareCount];
 /// Squares ahead on the same and adjacent files; empty on the first and last rank.
 extern bitboard passedMask[colourCount][squareCount];
-/// Three files by four ranks around a king, one extra rank ahead, shifted to stay on the board.
+/// Three files by four ranks around a king, with one extra rank ahead, shifted to stay on the board.
 extern bitboard kingZone[colourCount][squareCount];
-
-inline constexpr int reductionDepths = 128;
-inline constexpr int reductionMoves = 256;
-/// Late move reduction by depth and move number, before adjustments.
-extern std::int8_t reductionTable[reductionDepths][reductionMoves];
 
 /// Fills all tables. Call before other threads start; calling again is harmless.
 void initTables();
@@ -108,8 +103,8 @@ inline bitboard straightSliders(const pos &position, colour side)
     return position.bitboards[whiteQueen + side] | position.bitboards[whiteRook + side];
 }
 
-/// The pieces of either colour that alone stop a slider of `attacker` from attacking the square. With
-/// a king there, the king's own are pinned and the attacker's can discover check.
+/// The pieces of either colour that are the only piece between the square and a slider of `attacker`. If
+/// a king is on the square, those of its colour are pinned and those of `attacker` can discover check.
 inline bitboard sliderBlockers(const pos &position, int square, colour attacker)
 {
     const bitboard occupied = occupancy(position);

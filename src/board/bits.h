@@ -33,8 +33,8 @@ constexpr int popCount(bitboard bits)
 #endif
 }
 
-/// `popCount` for sets that rarely hold more than two squares: a loop is faster there on targets
-/// without the instruction.
+/// `popCount` for sets that rarely have more than two squares, where a loop is faster on targets without
+/// the instruction.
 constexpr int sparseCount(bitboard bits)
 {
 #if defined(__POPCNT__) || defined(__ARM_NEON)
@@ -65,8 +65,8 @@ constexpr int popLowest(bitboard &bits)
 /// Shifts the set one rank forward for `Side`.
 template <colour Side> constexpr bitboard shiftForward(bitboard bits) { return Side == white ? bits << 8 : bits >> 8; }
 
-/// Squares attacked by pawns of `Side`, in one diagonal direction or both. By 9 is towards the
-/// h-file for white and towards the a-file for black; by 7 is the other way.
+/// Squares attacked by pawns of `Side`, in one diagonal direction or both. 9 is towards the h-file for
+/// white and towards the a-file for black, 7 the other way.
 template <colour Side> constexpr bitboard pawnAttacksBy9(bitboard pawns)
 {
     return Side == white ? (pawns & ~fileHBits) << 9 : (pawns & ~fileABits) >> 9;

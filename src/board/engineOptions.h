@@ -1,7 +1,7 @@
-// The values of the engine's options: one global record that every part may read.
+// The values of the engine's options, in a global record that all modules read.
 //
-// Threads: only the console writes; numbers and switches are relaxed, as a running search may read
-// them at the same moment. The texts are read by the console alone.
+// Threads: only the UCI loop writes, and only it reads the strings. Numbers and switches are relaxed
+// because a running search may read them at the same time.
 #pragma once
 
 #include <string>
@@ -11,7 +11,7 @@
 namespace tarvonel
 {
 
-/// What stands for "no file" in the text options.
+/// The value of a string option that names no file.
 inline constexpr const char *emptyOptionText = "<empty>";
 
 inline constexpr int defaultThreads = 1, minThreads = 1, maxThreads = 256;

@@ -28,7 +28,7 @@ constexpr zobristKeys makeKeys()
     for (std::uint64_t &entry : made.enPassant)
         entry = nextRandom(state);
 
-    // Fixed values: a mixed-up layout fails their test.
+    // Fixed values, so that a test can detect a change of the layout.
     made.piece[0][a1] = 0xACFEAF947971818A;
     made.piece[0][b1] = 0x1E1A986BCEE58E3B;
     made.piece[0][c1] = 0xD1DD9BBC7B8C8D68;

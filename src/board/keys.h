@@ -22,7 +22,7 @@ extern const zobristKeys keys; ///< the same values in every run
 
 inline std::uint64_t pieceKey(int code, int square) { return keys.piece[code - firstPieceCode][square]; }
 
-/// Full computation, with the castling rights and en passant square of `ply`.
+/// Full computation; the key includes the castling rights and en passant square of `ply`.
 std::uint64_t computeKey(const pos &position, int ply = 0);
 std::uint64_t computePawnKey(const pos &position);
 

@@ -46,7 +46,7 @@ struct boardUpdate
         position.board[to] = static_cast<pieceCode>(code);
     }
 
-    /// Writes the piece to `board` once more: moving another piece may have emptied its square since.
+    /// Writes the piece to `board` again, in case moving another piece has emptied its square.
     void settle(int code, int /*from*/, int to) { position.board[to] = static_cast<pieceCode>(code); }
 
   private:
@@ -68,7 +68,7 @@ struct undoUpdate
     void settle(int code, int from, int to) { board.settle(code, to, from); }
 };
 
-/// `boardUpdate` plus everything kept incrementally: keys (working copies), sums, phase and the
+/// `boardUpdate` plus all incrementally kept state: keys (working copies), sums, phase and the piece
 /// changes for the network.
 struct incrementalUpdate
 {

@@ -1,6 +1,6 @@
 // Making and unmaking moves: the step from ply p to p + 1 and back.
 //
-// Moves are assumed legal. Nothing allocates; what unmake cannot compute is saved in info[p + 1].
+// Moves must be legal. Unmake restores from info[p + 1] what it cannot recompute.
 #pragma once
 
 #include "board/pos.h"
@@ -16,8 +16,8 @@ void makeMove(pos &position, int ply, moveCode move);
 /// Reverts `makeMove` except for info[ply + 1] and the key history beyond `keyCount`.
 void unmakeMove(pos &position, int ply, moveCode move);
 
-/// Passes the turn. Enters neither the key history nor the fifty-move count. Returns the key to pass
-/// to `unmakeNullMove`.
+/// Makes a null move. Changes neither the key history nor the fifty-move count. Returns the key for
+/// `unmakeNullMove`.
 std::uint64_t makeNullMove(pos &position, int ply);
 void unmakeNullMove(pos &position, std::uint64_t savedKey);
 
@@ -26,11 +26,11 @@ void unmakeNullMove(pos &position, std::uint64_t savedKey);
 void makeBoardOnly(pos &position, int ply, moveCode move);
 void unmakeBoardOnly(pos &position, int ply, moveCode move);
 
-/// Whether a pseudo-legal move leaves the mover's king safe; makes it on the board and takes it back.
+/// Whether a pseudo-legal move leaves the mover's king safe; makes and unmakes it on the board.
 bool leavesKingSafe(pos &position, int ply, moveCode move);
 
-/// Plays a game move for good; the position stays at ply 0. When the key history is full, drops its
-/// older half.
+/// Plays a move of the game, which cannot be unmade; the position stays at ply 0. Drops the older half of
+/// the key history when it is full.
 void playGameMove(pos &position, moveCode move);
 
 /// The piece that made `move`, for `playedMove` and the transposition table. The move has been made.

@@ -68,9 +68,9 @@ constexpr int enPassantLanding(colour mover, moveCode move) { return moveTo(move
 /// rook. `noMove` gives "a1a1".
 std::string moveText(moveCode move, colour side, const pos &position);
 
-/// Parses move text at ply 0 of `position`. Does not check legality, only the form: returns `noMove`
-/// for text that is too short, off the board, from an empty square or with an unknown promotion
-/// letter.
+/// Parses the text of a move at ply 0 of `position`. Does not check legality; returns `noMove` if the
+/// text is too short, names a square off the board, starts from an empty square or has an unknown
+/// promotion letter.
 moveCode parseMoveText(const std::string &text, const pos &position);
 
 } // namespace tarvonel

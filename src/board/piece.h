@@ -1,8 +1,7 @@
 // Piece codes and types.
 //
 // code = 2 x type + 2 + colour: pawns are 2 and 3, kings 12 and 13, bit 0 is the colour, 0 is an
-// empty square. A piece of the side to move has its white code in code - sideToMove, and
-// bitboards[code & 1] holds all pieces of its colour.
+// empty square.
 #pragma once
 
 #include <cstdint>

@@ -1,11 +1,11 @@
 // The position record of one search thread: board, sums, keys, the per-ply stack and the move
 // ordering tables, in one flat block; and the record that adds the move stack.
 //
-// A `pos` holds no pointer into itself, so it is copied by assignment. Make and unmake change the one
-// current position in place; `info[ply]` keeps what belongs to a ply, ply 0 being the root.
+// A `pos` has no pointers into itself and is copied by assignment. Make and unmake change it in place;
+// `info[ply]` holds what belongs to a ply. Ply 0 is the root.
 //
-// Threads: a `pos` belongs to one thread at a time. While it is searched, other threads may read its
-// three node counters only.
+// Threads: a `pos` belongs to one thread. While that thread searches, others may read its three node
+// counters only.
 #pragma once
 
 #include <cstddef>
@@ -54,7 +54,7 @@ constexpr std::uint8_t castlingRightOf(int wing, colour side)
 }
 constexpr int castlingRightsOf(colour side) { return (whiteKingSide | whiteQueenSide) << side; }
 
-/// The pieces that one move changed, for the network. `from` or `to` is `noSquare` for a piece that
+/// The pieces changed by one move, for the network. `from` or `to` is `noSquare` for a piece that
 /// appears or disappears. The first entry is the piece that moved.
 struct pieceChange
 {
@@ -113,9 +113,9 @@ struct posHead
     combEval squareScore[colourCount]; ///< sum of pieceSquareScore, positive is good for its owner
     std::int16_t phase;                ///< sum of phaseValue of both colours, not clamped
     std::uint8_t sideToMove = white;
-    pawnEntry *pawnTable = nullptr; ///< the tables live outside; their owner attaches them
+    pawnEntry *pawnTable = nullptr; ///< owned by the worker, as are the other tables
     evalCacheEntry *evalCache = nullptr;
-    accumulatorCacheEntry *accumulatorCache = nullptr; ///< optional; without it refreshes start from scratch
+    accumulatorCacheEntry *accumulatorCache = nullptr; ///< optional: if null, refreshes start from scratch
     std::int16_t (*contHistoryTwoBack)[historyRows] = nullptr;
     std::int16_t (*contHistoryOneBack)[historyRows] = nullptr;
     std::int32_t *quietScores = nullptr; ///< scores of the quiet moves, parallel to the move stack
@@ -159,8 +159,8 @@ inline bool hasPieces(const pos &position, colour side)
             ~(position.bitboards[whitePawn + side] | position.bitboards[whiteKing + side])) != 0;
 }
 
-/// A position and its move stack. Large: keep it on the heap, in static memory or in a thread's own
-/// block. Not copyable, since the copy's lists would be in the original's stack.
+/// A position and its move stack. Too large for a thread's stack. Not copyable: the lists of the copy
+/// would be in the original's move stack.
 struct posWithMoves
 {
     posWithMoves() { position.info[0].listStart = firstMove(); }
@@ -178,7 +178,7 @@ struct posWithMoves
     }
 
     pos position{};
-    moveCode moveStack[1 + moveStackCapacity]{}; ///< slot 0 is spare: a picker starts one slot before its list
+    moveCode moveStack[1 + moveStackCapacity]{}; ///< slot 0 is unused: a picker starts one slot before its list
 };
 
 } // namespace tarvonel

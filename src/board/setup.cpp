@@ -4,14 +4,13 @@
 #include <cctype>
 #include <optional>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 #include "board/attackTables.h"
 #include "board/engineOptions.h"
 #include "board/keys.h"
 #include "board/pieceValues.h"
-#include "platform/parseNumber.h"
+#include "platform/parseText.h"
 
 namespace tarvonel
 {
@@ -19,7 +18,7 @@ namespace tarvonel
 namespace
 {
 
-constexpr int maxSetupKeys = 512;    // history entries for plies before the set-up position
+constexpr int maxSetupKeys = 512;    // history entries for plies before the position
 constexpr int maxFiftyCount = 16383; // far above the rule's limit and far below overflow
 constexpr std::size_t fieldCount = 6;
 constexpr std::string_view fieldDefaults[fieldCount] = {"", "", "-", "-", "0", "1"};
@@ -34,39 +33,21 @@ enum fenField : int
     moveNumberField
 };
 
-/// Errors are one line of text, null if there is none.
+/// A fault is a line of text, null if there is none.
 constexpr const char *noFault = nullptr;
 
-/// A FEN text parsed and checked, before anything is written to a position.
+/// A parsed and checked FEN.
 struct parsedFen
 {
     pieceCode board[squareCount] = {};
     colour sideToMove = white;
-    std::string castling;
+    std::string_view castling; ///< in the FEN text
     int enPassant = 0;
     int fiftyCount = 0;
     int moveNumber = 1;
 };
 
-/// Splits at each blank: two blanks in a row make an empty field. Missing last fields get defaults.
-std::vector<std::string> splitFields(const std::string &fen)
-{
-    std::vector<std::string> fields;
-    std::string field;
-    for (const char letter : fen)
-        if (letter == ' ')
-            fields.push_back(std::exchange(field, {}));
-        else
-            field += letter;
-    if (!field.empty())
-        fields.push_back(field);
-    if (fields.size() >= 2)
-        while (fields.size() < fieldCount)
-            fields.emplace_back(fieldDefaults[fields.size()]);
-    return fields;
-}
-
-const char *readPlacement(const std::string &text, parsedFen &parsed)
+const char *readPlacement(std::string_view text, parsedFen &parsed)
 {
     int file = fileA;
     int rank = rank8;
@@ -122,8 +103,8 @@ const char *checkPieceCounts(const parsedFen &parsed)
     return noFault;
 }
 
-/// FEN names the square that was passed over; `enPassant` is the pawn's.
-const char *readEnPassant(const std::string &text, parsedFen &parsed)
+/// FEN gives the square that the pawn passed over; `enPassant` is the pawn's own.
+const char *readEnPassant(std::string_view text, parsedFen &parsed)
 {
     if (text.empty() || text[0] == '-')
         return noFault;
@@ -137,9 +118,11 @@ const char *readEnPassant(const std::string &text, parsedFen &parsed)
 
 const char *readFen(const std::string &fen, parsedFen &parsed)
 {
-    const std::vector<std::string> fields = splitFields(fen);
+    std::vector<std::string_view> fields = splitFields(fen, ' ');
     if (fields.size() < 2)
         return "piece placement or side to move missing";
+    while (fields.size() < fieldCount)
+        fields.push_back(fieldDefaults[fields.size()]);
     if (const char *fault = readPlacement(fields[placementField], parsed); fault != noFault)
         return fault;
     if (const char *fault = checkPieceCounts(parsed); fault != noFault)
@@ -157,7 +140,7 @@ const char *readFen(const std::string &fen, parsedFen &parsed)
     return noFault;
 }
 
-/// Adds the right for the rook on a file: the king's side from the king's file on.
+/// Adds the castling right for the rook on a file of the back rank.
 void addRightByFile(pos &position, colour side, int file)
 {
     const int rookSquare = relativeSquare(side, file);
@@ -166,8 +149,8 @@ void addRightByFile(pos &position, colour side, int file)
     position.castleRook[wing][side] = static_cast<std::int8_t>(rookSquare);
 }
 
-/// In Chess960, KQkq mean the outermost rook on that side of the king, on the king's rank. Without one
-/// `castleRook` stays `noSquare`.
+/// In Chess960, KQkq mean the outermost rook on that side of the king, on the king's rank. If there is
+/// none, `castleRook` stays `noSquare`.
 void findOutermostRooks(pos &position)
 {
     for (const colour side : {white, black})
@@ -188,7 +171,7 @@ void findOutermostRooks(pos &position)
     }
 }
 
-void readCastling(const std::string &text, pos &position)
+void readCastling(std::string_view text, pos &position)
 {
     constexpr std::int8_t standardRooks[2][colourCount] = {{h1, h8}, {a1, a8}};
     for (const int wing : {kingSide, queenSide})
@@ -217,7 +200,7 @@ void readCastling(const std::string &text, pos &position)
         findOutermostRooks(position);
 }
 
-/// Plies before this position get 0, which matches no key.
+/// Earlier plies get 0, which matches no key.
 void startKeyHistory(pos &position, int moveNumber)
 {
     const std::int64_t wanted = position.sideToMove + 2 * (static_cast<std::int64_t>(moveNumber) - 1);
@@ -242,7 +225,7 @@ bool isCastlingRightValid(const pos &position, int wing, colour side)
     return wing == kingSide ? rookSquare > king : rookSquare < king;
 }
 
-/// Whether the pawn is there and the two squares that it came from and passed over are empty.
+/// Whether the pawn is there and the squares that it came from and passed over are empty.
 bool isEnPassantValid(const pos &position)
 {
     const colour pusher = opponent(position.sideToMove);
@@ -251,6 +234,57 @@ bool isEnPassantValid(const pos &position)
         return false;
     return position.board[pawnSquare - forward(pusher)] == emptySquare &&
            position.board[pawnSquare - 2 * forward(pusher)] == emptySquare;
+}
+
+/// Puts a letter on the n-th free square of the rank, from the left.
+void placeOnFree(std::string &rank, int n, char letter)
+{
+    for (char &square : rank)
+        if (square == ' ' && n-- == 0)
+        {
+            square = letter;
+            return;
+        }
+}
+
+std::string placementText(const pos &position)
+{
+    std::string text;
+    for (int rank = rank8; rank >= rank1; --rank)
+    {
+        int gap = 0;
+        for (int file = fileA; file <= fileH; ++file)
+        {
+            const int code = position.board[squareAt(file, rank)];
+            if (code == emptySquare)
+            {
+                ++gap;
+                continue;
+            }
+            text += gap > 0 ? std::to_string(gap) : "";
+            gap = 0;
+            text += pieceLetters[code];
+        }
+        text += gap > 0 ? std::to_string(gap) : "";
+        text += rank > rank1 ? "/" : "";
+    }
+    return text;
+}
+
+std::string castlingText(const pos &position, bool byFile)
+{
+    std::string text;
+    for (const colour side : {white, black})
+        for (const int wing : {kingSide, queenSide})
+        {
+            if ((position.info[0].castling & castlingRightOf(wing, side)) == 0)
+                continue;
+            const char letter = byFile             ? static_cast<char>('A' + fileOf(position.castleRook[wing][side]))
+                                : wing == kingSide ? 'K'
+                                                   : 'Q';
+            text += side == white ? letter : static_cast<char>(std::tolower(letter));
+        }
+    return text.empty() ? "-" : text;
 }
 
 } // namespace
@@ -352,63 +386,7 @@ bool isPlayable(const pos &position)
     return !isKingAttacked(position, opponent(position.sideToMove));
 }
 
-namespace
-{
-
-/// Puts a letter on the n-th free square of the rank, from the left.
-void placeOnFree(std::string &rank, int n, char letter)
-{
-    for (char &square : rank)
-        if (square == ' ' && n-- == 0)
-        {
-            square = letter;
-            return;
-        }
-}
-
-std::string placementText(const pos &position)
-{
-    std::string text;
-    for (int rank = rank8; rank >= rank1; --rank)
-    {
-        int gap = 0;
-        for (int file = fileA; file <= fileH; ++file)
-        {
-            const int code = position.board[squareAt(file, rank)];
-            if (code == emptySquare)
-            {
-                ++gap;
-                continue;
-            }
-            text += gap > 0 ? std::to_string(gap) : "";
-            gap = 0;
-            text += pieceLetters[code];
-        }
-        text += gap > 0 ? std::to_string(gap) : "";
-        text += rank > rank1 ? "/" : "";
-    }
-    return text;
-}
-
-std::string castlingText(const pos &position, bool byFile)
-{
-    std::string text;
-    for (const colour side : {white, black})
-        for (const int wing : {kingSide, queenSide})
-        {
-            if ((position.info[0].castling & castlingRightOf(wing, side)) == 0)
-                continue;
-            const char letter = byFile             ? static_cast<char>('A' + fileOf(position.castleRook[wing][side]))
-                                : wing == kingSide ? 'K'
-                                                   : 'Q';
-            text += side == white ? letter : static_cast<char>(std::tolower(letter));
-        }
-    return text.empty() ? "-" : text;
-}
-
-} // namespace
-
-// The usual numbering: bishops, queen, knights; rook, king and rook fill the rest.
+// The usual numbering: bishops, queen, knights, then rook, king and rook on the remaining squares.
 std::string chess960Fen(int number)
 {
     constexpr int bishopSquares = 4, queenSquares = 6;
@@ -420,7 +398,7 @@ std::string chess960Fen(int number)
     number /= bishopSquares;
     placeOnFree(rank, number % queenSquares, 'q');
     const auto &knights = knightSquares[number / queenSquares];
-    placeOnFree(rank, knights[1], 'n'); // the right one first: it does not shift the left one's number
+    placeOnFree(rank, knights[1], 'n'); // the right one first, so that the left one's number stays valid
     placeOnFree(rank, knights[0], 'n');
     for (const char letter : {'r', 'k', 'r'})
         placeOnFree(rank, 0, letter);

@@ -16,13 +16,13 @@ inline constexpr int chess960Starts = 960;
 std::string chess960Fen(int number);
 
 /// Sets up `position` at ply 0. Reads standard FEN and both forms of Chess960 castling rights (KQkq
-/// for the outermost rooks, and file letters); missing last fields get defaults. Returns an empty
-/// text, or one line that says what is wrong and leaves `position` untouched. Accepts positions in
-/// which the side not to move is in check.
+/// for the outermost rooks, and file letters); missing trailing fields get defaults. Returns an empty
+/// string, or a line that says what is wrong and leaves `position` unchanged. Accepts positions in which
+/// the side not to move is in check.
 std::string setupPosition(const std::string &fen, pos &position);
 
-/// `setupPosition` for positions to play from: also refuses one in which the side not to move is in
-/// check, and drops invalid rights. After a refusal the contents of `position` are unspecified.
+/// `setupPosition` for positions to play from: also rejects those in which the side not to move is in
+/// check, and drops invalid rights. After an error the contents of `position` are unspecified.
 std::string setupPlayablePosition(const std::string &fen, pos &position);
 
 /// The sums that `pos` keeps incrementally, computed from the bitboards.
@@ -40,8 +40,8 @@ void refreshSums(pos &position);
 /// Recomputes the bitboards from `board`.
 void rebuildBitboards(posHead &position);
 
-/// Drops castling rights whose king or rook is not in place and an en passant square whose pawn cannot
-/// just have made a double step. Updates the key.
+/// Drops castling rights if king or rook is not in place, and the en passant square if no pawn can just
+/// have made that double step. Updates the key.
 void dropInvalidRights(pos &position);
 
 /// Whether each side has one king and the side to move cannot capture the other's. Other positions
@@ -52,7 +52,7 @@ bool isPlayable(const pos &position);
 /// the next move.
 std::string fenOf(const pos &position, bool byFile, int fullMove);
 
-/// The board as nine lines of ruling and eight of squares, each ending in a newline.
+/// The board as a diagram of 17 lines.
 std::string boardText(const pos &position);
 
 } // namespace tarvonel

@@ -22,7 +22,7 @@ enum squareName : int
     a7, b7, c7, d7, e7, f7, g7, h7,
     a8, b8, c8, d8, e8, f8, g8, h8,
     squareCount = 64,
-    noSquare = 65, ///< off the board; also a castling rook that is not known
+    noSquare = 65, ///< off the board; also an unknown castling rook
 };
 
 enum fileName : int { fileA, fileB, fileC, fileD, fileE, fileF, fileG, fileH };
@@ -34,7 +34,7 @@ inline constexpr colour white = 0;
 inline constexpr colour black = 1;
 inline constexpr int colourCount = 2;
 
-/// Square mask that mirrors a square vertically.
+/// XOR mask that mirrors a square vertically.
 inline constexpr int flipRanks = 56;
 
 constexpr colour opponent(colour side) { return side ^ 1; }

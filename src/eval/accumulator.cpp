@@ -1,4 +1,4 @@
-#include "eval/accumulator.h"
+#include "eval/network.h"
 
 #include <algorithm>
 #include <cassert>
@@ -11,8 +11,8 @@ namespace
 
 using simd::vector16;
 
-/// Capacity of a row list. A position has at most 32 pieces, so neither a refresh nor a chain within
-/// `findBase`'s budget needs more.
+/// Capacity of a row list. A position has at most 32 pieces, so neither a refresh nor an update within
+/// the budget of `findBase` needs more.
 constexpr int maxRows = 2 * maxPiecesPerSide;
 
 struct rowList
@@ -32,7 +32,7 @@ const std::int16_t *rowOf(colour view, int king, int piece, int square)
     return netWeights.featureWeight[featureIndex(view, king, piece, square)];
 }
 
-/// to = from - removed rows + added rows in one pass over the lanes, for a few rows.
+/// to = from - removed rows + added rows, in one pass over the lanes. For a few rows.
 template <int Removed, int Added>
 void applyFew(const std::int16_t *from, std::int16_t *to, const rowList &removed, const rowList &added)
 {
@@ -47,7 +47,7 @@ void applyFew(const std::int16_t *from, std::int16_t *to, const rowList &removed
     }
 }
 
-/// The same for any number of rows, a block of lanes in registers at a time.
+/// The same for any number of rows, with a block of lanes in registers at a time.
 void applyMany(const std::int16_t *from, std::int16_t *to, const rowList &removed, const rowList &added)
 {
     constexpr int vectors = 8;
@@ -129,15 +129,14 @@ void refresh(pos &position, colour view, std::int16_t *accumulator)
         computeFromScratch(position, view, accumulator);
 }
 
-/// Where to start computing the sums of a ply.
 struct baseSearch
 {
-    int base;                    ///< a computed ply, or -1 for none
-    bool kingMoved[colourCount]; ///< since the base; that view needs a refresh
+    int base;                    ///< an earlier ply with computed sums, or -1 for none
+    bool kingMoved[colourCount]; ///< since the base, so that view needs a refresh
 };
 
-/// Finds the nearest computed ply, as long as the changes since cost less than a refresh, whose cost is
-/// the number of pieces, and not both kings moved.
+/// Finds the nearest computed ply. Gives up if both kings have moved, or if the changes cost more than a
+/// refresh, whose cost is the number of pieces.
 baseSearch findBase(const pos &position, int ply)
 {
     baseSearch result = {-1, {false, false}};

@@ -1,11 +1,11 @@
-// The hand-set evaluation's parameters: their meanings and values.
+// The parameters of the hand-set evaluation.
 //
-// The evaluation functions take an `evalTerms` record as a template argument. `shippedTerms` is
-// constant, so the compiler folds its values into the code the engine runs. `tunableTerms` is read from
-// memory, so the tuner and the tests can change it.
+// The evaluation functions take an `evalTerms` record as a template argument. The engine uses the
+// constant `shippedTerms`, so that the compiler can fold the values into the code. Tuner and tests can
+// change `tunableTerms`.
 //
-// Boards are laid out with a8 at the top left, from the owner's point of view (`tableSquare`). Ranks
-// count from the owner's back rank. Tables by piece type leave the pawn and king entries unused.
+// Boards have a8 at the top left, from the owner's point of view (`tableSquare`). Ranks count from the
+// owner's back rank. Tables by piece type do not use the entries for pawn and king.
 //
 // Threads: write `tunableTerms` only while no thread evaluates with it.
 #pragma once
@@ -36,7 +36,7 @@ struct pawnTerms
     combEval storm[4][filesOnBoard][ranksOnBoard];
 };
 
-/// King danger in points; their sum gives the score.
+/// King danger in points. The score is computed from their sum.
 struct kingDangerTerms
 {
     int flankAttack; ///< per attack on the king's flank
@@ -92,8 +92,8 @@ struct pieceTerms
     kingDangerTerms danger;
 };
 
-/// Terms of the whole position. The complexity values sum to a change of the end-game score: positive
-/// moves the score away from 0, negative towards 0 and no further.
+/// Terms of the whole position. The complexity values add up to a change of the end-game score: away from
+/// 0 if positive, towards 0 but no further if negative.
 struct globalTerms
 {
     combEval bishopPair; ///< for exactly two bishops

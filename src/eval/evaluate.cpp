@@ -23,8 +23,8 @@ template <const evalTerms &Terms, colour Side> combEval bishopPairScore(const po
     return moreThanOne(bishops) && exactlyOne(bishops & (bishops - 1)) ? Terms.global.bishopPair : 0;
 }
 
-/// How much easier the position is to win than its end-game score says: a correction to that score,
-/// which it can raise, or lower to 0, for whichever side is better.
+/// A correction to the end-game score for how hard the position is to win. Raises the score of the better
+/// side, or lowers it to no less than 0.
 template <const evalTerms &Terms> int complexityScore(const pos &position, int endGameScore)
 {
     const globalTerms &terms = Terms.global;

@@ -1,8 +1,8 @@
 // The static evaluation of a position.
 //
-// Two evaluators, never blended: the network scores positions in which material and placement are
-// roughly balanced, the hand-set evaluation those with a large imbalance. The choice depends on the
-// position alone, so a position gets the same kind of score wherever it occurs.
+// The network scores positions with roughly balanced material and piece-square scores, the hand-set
+// evaluation (HCE) those with a large imbalance. The choice depends only on the position. The HCE has a
+// pawn part, cached in the pawn table, and a piece part.
 //
 // Threads: each worker attaches its own `evaluationTables` to its `pos`.
 #pragma once
@@ -11,11 +11,29 @@
 #include <cstdint>
 
 #include "board/pos.h"
-#include "eval/accumulator.h"
-#include "eval/handSetEvaluation.h"
+#include "eval/evalTerms.h"
+#include "eval/network.h"
 
 namespace tarvonel
 {
+
+struct pawnEntry
+{
+    std::uint64_t pawnKey; ///< full key; its low bits are the index
+    bitboard passed;       ///< passed pawns of both colours
+    combEval score;        ///< white's terms minus black's
+};
+
+/// Entries of a pawn table, a power of two. A table starts zeroed and is valid until the terms change.
+inline constexpr int pawnTableSize = 65536;
+
+/// Pawn structure and pawn storms, which depend on pawns and kings only. Returns the entry of the pawn
+/// table, computed on a miss and valid until the next call. For `shippedTerms` and `tunableTerms`.
+template <const evalTerms &Terms> const pawnEntry &evaluatePawns(const pos &position);
+
+/// All other terms of pieces and kings, white's minus black's. `pawns` is the position's pawn entry.
+/// Slightly asymmetric: white's king danger is computed before black's pawn mobility.
+template <const evalTerms &Terms> combEval evaluatePieces(const pos &position, const pawnEntry &pawns);
 
 /// A slot of the evaluation cache, indexed by the low bits of the key.
 struct evalCacheEntry
@@ -24,14 +42,14 @@ struct evalCacheEntry
     std::int16_t score; ///< white's view
 };
 
-/// Slots of an evaluation cache, a power of two. A cache starts zeroed and stays valid until the
-/// network or the terms change.
+/// Slots of an evaluation cache, a power of two. A cache starts zeroed and is valid until network or
+/// terms change.
 inline constexpr int evalCacheSize = 16384;
 
 inline constexpr int defaultNetworkLimit = 400;
 
-/// Positions with an end-game balance of at least this for either side get the hand-set evaluation.
-/// The engine never changes it. A training program without a network sets 0, before it starts threads.
+/// Positions whose end-game balance is at least this for either side get the hand-set evaluation. The
+/// engine never changes it; a training program without a network sets it to 0 before starting threads.
 inline int networkLimit = defaultNetworkLimit;
 
 /// Material and piece-square scores, white's minus black's.
@@ -45,16 +63,16 @@ inline combEval balance(const pos &position)
 /// check as well. Writes the evaluation cache, the pawn table and the accumulators of the ply.
 int evaluate(int ply, pos &position);
 
-/// `evaluate` with `tunableTerms`. Its cached scores outlive a change of a term: clear the tables then.
+/// `evaluate` with `tunableTerms`. Clear the tables after changing a term.
 int evaluateTunable(int ply, pos &position);
 
 /// The hand-set evaluation from white's view. Writes the pawn table only.
 int handSetScore(const pos &position);
 
-/// The caches of one evaluating thread. Large: keep it on the heap or in a thread's own block.
+/// The caches of a thread. Too large for its stack.
 struct evaluationTables
 {
-    /// Makes evaluations of the position use these tables, which must outlive them.
+    /// Attaches the tables to the position; they must outlive its use.
     void attachTo(pos &position)
     {
         position.pawnTable = pawnTable;
@@ -62,8 +80,8 @@ struct evaluationTables
         position.accumulatorCache = accumulatorCache;
     }
 
-    /// Forgets all scores, for when terms or network change. The accumulator cache detects another
-    /// network by itself.
+    /// Clears all scores after a change of terms or network. The accumulator cache detects a new network
+    /// by itself.
     void clear()
     {
         std::ranges::fill(pawnTable, pawnEntry{});

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "eval/accumulator.h"
 #include "eval/networkFile.h"
 #include "eval/simd.h"
 

@@ -37,13 +37,14 @@ constexpr int chunkedIndex(int input, int output)
     return (input / simd::chunkInputs * hiddenOutputs + output) * simd::chunkInputs + input % simd::chunkInputs;
 }
 
-/// The first layer's lane, 0 to 511, whose activation stands at that place of the clipped input.
-constexpr int laneOfInput(int place)
+/// The accumulator lane, 0 to 511, whose activation `clipBlock` writes to that index of the input.
+constexpr int laneOfInput(int index)
 {
-    return place / simd::clipBlockLanes * simd::clipBlockLanes + simd::clippedLane(place % simd::clipBlockLanes);
+    return index / simd::clipBlockLanes * simd::clipBlockLanes + simd::clippedLane(index % simd::clipBlockLanes);
 }
 
-/// The sums of products that a pair of neighbouring inputs can reach, of all pairs the two largest.
+/// The two largest sums of weights of a pair of neighbouring inputs. Their chunks may be multiplied at
+/// once if even these sums, times the largest activation, fit in 16 bits.
 struct topTwo
 {
     int first = 0, second = 0;
@@ -83,9 +84,9 @@ void arrangeWeights(networkWeights &weights)
 {
     for (int output = 0; output < hiddenOutputs; ++output)
     {
-        for (int place = 0; place < networkInputs; ++place)
-            weights.hidden1Chunks[chunkedIndex(place, output)] =
-                static_cast<simd::chunkWeight>(weights.hidden1Weight[output][laneOfInput(place)]);
+        for (int input = 0; input < networkInputs; ++input)
+            weights.hidden1Chunks[chunkedIndex(input, output)] =
+                static_cast<simd::chunkWeight>(weights.hidden1Weight[output][laneOfInput(input)]);
         for (int input = 0; input < hiddenOutputs; ++input)
             weights.hidden2Chunks[chunkedIndex(input, output)] =
                 static_cast<simd::chunkWeight>(weights.hidden2Weight[output][input]);
@@ -101,7 +102,7 @@ bool readWeights(std::istream &stream, networkWeights &weights)
     readWord(stream);
     stream.ignore(readWord(stream));
     readWord(stream);
-    preferLargePages(&weights, sizeof weights); // rows are read all over the record
+    preferLargePages(&weights, sizeof weights); // a forward pass reads rows all over the record
     readLittle(stream, weights.featureBias, accumulatorLanes);
     readLittle(stream, weights.featureWeight[0], std::size_t{featureCount} * accumulatorLanes);
     readWord(stream);

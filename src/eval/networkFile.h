@@ -1,6 +1,6 @@
-// The parameters of the evaluation network and the file they come from.
+// The weights of the evaluation network and their file format.
 //
-// The file, all numbers little-endian, L being the length of the description:
+// Format; all numbers are little-endian, L is the length of the description:
 //
 //   offset          size        content
 //   0               4           version, ignored
@@ -18,9 +18,9 @@
 //   25,184,020+L    4           outputBias: signed 32-bit
 //   25,184,024+L    32          outputWeight: 32 signed 8-bit
 //
-// Bytes behind the last field are not read, and any file that is long enough is a network.
+// Any file that is long enough is accepted; bytes after the last field are ignored.
 //
-// Threads: the console thread alone loads, while no search runs; a search only reads.
+// Threads: only the UCI loop loads networks, and only while no search runs.
 #pragma once
 
 #include <cstdint>
@@ -43,7 +43,7 @@ struct networkWeights
 {
     alignas(64) std::int16_t featureBias[accumulatorLanes];
     std::int16_t featureWeight[featureCount][accumulatorLanes];
-    // One row per output. In a row of hidden1Weight the side to move's inputs come first.
+    // One row per output. In hidden1Weight the inputs of the side to move come first.
     alignas(64) std::int32_t hidden1Bias[hiddenOutputs];
     std::int16_t hidden1Weight[hiddenOutputs][networkInputs];
     std::int32_t hidden2Bias[hiddenOutputs];
@@ -51,37 +51,33 @@ struct networkWeights
     std::int16_t outputWeight[hiddenOutputs];
     std::int32_t outputBias;
 
-    // The same weights once more, chunk of inputs by chunk of inputs and in each chunk output by
-    // output, as the vector operations take them.
+    // The same weights in the order of the vector operations: by chunk of inputs, then by output.
     alignas(64) simd::chunkWeight hidden1Chunks[networkInputs * hiddenOutputs];
     alignas(64) simd::chunkWeight hidden2Chunks[hiddenOutputs * hiddenOutputs];
     alignas(64) simd::chunkWeight outputChunks[hiddenOutputs];
-    /// Whether hidden1Chunks may be multiplied two at a time, as nets without a cluster of extreme
-    /// weights may.
-    bool hidden1TwoChunks;
+    bool hidden1TwoChunks; ///< `multiplyAddTwoChunks` cannot overflow with hidden1Chunks
 
-    /// Counts the changes of the record, so that sums kept from an earlier network can be told.
+    /// Number of changes to the weights, so that sums computed with earlier ones can be detected.
     relaxed<std::uint32_t> generation;
 };
 
 extern networkWeights netWeights;
 
-/// Whether `netWeights` holds a whole network.
-extern relaxed<bool> netLoaded;
+extern relaxed<bool> netLoaded; ///< `netWeights` holds a complete network
 
-/// Reads a network into `weights`; false if the stream ends early, which leaves what it does not
-/// hold unchanged.
+/// Reads a network into `weights`. Returns false if the stream ends early; the remaining weights keep
+/// their values.
 bool readWeights(std::istream &stream, networkWeights &weights);
 
-/// The same from the file of that name; false also if there is no such file. Refuses anything but a
-/// regular file: reading a pipe could block forever.
+/// The same from a file. Also returns false if there is no regular file of that name; a pipe could block
+/// forever.
 bool readWeightsFile(const std::string &name, networkWeights &weights);
 
-/// Read into `netWeights` and set `netLoaded` to their result, false while they read.
+/// Both read into `netWeights`. They set `netLoaded` to false while they read, then to their result.
 bool readNet(std::istream &stream);
 bool loadNetFile(const std::string &name);
 
-/// Derives the rearranged weights from the rows. Call after changing rows.
+/// Updates the rearranged weights. Call after changing rows.
 void arrangeWeights(networkWeights &weights);
 
 } // namespace tarvonel

@@ -1,4 +1,4 @@
-#include "eval/handSetEvaluation.h"
+#include "eval/evaluate.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -90,8 +90,8 @@ template <const evalTerms &Terms, colour Side> combEval pawnScore(const pos &pos
             score += terms.isolatedNearKing;
     }
 
-    // Looks towards higher squares for both colours: all but the front pawn pay for white, all but
-    // the rear pawn for black.
+    // Looks towards higher squares for both colours: for white all but the front pawn are doubled, for
+    // black all but the rear pawn.
     const bitboard higherSquares = ~bitboard{1} << square;
     if ((own & fileBits(file) & higherSquares) != 0)
     {

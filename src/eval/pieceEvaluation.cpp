@@ -1,7 +1,6 @@
-// Pieces and kings, in two passes over both colours. The first computes each piece's attacks once,
-// scores placement and mobility, and collects the unions of attacks; the second reads both colours'
-// unions for threats, space and king danger.
-#include "eval/handSetEvaluation.h"
+// Pieces and kings, in two passes over both colours. The first scores placement and mobility and collects
+// attack maps; the second uses the maps of both colours for threats, space and king danger.
+#include "eval/evaluate.h"
 
 #include "board/attackTables.h"
 
@@ -41,7 +40,6 @@ constexpr bitboard darkSquares = ~lightSquares;
 constexpr int dangerSquareDivisor = 4096; ///< middle game: danger squared / this
 constexpr int dangerDivisor = 32;         ///< end game: danger / this
 
-/// What the passes know about one colour.
 struct sideState
 {
     int kingSq;
@@ -87,7 +85,7 @@ template <colour Side> void preparePushes(evaluationState &state)
     own.pawnPushes = single | (shiftForward<Side>(stepsOn) & ~state.occupied);
 }
 
-/// Pins against the king of `Side`, and the enemy pieces that can discover a check on it.
+/// Pieces pinned to the king of `Side`, and enemy pieces that can discover check on it.
 template <colour Side> void prepareBlockers(evaluationState &state)
 {
     constexpr colour enemySide = opponent(Side);
@@ -97,7 +95,7 @@ template <colour Side> void prepareBlockers(evaluationState &state)
     state.sides[enemySide].discoverers = blockers & position.bitboards[enemySide];
 }
 
-/// The rearmost own pawn on each file of the king's zone; worth half without an enemy queen.
+/// Shelter: the rearmost own pawn on each file of the king's zone. Counts half without an enemy queen.
 template <const evalTerms &Terms, colour Side> combEval shelterScore(const evaluationState &state)
 {
     const pos &position = state.position;
@@ -111,7 +109,7 @@ template <const evalTerms &Terms, colour Side> combEval shelterScore(const evalu
     return position.bitboards[whiteQueen + opponent(Side)] == 0 ? shelter / 2 : shelter;
 }
 
-/// Attacks of a piece; sliders see through own pieces that move along the same lines.
+/// Attacks of a piece, with x-rays through own pieces that move along the same lines.
 template <colour Side, pieceType Type> bitboard xrayAttacks(const evaluationState &state, int square)
 {
     const pos &position = state.position;
@@ -181,7 +179,7 @@ combEval heavyExtras(const evaluationState &state, int square)
     return score;
 }
 
-/// Scores all pieces of one type and colour and adds their attacks to the unions.
+/// Scores all pieces of a type and colour and adds their attacks to the attack maps.
 template <const evalTerms &Terms, colour Side, pieceType Type> void evaluateType(evaluationState &state)
 {
     constexpr colour enemySide = opponent(Side);
@@ -242,7 +240,7 @@ template <const evalTerms &Terms, colour Side> void firstPass(evaluationState &s
     evaluateType<Terms, Side, queen>(state);
 }
 
-/// Space: free squares up to four ranks behind the own centre pawns.
+/// Space: free squares up to four ranks to the rear of the own centre pawns.
 template <const evalTerms &Terms, colour Side> combEval spaceScore(const evaluationState &state)
 {
     const pos &position = state.position;

@@ -1,6 +1,6 @@
-// Vector operations for the network: the only place in the engine that knows an instruction set. The
-// build picks the best of simdAvx512.h, simdAvx2.h, simdSsse3.h, simdSse2.h, simdNeon.h and simdPlain.h
-// that its target supports. All of them give the same results.
+// Vector operations for the network, the only code that depends on an instruction set. The build uses the
+// best of simdAvx512.h, simdAvx2.h, simdSsse3.h, simdSse2.h, simdNeon.h and simdPlain.h for its target.
+// All of them give the same results.
 //
 // An `activation` is a layer's output, 0 to 127. The next layer reads activations in chunks of 32 bits
 // (4 bytes or 2 words), multiplies a chunk by the weights of several outputs for the same inputs, and

@@ -8,14 +8,14 @@ namespace tarvonel
 namespace
 {
 
-/// MVV-LVA: a capture scores the victim's code times this minus the attacker's deduction.
-constexpr int victimFactor = 8;
-constexpr int promotionDeduction = 14;
 constexpr int enPassantScore = 14;
 constexpr int queenPushScore = 1;
 
-/// By type of the attacker.
-constexpr int attackerDeduction[pieceTypeCount] = {2, 4, 6, 8, 10, 12};
+// MVV-LVA: a capture scores the victim's code times the factor minus the deduction for the attacker's
+// type. Promotions have a deduction of their own.
+constexpr int victimFactor = 8;
+constexpr int promotingPawn = pieceTypeCount;
+constexpr int attackerDeduction[pieceTypeCount + 1] = {2, 4, 6, 8, 10, 12, 14};
 
 namespace evasionScore
 {
@@ -29,8 +29,6 @@ constexpr int otherDeduction = 36;
 constexpr int pieceCapture[pieceTypeCount] = {0, 236, 235, 234, 233, 0};
 constexpr int pieceBlock[pieceTypeCount] = {0, 206, 205, 204, 203, 0};
 } // namespace evasionScore
-
-constexpr int allPromotions[] = {promoteQueen, promoteRook, promoteBishop, promoteKnight};
 
 template <colour Side> constexpr bitboard lastRank = Side == white ? rank8Bits : rank1Bits;
 /// The rank that a double step passes over.
@@ -59,59 +57,59 @@ template <colour Side> bitboard findUnpinned(const pos &position)
     return ~(position.bitboards[Side] & sliderBlockers(position, kingSquare(position, Side), opponent(Side)));
 }
 
+// The score of a move, by destination and type of the moving piece.
+
+template <int Score> constexpr auto fixedScore = [](int /*to*/, int /*type*/) { return Score; };
+
+struct captureScore
+{
+    const pos &position;
+    int operator()(int to, int type) const { return position.board[to] * victimFactor - attackerDeduction[type]; }
+};
+
 // Pawns.
 
-/// Pawn captures to `targets`, each `Step` away from its origin.
-template <colour Side, int Step, promotions Kinds>
-moveCode *addPawnCaptures(moveCode *out, bitboard targets, const pos &position)
+/// Pawn moves to `targets`, each `Step` away from its origin, promotions first.
+template <colour Side, int Step, promotions Kinds, typename Score>
+moveCode *addPawnMoves(moveCode *out, bitboard targets, Score scoreOf)
 {
     bitboard promoting = targets & lastRank<Side>;
     while (promoting != 0)
     {
         const int to = popLowest(promoting);
-        const int score = position.board[to] * victimFactor - promotionDeduction;
+        const int score = scoreOf(to, promotingPawn);
         *out++ = encodeMove(to - Step, to, promoteQueen, score);
         if constexpr (Kinds == promotions::all)
-        {
-            *out++ = encodeMove(to - Step, to, promoteRook, score);
-            *out++ = encodeMove(to - Step, to, promoteBishop, score);
-            *out++ = encodeMove(to - Step, to, promoteKnight, score);
-        }
+            for (const int flag : {promoteRook, promoteBishop, promoteKnight})
+                *out++ = encodeMove(to - Step, to, flag, score);
     }
     bitboard plain = targets & ~lastRank<Side>;
     while (plain != 0)
     {
         const int to = popLowest(plain);
-        *out++ = encodeMove(to - Step, to, plainMove, position.board[to] * victimFactor - attackerDeduction[pawn]);
+        *out++ = encodeMove(to - Step, to, plainMove, scoreOf(to, pawn));
     }
     return out;
 }
 
-/// Pawn moves that share one score, promotions first.
-template <colour Side, int Step> moveCode *addScoredPawnMoves(moveCode *out, bitboard targets, int score)
+template <colour Side, promotions Kinds, typename Score>
+moveCode *addPawnCaptures(moveCode *out, bitboard pawns, bitboard targets, Score scoreOf)
 {
-    bitboard promoting = targets & lastRank<Side>;
-    while (promoting != 0)
-    {
-        const int to = popLowest(promoting);
-        for (const int flag : allPromotions)
-            *out++ = encodeMove(to - Step, to, flag, score);
-    }
-    bitboard plain = targets & ~lastRank<Side>;
-    while (plain != 0)
-    {
-        const int to = popLowest(plain);
-        *out++ = encodeMove(to - Step, to, plainMove, score);
-    }
-    return out;
+    out = addPawnMoves<Side, pawnStepBy9<Side>, Kinds>(out, pawnAttacksBy9<Side>(pawns) & targets, scoreOf);
+    return addPawnMoves<Side, pawnStepBy7<Side>, Kinds>(out, pawnAttacksBy7<Side>(pawns) & targets, scoreOf);
 }
 
-template <colour Side> moveCode *addDoubleSteps(moveCode *out, bitboard targets, int score)
+/// Single and double steps to `targets`.
+template <colour Side, typename Score>
+moveCode *addPawnSteps(moveCode *out, bitboard pawns, bitboard occupied, bitboard targets, Score scoreOf)
 {
-    while (targets != 0)
+    const bitboard single = shiftForward<Side>(pawns) & ~occupied;
+    out = addPawnMoves<Side, pawnStep<Side>, promotions::all>(out, single & targets, scoreOf);
+    bitboard twoSteps = shiftForward<Side>(single & stepRank<Side>) & ~occupied & targets;
+    while (twoSteps != 0)
     {
-        const int to = popLowest(targets);
-        *out++ = encodeMove(to - 2 * pawnStep<Side>, to, doubleStep, score);
+        const int to = popLowest(twoSteps);
+        *out++ = encodeMove(to - 2 * pawnStep<Side>, to, doubleStep, scoreOf(to, pawn));
     }
     return out;
 }
@@ -133,91 +131,44 @@ template <colour Side> moveCode *addPendingEnPassant(int ply, moveCode *out, con
 
 // Pieces.
 
-moveCode *addCaptures(moveCode *out, int from, bitboard targets, int type, const pos &position)
+template <typename Score> moveCode *addMoves(moveCode *out, int type, int from, bitboard targets, Score scoreOf)
 {
     while (targets != 0)
     {
         const int to = popLowest(targets);
-        *out++ = encodeMove(from, to, plainMove, position.board[to] * victimFactor - attackerDeduction[type]);
+        *out++ = encodeMove(from, to, plainMove, scoreOf(to, type));
     }
     return out;
 }
 
-moveCode *addScoredMoves(moveCode *out, int from, bitboard targets, int score)
-{
-    while (targets != 0)
-        *out++ = encodeMove(from, popLowest(targets), plainMove, score);
-    return out;
-}
-
-template <colour Side, int Type>
-moveCode *addPieceCaptures(moveCode *out, bitboard allowed, bitboard targets, const pos &position)
+template <colour Side, int Type, typename Score>
+moveCode *addMovesOf(moveCode *out, bitboard allowed, bitboard targets, const pos &position, Score scoreOf)
 {
     const bitboard occupied = occupancy(position);
     bitboard origins = position.bitboards[pieceOf(Type, Side)] & allowed;
     while (origins != 0)
     {
         const int from = popLowest(origins);
-        out = addCaptures(out, from, pieceAttacks(Type, from, occupied) & targets, Type, position);
+        out = addMoves(out, Type, from, pieceAttacks(Type, from, occupied) & targets, scoreOf);
     }
     return out;
 }
 
-template <colour Side, int Type>
-moveCode *addPieceQuiets(moveCode *out, bitboard allowed, bitboard occupied, const pos &position)
+/// Moves of knights and other pieces on the given squares to `targets`.
+template <colour Side, typename Score> moveCode *addPieceMoves(moveCode *out, bitboard knights, bitboard others,
+                                                               bitboard targets, const pos &position, Score scoreOf)
 {
-    bitboard origins = position.bitboards[pieceOf(Type, Side)] & allowed;
-    while (origins != 0)
-    {
-        const int from = popLowest(origins);
-        out = addScoredMoves(out, from, pieceAttacks(Type, from, occupied) & ~occupied, 0);
-    }
-    return out;
+    out = addMovesOf<Side, knight>(out, knights, targets, position, scoreOf);
+    out = addMovesOf<Side, bishop>(out, others, targets, position, scoreOf);
+    out = addMovesOf<Side, rook>(out, others, targets, position, scoreOf);
+    return addMovesOf<Side, queen>(out, others, targets, position, scoreOf);
 }
 
-template <colour Side, int Type>
-moveCode *addPieceEvasions(moveCode *out, bitboard blocks, bitboard checkers, const pos &position, bitboard unpinned)
-{
-    const bitboard occupied = occupancy(position);
-    bitboard origins = position.bitboards[pieceOf(Type, Side)] & unpinned;
-    while (origins != 0)
-    {
-        const int from = popLowest(origins);
-        bitboard targets = pieceAttacks(Type, from, occupied) & (blocks | checkers);
-        while (targets != 0)
-        {
-            const int to = popLowest(targets);
-            const bool takes = (bit(to) & checkers) != 0;
-            *out++ = encodeMove(from, to, plainMove,
-                                takes ? evasionScore::pieceCapture[Type] : evasionScore::pieceBlock[Type]);
-        }
-    }
-    return out;
-}
-
-template <colour Side> moveCode *addKingCaptures(moveCode *out, bitboard targets, const pos &position)
+template <colour Side, typename Score>
+moveCode *addKingMoves(moveCode *out, bitboard targets, const pos &position, Score scoreOf)
 {
     const int from = kingSquare(position, Side);
-    return addCaptures(out, from, kingAttacks[from] & targets, king, position);
-}
-
-// The capture groups that all capture lists share.
-
-template <colour Side, promotions Kinds>
-moveCode *addAllPawnCaptures(moveCode *out, bitboard targets, const pos &position)
-{
-    const bitboard pawns = position.bitboards[whitePawn + Side];
-    out = addPawnCaptures<Side, pawnStepBy9<Side>, Kinds>(out, pawnAttacksBy9<Side>(pawns) & targets, position);
-    return addPawnCaptures<Side, pawnStepBy7<Side>, Kinds>(out, pawnAttacksBy7<Side>(pawns) & targets, position);
-}
-
-template <colour Side>
-moveCode *addAllPieceCaptures(moveCode *out, bitboard knights, bitboard targets, const pos &position)
-{
-    out = addPieceCaptures<Side, knight>(out, knights, targets, position);
-    out = addPieceCaptures<Side, bishop>(out, ~bitboard{0}, targets, position);
-    out = addPieceCaptures<Side, rook>(out, ~bitboard{0}, targets, position);
-    return addPieceCaptures<Side, queen>(out, ~bitboard{0}, targets, position);
+    return addMoves(out, king, from, kingAttacks[from] & targets, scoreOf);
 }
 
 // The generators, by the side to move.
@@ -254,28 +205,18 @@ template <colour Side> void evasionsOf(int ply, moveCode *out, pos &position)
     }
 
     // Pawn captures of the checker. Pinned pieces can neither capture it nor block.
-    const bitboard unpinned = node.unpinned;
-    const bitboard pawns = position.bitboards[whitePawn + Side] & unpinned;
-    const bitboard by9 = pawnAttacksBy9<Side>(pawns) & checkers;
-    const bitboard by7 = pawnAttacksBy7<Side>(pawns) & checkers;
-    out = addScoredPawnMoves<Side, pawnStepBy9<Side>>(out, by9, evasionScore::pawnCapture);
-    out = addScoredPawnMoves<Side, pawnStepBy7<Side>>(out, by7, evasionScore::pawnCapture);
+    const bitboard pawns = position.bitboards[whitePawn + Side] & node.unpinned;
     const int checker = lowestSquare(checkers);
+    out = addPawnCaptures<Side, promotions::all>(out, pawns, checkers, fixedScore<evasionScore::pawnCapture>);
     if (node.enPassant == checker)
         out = addEnPassant(out, checker, pawns, evasionScore::pawnCapture);
 
-    // Pawn blocks.
+    // Pawn blocks, then captures and blocks by pieces.
     const bitboard blocks = between[king][checker];
-    const bitboard single = shiftForward<Side>(pawns) & ~occupied;
-    out = addScoredPawnMoves<Side, pawnStep<Side>>(out, single & blocks, evasionScore::pawnBlock);
-    const bitboard twoSteps = shiftForward<Side>(single & stepRank<Side>) & ~occupied & blocks;
-    out = addDoubleSteps<Side>(out, twoSteps, evasionScore::pawnBlock);
-
-    // Captures and blocks by pieces.
-    out = addPieceEvasions<Side, knight>(out, blocks, checkers, position, unpinned);
-    out = addPieceEvasions<Side, bishop>(out, blocks, checkers, position, unpinned);
-    out = addPieceEvasions<Side, rook>(out, blocks, checkers, position, unpinned);
-    out = addPieceEvasions<Side, queen>(out, blocks, checkers, position, unpinned);
+    out = addPawnSteps<Side>(out, pawns, occupied, blocks, fixedScore<evasionScore::pawnBlock>);
+    const auto scoreOf = [checkers](int to, int type)
+    { return (bit(to) & checkers) != 0 ? evasionScore::pieceCapture[type] : evasionScore::pieceBlock[type]; };
+    out = addPieceMoves<Side>(out, node.unpinned, node.unpinned, blocks | checkers, position, scoreOf);
     closeList(ply, out, position);
 }
 
@@ -291,10 +232,11 @@ template <colour Side> void capturesOf(int ply, moveCode *out, pos &position)
         return;
     }
     const bitboard targets = position.bitboards[opponent(Side)];
-    out = addAllPawnCaptures<Side, promotions::all>(out, targets, position);
-    out = addAllPieceCaptures<Side>(out, node.unpinned, targets, position);
+    const captureScore scoreOf{position};
+    out = addPawnCaptures<Side, promotions::all>(out, position.bitboards[whitePawn + Side], targets, scoreOf);
+    out = addPieceMoves<Side>(out, node.unpinned, ~bitboard{0}, targets, position, scoreOf);
     out = addPendingEnPassant<Side>(ply, out, position);
-    out = addKingCaptures<Side>(out, targets, position);
+    out = addKingMoves<Side>(out, targets, position, scoreOf);
     closeList(ply, out, position);
 }
 
@@ -308,9 +250,10 @@ template <colour Side> void quiescenceMovesOf(int ply, moveCode *out, pos &posit
         return;
     }
     const bitboard targets = position.bitboards[opponent(Side)];
-    out = addAllPawnCaptures<Side, promotions::queenOnly>(out, targets, position);
-    out = addAllPieceCaptures<Side>(out, node.unpinned, targets, position);
-    out = addKingCaptures<Side>(out, targets, position);
+    const captureScore scoreOf{position};
+    out = addPawnCaptures<Side, promotions::queenOnly>(out, position.bitboards[whitePawn + Side], targets, scoreOf);
+    out = addPieceMoves<Side>(out, node.unpinned, ~bitboard{0}, targets, position, scoreOf);
+    out = addKingMoves<Side>(out, targets, position, scoreOf);
     out = addPendingEnPassant<Side>(ply, out, position);
     bitboard pushes = shiftForward<Side>(position.bitboards[whitePawn + Side]) & ~occupancy(position) & lastRank<Side>;
     while (pushes != 0)
@@ -333,9 +276,10 @@ template <colour Side> void recapturesOf(int ply, moveCode *out, pos &position)
     const bitboard target = bit(moveTo(position.info[ply - 1].playedMove)) & position.bitboards[opponent(Side)];
     if (target != 0)
     {
-        out = addAllPawnCaptures<Side, promotions::queenOnly>(out, target, position);
-        out = addAllPieceCaptures<Side>(out, ~bitboard{0}, target, position);
-        out = addKingCaptures<Side>(out, target, position);
+        const captureScore scoreOf{position};
+        out = addPawnCaptures<Side, promotions::queenOnly>(out, position.bitboards[whitePawn + Side], target, scoreOf);
+        out = addPieceMoves<Side>(out, ~bitboard{0}, ~bitboard{0}, target, position, scoreOf);
+        out = addKingMoves<Side>(out, target, position, scoreOf);
     }
     closeList(ply, out, position);
 }
@@ -355,16 +299,10 @@ template <colour Side> void quietsOf(int ply, moveCode *out, pos &position)
     const posinfo &node = position.info[ply];
     *out = withExtra(*out, 0);
     const bitboard occupied = occupancy(position);
-    const bitboard single = shiftForward<Side>(position.bitboards[whitePawn + Side]) & ~occupied;
-    out = addScoredPawnMoves<Side, pawnStep<Side>>(out, single, 0);
-    out = addDoubleSteps<Side>(out, shiftForward<Side>(single & stepRank<Side>) & ~occupied, 0);
+    out = addPawnSteps<Side>(out, position.bitboards[whitePawn + Side], occupied, ~bitboard{0}, fixedScore<0>);
     out = addCastling<Side>(node, out, position);
-    out = addPieceQuiets<Side, knight>(out, node.unpinned, occupied, position);
-    out = addPieceQuiets<Side, bishop>(out, ~bitboard{0}, occupied, position);
-    out = addPieceQuiets<Side, rook>(out, ~bitboard{0}, occupied, position);
-    out = addPieceQuiets<Side, queen>(out, ~bitboard{0}, occupied, position);
-    const int king = kingSquare(position, Side);
-    out = addScoredMoves(out, king, kingAttacks[king] & ~occupied, 0);
+    out = addPieceMoves<Side>(out, node.unpinned, ~bitboard{0}, ~occupied, position, fixedScore<0>);
+    out = addKingMoves<Side>(out, ~occupied, position, fixedScore<0>);
     closeList(ply, out, position);
 }
 

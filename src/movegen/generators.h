@@ -1,12 +1,12 @@
-// Move generators: they write the moves of a position, with ordering scores, to the move stack.
+// Move generators. They write the moves of a position, with ordering scores, to the move stack.
 //
-// Each takes the ply, the first free slot of the move stack and the position. It writes the moves from
-// that slot on and leaves `listEnd` of the ply and `listStart` of the next ply one past the last move.
-// `inCheck` of the ply must be valid. The caller provides room: `moveListReserve` slots hold any list.
+// Each writes the moves from `slot` on and sets `listEnd` of the ply and `listStart` of the next ply to
+// one past the last move. `inCheck` of the ply must be valid. `moveListReserve` free slots are enough
+// for any list.
 //
-// The moves are pseudo-legal and must pass `isMoveLegal`, except that pinned knights, which can never
-// move, appear in recaptures only, and that evasions are fully legal. Within a group, moves are ordered
-// by ascending square: pawn moves by destination, others by origin and then destination.
+// The moves are pseudo-legal and must pass `isMoveLegal`. Exceptions: evasions are legal, and pinned
+// knights, which can never move, appear only in recaptures. Within a group, moves are ordered by
+// ascending square: pawn moves by destination, others by origin and then destination.
 #pragma once
 
 #include "board/pos.h"
@@ -22,8 +22,8 @@ inline constexpr std::uint8_t evasionStage = 99;
 /// `evasionStage`. Writes `unpinned`; clears the extra byte of the first slot even for an empty list.
 void generateCaptures(int ply, moveCode *slot, pos &position);
 
-/// All other moves, unscored: quiet promotions, pawn steps, castling, piece moves. Not in check. Reads
-/// `unpinned`, so `generateCaptures` comes first. Clears the extra byte of the first slot as well.
+/// All other moves, unscored: quiet promotions, pawn steps, castling, piece moves. Not in check. Call
+/// `generateCaptures` first, which sets `unpinned`. Clears the extra byte of the first slot as well.
 void generateQuiets(int ply, moveCode *slot, pos &position);
 
 /// Quiescence moves: captures, and promotions to a queen with or without capture. In check, all

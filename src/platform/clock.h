@@ -1,18 +1,26 @@
-// The monotonic clock of time control, perft and the tools.
+// The monotonic clock. Only differences between readings mean something.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
+#include <thread>
 
 namespace tarvonel
 {
 
-/// Reading of the monotonic clock in nanoseconds; only differences mean something.
-std::int64_t nanosecondsNow();
+inline std::int64_t nanosecondsNow()
+{
+    const auto sinceStart = std::chrono::steady_clock::now().time_since_epoch();
+    return std::chrono::duration_cast<std::chrono::nanoseconds>(sinceStart).count();
+}
 
-/// The same clock in whole milliseconds.
-std::int64_t millisecondsNow();
+inline std::int64_t millisecondsNow()
+{
+    constexpr std::int64_t nanosecondsPerMillisecond = 1'000'000;
+    return nanosecondsNow() / nanosecondsPerMillisecond;
+}
 
-/// Sleeps at least `span` milliseconds, through early wake-ups; below 1 it returns at once.
-void sleepMilliseconds(int span);
+/// Sleeps for at least `span` milliseconds; below 1 it returns at once.
+inline void sleepMilliseconds(int span) { std::this_thread::sleep_for(std::chrono::milliseconds(span)); }
 
 } // namespace tarvonel

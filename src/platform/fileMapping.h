@@ -1,14 +1,12 @@
 // Read-only mapping of a whole file into memory.
 //
-// A mapping shows the file as it is now, not as it was. If another program truncates or overwrites
-// the file in place, or a network share fails, the bytes can no longer be read and the system raises
-// SIGBUS. The process survives that: all bytes of the mapping then read as zeros, for good, and
-// `isDamaged` reports it. A reader must therefore cope with any bytes, and ask `isDamaged` after
-// reading and before using the result. Windows refuses to change a mapped file, so that only the
-// failing share is left there, and it still ends the process.
+// A mapping shows the current contents of the file. If another program truncates the file or a network
+// share fails, its bytes can no longer be read and the system raises SIGBUS. The process survives: from
+// then on all bytes of the mapping read as zeros and `isDamaged` returns true. A reader must therefore
+// handle any bytes, and check `isDamaged` after reading and before using the result. Windows does not
+// allow changes to a mapped file; a failing share still ends the process there.
 //
-// Threads: a mapping may be read by any number of threads; one thread opens and closes it, while no
-// other reads it. Different mappings are independent.
+// Threads: any number of threads may read a mapping; one opens and closes it while no other reads.
 #pragma once
 
 #include <atomic>
@@ -19,7 +17,6 @@
 namespace tarvonel
 {
 
-/// The platform's file separator.
 #ifdef _WIN32
 inline constexpr char fileSeparator = '\\';
 #else
@@ -31,14 +28,14 @@ struct fileMapping
 {
     const std::uint8_t *data = nullptr;
     std::size_t size = 0;
-    void *handle = nullptr;                     ///< the platform's own record
-    const std::atomic<bool> *damaged = nullptr; ///< set once a read has failed; null where that is not detected
+    void *handle = nullptr;                     ///< private to the implementation
+    const std::atomic<bool> *damaged = nullptr; ///< set when a read has failed; null where that is not detected
 };
 
-/// Whether reading has failed. False: everything read from the mapping before the call was in the file.
+/// Whether a read has failed. If not, everything read from the mapping so far came from the file.
 inline bool isDamaged(const fileMapping &mapping)
 {
-#ifndef __SANITIZE_THREAD__ // which knows no fences; the processors that it runs on need none here
+#ifndef __SANITIZE_THREAD__ // does not support fences, and x86 needs none here
     std::atomic_thread_fence(std::memory_order_acquire);
 #endif
     return mapping.damaged != nullptr && mapping.damaged->load(std::memory_order_relaxed);
@@ -48,18 +45,18 @@ enum class mappingResult
 {
     mapped,
     notFound, ///< the file could not be opened for reading
-    failed,   ///< it opened, but could not be mapped
+    failed,   ///< the file was opened but could not be mapped
 };
 
-/// Size of a regular file in bytes without reading it; -1 if it cannot be opened for reading.
+/// Size of a regular file in bytes; -1 if the path names no regular file or it cannot be opened.
 std::int64_t readableFileSize(const std::string &path);
 
-/// Maps the whole file. On anything but `mapped`, `mapping` is empty and `error` (if given) holds
-/// the operating system's error number.
+/// Maps the whole file. On failure `mapping` is empty and `error`, if given, receives the operating
+/// system's error number.
 mappingResult mapFile(const std::string &path, fileMapping &mapping, unsigned long *error = nullptr);
 
-/// Undoes `mapFile` and empties the record; does nothing on an empty one. Returns 0 or the
-/// operating system's error number.
+/// Unmaps the file and clears the record; does nothing if nothing is mapped. Returns 0 or the operating
+/// system's error number.
 unsigned long unmapFile(fileMapping &mapping);
 
 } // namespace tarvonel

@@ -30,7 +30,7 @@ struct liveMapping
 
 liveMapping *liveMappings = nullptr;
 std::atomic_flag liveLock; ///< guards the list; nothing read under it can raise SIGBUS, so the handler may wait for it
-struct sigaction earlierAction;
+struct sigaction previousAction;
 
 /// Holds `liveLock`. Safe in a signal handler, unlike a mutex.
 class liveGuard
@@ -46,7 +46,7 @@ class liveGuard
     liveGuard &operator=(const liveGuard &) = delete;
 };
 
-/// Puts zero pages in the place of the mapping that holds the address. False if there is none.
+/// Replaces the mapping that contains the address by zero pages. False if there is none.
 bool replaceByZeros(const void *address)
 {
     const liveGuard guard;
@@ -55,28 +55,28 @@ bool replaceByZeros(const void *address)
     {
         if (at - reinterpret_cast<std::uintptr_t>(each->start) >= each->size)
             continue;
-        // The mark comes first: who reads a zero page must find it. The whole mapping is replaced, so
-        // that the number of mappings, which the system limits, does not grow.
+        // The flag is set first, so that every reader of a zero page sees it. Replacing the whole mapping
+        // keeps the number of mappings, which the system limits, from growing.
         each->damaged.store(true, std::memory_order_seq_cst);
         return mmap(each->start, each->size, PROT_READ, MAP_FIXED | MAP_PRIVATE | MAP_ANONYMOUS, -1, 0) != MAP_FAILED;
     }
     return false;
 }
 
-/// A read that raised SIGBUS is repeated when this returns. Any other SIGBUS is left to the action
-/// that was in force before, by default the end of the process.
+/// The read that raised SIGBUS is retried when this returns. Any other SIGBUS goes to the previous
+/// handler, by default the end of the process.
 void onBusError(int number, siginfo_t *information, void * /*context*/)
 {
     const int savedErrno = errno;
     if (information->si_code != BUS_ADRERR || !replaceByZeros(information->si_addr))
     {
-        sigaction(number, &earlierAction, nullptr);
+        sigaction(number, &previousAction, nullptr);
         raise(number);
     }
     errno = savedErrno;
 }
 
-/// Installs the handler once in the life of the process.
+/// Installs the handler on the first call.
 void watchBusErrors()
 {
     static const bool isInstalled = []
@@ -85,7 +85,7 @@ void watchBusErrors()
         action.sa_sigaction = onBusError;
         action.sa_flags = SA_SIGINFO | SA_RESTART;
         sigfillset(&action.sa_mask);
-        return sigaction(SIGBUS, &action, &earlierAction) == 0;
+        return sigaction(SIGBUS, &action, &previousAction) == 0;
     }();
     static_cast<void>(isInstalled);
 }
@@ -108,8 +108,8 @@ void removeLive(const liveMapping *removed)
         }
 }
 
-/// A regular file opened for reading with its size, or `noDescriptor` with `errno` set. Does not
-/// wait for the other end where the path names a pipe.
+/// Opens a regular file for reading and gets its size. Returns `noDescriptor` with `errno` set on
+/// failure. Does not block if the path names a pipe.
 int openRegularFile(const std::string &path, std::int64_t &size)
 {
     const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
@@ -159,7 +159,7 @@ mappingResult mapFile(const std::string &path, fileMapping &mapping, unsigned lo
                            ? MAP_FAILED
                            : mmap(nullptr, static_cast<std::size_t>(size), PROT_READ, MAP_SHARED, descriptor, 0);
     const int mapError = errno;
-    close(descriptor); // the mapping holds the file open by itself
+    close(descriptor); // the mapping keeps the file open
     if (view == MAP_FAILED)
     {
         delete live;
@@ -180,7 +180,7 @@ unsigned long unmapFile(fileMapping &mapping)
     mapping = {};
     if (live == nullptr)
         return 0;
-    removeLive(live); // first: from here on the handler no longer touches these addresses
+    removeLive(live); // first, so that the handler no longer touches these addresses
     const unsigned long error = munmap(live->start, live->size) == 0 ? 0 : static_cast<unsigned long>(errno);
     delete live;
     return error;

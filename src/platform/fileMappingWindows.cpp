@@ -79,7 +79,7 @@ mappingResult mapFile(const std::string &path, fileMapping &mapping, unsigned lo
     else
     {
         number = mapOpenFile(file, mapping);
-        CloseHandle(file); // the mapping holds the file open by itself
+        CloseHandle(file); // the mapping keeps the file open
         if (number != 0)
             result = mappingResult::failed;
     }

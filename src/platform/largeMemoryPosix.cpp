@@ -18,12 +18,12 @@ namespace
 constexpr std::size_t hugePage = std::size_t{2} << 20;
 constexpr std::uint64_t unlimited = std::numeric_limits<std::uint64_t>::max();
 
-/// Bytes of all blocks of `allocateLarge` that have not been released.
+/// Bytes in blocks of `allocateLarge` that have not been released.
 std::atomic<std::uint64_t> bytesInBlocks{0};
 
 std::size_t wholeHugePages(std::size_t bytes) { return (bytes + hugePage - 1) & ~(hugePage - 1); }
 
-/// The number after a label in a file of "label number" lines; `missing` without such a line.
+/// The number after a label in a file of "label number" lines; `missing` if there is no such line.
 std::uint64_t labelledNumber(const std::string &path, const std::string &label, std::uint64_t missing)
 {
     std::ifstream file(path);
@@ -44,7 +44,7 @@ std::uint64_t firstNumber(const std::string &path, std::uint64_t missing)
     return file >> number ? number : missing;
 }
 
-/// The files in which one version of control groups reports on memory.
+/// The files in which a version of control groups reports memory.
 struct groupFiles
 {
     const char *root, *limit, *used, *statistics, *cacheLabel;
@@ -53,9 +53,9 @@ constexpr groupFiles filesV1 = {"/sys/fs/cgroup/memory", "/memory.limit_in_bytes
                                 "/memory.stat", "total_inactive_file"};
 constexpr groupFiles filesV2 = {"/sys/fs/cgroup", "/memory.max", "/memory.current", "/memory.stat", "inactive_file"};
 
-/// Bytes below the limit of the control group in this directory. The kernel reclaims inactive file
+/// Bytes left below the limit of the control group in this directory. The kernel reclaims inactive file
 /// pages before it enforces the limit.
-std::uint64_t roomInGroup(const std::string &directory, const groupFiles &files)
+std::uint64_t availableInGroup(const std::string &directory, const groupFiles &files)
 {
     const std::uint64_t limit = firstNumber(directory + files.limit, unlimited);
     const std::uint64_t charged = firstNumber(directory + files.used, 0);
@@ -64,34 +64,34 @@ std::uint64_t roomInGroup(const std::string &directory, const groupFiles &files)
     return limit - std::min(limit, used);
 }
 
-/// The least room of the group with this path ("/user.slice/app") and of all groups around it.
-std::uint64_t roomUpToRoot(const std::string &tree, std::string path, const groupFiles &files)
+/// The minimum over the group with this path ("/user.slice/app") and all groups that contain it.
+std::uint64_t availableUpToRoot(const std::string &tree, std::string path, const groupFiles &files)
 {
-    std::uint64_t room = roomInGroup(tree + files.root, files);
+    std::uint64_t available = availableInGroup(tree + files.root, files);
     for (; path.size() > 1; path.erase(path.rfind('/')))
-        room = std::min(room, roomInGroup(tree + files.root + path, files));
-    return room;
+        available = std::min(available, availableInGroup(tree + files.root + path, files));
+    return available;
 }
 
-/// The room in the process's control groups. A line of the list is "number:controllers:path"; version
-/// 2 has a single group, with no controllers named.
-std::uint64_t roomInGroups(const std::string &tree)
+/// The minimum over the process's control groups. A line of the list is "number:controllers:path";
+/// version 2 has a single group and names no controllers.
+std::uint64_t availableInGroups(const std::string &tree)
 {
-    std::uint64_t room = std::min(roomInGroup(tree + filesV1.root, filesV1), roomInGroup(tree + filesV2.root, filesV2));
+    std::uint64_t available =
+        std::min(availableInGroup(tree + filesV1.root, filesV1), availableInGroup(tree + filesV2.root, filesV2));
     std::ifstream list(tree + "/proc/self/cgroup");
     std::string number, controllers, path;
     while (std::getline(list, number, ':') && std::getline(list, controllers, ':') && std::getline(list, path))
         if (!path.starts_with('/'))
             continue;
         else if (controllers.empty())
-            room = std::min(room, roomUpToRoot(tree, path, filesV2));
+            available = std::min(available, availableUpToRoot(tree, path, filesV2));
         else if ((',' + controllers + ',').find(",memory,") != std::string::npos)
-            room = std::min(room, roomUpToRoot(tree, path, filesV1));
-    return room;
+            available = std::min(available, availableUpToRoot(tree, path, filesV1));
+    return available;
 }
 
-/// Bytes of the large blocks that have not been written to yet: the system does not count them as
-/// used, but they will be.
+/// Bytes of the large blocks that have not been written to. The system does not count them as used yet.
 std::uint64_t bytesStillUntouched()
 {
     std::ifstream file("/proc/self/statm");
@@ -117,12 +117,11 @@ std::uint64_t availableMemory(const std::string &tree)
     const std::string memoryInfo = tree + "/proc/meminfo";
     const std::uint64_t available = labelledNumber(memoryInfo, "MemAvailable:", unlimited / (2 * kibibyte));
     const std::uint64_t machine = (available + labelledNumber(memoryInfo, "SwapFree:", 0)) * kibibyte;
-    return std::min(machine, roomInGroups(tree));
+    return std::min(machine, availableInGroups(tree));
 }
 
-// The system promises more memory than it has and kills a process that then uses it, so a successful
-// mapping alone proves little. Maps one huge page more than needed and unmaps what is outside the
-// aligned block.
+// Linux overcommits memory and kills processes when it runs out, so a successful mapping proves little.
+// Maps one huge page more than needed and unmaps what is outside the aligned block.
 void *allocateLarge(std::size_t bytes)
 {
     if (bytes == 0 || bytes > std::numeric_limits<std::size_t>::max() - 2 * hugePage)

@@ -1,5 +1,4 @@
-// Numbers in files, lowest byte first: as they stand in the memory of every machine that the
-// program is built for.
+// Little-endian numbers in files. All supported machines are little-endian, so bytes are copied as is.
 #pragma once
 
 #include <array>
@@ -14,9 +13,9 @@
 namespace tarvonel
 {
 
-static_assert(std::endian::native == std::endian::little, "files are copied from and to memory as they are");
+static_assert(std::endian::native == std::endian::little, "bytes are copied as is");
 
-/// The number whose bytes begin at `at`.
+/// The number at `at`, which need not be aligned.
 template <typename Number> Number readLittle(const std::uint8_t *at)
 {
     Number number;
@@ -24,7 +23,7 @@ template <typename Number> Number readLittle(const std::uint8_t *at)
     return number;
 }
 
-/// Reads `count` numbers; those that the stream does not hold keep their values.
+/// Reads `count` numbers. If the stream ends early, the remaining ones keep their values.
 template <typename Number> void readLittle(std::istream &stream, Number *numbers, std::size_t count)
 {
     stream.read(reinterpret_cast<char *>(numbers), static_cast<std::streamsize>(count * sizeof(Number)));

@@ -5,7 +5,7 @@
 namespace tarvonel
 {
 
-// fwrite locks the stream.
+// fwrite locks the stream, so concurrent writes do not mix.
 void printText(std::string_view text)
 {
     std::fwrite(text.data(), 1, text.size(), stdout);

@@ -1,7 +1,6 @@
 // The engine's standard output.
 //
-// Threads: any may call. One call is one write, so lines of the console and of the search do not mix,
-// and a line is visible as soon as it is written.
+// Threads: any. One call is one write, so lines of the UCI loop and of the search do not mix.
 #pragma once
 
 #include <string>
@@ -16,10 +15,10 @@ void printText(std::string_view text);
 /// Writes the line and its end and flushes.
 void printLine(std::string line);
 
-/// A message to the controller that is neither an answer nor a report: "info string " and `text`.
+/// Writes "info string " and `text` as a line.
 void printInfo(const std::string &text);
 
-/// Whether a text could not be written, now or earlier.
+/// Whether any write has failed so far.
 bool isOutputLost();
 
 } // namespace tarvonel

@@ -1,8 +1,7 @@
-// A value that several threads may touch without a lock: flags, counters, limits.
+// A value that several threads may access without a lock: flags, counters, limits.
 //
-// Reads and writes are whole and in relaxed order; nothing else is promised. Unlike a standard
-// atomic it is trivially copyable, so a record that holds one can still be copied as a block
-// (while no other thread touches it).
+// Reads and writes are atomic and relaxed. Unlike std::atomic it is trivially copyable, so records with
+// such members can be copied as a block while no other thread accesses them.
 #pragma once
 
 #include <atomic>
@@ -27,7 +26,7 @@ template <typename T> struct relaxed
         return value;
     }
 
-    /// Adds without a locked instruction: only the owning thread may call it.
+    /// Adds without a locked instruction, so only one thread may write.
     T add(T amount)
     {
         const T sum = static_cast<T>(load() + amount);

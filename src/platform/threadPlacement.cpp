@@ -3,8 +3,10 @@
 #include <algorithm>
 #include <fstream>
 #include <iterator>
-#include <sstream>
+#include <optional>
 #include <utility>
+
+#include "platform/parseText.h"
 
 namespace tarvonel
 {
@@ -12,7 +14,7 @@ namespace tarvonel
 namespace
 {
 
-/// More than any kernel supports; bounds what a damaged list can take.
+/// More than any kernel supports; bounds the memory that a damaged list can take.
 constexpr int processorNumberLimit = 1 << 16;
 
 std::string firstLine(const std::string &path)
@@ -23,28 +25,19 @@ std::string firstLine(const std::string &path)
     return line;
 }
 
-/// Reads a kernel list of numbers such as "0-3,8", up to the first thing that is not one.
+/// Reads a kernel list such as "0-3,8", up to the first entry that is not a number or a range.
 std::vector<int> parseProcessorList(const std::string &text)
 {
     std::vector<int> numbers;
-    std::istringstream stream(text);
-    for (int first = 0; stream >> first;)
+    for (const std::string_view range : splitFields(text, ','))
     {
-        char separator = 0;
-        int last = first;
-        if (stream >> separator && separator == '-')
-        {
-            if (!(stream >> last))
-                break;
-            separator = 0;
-            stream >> separator;
-        }
-        if (first < 0 || last < first || last >= processorNumberLimit)
+        const std::size_t dash = std::min(range.find('-'), range.size());
+        const std::optional<int> first = wholeNumber<int>(range.substr(0, dash));
+        const std::optional<int> last = dash < range.size() ? wholeNumber<int>(range.substr(dash + 1)) : first;
+        if (!first || !last || *first < 0 || *last < *first || *last >= processorNumberLimit)
             break;
-        for (int number = first; number <= last; ++number)
+        for (int number = *first; number <= *last; ++number)
             numbers.push_back(number);
-        if (separator != ',')
-            break;
     }
     return numbers;
 }
@@ -109,7 +102,7 @@ machineShape readMachineShape(const std::string &systemTree, const std::vector<i
     machine.processorCount = static_cast<int>(allowed.size());
     for (const int processor : allowed)
     {
-        // A core is counted at the first of its usable processors.
+        // Count a core at the first of its usable processors.
         const std::vector<int> siblings = inBoth(coreSiblings(systemTree, processor), allowed);
         if (siblings.empty() || siblings.front() == processor)
             ++machine.coreCount;

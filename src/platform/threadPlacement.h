@@ -1,8 +1,9 @@
-// Binds search threads to NUMA nodes, so that each finds its tables in near memory.
+// Binds search threads to NUMA nodes, so that each thread's tables are in local memory.
 //
-// One thread per physical core first, filling node after node; then the remaining logical processors
-// in turn over the nodes; further threads are not bound. Never widens the set of processors that the
-// process was started with. Every failure is silent: the thread then runs where the system puts it.
+// The first threads get one physical core each, node by node; the next ones the remaining logical
+// processors, alternating between nodes; further threads are not bound. A thread never gets a processor
+// outside the affinity mask with which the process was started. If binding fails, the thread runs where
+// the system puts it.
 #pragma once
 
 #include <string>
@@ -31,14 +32,14 @@ struct machineShape
     int processorCount = 0;           ///< logical processors
 };
 
-/// The place in the order of nodes (from 0) for the thread with this index, or `noNode`.
+/// The index of the node for a thread, counted from 0, or `noNode`.
 int nodeForThread(int nodeCount, int coreCount, int processorCount, int threadIndex);
 
-/// The processors that `bindThreadToNode` chooses on this machine; none if the thread stays unbound.
+/// The processors to which `bindThreadToNode` binds; empty if it leaves the thread unbound.
 std::vector<int> processorsForThread(const machineShape &machine, int threadIndex, int numaNode);
 
-/// Reads nodes and cores from the kernel's tree of system devices ("/sys/devices/system"), as far
-/// as they hold processors of the sorted list `allowed`. A tree that cannot be read has no nodes.
+/// Reads nodes and cores from the kernel's device tree ("/sys/devices/system"), ignoring processors
+/// that are not in the sorted list `allowed`. There are no nodes if the tree cannot be read.
 machineShape readMachineShape(const std::string &systemTree, const std::vector<int> &allowed);
 
 } // namespace tarvonel

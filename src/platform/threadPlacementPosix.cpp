@@ -13,14 +13,13 @@ namespace tarvonel
 namespace
 {
 
-/// Room for 8192 processors, the most that the kernel supports.
+/// A mask of 8192 processors, the kernel's maximum.
 struct processorSet
 {
     cpu_set_t words[8];
 };
 
-/// The processors that the process was started with, read before any thread is bound. The process id
-/// is that of its first thread.
+/// The affinity mask with which the process was started. Its first thread has the id of the process.
 const std::vector<int> &startProcessors()
 {
     static const std::vector<int> processors = []
@@ -36,10 +35,9 @@ const std::vector<int> &startProcessors()
     return processors;
 }
 
-// Called once while the program is loaded, when no thread can have been bound yet.
+// Read during static initialisation, before any thread is bound.
 [[maybe_unused]] const std::vector<int> &readAtStart = startProcessors();
 
-/// The machine as the process sees it, read once.
 const machineShape &machine()
 {
     static const machineShape shape = readMachineShape("/sys/devices/system", startProcessors());

@@ -36,7 +36,7 @@ struct processorCounts
     int processors = 0;
 };
 
-/// Counts over the records of variable length that the system returns about its processors.
+/// Counts the variable-length records that describe the system's processors.
 processorCounts countProcessors(const std::byte *records, DWORD length)
 {
     processorCounts counts;

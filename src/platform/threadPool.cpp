@@ -16,7 +16,7 @@ threadPool::threadPool(int threadCount)
     }
     catch (const std::exception &)
     {
-        return; // no more threads or memory: the pool stays smaller
+        return; // no thread or no memory: the pool stays smaller
     }
 }
 

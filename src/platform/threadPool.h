@@ -1,6 +1,5 @@
-// A fixed set of threads that run one task together, fork-join.
-//
-// The calling thread takes part as thread 0. Only one thread at a time may call. Tasks must not throw.
+// A fork-join thread pool. The calling thread takes part as thread 0. Only one thread at a time may call.
+// Tasks must not throw.
 #pragma once
 
 #include <atomic>
@@ -17,7 +16,7 @@ namespace tarvonel
 class threadPool
 {
   public:
-    /// Starts `threadCount` - 1 threads, or as many of them as the system can create.
+    /// Starts `threadCount` - 1 threads, or as many as the system can create.
     explicit threadPool(int threadCount);
     ~threadPool();
     threadPool(const threadPool &) = delete;

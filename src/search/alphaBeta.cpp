@@ -14,7 +14,6 @@
 #include "board/makeMove.h"
 #include "eval/evaluate.h"
 #include "movegen/legality.h"
-#include "search/checkDetection.h"
 #include "search/history.h"
 #include "search/movePicker.h"
 #include "search/nodeEntry.h"

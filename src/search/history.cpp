@@ -13,36 +13,27 @@ constexpr int bonusScale = 32;
 constexpr int maxSquaredDepth = 324;
 constexpr int maxUpdateDepth = 18; // cutoffs at higher depths say little about other nodes
 
-/// The three tables to update at a node, and the size of the bonus.
+/// The three tables to update at a node, and the size of bonus and malus.
 struct historyUpdate
 {
     pos &position;
     continuationRows rows;
     int bonus;
 
-    void addBonus(moveCode move) const
-    {
-        update(move, [this](int value) { return value + bonus - value * bonus / historyLimit; });
-    }
-    void addMalus(moveCode move) const
-    {
-        update(move, [this](int value) { return value - bonus - value * bonus / historyLimit; });
-    }
-
-  private:
-    template <typename rule> void update(moveCode move, rule changed) const
+    /// `amount` is `bonus` or -`bonus`.
+    void add(moveCode move, int amount) const
     {
         const int index = historyIndexOf(position, move);
         for (std::int16_t *const row : {position.quietHistory, rows.two, rows.one})
             if (row != nullptr)
-                row[index] = static_cast<std::int16_t>(changed(row[index]));
+                row[index] = static_cast<std::int16_t>(row[index] + amount - row[index] * bonus / historyLimit);
     }
 };
 
 void rewardBestMove(const historyUpdate &update, int ply, moveCode bestMove)
 {
     pos &position = update.position;
-    update.addBonus(bestMove);
+    update.add(bestMove, update.bonus);
     if (update.rows.one != nullptr)
     {
         const moveCode previous = position.info[ply - 1].playedMove;
@@ -57,13 +48,13 @@ void penaliseTriedMoves(const historyUpdate &update, int ply, moveCode bestMove)
     const moveCode hashMove = node.hashMove;
     if (hashMove != noMove && !sameMove(hashMove, bestMove) && position.board[moveTo(hashMove)] == emptySquare &&
         position.board[moveFrom(hashMove)] != emptySquare)
-        update.addMalus(hashMove);
+        update.add(hashMove, -update.bonus);
 
-    // The list holds killers, counter move and tried quiet moves after the captures, unless the hash
-    // move itself caused the cutoff.
+    // Killers, counter move and the quiet moves tried follow the captures in the list. It is empty if the
+    // hash move caused the cutoff.
     if (node.stage != stageCaptureInit)
         for (const moveCode *move = node.captureEnd; move < node.listCursor; ++move)
-            update.addMalus(*move);
+            update.add(*move, -update.bonus);
 }
 
 void updateKillers(posinfo &node, moveCode bestMove)

@@ -1,4 +1,4 @@
-#include "search/rootSearch.h"
+#include "search/search.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -8,11 +8,11 @@
 #include "board/makeMove.h"
 #include "movegen/legality.h"
 #include "search/score.h"
-#include "search/search.h"
 #include "search/searchLimits.h"
 #include "search/searchReporter.h"
 #include "search/tbSearch.h"
 #include "search/transpositionTable.h"
+#include "search/worker.h"
 
 namespace tarvonel
 {
@@ -23,8 +23,8 @@ namespace
 constexpr int aspirationRows = 32;
 constexpr int wideningSteps = 4;
 
-/// By thread: half-width of the first window, then the widening steps. The rows differ so that the
-/// threads search different trees.
+/// By thread: half-width of the first window, then the widening steps. Different rows let the threads
+/// search different trees.
 constexpr std::int16_t aspirationTable[aspirationRows][1 + wideningSteps] = {
     {15, 35, 40, 80, 160},  {9, 24, 34, 75, 113},   {15, 35, 40, 80, 160},  {54, 69, 79, 195, 15},
     {35, 40, 80, 160, 15},  {35, 40, 80, 160, 12},  {27, 37, 83, 117, 51},  {66, 76, 187, 169, 15},
@@ -36,7 +36,7 @@ constexpr std::int16_t aspirationTable[aspirationRows][1 + wideningSteps] = {
     {35, 40, 80, 160, 30},  {45, 55, 131, 141, 15}, {35, 40, 80, 160, 33},  {48, 58, 139, 145, 0},
 };
 
-constexpr int fullWindowMaxDepth = 5; // up to here the window is full and the time factor is 1
+constexpr int fullWindowMaxDepth = 5; // up to here: full window, time factor 1
 constexpr int firstReportDepth = 10;  // from here on: reports, stores of the root, skipped depths
 constexpr int singleMoveDepth = 3;    // depth limit if the root has one legal move
 constexpr int timeGateDivisor = 16;
@@ -81,10 +81,10 @@ class iterativeDeepening
 
     worker &self;
     pos &position;
-    const bool isBoss; ///< the boss reports, probes the root and always decides on time
+    const bool isBoss; ///< reports, probes the root and always decides on time
     const std::int16_t *const steps;
     const std::uint64_t timeGate; ///< milliseconds before another thread may decide on time
-    int depthQuorum = 0;          ///< skip a depth that at least this many other threads search or have searched
+    int depthQuorum = 0;          ///< a depth is skipped if this many other threads have reached it
     int localDepthLimit = 0;
     int depth = 0;
     int score = noScore; ///< of the last finished iteration
@@ -181,7 +181,7 @@ void iterativeDeepening::failHigh(int result)
     beta = failHighs <= wideningSteps ? wrappedBound(result + steps[failHighs]) : scoreMate;
 }
 
-/// On a fail high with the time used up, the move is good enough.
+/// After a fail high: if the time is used up, the move is good enough.
 void iterativeDeepening::stopIfOutOfTime() const
 {
     if (!isBoss || searchLimits.infinite || pondering || localDepthLimit != 0)
@@ -190,7 +190,7 @@ void iterativeDeepening::stopIfOutOfTime() const
         stopSearch = true;
 }
 
-/// Aspiration: searches with wider and wider windows until the score is inside, or the search is stopped.
+/// Aspiration windows: widens the window until the score is inside or the search is stopped.
 void iterativeDeepening::searchIteration()
 {
     while (!stopSearch)
@@ -222,7 +222,7 @@ void iterativeDeepening::acceptResult(int result)
     position.rootDepth = static_cast<std::int16_t>(depth);
 }
 
-/// How often the iteration changed the best move or failed repeatedly.
+/// Number of best move changes and repeated fails in the iteration.
 int iterativeDeepening::instability() const
 {
     const int fails = failLows > 1 || failHighs > 1 ? std::max(failLows, failHighs) - 1 : 0;

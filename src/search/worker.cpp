@@ -7,8 +7,8 @@
 #include "platform/clock.h"
 #include "platform/largeMemory.h"
 #include "platform/threadPlacement.h"
-#include "search/rootSearch.h"
 #include "search/score.h"
+#include "search/search.h"
 #include "search/searchReporter.h"
 #include "search/transpositionTable.h"
 

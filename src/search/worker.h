@@ -1,11 +1,12 @@
-// The search threads: one `worker` per thread. The first one is the `boss`, which also starts the
-// others and reports the result.
+// The search threads: one `worker` per thread, with all the data that its search works on. The first one
+// is the `boss`, which also starts the others and reports the result.
 //
 // During a search a thread writes only to its own worker, to the transposition table and to the flags
-// below. A worker's lock guards its `searching` and `exiting` only; it is not held during a search, and
-// no thread holds two of them.
+// below. A worker's lock guards only `searching` and `exiting`. It is not held during a search, and no
+// thread holds two locks.
 #pragma once
 
+#include <algorithm>
 #include <condition_variable>
 #include <cstdint>
 #include <memory>
@@ -14,8 +15,9 @@
 #include <thread>
 #include <vector>
 
+#include "board/pos.h"
+#include "eval/evaluate.h"
 #include "platform/relaxed.h"
-#include "search/searchBoard.h"
 #include "search/searchLimits.h"
 
 namespace tarvonel
@@ -23,8 +25,54 @@ namespace tarvonel
 
 inline relaxed<bool> stopSearch{false}; ///< all search threads return as soon as they see it
 inline relaxed<bool> pondering{false};  ///< the clock is not running yet
-inline relaxed<bool> timeIsUp{false};   ///< the time for the move is used up: a `ponderhit` stops
+inline relaxed<bool> timeIsUp{false};   ///< the time for the move is used up, so a `ponderhit` stops
 inline relaxed<int> deepestTimed{0};    ///< deepest iteration after which a thread has decided on time
+
+/// What a thread keeps between searches.
+struct searchTables : evaluationTables
+{
+    /// Makes searches of the position use these tables, which must outlive them.
+    void attachTo(pos &position)
+    {
+        evaluationTables::attachTo(position);
+        position.contHistoryTwoBack = contHistoryTwoBack;
+        position.contHistoryOneBack = contHistoryOneBack;
+        position.quietScores = quietScores;
+    }
+
+    /// Clears the continuation histories.
+    void clearHistory()
+    {
+        for (auto *history : {&contHistoryTwoBack, &contHistoryOneBack})
+            for (auto &row : *history)
+                std::ranges::fill(row, std::int16_t{0});
+    }
+
+    std::int16_t contHistoryTwoBack[historyRows][historyRows]{};
+    std::int16_t contHistoryOneBack[historyRows][historyRows]{};
+    std::int32_t quietScores[moveStackCapacity]{}; ///< the move picker's scores, parallel to the move stack
+};
+
+struct searchBoard : posWithMoves
+{
+    searchBoard() { tables.attachTo(position); }
+
+    /// Copies the valid part of a position at ply 0, without its tables. A search writes the deeper plies
+    /// and the accumulators, most of the record, before it reads them.
+    void adopt(const pos &root)
+    {
+        static_cast<posHead &>(position) = root;
+        position.accumulatorBlocks[0].computed = false;
+        position.info[0] = root.info[0];
+        position.info[0].listStart = firstMove();
+        std::copy_n(root.keyHistory, root.keyCount, position.keyHistory);
+        std::ranges::copy(root.quietHistory, position.quietHistory);
+        std::ranges::copy(root.counterMoves, position.counterMoves);
+        tables.attachTo(position);
+    }
+
+    searchTables tables;
+};
 
 class alignas(64) worker : public searchBoard
 {
@@ -34,7 +82,7 @@ class alignas(64) worker : public searchBoard
     worker(const worker &) = delete;
     worker &operator=(const worker &) = delete;
 
-    // Each worker is one block on large pages.
+    // A worker is one block on large pages.
     static void *operator new(std::size_t bytes, std::align_val_t alignment);
     static void operator delete(void *block, std::size_t bytes, std::align_val_t alignment);
 
@@ -42,17 +90,17 @@ class alignas(64) worker : public searchBoard
     bool start();
     bool isStarted() const { return thread.joinable(); }
 
-    /// The search of this thread, from the position in `position`. Called by the thread's loop.
+    /// Searches `position`. Called by the thread's loop.
     virtual void search();
 
-    /// Starts the search of the thread, which must exist and be idle.
+    /// Starts the search of the thread, which must be idle.
     void wake();
     /// Returns when the thread is idle.
     void waitForSearchEnd();
     bool isSearching();
 
     const int threadIndex;
-    moveCode firstRootMove = noMove; ///< any legal move at the root, if there is one
+    moveCode firstRootMove = noMove; ///< a legal move at the root, if there is one
     relaxed<int> currentDepth{0};    ///< last iteration started; read by the other workers
 
   private:
@@ -81,8 +129,8 @@ class boss final : public worker
     boss() : worker(0) {}
     void search() override;
 
-    /// Sets `result` and reports it: the best move of `found`, the position of the chosen thread, and the
-    /// reply from its variation, or from the last reported one if that begins with the same move.
+    /// Sets and reports `result`: the best move of `found`, the position of the chosen thread, and the reply
+    /// from its variation, or from the last reported one if that begins with the same move.
     void answer(const pos &found);
 
     moveCode bestSoFar = noMove; ///< first two moves of the last reported variation
@@ -95,15 +143,14 @@ extern std::vector<std::unique_ptr<worker>> workerPool;
 
 boss &theBoss();
 
-/// The worker whose move is played, once all are idle. Deeper results count more, finished iterations
-/// more than unfinished ones, and a winning mate overrides both. With one thread or a depth limit it
-/// is always the boss.
+/// The worker whose move is played; all must be idle. A winning mate comes first, then a deeper result,
+/// then a finished iteration over an unfinished one. With one thread or a depth limit always the boss.
 worker &chooseBestThread();
 
 /// Alpha-beta and quiescence nodes of one thread.
 inline std::uint64_t nodesOf(const pos &position) { return position.searchNodes + position.quiescenceNodes; }
 
-/// Figures over all workers, as reports print them. Counters of running workers may lag.
+/// Totals over all workers for reports. Counters of running workers may lag.
 struct searchTotals
 {
     std::uint64_t nodes = 0; ///< alpha-beta and quiescence nodes
@@ -113,14 +160,14 @@ struct searchTotals
 };
 searchTotals sumUpSearch();
 
-/// Waits for a running search, destroys all workers and creates `count` new ones; 0 ends all
-/// threads. Returns the number of workers for which there was memory and a thread, the boss included.
-/// Throws bad_alloc only where there is no memory for the first boss: an existing one is renewed in
-/// place, so that a pool is never lost.
+/// Waits for a running search, destroys all workers and creates `count` new ones; 0 ends all threads.
+/// Returns the number of workers for which there was memory and a thread, the boss included. An existing
+/// boss is renewed in place, so a pool is never lost: throws bad_alloc only if there is no memory for
+/// the first boss.
 int rebuildWorkerPool(int count);
 
-/// The transposition table and the workers of a program, from construction to destruction. One at a
-/// time; what they hold in between may be resized as above.
+/// The transposition table and the workers of a program, which exist as long as this does. They may be
+/// resized meanwhile. One object at a time.
 struct searchResources
 {
     searchResources(int threads, int hashMegabytes);
@@ -139,14 +186,14 @@ bool isSearchRunning();
 void waitForSearch();
 
 /// Copies `root` to all workers and starts the boss, which must be idle, with the limits in
-/// `searchLimits`. Returns at once; the result comes through the `reporter`. If the boss has no thread
-/// of its own, it searches on the caller's, and this returns after the result.
+/// `searchLimits`. Returns at once; the `reporter` gets the result. If the boss has no thread, it
+/// searches on the caller's, and this returns after the result.
 void startSearch(const pos &root);
 
-/// The search as a function, for programs without a UCI loop: searches `root` on the caller's thread,
-/// which takes the place of the boss's, and on those of the other workers. `limits` become
-/// `searchLimits`, with the clock started now. The boss must be idle. With depth and node limits only,
-/// one thread and fresh tables, the result depends on the position alone.
+/// The search as a function, for programs without a UCI loop. Searches `root` on the caller's thread, in
+/// place of the boss's, and on those of the other workers. `limits` become `searchLimits`, with the
+/// clock started now. The boss must be idle. With one thread, fresh tables and only depth or node limits,
+/// the result depends on the position alone.
 searchResult runSearch(const pos &root, const searchLimitValues &limits);
 
 } // namespace tarvonel

@@ -17,24 +17,7 @@ constexpr int promotedTypes[] = {pawn, queen, rook, bishop, knight};
 
 bitboard pawnAttacksFrom(colour side, bitboard pawns)
 {
-    return side == white ? pawnAttackSet<white>(pawns) : pawnAttackSet<black>(pawns);
-}
-
-bitboard pieceAttacks(int type, int square, bitboard occupied)
-{
-    switch (type)
-    {
-    case king:
-        return kingAttacks[square];
-    case queen:
-        return queenAttacks(square, occupied);
-    case rook:
-        return rookAttacks(square, occupied);
-    case bishop:
-        return bishopAttacks(square, occupied);
-    default:
-        return knightAttacks[square];
-    }
+    return withColour(side, [pawns]<colour Side>() { return pawnAttackSet<Side>(pawns); });
 }
 
 bitboard pawnSteps(colour side, int from, bitboard occupied)
@@ -221,12 +204,8 @@ bool isTbMate(const tbPosition &position)
     if (!isTbCheck(position))
         return false;
     tbMoveList list;
-    tbMoves(position, list);
-    tbPosition next;
-    for (const tbMove move : list)
-        if (applyTbMove(next, position, move))
-            return false;
-    return true;
+    tbLegalMoves(position, list);
+    return list.count == 0;
 }
 
 } // namespace tarvonel

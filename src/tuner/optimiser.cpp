@@ -1,6 +1,15 @@
 #include "tuner/optimiser.h"
 
-#include "tuner/texelWorker.h"
+#include <algorithm>
+#include <cstdint>
+#include <memory>
+#include <new>
+
+#include "board/engineOptions.h"
+#include "board/setup.h"
+#include "eval/evaluate.h"
+#include "platform/threadPlacement.h"
+#include "platform/threadPool.h"
 #include "tuner/tuningData.h"
 
 namespace tarvonel
@@ -9,11 +18,51 @@ namespace tarvonel
 namespace
 {
 
+/// The data that a thread writes during a pass.
+struct texelWorker
+{
+    pos position{};
+    evaluationTables tables;
+    double error = 0; ///< sum of the squared errors of the slice
+
+    void computeError(std::size_t first, std::size_t end);
+    void adopt(const tuningPosition &record);
+};
+
+std::unique_ptr<threadPool> texelPool;
+std::vector<std::unique_ptr<texelWorker>> texelWorkers; ///< one for each thread of the pool
+
+void texelWorker::adopt(const tuningPosition &record)
+{
+    static_cast<posHead &>(position) = record.head;
+    tables.attachTo(position);
+    position.accumulatorBlocks[0].computed = false;
+    position.info[0].castling = record.castling;
+    position.info[0].enPassant = static_cast<std::int8_t>(record.enPassant);
+    position.info[0].inCheck = record.inCheck;
+    refreshSums(position);
+}
+
+void texelWorker::computeError(std::size_t first, std::size_t end)
+{
+    tables.clear(); // terms or network may have changed since the last pass
+    double sum = 0;
+    for (std::size_t i = first; i < end; ++i)
+    {
+        const tuningPosition &record = tuningPositions[i];
+        adopt(record);
+        const int score = evaluateTunable(0, position);
+        const double difference = record.label - winProbability(position.sideToMove == white ? score : -score);
+        sum += difference * difference;
+    }
+    error = sum;
+}
+
 constexpr int sweeps = 5;
-constexpr double refinement = 10; ///< each sweep looks at tenths of the step of the one before
+constexpr double refinement = 10; ///< steps of a sweep in one step of the sweep before
 constexpr double errorBeyondAll = 99999999999.0;
 
-/// Changes the parameter and returns whether that lowers the error, which is then the best.
+/// Changes the parameter. Returns whether that lowers the error, and updates `best` if so.
 bool lowersError(const parameterList &parameters, std::size_t index, int amount, double &best)
 {
     applyStep(parameters, index, amount);
@@ -24,8 +73,8 @@ bool lowersError(const parameterList &parameters, std::size_t index, int amount,
     return true;
 }
 
-/// Tries smaller and smaller steps, up first. The step size that helped is where the next pass
-/// begins; the smallest is tried only by a parameter that begins there.
+/// Tries smaller and smaller steps, up first. The next pass starts with the step size that helped. The
+/// smallest is tried only by a parameter that starts there.
 bool improve(parameterList &parameters, std::size_t index, double &best)
 {
     tuningParameter &parameter = parameters[index];
@@ -42,6 +91,49 @@ bool improve(parameterList &parameters, std::size_t index, double &best)
 }
 
 } // namespace
+
+int createTexelWorkers(int count, const tunerOutput &print)
+{
+    texelWorkers.clear();
+    texelPool.reset();
+
+    for (int worker = 0; worker < count; ++worker)
+        if (auto *const created = new (std::nothrow) texelWorker; created != nullptr)
+            texelWorkers.emplace_back(created);
+    if (texelWorkers.empty())
+        return 0;
+    texelPool = std::make_unique<threadPool>(static_cast<int>(texelWorkers.size()));
+    texelWorkers.resize(static_cast<std::size_t>(texelPool->size()));
+
+    // The calling thread stays unbound, because it outlives the run.
+    texelPool->runOnAll(
+        [](int thread)
+        {
+            if (thread > 0)
+                bindThreadToNode(thread, engineOptions.numaNode);
+        });
+    for (std::size_t worker = 0; worker < texelWorkers.size(); ++worker)
+        print("Lets go\n");
+    return texelPool->size();
+}
+
+double meanError()
+{
+    const std::size_t count = tuningPositions.size();
+    const std::size_t share = count / texelWorkers.size(); // the last thread takes the remainder too
+    texelPool->runOnAll(
+        [&](int thread)
+        {
+            const std::size_t first = share * static_cast<std::size_t>(thread);
+            const bool isLast = thread + 1 == texelPool->size();
+            texelWorkers[static_cast<std::size_t>(thread)]->computeError(first, isLast ? count : first + share);
+        });
+
+    double sum = 0; // in the order of the threads, so that the result does not depend on timing
+    for (const auto &each : texelWorkers)
+        sum += each->error;
+    return sum / static_cast<double>(count);
+}
 
 double findK(const tunerOutput &print)
 {
@@ -95,10 +187,10 @@ bool texel(int threads, pos &position, const tunerOutput &print, parameterRegist
 {
     if (!loadTuningPositions(position, print))
         return false;
-    const int granted = createTexelWorkers(threads, print);
-    if (granted < threads)
-        print(lineOf("info string Only ", granted, " threads could be started"));
-    if (granted == 0)
+    const int started = createTexelWorkers(threads, print);
+    if (started < threads)
+        print(lineOf("info string Only ", started, " threads could be started"));
+    if (started == 0)
         return false;
     print("Starting texel tuning....\n");
 

@@ -1,6 +1,5 @@
-// The developer's page of the tuner: what is entered here, the next `texel` tunes. The engine is
-// committed with nothing in it. docs/development.md has an example and tells the way from here to a
-// new value.
+// The parameters that `texel` tunes. A developer adds them here for a run, as docs/development.md
+// describes; the committed version has none.
 #include "tuner/tuningParameter.h"
 
 namespace tarvonel

@@ -1,4 +1,4 @@
-// Where the tuner's text goes: to the console's output, or to a test's string.
+// The destination of the tuner's text: standard output, or a string in tests.
 #pragma once
 
 #include <functional>
@@ -9,10 +9,10 @@
 namespace tarvonel
 {
 
-/// Receives whole lines, ends included, one write per call. Never called by two threads at once.
+/// Receives whole lines with their line ends. Never called by two threads at once.
 using tunerOutput = std::function<void(std::string_view)>;
 
-/// The parts one after the other, numbers as standard streams write them, and a line end.
+/// The parts as standard streams write them, and a line end.
 template <typename... Parts> std::string lineOf(const Parts &...parts)
 {
     std::ostringstream text;

@@ -11,6 +11,7 @@
 #include "eval/network.h"
 #include "eval/networkFile.h"
 #include "platform/fileMapping.h"
+#include "platform/parseText.h"
 
 namespace tarvonel
 {
@@ -22,32 +23,28 @@ namespace
 {
 
 constexpr const char *markerWord = "c9"; ///< ends the position
-constexpr int balanceLimit = 600;        ///< positions of this end-game balance and beyond teach nothing
+constexpr int balanceLimit = 600;        ///< positions with at least this end-game balance are left out
 constexpr int outputPerCentipawn = 58;   ///< raw output of the network, whatever the phase
 constexpr int noLabelScore = 32767;
 constexpr double probabilityScale = 400;
 
-/// What became of the lines of a file.
 struct lineTally
 {
     std::uint64_t taken = 0;
-    std::uint64_t handSet = 0; ///< of those taken, the ones that the network does not score
+    std::uint64_t handSet = 0; ///< of those taken, the ones scored by the hand-set evaluation
     std::uint64_t withoutMarker = 0;
     std::uint64_t unplayable = 0;
 };
 
-/// Puts the words before the marker, each followed by a blank, into `fen`; false if there is no
-/// marker.
+/// Reads the words before the marker into `fen`, each followed by a blank. False if there is no marker.
 bool readFenWords(const std::string &lineText, std::string &fen)
 {
     std::istringstream words(lineText);
-    fen.clear();
-    for (std::string word; words >> word && word != markerWord;)
-        fen += word + ' ';
+    fen = joinWords(words, markerWord) + ' ';
     return !words.fail();
 }
 
-/// Adds the position to the list unless it is too one-sided to be labelled.
+/// Adds the position to the list unless its balance is too large.
 void takePosition(const std::string &fen, pos &position, lineTally &tally)
 {
     const int imbalance = std::abs(egOf(balance(position)));
@@ -69,11 +66,11 @@ void takePosition(const std::string &fen, pos &position, lineTally &tally)
     tally.handSet += imbalance >= networkLimit;
 }
 
-/// Takes the positions of all lines; returns what failed, or null.
+/// Takes the positions of all lines. Returns an error, or null.
 const char *takeLines(std::istream &file, pos &position, lineTally &tally)
 try
 {
-    file.exceptions(std::ios::badbit); // a line for which memory ends would otherwise pass as the last
+    file.exceptions(std::ios::badbit); // otherwise running out of memory would look like the end of the file
     std::string lineText, fen;
     while (std::getline(file, lineText))
     {
@@ -101,7 +98,7 @@ double winProbability(int whiteScore) { return 1 / (1 + std::exp(-tuningK * whit
 
 bool loadTuningPositions(pos &position, const tunerOutput &print)
 {
-    // Anything but a regular file is refused: reading a pipe could wait for ever.
+    // Only a regular file: reading a pipe could block forever.
     std::ifstream file;
     if (readableFileSize(tuningFileName) >= 0)
         file.open(tuningFileName);

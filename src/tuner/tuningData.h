@@ -1,12 +1,11 @@
-// The positions that the hand-set evaluation is fitted to, each with the win probability that the
-// network gives it.
+// The positions to which the hand-set evaluation is fitted, labelled with the network's win probability.
 //
-// The data file holds one position per line: the fields of a FEN text, the word c9 and the result
-// of its game, of which the tuner makes no use:
+// The data file has one position per line: the fields of a FEN, the word c9 and the result of the game,
+// which is ignored:
 //
 //   r1bq1rk1/pp2bppp/2n1pn2/2pp4/3P1B2/2PBPN2/PP1N1PPP/R2QK2R w KQ - 0 8 c9 "1-0";
 //
-// Threads: all of this is written by the console thread while the tuner's own threads are idle.
+// Threads: only the UCI loop's thread writes these, while the tuner's other threads are idle.
 #pragma once
 
 #include <cstddef>
@@ -21,10 +20,9 @@
 namespace tarvonel
 {
 
-/// Looked for in the working directory.
+/// In the working directory.
 inline constexpr const char *tuningFileName = "lichess-good.epd";
 
-/// A position, set up: a pass over millions of them reads no text.
 struct alignas(64) tuningPosition
 {
     std::string fen; ///< each field followed by a blank
@@ -35,24 +33,22 @@ struct alignas(64) tuningPosition
     std::uint8_t inCheck;
 };
 
-/// In the order of the file. Each run of the tuner adds its positions to those of the runs before.
-/// Grows without moving what is there: a file may take half the machine's memory.
+/// In the order of the file; each run adds its positions to those of earlier runs. A deque, because it
+/// may take half the machine's memory and a vector would need twice that to grow.
 extern std::deque<tuningPosition> tuningPositions;
 
-/// Scales a score into a probability, see `winProbability`. Kept from run to run.
+/// The scale in `winProbability`. Kept between runs.
 extern double tuningK;
 
-/// What a score in centipawns from white's view is worth for white, 0 to 1.
+/// White's win probability, 0 to 1, for a score in centipawns from white's view.
 double winProbability(int whiteScore);
 
-/// Reads the data file and labels its positions by the `tuningK` in force; false, with a message,
-/// if there is no file, no network or no position to tune with. Sets each position up in `position`,
-/// which keeps the last of them.
+/// Reads the data file and labels its positions with the current `tuningK`. Returns false, with a message,
+/// if there is no file, network or position. Sets each position up in `position`.
 bool loadTuningPositions(pos &position, const tunerOutput &print);
 
-/// The same from a stream, with a network in force. Tells how many positions were taken, and how
-/// many lines were skipped if some hold no position. Where memory or stream fail, the positions of
-/// earlier runs stay alone.
+/// The same from a stream; a network is loaded. Prints the number of positions taken and of lines skipped,
+/// if any. If memory runs out or the stream fails, only the positions of earlier runs remain.
 bool readTuningPositions(std::istream &file, pos &position, const tunerOutput &print);
 
 } // namespace tarvonel

@@ -40,7 +40,7 @@ void writeHead(const tuningParameter &table, std::ostream &text)
         text << "\n{\n";
 }
 
-/// Entries that are no parameters.
+/// Entries that are not parameters.
 const char *leadingEntries(int printKind)
 {
     switch (printKind)
@@ -91,7 +91,7 @@ void writeEntry(std::int32_t value, bool isPair, std::ostream &text)
         text << value;
 }
 
-/// With the mirror images and the rows of zeros that stand around a table of pawns in memory.
+/// Includes mirror images, and the rows of zeros around a table of pawns.
 void writeEntries(const tuningParameter &table, std::ostream &text)
 {
     const std::size_t count = table.tableSize * (table.mirrored ? 2U : 1U) + (table.pawnRows ? 2 * rowLength : 0);

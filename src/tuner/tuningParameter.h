@@ -1,5 +1,5 @@
-// What the tuner may change: a list of values, each of which belongs to a table of the evaluation,
-// and the text of those tables as source, which is the tuner's product.
+// The parameters of the tuner, each a value in a table of the evaluation, and the output of those tables
+// as source text.
 #pragma once
 
 #include <cstddef>
@@ -15,14 +15,14 @@ namespace tarvonel
 /// The step sizes, smallest first.
 inline constexpr int tuningSteps[] = {1, 2, 3, 5, 9};
 
-/// The form of a table in the output. Other numbers below `firstBoardRow` are braced tables too.
+/// The form of a table in the output. Other values below `firstBoardRow` are braced tables too.
 enum printForm : int
 {
     bracedTable = 0,
     singleConstant = 1,
     alsoSingleConstant = 3,
-    bracedAfterZero = 5,         ///< for tables by piece type whose pawn has no value
-    bracedBetweenZeros = 6,      ///< nor has the king
+    bracedAfterZero = 5,         ///< by piece type, no value for the pawn
+    bracedBetweenZeros = 6,      ///< no value for the king either
     bracedBetweenTwoAndZero = 7, ///< two leading zeros
     bracedIntegersAfterZero = 8,
     bracedPieceValues = 9, ///< with the fixed values of pawn and king
@@ -41,9 +41,9 @@ struct tuningParameter
     int printKind;           ///< a `printForm`
     int stepIndex;           ///< into `tuningSteps`: the largest step that is still tried
     bool isPair;             ///< entries are combEvals, printed as X(mg, eg)
-    bool pawnRows;           ///< eight zeros stand before and behind the table
+    bool pawnRows;           ///< eight zeros precede and follow the table in memory
     bool mirrored;           ///< entries are files a to d; each also sets its mirror image in the row
-    bool wholeValue;         ///< steps act on the 32 bits, that is the middle-game half; otherwise the end-game half
+    bool wholeValue;         ///< steps change the 32-bit value, so the middle-game half; else the end-game half
 };
 
 using parameterList = std::vector<tuningParameter>;
@@ -57,20 +57,20 @@ enum class tunedHalves
     integer, ///< the entries are plain numbers
 };
 
-/// A table, or a single constant, as a developer registers it: at least its name and place.
+/// A table, or a single constant, to register. `name` and `first` are required.
 struct tuningTable
 {
-    std::string name; ///< as the output shall show it, array bounds included
+    std::string name; ///< in the output, array bounds included
     std::int32_t *first;
-    std::uint32_t size = 1; ///< entries from `first` on; with `mirrored` those of files a to d alone
+    std::uint32_t size = 1; ///< entries from `first` on; with `mirrored` only those of files a to d
     tunedHalves halves = tunedHalves::both;
     int printKind = bracedTable;
     int stepIndex = 2;
     bool pawnRows = false;
-    bool mirrored = false; ///< the entries stand in rows of eight
+    bool mirrored = false; ///< the entries are in rows of eight
 };
 
-/// Enters a parameter for each value of the table.
+/// Adds a parameter for each value of the table.
 void addTable(parameterList &parameters, const tuningTable &table);
 
 /// Adds `amount` to a parameter, and sets its mirror image if it has one.
@@ -82,7 +82,7 @@ void writeMirrorImages(const parameterList &parameters);
 /// Prints the source text of all tables; nothing for an empty list.
 void printParameters(const parameterList &parameters, const tunerOutput &print);
 
-/// Enters what the next run shall tune. The engine as it stands tunes nothing.
+/// Adds the parameters of the next run; none in the committed version.
 void registerParameters(parameterList &parameters);
 
 } // namespace tarvonel

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "platform/output.h"
+#include "platform/parseText.h"
 #include "search/worker.h"
 
 namespace tarvonel
@@ -21,13 +22,6 @@ constexpr std::size_t keptOfDropped = 15;               ///< fits in a string wi
 std::size_t footprint(const inputLine &line) { return sizeof line + line.text.size(); }
 
 consoleInput *activeInput = nullptr; // console thread only
-
-std::string_view firstWord(std::string_view text)
-{
-    constexpr std::string_view blanks = " \t\r\v\f\n";
-    text.remove_prefix(std::min(text.find_first_not_of(blanks), text.size()));
-    return text.substr(0, text.find_first_of(blanks));
-}
 
 /// Appends the piece, or drops the line: what is too long, or finds no memory, is read to its end.
 void keepPiece(std::string_view piece, inputLine &line)

@@ -1,21 +1,154 @@
-#include "uci/diagnostics.h"
+#include "uci/commands.h"
 
 #include <algorithm>
-#include <cstdint>
-#include <string>
+#include <fstream>
+#include <memory>
+#include <optional>
+#include <sstream>
+#include <vector>
 
 #include "board/setup.h"
 #include "eval/evaluate.h"
+#include "movegen/legality.h"
+#include "platform/clock.h"
+#include "platform/fileMapping.h"
 #include "platform/output.h"
+#include "platform/parseText.h"
 #include "search/transpositionTable.h"
 #include "search/worker.h"
 #include "uci/commandGuards.h"
+#include "uci/options.h"
 #include "uci/positionCommand.h"
 
 namespace tarvonel
 {
 namespace
 {
+
+constexpr int rtestHashMegabytes = 128;
+constexpr std::size_t rtestFields = 3;
+constexpr int qtvDepths = 6;
+constexpr std::size_t qtvLabelLength = 3; ///< "D1 " before a count
+
+struct timedCount
+{
+    std::uint64_t nodes;
+    std::int64_t nanoseconds;
+};
+
+timedCount timedPerft(int depth, pos &position)
+{
+    const std::int64_t start = nanosecondsNow();
+    const std::uint64_t nodes = perft(0, depth, position);
+    return {nodes, nanosecondsNow() - start};
+}
+
+/// The lines of a file; nothing if it cannot be opened.
+std::optional<std::vector<std::string>> readLines(const std::string &path)
+{
+    if (readableFileSize(path) < 0)
+        return std::nullopt;
+    std::ifstream file(path);
+    std::vector<std::string> lines;
+    for (std::string line; std::getline(file, line);)
+    {
+        if (line.ends_with('\r'))
+            line.pop_back();
+        lines.push_back(line);
+    }
+    return lines;
+}
+
+bool isMarker(const std::string &line) { return line == "extended" || line == "full"; }
+
+// Both check a line. They return whether its counts are right, or nothing if it cannot be read.
+
+std::optional<bool> checkRtestLine(const std::string &line, pos &position)
+{
+    const std::vector<std::string_view> fields = splitFields(line, ';');
+    if (fields.size() < rtestFields)
+        return std::nullopt;
+    const std::string fen(fields[0]);
+    const std::optional<int> depth = wholeNumber<int>(firstWord(fields[1]));
+    const std::optional<std::uint64_t> expected = wholeNumber<std::uint64_t>(firstWord(fields[2]));
+    if (!depth || !expected || *depth < minPerftDepth || *depth > maxPerftDepth ||
+        !setupPlayablePosition(fen, position).empty())
+        return std::nullopt;
+    const timedCount count = timedPerft(*depth, position);
+    const bool isRight = count.nodes == *expected;
+    printLine(std::to_string(isRight) + "; " + fen + "; " + std::to_string(*depth) + "; " + std::to_string(*expected) +
+              "; " + std::to_string(count.nodes) + "; " + std::to_string(count.nanoseconds));
+    resizeHashTable(rtestHashMegabytes);
+    return isRight;
+}
+
+// The first wrong depth ends the line.
+std::optional<bool> checkQtvLine(const std::string &line, pos &position)
+{
+    const std::vector<std::string_view> fields = splitFields(line, ';');
+    if (fields.size() < 1 + qtvDepths)
+        return std::nullopt;
+    std::uint64_t counts[qtvDepths];
+    for (std::size_t i = 0; i < qtvDepths; ++i)
+    {
+        const std::string_view field = fields[i + 1].substr(std::min(qtvLabelLength, fields[i + 1].size()));
+        const std::optional<std::uint64_t> count = wholeNumber<std::uint64_t>(firstWord(field));
+        if (!count)
+            return std::nullopt;
+        counts[i] = *count;
+    }
+    const std::string fen(fields[0]);
+    if (!setupPlayablePosition(fen, position).empty())
+        return std::nullopt;
+    printLine(fen);
+    for (int depth = 1; depth <= qtvDepths; ++depth)
+    {
+        const std::uint64_t expected = counts[depth - 1];
+        const std::uint64_t nodes = perft(0, depth, position);
+        if (nodes != expected)
+        {
+            printLine("WRONGGGGGGGGGGGG " + std::to_string(depth) + " correct : " + std::to_string(expected) +
+                      " berekend : " + std::to_string(nodes));
+            return false;
+        }
+    }
+    printLine("Okidoki");
+    return true;
+}
+
+/// Checks the file line by line, up to one that cannot be read. Prints `head` and the result, which it
+/// also returns; 0 if there is no file.
+int checkFile(const std::string &path, bool hasMarkers, const char *head,
+              std::optional<bool> (*checkLine)(const std::string &line, pos &position))
+{
+    const auto lines = readLines(path);
+    if (!lines)
+    {
+        printText("There seems to be a problem with the perftFile. check of the move generator not executed\n");
+        noteRefusal();
+        return 0;
+    }
+    const auto position = std::make_unique<pos>(mainPos);
+    bool isAllGood = true;
+    for (const std::string &line : *lines)
+    {
+        if (hasMarkers && isMarker(line))
+            break;
+        if (line.empty())
+            continue;
+        const std::optional<bool> isRight = checkLine(line, *position);
+        isAllGood &= isRight.value_or(false);
+        if (!isRight)
+        {
+            printInfo("The perftFile has a line that cannot be read: " + line);
+            break;
+        }
+    }
+    printLine(head + std::to_string(isAllGood));
+    if (!isAllGood)
+        noteRefusal();
+    return isAllGood;
+}
 
 constexpr int ttDepths = 128;
 
@@ -68,6 +201,31 @@ template <std::size_t Rows> std::string distribution(const std::uint64_t (&count
 }
 
 } // namespace
+
+void perftCommand(int depth)
+{
+    if (!isMainPositionPlayable())
+        return;
+    const auto position = std::make_unique<pos>(mainPos);
+    printText(boardText(*position));
+    const timedCount count = timedPerft(depth, *position);
+    constexpr double nanosecondsPerSecond = 1e9;
+    const double seconds = static_cast<double>(count.nanoseconds) / nanosecondsPerSecond;
+    std::ostringstream report;
+    report << count.nanoseconds << " ns and " << seconds << " in seconds\nPerft results for depth: " << depth << "  "
+           << count.nodes << "  Nodes per sec: " << static_cast<double>(count.nodes) / seconds << '\n';
+    printText(report.str());
+}
+
+int rtest(const std::string &path)
+{
+    return checkFile(path, true, "Results of the perft checks is OK: ", checkRtestLine);
+}
+
+int rtestQTV(const std::string &path)
+{
+    return checkFile(path, false, "Results of the perft checks (0 = wrong, 1 = OK) : ", checkQtvLine);
+}
 
 void showBoard() { printText(boardText(mainPos)); }
 

@@ -8,13 +8,12 @@
 #include "eval/networkFile.h"
 #include "platform/clock.h"
 #include "platform/output.h"
-#include "platform/parseNumber.h"
+#include "platform/parseText.h"
 #include "search/searchLimits.h"
 #include "search/worker.h"
 #include "uci/commandGuards.h"
 #include "uci/options.h"
 #include "uci/positionCommand.h"
-#include "uci/timeAllotment.h"
 
 namespace tarvonel
 {

@@ -1,4 +1,4 @@
-// The `go` command.
+// The `go` command and its time management.
 #pragma once
 
 #include <cstdint>
@@ -7,18 +7,23 @@
 namespace tarvonel
 {
 
-/// Starts a search of `mainPos` within the limits in the rest of the line, and returns while it runs.
-/// Waits for a search that still runs, which keeps its own limits; the clock of the new one starts
-/// before the wait. Refuses while an infinite or ponder search runs, and without a network; without a
-/// position to search, answers at once.
+/// Starts a search of `mainPos` with the limits in the rest of the line, and returns while it runs. Waits
+/// for a running search, which keeps its own limits; the clock of the new one starts before the wait.
+/// Refused during an infinite or ponder search, and without a network. Answers at once if there is no
+/// position to search.
 void goCommand(std::istream &words);
 
-/// Whether `go nodes N` limits the search, which then runs on the calling thread: such searches are
-/// short, and another thread's wake-up costs as much. Set before the first `go`.
+/// Whether `go nodes N` limits the search. It then runs on the calling thread, because waking another one
+/// takes as long as such a short search. Set before the first `go`.
 inline bool nodeLimitHolds = false;
 
-/// Resets `searchLimits` and `pondering`, reads the rest of the line into them and allots the time,
-/// which counts from `startTimeMs`. No search may run.
+/// Resets `searchLimits` and `pondering`, reads the rest of the line into them and allots the time, which
+/// counts from `startTimeMs`. No search may run.
 void prepareSearchLimits(std::istream &words, std::int64_t startTimeMs);
+
+/// Computes `optimalTime`, `maximumTime` and `timeScale` of `searchLimits` from its clocks, the options and
+/// the side to move in `mainPos`, and at the first move of a game `incrementFactor`. Saturates at the
+/// bounds of 32 bits.
+void allotTime();
 
 } // namespace tarvonel

@@ -9,7 +9,7 @@
 #include "board/setup.h"
 #include "eval/networkFile.h"
 #include "platform/output.h"
-#include "platform/parseNumber.h"
+#include "platform/parseText.h"
 #include "search/transpositionTable.h"
 #include "search/worker.h"
 #include "tablebase/tbRegistry.h"
@@ -168,15 +168,6 @@ std::string kindText(const optionRow &row)
     if (std::holds_alternative<checkOption>(row.kind))
         return "check default false";
     return std::string("string default ") + emptyOptionText;
-}
-
-/// The words up to `endWord` or the end of the line, with one blank between them.
-std::string joinWords(std::istream &words, std::string_view endWord)
-{
-    std::string joined, word;
-    while (words >> word && word != endWord)
-        joined += joined.empty() ? word : ' ' + word;
-    return joined;
 }
 
 } // namespace

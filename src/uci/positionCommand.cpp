@@ -8,6 +8,7 @@
 #include "board/makeMove.h"
 #include "board/moveCode.h"
 #include "board/setup.h"
+#include "platform/parseText.h"
 #include "search/searchLimits.h"
 #include "uci/commandGuards.h"
 
@@ -18,15 +19,6 @@ namespace
 
 posWithMoves mainBoard;
 bool isPositionRefused = false;
-
-/// The words up to "moves" or the end of the line.
-std::string readFenWords(std::istream &words)
-{
-    std::string fen, word;
-    while (words >> word && word != "moves")
-        fen += word + ' ';
-    return fen;
-}
 
 /// Plays the moves in the rest of the line and returns their number.
 int playMoves(std::istream &words, pos &position)
@@ -77,7 +69,7 @@ void positionCommand(std::istream &words)
     if (isFromStart)
         words >> ignored;
     else
-        fen = readFenWords(words);
+        fen = joinWords(words, "moves");
 
     const auto candidate = std::make_unique<pos>(mainPos);
     const std::string fault = setupPlayablePosition(fen, *candidate);

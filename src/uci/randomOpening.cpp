@@ -7,7 +7,7 @@
 #include "board/makeMove.h"
 #include "board/setup.h"
 #include "platform/fileMapping.h"
-#include "platform/parseNumber.h"
+#include "platform/parseText.h"
 
 namespace tarvonel
 {

@@ -1,7 +1,7 @@
 // Spreads the remaining time over the moves to the next time control: the number given, or one
 // estimated from the game ply. `incrementFactor` stretches an estimated number of moves, more for a
 // small increment relative to the clock.
-#include "uci/timeAllotment.h"
+#include "uci/goCommand.h"
 
 #include <algorithm>
 #include <cstdint>

@@ -98,13 +98,5 @@ TEST(attackTables, masksKeepToTheBoard)
     EXPECT_EQ(distance[b3][c6], 3);
 }
 
-TEST(attackTables, reductionsGrowWithDepthAndMoveNumber)
-{
-    const int cases[][3] = {{0, 3, 1},   {0, 4, 0},      {1, 4, 0},  {3, 5, 1},
-                            {10, 30, 5}, {127, 255, 59}, {50, 2, 0}, {50, 0, 0}};
-    for (const auto &[depth, moveNumber, expected] : cases)
-        EXPECT_EQ(reductionTable[depth][moveNumber], expected) << depth << ' ' << moveNumber;
-}
-
 } // namespace
 } // namespace tarvonel

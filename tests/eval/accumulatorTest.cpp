@@ -1,4 +1,4 @@
-#include "eval/accumulator.h"
+#include "eval/network.h"
 
 #include <random>
 #include <vector>

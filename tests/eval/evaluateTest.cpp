@@ -10,7 +10,6 @@
 
 #include "board/pieceValues.h"
 #include "eval/evaluationSupport.h"
-#include "eval/handSetEvaluation.h"
 #include "eval/network.h"
 #include "eval/networkFile.h"
 #include "support/randomGames.h"

@@ -12,7 +12,6 @@
 
 #include "board/pieceValues.h"
 #include "board/setup.h"
-#include "eval/accumulator.h"
 #include "support/fuzzSeeds.h"
 #include "support/randomGames.h"
 #include "support/syntheticNetwork.h"

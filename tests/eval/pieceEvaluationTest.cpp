@@ -1,4 +1,4 @@
-#include "eval/handSetEvaluation.h"
+#include "eval/evaluate.h"
 
 #include <gtest/gtest.h>
 

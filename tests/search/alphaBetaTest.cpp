@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include "search/reductions.h"
 #include "search/score.h"
 #include "search/searchSupport.h"
 #include "search/transpositionTable.h"
@@ -167,6 +168,14 @@ TEST_F(alphaBetaNode, positionsWithVeryManyMovesAreSearched)
         EXPECT_FALSE(stopSearch);
         EXPECT_EQ(bench->key, key) << fen;
     }
+}
+
+TEST(alphaBeta, reductionsGrowWithDepthAndMoveNumber)
+{
+    const int cases[][3] = {{0, 3, 1},   {0, 4, 0},      {1, 4, 0},  {3, 5, 1},
+                            {10, 30, 5}, {127, 255, 59}, {50, 2, 0}, {50, 0, 0}};
+    for (const auto &[depth, moveNumber, expected] : cases)
+        EXPECT_EQ(reductionTable[depth][moveNumber], expected) << depth << ' ' << moveNumber;
 }
 
 } // namespace

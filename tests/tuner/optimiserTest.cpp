@@ -12,7 +12,6 @@
 #include "eval/evaluate.h"
 #include "eval/evaluationSupport.h"
 #include "support/temporaryDirectory.h"
-#include "tuner/texelWorker.h"
 #include "tuner/tunerFixture.h"
 
 namespace tarvonel

@@ -1,4 +1,4 @@
-#include "tuner/texelWorker.h"
+#include "tuner/optimiser.h"
 
 #include <cmath>
 

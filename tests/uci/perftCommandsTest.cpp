@@ -1,4 +1,4 @@
-#include "uci/perftCommands.h"
+#include "uci/commands.h"
 
 #include <fstream>
 #include <regex>

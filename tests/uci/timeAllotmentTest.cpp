@@ -1,4 +1,4 @@
-#include "uci/timeAllotment.h"
+#include "uci/goCommand.h"
 
 #include <algorithm>
 #include <fstream>
@@ -20,7 +20,6 @@
 #include "support/syntheticNetwork.h"
 #include "uci/console.h"
 #include "uci/consoleOutput.h"
-#include "uci/goCommand.h"
 
 namespace tarvonel
 {

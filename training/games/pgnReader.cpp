@@ -8,7 +8,7 @@
 #include "board/makeMove.h"
 #include "board/setup.h"
 #include "games/pgn.h"
-#include "platform/parseNumber.h"
+#include "platform/parseText.h"
 #include "search/score.h"
 #include "words.h"
 

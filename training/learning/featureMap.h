@@ -16,7 +16,7 @@
 #include <string>
 #include <vector>
 
-#include "eval/accumulator.h"
+#include "eval/network.h"
 
 namespace tarvonel
 {

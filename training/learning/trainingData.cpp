@@ -11,7 +11,6 @@
 
 #include "board/makeMove.h"
 #include "board/pieceValues.h"
-#include "eval/accumulator.h"
 #include "eval/evaluate.h"
 #include "eval/network.h"
 #include "learning/trainerModel.h"

@@ -4,7 +4,7 @@
 #include <stdexcept>
 
 #include "platform/clock.h"
-#include "platform/parseNumber.h"
+#include "platform/parseText.h"
 #include "search/score.h"
 #include "words.h"
 

@@ -9,7 +9,7 @@
 #include "board/makeMove.h"
 #include "board/moveCode.h"
 #include "board/setup.h"
-#include "platform/parseNumber.h"
+#include "platform/parseText.h"
 #include "words.h"
 
 namespace tarvonel
