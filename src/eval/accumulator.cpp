@@ -92,20 +92,17 @@ void computeFromScratch(const pos &position, colour view, std::int16_t *accumula
     applyMany(netWeights.featureBias, accumulator, removed, added);
 }
 
-void resetEntry(accumulatorCacheEntry &entry)
-{
-    std::copy(std::begin(netWeights.featureBias), std::end(netWeights.featureBias), entry.accumulator);
-    std::fill(std::begin(entry.pieces), std::end(entry.pieces), 0);
-    entry.generation = netWeights.generation;
-}
-
 /// Updates the cache entry of this king square by the pieces that differ, and copies it.
 void computeFromCache(const pos &position, colour view, std::int16_t *accumulator)
 {
     const int king = kingSquare(position, view);
     accumulatorCacheEntry &entry = position.accumulatorCache[view * squareCount + king];
     if (entry.generation != netWeights.generation)
-        resetEntry(entry);
+    {
+        std::ranges::copy(netWeights.featureBias, entry.accumulator);
+        std::ranges::fill(entry.pieces, bitboard{0});
+        entry.generation = netWeights.generation;
+    }
     rowList removed;
     rowList added;
     for (int piece = firstPieceCode; piece < pieceCodeCount; ++piece)
@@ -118,15 +115,7 @@ void computeFromCache(const pos &position, colour view, std::int16_t *accumulato
         entry.pieces[piece] = now;
     }
     applyRows(entry.accumulator, entry.accumulator, removed, added);
-    std::copy(std::begin(entry.accumulator), std::end(entry.accumulator), accumulator);
-}
-
-void refresh(pos &position, colour view, std::int16_t *accumulator)
-{
-    if (position.accumulatorCache != nullptr)
-        computeFromCache(position, view, accumulator);
-    else
-        computeFromScratch(position, view, accumulator);
+    std::ranges::copy(entry.accumulator, accumulator);
 }
 
 struct baseSearch
@@ -188,10 +177,12 @@ void updateAccumulators(pos &position, int ply)
     const baseSearch start = findBase(position, ply);
     for (const colour view : {white, black})
     {
-        if (start.base < 0 || start.kingMoved[view])
-            refresh(position, view, block.accumulator[view]);
-        else
+        if (start.base >= 0 && !start.kingMoved[view])
             computeFromBase(position, start.base, ply, view);
+        else if (position.accumulatorCache != nullptr)
+            computeFromCache(position, view, block.accumulator[view]);
+        else
+            computeFromScratch(position, view, block.accumulator[view]);
     }
     block.computed = true;
 }

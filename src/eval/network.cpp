@@ -1,8 +1,5 @@
 #include "eval/network.h"
 
-#include <algorithm>
-
-#include "eval/networkFile.h"
 #include "eval/simd.h"
 
 namespace tarvonel
@@ -20,7 +17,7 @@ constexpr int chunkStride = hiddenOutputs * simd::chunkInputs; ///< weights of o
 constexpr int maskBits = 64;
 constexpr int inputMasks = networkInputs / simd::chunkInputs / maskBits;
 
-/// The first layer's activations, and a bit for each nonzero chunk of them.
+/// The activations of the first layer, and a bit for each nonzero chunk.
 struct firstLayer
 {
     alignas(64) activation input[networkInputs];
@@ -46,7 +43,7 @@ void loadBiases(vector32 *sums, const std::int32_t *biases)
         sums[v] = simd::load32(biases + v * simd::lanes32);
 }
 
-/// Adds the products of one chunk of inputs to all 32 sums.
+/// Adds the products of a chunk of inputs to all 32 sums.
 inline void addChunk(vector32 *sums, const activation *input, const chunkWeight *weights, std::size_t chunk)
 {
     const vector32 inputs = simd::broadcastChunk(input + chunk * simd::chunkInputs);
@@ -55,7 +52,7 @@ inline void addChunk(vector32 *sums, const activation *input, const chunkWeight 
         sums[v] = simd::multiplyAddChunk(sums[v], inputs, column + v * simd::lanes32 * simd::chunkInputs);
 }
 
-/// Adds those of two chunks.
+/// The same for two chunks.
 inline void addTwoChunks(vector32 *sums, const activation *input, const chunkWeight *weights, std::size_t chunkA,
                          std::size_t chunkB)
 {
@@ -72,7 +69,7 @@ inline void addTwoChunks(vector32 *sums, const activation *input, const chunkWei
 
 std::size_t popChunk(std::uint64_t &nonzero) { return static_cast<std::size_t>(popLowest(nonzero)); }
 
-/// Most of the first layer is usually zero, so only the nonzero chunks are multiplied.
+/// Multiplies only the nonzero chunks; usually most are zero.
 template <bool TwoChunks> void firstHiddenLayer(const firstLayer &layer, activation *output)
 {
     vector32 sums[sumVectors];

@@ -2,9 +2,9 @@
 // best of simdAvx512.h, simdAvx2.h, simdSsse3.h, simdSse2.h, simdNeon.h and simdPlain.h for its target.
 // All of them give the same results.
 //
-// An `activation` is a layer's output, 0 to 127. The next layer reads activations in chunks of 32 bits
-// (4 bytes or 2 words), multiplies a chunk by the weights of several outputs for the same inputs, and
-// sums within the chunk. Each header defines:
+// An `activation` is an output of a layer, 0 to 127. The next layer reads activations in chunks of 32 bits
+// (4 bytes or 2 words), multiplies a chunk by the weights of several outputs and sums the products within
+// the chunk. Each header defines:
 //
 //   buildName          the instruction set, as printed after the program's name
 //   load16, store16, add16, subtract16
@@ -18,11 +18,14 @@
 //   dotProduct         of a hidden layer's 32 activations and one output's weights
 //   clipBlock          clamps clipBlockLanes accumulator lanes to activations; returns one bit per
 //                      chunk, lowest first, set if the chunk is nonzero
-//   clippedLane        the accumulator lane that `clipBlock` puts at an index of its output
+//   clippedLane        the accumulator lane that `clipBlock` writes to an index of its output
 //   activateSums       shifts and clamps a layer's 32 sums, in order
 //
 // Loads and stores are aligned to the vector size. Sums wrap.
 #pragma once
+
+#include <cstdint>
+#include <cstring>
 
 namespace tarvonel::simd
 {
@@ -30,6 +33,14 @@ namespace tarvonel::simd
 inline constexpr int activationMax = 127;
 inline constexpr int hiddenShift = 6;      ///< log2 of the scale of the hidden layers' weights
 inline constexpr int hiddenLayerSize = 32; ///< outputs of a hidden layer
+
+/// A chunk of activations as a number.
+inline std::int32_t chunkBits(const void *chunk)
+{
+    std::int32_t bits;
+    std::memcpy(&bits, chunk, sizeof bits);
+    return bits;
+}
 
 } // namespace tarvonel::simd
 

@@ -5,7 +5,6 @@
 #include <immintrin.h>
 
 #include <cstdint>
-#include <cstring>
 
 namespace tarvonel::simd
 {
@@ -29,12 +28,7 @@ inline vector32 load32(const std::int32_t *lanes)
 {
     return _mm256_load_si256(reinterpret_cast<const __m256i *>(lanes));
 }
-inline vector32 broadcastChunk(const activation *chunk)
-{
-    std::int32_t bits;
-    std::memcpy(&bits, chunk, sizeof bits);
-    return _mm256_set1_epi32(bits);
-}
+inline vector32 broadcastChunk(const activation *chunk) { return _mm256_set1_epi32(chunkBits(chunk)); }
 // The sum of two products of 127 and a signed byte fits in 16 bits, so nothing saturates.
 inline vector32 multiplyAddChunk(vector32 sums, vector32 inputs, const chunkWeight *weights)
 {

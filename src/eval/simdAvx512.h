@@ -5,7 +5,6 @@
 #include <immintrin.h>
 
 #include <cstdint>
-#include <cstring>
 
 namespace tarvonel::simd
 {
@@ -23,12 +22,7 @@ inline vector16 add16(vector16 a, vector16 b) { return _mm512_add_epi16(a, b); }
 inline vector16 subtract16(vector16 a, vector16 b) { return _mm512_sub_epi16(a, b); }
 
 inline vector32 load32(const std::int32_t *lanes) { return _mm512_load_si512(lanes); }
-inline vector32 broadcastChunk(const activation *chunk)
-{
-    std::int32_t bits;
-    std::memcpy(&bits, chunk, sizeof bits);
-    return _mm512_set1_epi32(bits);
-}
+inline vector32 broadcastChunk(const activation *chunk) { return _mm512_set1_epi32(chunkBits(chunk)); }
 inline vector32 multiplyAddChunk(vector32 sums, vector32 inputs, const chunkWeight *weights)
 {
     return _mm512_dpbusd_epi32(sums, inputs, _mm512_load_si512(weights));

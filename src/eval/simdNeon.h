@@ -5,7 +5,6 @@
 #include <arm_neon.h>
 
 #include <cstdint>
-#include <cstring>
 
 namespace tarvonel::simd
 {
@@ -23,12 +22,7 @@ inline vector16 add16(vector16 a, vector16 b) { return vaddq_s16(a, b); }
 inline vector16 subtract16(vector16 a, vector16 b) { return vsubq_s16(a, b); }
 
 inline vector32 load32(const std::int32_t *lanes) { return vld1q_s32(lanes); }
-inline vector32 broadcastChunk(const activation *chunk)
-{
-    std::int32_t bits;
-    std::memcpy(&bits, chunk, sizeof bits);
-    return vdupq_n_s32(bits);
-}
+inline vector32 broadcastChunk(const activation *chunk) { return vdupq_n_s32(chunkBits(chunk)); }
 /// The sums of neighbouring products: two products of 127 and a signed byte fit in 16 bits.
 inline int16x8_t pairProducts(vector32 inputs, const chunkWeight *weights)
 {

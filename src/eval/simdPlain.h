@@ -35,8 +35,7 @@ inline vector16 subtract16(vector16 a, vector16 b) { return (vector16)((wrapping
 inline vector32 load32(const std::int32_t *lanes) { return loadVector<vector32>(lanes); }
 inline vector32 broadcastChunk(const activation *chunk)
 {
-    std::int32_t bits;
-    std::memcpy(&bits, chunk, sizeof bits);
+    const std::int32_t bits = chunkBits(chunk);
     return vector32{bits, bits, bits, bits};
 }
 // A product of 127 and a signed byte fits in 16 bits; the products of a pair are added in 32.

@@ -5,7 +5,6 @@
 #include <emmintrin.h>
 
 #include <cstdint>
-#include <cstring>
 
 namespace tarvonel::simd
 {
@@ -25,9 +24,7 @@ inline vector16 subtract16(vector16 a, vector16 b) { return _mm_sub_epi16(a, b);
 inline vector32 load32(const std::int32_t *lanes) { return _mm_load_si128(reinterpret_cast<const __m128i *>(lanes)); }
 inline vector32 broadcastChunk(const activation *chunk)
 {
-    std::int32_t bits;
-    std::memcpy(&bits, chunk, sizeof bits);
-    return _mm_shuffle_epi32(_mm_cvtsi32_si128(bits), 0);
+    return _mm_shuffle_epi32(_mm_cvtsi32_si128(chunkBits(chunk)), 0);
 }
 inline vector32 multiplyAddChunk(vector32 sums, vector32 inputs, const chunkWeight *weights)
 {

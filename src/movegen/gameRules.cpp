@@ -67,22 +67,9 @@ moveCode findMove(const posWithMoves &board, const std::vector<moveCode> &moves,
 
 const char *endText(gameEnd end)
 {
-    switch (end)
-    {
-    case gameEnd::checkmate:
-        return "checkmate";
-    case gameEnd::stalemate:
-        return "stalemate";
-    case gameEnd::repetition:
-        return "threefold repetition";
-    case gameEnd::fiftyMoves:
-        return "fifty moves";
-    case gameEnd::material:
-        return "insufficient material";
-    case gameEnd::none:
-        break;
-    }
-    return "unfinished";
+    constexpr const char *texts[] = {"unfinished",           "checkmate",   "stalemate",
+                                     "threefold repetition", "fifty moves", "insufficient material"}; // by gameEnd
+    return texts[static_cast<int>(end)];
 }
 
 } // namespace tarvonel

@@ -1,4 +1,4 @@
-// The legal moves of a game's position, which is always at ply 0, and when the rules end the game.
+// Legal moves and the end of a game. The current position of a game is at ply 0.
 #pragma once
 
 #include <string>
@@ -16,16 +16,16 @@ enum class gameEnd
     stalemate,
     repetition, ///< the position occurs for the third time
     fiftyMoves,
-    material, ///< neither side could mate by any sequence of moves
+    material, ///< neither side can mate by any sequence of moves
 };
 
 /// All legal moves, in no particular order. Also updates `inCheck` of ply 0.
 std::vector<moveCode> legalMoves(posWithMoves &board);
 
-/// Why the game is over, given its legal moves.
+/// Why the game is over, if it is. `moves` are the legal moves.
 gameEnd endOfGame(const posWithMoves &board, const std::vector<moveCode> &moves);
 
-/// The legal move with this text in the protocol's notation, or 0.
+/// The legal move with this UCI text, or `noMove`.
 moveCode findMove(const posWithMoves &board, const std::vector<moveCode> &moves, const std::string &text);
 
 /// The name of an end in game records.

@@ -67,25 +67,14 @@ std::int64_t readableFileSize(const std::string &path)
 mappingResult mapFile(const std::string &path, fileMapping &mapping, unsigned long *error)
 {
     mapping = {};
-    unsigned long number = 0;
-    mappingResult result = mappingResult::mapped;
-
     const HANDLE file = openForReading(path);
-    if (file == INVALID_HANDLE_VALUE)
-    {
-        number = GetLastError();
-        result = mappingResult::notFound;
-    }
-    else
-    {
-        number = mapOpenFile(file, mapping);
+    const bool isOpen = file != INVALID_HANDLE_VALUE;
+    const unsigned long number = isOpen ? mapOpenFile(file, mapping) : GetLastError();
+    if (isOpen)
         CloseHandle(file); // the mapping keeps the file open
-        if (number != 0)
-            result = mappingResult::failed;
-    }
-    if (error != nullptr && result != mappingResult::mapped)
+    if (error != nullptr && number != 0)
         *error = number;
-    return result;
+    return !isOpen ? mappingResult::notFound : number != 0 ? mappingResult::failed : mappingResult::mapped;
 }
 
 unsigned long unmapFile(fileMapping &mapping)

@@ -4,7 +4,6 @@
 #include <atomic>
 #include <fstream>
 #include <limits>
-#include <sstream>
 
 #include <sys/mman.h>
 #include <unistd.h>
@@ -103,12 +102,6 @@ std::uint64_t bytesStillUntouched()
     return blocks - std::min(blocks, touched);
 }
 
-void *mapZeroed(std::size_t bytes)
-{
-    void *const block = mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-    return block == MAP_FAILED ? nullptr : block;
-}
-
 } // namespace
 
 std::uint64_t availableMemory(const std::string &tree)
@@ -131,10 +124,11 @@ void *allocateLarge(std::size_t bytes)
         return nullptr;
 
     const std::size_t length = wholeHugePages(bytes);
-    auto *const mapped = static_cast<std::byte *>(mapZeroed(length + hugePage));
-    if (mapped == nullptr)
+    void *const mapping = mmap(nullptr, length + hugePage, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (mapping == MAP_FAILED)
         return nullptr;
 
+    auto *const mapped = static_cast<std::byte *>(mapping);
     const std::size_t address = reinterpret_cast<std::uintptr_t>(mapped);
     const std::size_t before = wholeHugePages(address) - address;
     const std::size_t after = hugePage - before;

@@ -1,7 +1,6 @@
 #include "platform/threadPlacement.h"
 
 #include <cstddef>
-#include <cstring>
 #include <memory>
 
 #ifndef NOMINMAX

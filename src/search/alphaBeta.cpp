@@ -1,6 +1,5 @@
-// The main search: principal variation search with a transposition table. `alphaBeta` at the end of the
-// file does all that comes before the moves, `searchMoves` the move loop; their steps are numbered in
-// order. The margins and depth limits are here at the top.
+// The main search: principal variation search with a transposition table. `alphaBeta`, at the end of the
+// file, does everything before the moves, `searchMoves` the move loop. Their steps are numbered.
 
 #include "search/search.h"
 
@@ -73,7 +72,8 @@ constexpr int singularMaxOthers = 5;
 
 bool isPvWindow(int alpha, int beta) { return beta > alpha + 1; }
 
-/// Searches a child to `depth` plies, by quiescence if that is not positive. The score is the parent's.
+/// Searches a child to `depth` plies, or by quiescence if that is not positive. Returns the score from the
+/// parent's view.
 int searchChild(int ply, int depth, int alpha, int beta, pos &position)
 {
     if (depth <= 0)
@@ -81,7 +81,7 @@ int searchChild(int ply, int depth, int alpha, int beta, pos &position)
     return -alphaBeta(ply + 1, depth, -beta, -alpha, position);
 }
 
-/// Checks clock and node limit from time to time. True if the search is over.
+/// Checks clock and node limit every `pollInterval` nodes. True if the search must stop.
 bool pollLimits(pos &position)
 {
     if (--position.pollCountdown >= 0)
@@ -98,7 +98,7 @@ bool pollLimits(pos &position)
 /// A mate that needs a null move is unproved.
 int capNullMoveScore(int score, int beta) { return score > mateThreshold ? beta : score; }
 
-/// Records the check state and the move played after a make, and prefetches the TT cluster.
+/// After a make: records the check state and the move played, and prefetches the TT cluster.
 void recordMove(int ply, pos &position, moveCode move)
 {
     prefetchNode(position);
@@ -129,14 +129,14 @@ std::optional<int> tryNullMove(int ply, int depth, int beta, int nodeEval, pos &
     return std::nullopt;
 }
 
-/// Searches captures that may beat beta by a margin: first by quiescence, then at low depth. Returns
-/// the score of a cutoff.
+/// Searches captures that may beat beta by a margin, first by quiescence, then at low depth. Returns the
+/// score of a cutoff.
 std::optional<int> tryProbCut(int ply, int depth, int beta, int rawEval, pos &position)
 {
     posinfo &node = position.info[ply];
     const int raisedBeta = beta + probCutMargin;
-    // SEE works in 16 bits and this difference wraps: with beta near a mate score and a very low
-    // evaluation some moves pass that cannot gain enough. This is intended.
+    // SEE thresholds have 16 bits and this difference wraps: with beta near a mate score and a very low
+    // evaluation, some moves pass that cannot gain enough. This is intended.
     const auto gainNeeded = static_cast<std::int16_t>(std::max(raisedBeta - rawEval, 0));
     prepareProbCut(ply, position);
 
@@ -178,7 +178,7 @@ bool hasBadHistory(const pos &position, const continuationRows &rows, moveCode m
 }
 
 /// Singular search: whether a move other than the hash move reaches `bound` at half depth. Stops at the
-/// first one that does, or after enough failures. Leaves the ply's record unchanged.
+/// first one that does, or after a number of failures. Restores the record of the ply.
 bool anotherMoveReaches(int ply, int depth, int bound, pos &position)
 {
     posinfo &node = position.info[ply];
@@ -234,7 +234,7 @@ int searchLateMove(int ply, int newDepth, int reduction, int alpha, int beta, po
     return score;
 }
 
-/// A new best move at the root counts at once, even if the iteration is not finished.
+/// A new best move at the root counts even if the iteration is not finished.
 void recordRootMove(pos &position, int depth)
 {
     ++position.rootChanges;
@@ -242,7 +242,7 @@ void recordRootMove(pos &position, int depth)
     position.rootDepthDone = 0;
 }
 
-/// Beta cutoff: stores it, and updates the histories if the move is quiet and no check evasion.
+/// Beta cutoff: stores it, and updates the histories if the move is quiet and not a check evasion.
 int finishCutoff(int ply, pos &position, int depth, moveCode bestMove, int score)
 {
     ttStore(position.key, bestMove, score, depth, boundLower, ply);
@@ -323,9 +323,9 @@ int searchMoves(int ply, int alpha, int beta, const nodeContext &context, pos &p
             ++counts.quiets;
         int newDepth = depth - 1;
 
-        // 14. Singular extension: extend the hash move if all others fail low against a bound somewhat
-        // below its TT value. If another move reaches a bound that is at least beta, several moves
-        // cause a cutoff, and so does this node (multi-cut).
+        // 14. Singular extension: extend the hash move if all others fail low against a bound slightly below
+        // its TT value. If another move reaches a bound of at least beta, several moves would cause a
+        // cutoff, so cut off at once (multi-cut).
         if (isSingularCandidate(ply, node, context, counts))
         {
             const int singularBound = context.ttValue - 5 * depth / 4;
@@ -347,8 +347,8 @@ int searchMoves(int ply, int alpha, int beta, const nodeContext &context, pos &p
         if (newDepth == depth && child.captured == emptySquare)
             ++counts.extendedQuiets;
 
-        // 16. Principal variation search with late move reductions: later moves only have to be shown
-        // not to beat alpha, first at reduced depth.
+        // 16. Principal variation search with late move reductions: later moves only need a proof, first at
+        // reduced depth, that they do not beat alpha.
         int score = 0;
         if (counts.searched == 1)
             score = searchChild(ply, newDepth, alpha, beta, position);
@@ -382,7 +382,7 @@ int searchMoves(int ply, int alpha, int beta, const nodeContext &context, pos &p
 int alphaBeta(int ply, int depth, int alpha, int beta, pos &position)
 {
     if (ply < 0)
-        __builtin_unreachable(); // so that a call inlined into its parent drops the tests for the root
+        __builtin_unreachable(); // lets calls inlined into their parent drop the tests for the root
 
     // 1. Limits: the value of a stopped search is not used.
     posinfo &node = position.info[ply];
@@ -399,8 +399,8 @@ int alphaBeta(int ply, int depth, int alpha, int beta, pos &position)
     position.info[ply + 1].noNullMove = node.noNullMove;
     node.hashMove = noMove;
 
-    // 3. Static evaluation, except in check. It comes before the TT probe because the cluster, which
-    // was prefetched when the move was made, arrives meanwhile.
+    // 3. Static evaluation, except in check. It comes before the TT probe to hide the latency of the TT
+    // cluster, which was prefetched when the move was made.
     const int rawEval = node.inCheck != 0 ? noScore : evaluate(ply, position);
 
     // 4. Transposition table: an entry of sufficient depth whose bound decides a null window is as good
@@ -415,8 +415,8 @@ int alphaBeta(int ply, int depth, int alpha, int beta, pos &position)
         node.hashMove = ply == 0 ? node.pvMove : entry.move();
     }
 
-    // 5. Tablebases, right after a capture or pawn move: their value is exact, or a bound where only the
-    // distance to mate is unknown.
+    // 5. Tablebases, right after a capture or pawn move: a draw is exact; a win or loss is a bound, because
+    // the distance to mate is unknown.
     if (ply > 0 && isTbNode(ply, depth, position))
         if (const std::optional<int> score = probeForCutoff(ply, depth, alpha, beta, position))
             return *score;
@@ -460,8 +460,8 @@ int alphaBeta(int ply, int depth, int alpha, int beta, pos &position)
                 return *score;
     }
 
-    // 10. Internal iterative reduction: a PV node without a hash move is new to the search, and cheaper to
-    // order well at lower depth first.
+    // 10. Internal iterative reduction: without a hash move the move ordering is poor, so a PV node is first
+    // searched at lower depth.
     if (node.hashMove == noMove && depth >= internalReductionMinDepth && isPv)
         context.depth -= internalReduction;
 

@@ -1,5 +1,7 @@
 #include "search/history.h"
 
+#include <algorithm>
+
 #include "search/movePicker.h"
 
 namespace tarvonel

@@ -1,11 +1,11 @@
 // Statistics about quiet moves: killers, counter moves, the quiet history, and two continuation
 // histories, indexed by the previous move and by the move two plies back.
 //
-// The update rule keeps all history values within about -8192 to 8192. Quiet history and counter moves
-// last for one search; the continuation histories belong to the worker and last until `ucinewgame`.
+// The updates keep history values within about -8192 to 8192 ("history gravity"). Quiet history and
+// counter moves last for one search; the continuation histories belong to the worker and last until
+// `ucinewgame`.
 #pragma once
 
-#include <algorithm>
 #include <cstdint>
 
 #include "board/pos.h"

@@ -19,7 +19,7 @@ constexpr int specialMoveSlots = 3; // for two killers and a counter move after 
 constexpr int pawnCaptureScore = 250;
 constexpr int losingEvasionMalus = 100;
 
-// One thread in four does not sort the captures at the root, so that the threads search different trees.
+// Every fourth thread does not sort the captures at the root, so that threads search different trees.
 constexpr int threadVariety = 4;
 constexpr int unsortedVariety = 3;
 
@@ -29,8 +29,7 @@ bool isPlayableHashMove(int ply, pos &position)
     return isMoveValid(position, ply, move) && leavesKingSafe(position, ply, move);
 }
 
-/// Orders evasions with negative SEE last. Pawn captures of the checking piece and king moves need no
-/// SEE.
+/// Moves evasions with negative SEE to the end. Pawn captures of the checker and king moves need no SEE.
 void demoteLosingEvasions(posinfo &node, const pos &position)
 {
     for (moveCode *move = node.listStart; move < node.listEnd; ++move)
@@ -112,15 +111,15 @@ moveCode nextBadCapture(posinfo &node)
     return noMove;
 }
 
-/// Whether the move was due in an earlier stage, playable or not.
+/// Whether the move belongs to an earlier stage.
 bool isSpecialMove(const posinfo &node, moveCode move)
 {
     return sameMove(move, node.hashMove) || sameMove(move, node.killers[0]) || sameMove(move, node.killers[1]) ||
            sameMove(move, node.nodeCounterMove);
 }
 
-/// Generates the quiet moves except those of earlier stages. The extra byte of each becomes its piece,
-/// so that scoring does not read the board.
+/// Generates the quiet moves except those of earlier stages. Sets their extra bytes to the moving piece, so
+/// that scoring does not read the board.
 void generateRemainingQuiets(int ply, pos &position)
 {
     posinfo &node = position.info[ply];
@@ -143,7 +142,7 @@ void generateRemainingQuiets(int ply, pos &position)
 /// Scores the quiet moves from the cursor on by the sum of their histories.
 void scoreQuiets(int ply, pos &position, std::int32_t *score)
 {
-    // A row of zeros for a missing one saves two branches in the loop.
+    // A row of zeros in place of a missing one saves two branches in the loop.
     static constexpr std::int16_t zeroRow[historyRows] = {};
     const continuationRows rows = continuationOf(ply, position);
     const std::int16_t *const one = rows.one != nullptr ? rows.one : zeroRow;
@@ -158,7 +157,7 @@ void scoreQuiets(int ply, pos &position, std::int32_t *score)
     node.quietsScoredAt = position.historyUpdates;
 }
 
-/// The first of equals. (std::max_element dereferences in each step, which costs 3 % of the search.)
+/// The first of equals. std::max_element loads the maximum in each step, which costs 3 % of the search.
 std::ptrdiff_t indexOfHighest(const std::int32_t *scores, std::ptrdiff_t count)
 {
     std::ptrdiff_t best = 0;
@@ -190,7 +189,7 @@ moveCode nextQuiet(int ply, pos &position, bool skipQuiets)
     return *node.listCursor;
 }
 
-/// Generates the captures at the cursor, or in check all evasions. Returns whether they are evasions.
+/// Generates the captures, or in check all evasions, at the cursor. Returns whether they are evasions.
 bool startCaptures(int ply, pos &position)
 {
     posinfo &node = position.info[ply];

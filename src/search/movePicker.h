@@ -1,8 +1,8 @@
-// Move ordering: the staged move picker of the main search. It produces one move at a time, so that an
-// early cutoff saves the generation and scoring of the rest.
+// Move ordering: the staged move picker of the main search. It generates and scores moves as late as
+// possible, so that an early cutoff saves the rest.
 //
-// The list of a ply is in the move stack: captures from listStart to captureEnd, then killers and
-// counter move as they are tried, then quiet moves from quietStart on.
+// The list of a ply in the move stack: captures from listStart to captureEnd, then killers and counter
+// move as they are tried, then quiet moves from quietStart on.
 #pragma once
 
 #include <utility>
@@ -13,8 +13,8 @@
 namespace tarvonel
 {
 
-/// The `stage` of a ply says what the next call does; while a move is being searched it also says where
-/// the move came from.
+/// The `stage` of a ply determines what the next call does. While a move is being searched it also shows
+/// where the move came from.
 enum pickerStage : std::uint8_t
 {
     stageHashMove = 0,
@@ -36,19 +36,19 @@ void prepareMovePicker(int ply, pos &position);
 /// The next move to try, or `noMove`. With `skipQuiets`, quiet moves are no longer sorted.
 moveCode nextMove(int ply, pos &position, bool skipQuiets);
 
-/// Empties the list of the ply, so that the picker starts over at its present stage.
+/// Empties the list of the ply. The picker starts over at its current stage.
 void restartMoveList(int ply, pos &position);
 
 /// `prepareMovePicker` for ProbCut, where the hash move is an element of the list.
 void prepareProbCut(int ply, pos &position);
 
-/// Tests the move in `slot` for ProbCut. True if it gains at least `threshold`, is legal and has been
-/// made; false if the slot is skipped. Generates the captures when their stage is reached.
+/// Tests the move in `slot` for ProbCut. Makes it and returns true if it is legal and gains at least
+/// `threshold`. Generates the captures when their stage is reached.
 bool nextProbCutMove(int ply, moveCode *slot, pos &position, std::int16_t threshold);
 
-/// Selection sort, one step: swaps the move with the highest score to the front of a nonempty list, the
-/// first of equals. A later move is chosen only if `isAllowed` accepts it; the one at the front is not
-/// tested. Returns whether another move came to the front.
+/// A step of selection sort: swaps the move with the highest score, the first of equals, to the front of a
+/// nonempty list. Ignores later moves that `isAllowed` rejects; does not test the move at the front.
+/// Returns whether another move came to the front.
 template <typename scoring, typename filter>
 bool swapBestToFront(moveCode *front, const moveCode *end, scoring scoreOf, filter isAllowed)
 {

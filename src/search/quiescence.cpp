@@ -29,12 +29,12 @@ enum class captureOrder
     recaptures, ///< best first, without SEE
 };
 
-/// Swaps the next move to try to the cursor. False if that one must be skipped.
+/// Swaps the next move to the cursor. False if it must be skipped.
 bool pickNext(captureOrder order, int ply, moveCode *cursor, const moveCode *end, pos &position)
 {
     if (order == captureOrder::captures)
     {
-        // A move that was swapped to the front has passed SEE; one that was there already has not.
+        // A move that was swapped to the front has passed SEE, one that was there before has not.
         const auto losesNothing = [&position](moveCode move) { return seeAtLeast(move, 0, position); };
         if (!swapBestToFront(cursor, end, moveExtra, losesNothing) && !losesNothing(*cursor))
             return false;
@@ -68,8 +68,8 @@ int quiescence(int ply, int qDepth, int alpha, int beta, pos &position)
     if (const std::optional<int> score = decideAtEntry(ply, nodes, alpha, beta, position))
         return *score;
 
-    // 2. Static evaluation, where the side to move may stand pat. It comes before the TT probe because
-    // the prefetched cluster arrives meanwhile.
+    // 2. Static evaluation if the side to move may stand pat. It comes before the TT probe to hide the latency
+    // of the prefetched cluster.
     posinfo &node = position.info[ply];
     const bool mayStandPat = node.inCheck == 0 || qDepth < minEvasionDepth;
     const int evaluation = mayStandPat ? evaluate(ply, position) : noScore;
@@ -80,7 +80,7 @@ int quiescence(int ply, int qDepth, int alpha, int beta, pos &position)
     if (ttCutsOff(entry, ttValue, alpha, beta))
         return ttValue;
 
-    // 4. Stand pat: the side to move need not capture, so the evaluation is a lower bound of the score.
+    // 4. Stand pat: the side to move does not have to capture, so the evaluation is a lower bound.
     int bestScore = ply - scoreMate;
     if (mayStandPat)
     {
@@ -91,8 +91,8 @@ int quiescence(int ply, int qDepth, int alpha, int beta, pos &position)
         alpha = std::max(alpha, bestScore);
     }
 
-    // 5. Captures with nonnegative SEE, deep in the tree recaptures only, in check all evasions; searched
-    // as a principal variation search.
+    // 5. Principal variation search of captures with nonnegative SEE, deep in the tree only of recaptures, in
+    // check of all evasions.
     const captureOrder order = generateFor(ply, qDepth, position);
     posinfo &child = position.info[ply + 1];
     const colour mover = position.sideToMove;

@@ -11,7 +11,7 @@
 namespace tarvonel
 {
 
-/// What is known about a node before its first move.
+/// Properties of a node, known before its first move.
 struct nodeContext
 {
     int depth; ///< after the internal iterative reduction
@@ -58,7 +58,7 @@ inline constexpr auto reductionTable = []
 bool isExtended(int ply, const pos &position, const nodeContext &context, const moveCounts &counts, moveCode move,
                 bool isCheck);
 
-/// Plies by which a move that has been made, and is not the first, is reduced; -1 extends it.
+/// The reduction, in plies, of a move that has been made and is not the first; -1 is an extension.
 int reductionOf(int ply, const pos &position, const nodeContext &context, const moveCounts &counts, moveCode move,
                 bool isPv);
 

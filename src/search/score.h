@@ -1,8 +1,6 @@
 // Scores: signed 16-bit centipawns from the side to move's view.
 #pragma once
 
-#include <cstdint>
-
 #include "board/pos.h"
 
 namespace tarvonel

@@ -1,7 +1,7 @@
 // The limits of the current search: depth, nodes and time. All times are in milliseconds.
 //
-// Threads: set while no search runs, by the UCI loop at each `go` or by `runSearch`. The search threads
-// only read them, except `elapsedMs`, which each of them writes.
+// Threads: set while no search runs, by the UCI loop at each `go` or by `runSearch`. Search threads only
+// read them, except `elapsedMs`, which all of them write.
 #pragma once
 
 #include <algorithm>
@@ -22,7 +22,7 @@ inline constexpr int unlimitedTime = std::numeric_limits<int>::max();
 
 struct searchLimitValues
 {
-    std::uint64_t nodes = 0;              ///< of `go nodes`; has no effect
+    std::uint64_t nodes = 0;              ///< of `go nodes`; has an effect only with `nodeLimitHolds`
     relaxed<std::uint64_t> elapsedMs = 0; ///< since `startTimeMs`, as last measured by a search thread
     std::int64_t startTimeMs = 0;
     float timeScale = 1.0F;        ///< factor on the elapsed time compared with `optimalTime`
@@ -37,8 +37,8 @@ struct searchLimitValues
     int optimalTime = unlimitedTime; ///< soft limit, checked after each iteration
     int maximumTime = unlimitedTime; ///< hard limit, checked inside the tree
     int pollInterval = defaultPollInterval;
-    std::uint64_t softNodes = 0; ///< no iteration starts beyond it; 0 for no limit, as with every `go`
-    std::uint64_t hardNodes = 0; ///< nodes of one thread that end the search; 0 likewise
+    std::uint64_t softNodes = 0; ///< no iteration starts beyond this number; 0 for no limit
+    std::uint64_t hardNodes = 0; ///< nodes of one thread that end the search; 0 for no limit
     bool infinite = false;
     bool movesToGoGiven = false;
     bool newGame = true; ///< the next allotment computes `incrementFactor`
@@ -46,8 +46,8 @@ struct searchLimitValues
 
 inline searchLimitValues searchLimits;
 
-/// The time factor after an iteration with `changes` changes of the best move or repeated fails: an
-/// unstable iteration extends the time for the move, stable ones shorten it.
+/// The time factor after an iteration with `changes` best move changes or repeated fails. Instability
+/// extends the time for the move, stability shortens it.
 inline double nextTimeFactor(double factor, int changes)
 {
     constexpr double stableFactor = 0.9;      // per stable iteration

@@ -23,9 +23,9 @@ bitboard attackersOf(const pos &position, int square, bitboard occupied)
            (pawnAttackers[white][square] & sets[whitePawn]) | (pawnAttackers[black][square] & sets[blackPawn]);
 }
 
-/// Plays out the exchange on one square, least valuable attacker first; `side` is to capture. `balance`
-/// is the material of the other side relative to the threshold, with its piece on the square already
-/// counted as lost. Returns whether that side reaches the threshold.
+/// Plays out the exchange on a square, least valuable attacker first; `side` is to capture. `balance` is
+/// the material of the other side relative to the threshold, its piece on the square counted as lost.
+/// Returns whether that side reaches the threshold.
 bool playOut(const pos &position, int square, bitboard occupied, colour side, seeBalance balance)
 {
     bitboard attackers = attackersOf(position, square, occupied) & occupied;

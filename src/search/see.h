@@ -10,8 +10,8 @@ namespace tarvonel
 /// capturing with its least valuable attacker. For a move not yet made.
 bool seeAtLeast(moveCode move, std::int16_t threshold, const pos &position);
 
-/// Whether the move just made, which captured `captured` (0 for nothing), does not lose the exchange.
-/// The move must not be one that `isIgnoredBySee`.
+/// Whether the move just made, which captured `captured` (0 for nothing), does not lose the exchange. Not
+/// for moves that SEE does not handle (`isIgnoredBySee`).
 bool seeNotNegativeAfter(moveCode move, int captured, const pos &position);
 
 /// En passant and castling are not handled by SEE: they count as 0.

@@ -34,8 +34,8 @@ tbPosition toTbPosition(const pos &position, int ply, int rule50)
     return table;
 }
 
-/// The outcome of a root distance with the fifty-move count. Distances from files that contradict each
-/// other can be as large as the largest int, so nothing is added to them.
+/// The outcome for a distance and a fifty-move count. Distances from inconsistent files can be INT_MAX, so
+/// nothing is added to them.
 tbOutcome classify(int dtz, int rule50)
 {
     const int pliesLeft = fiftyMoveHorizon - rule50;
@@ -128,7 +128,7 @@ moveCode probeAtRoot(pos &position)
     if (!isMoveValid(position, 0, move) || !leavesKingSafe(position, 0, move))
         return noMove;
     position.rootScore = static_cast<std::int16_t>(rootScore(classify(dtz, rule50), dtz));
-    reporter.tableMove(position, position.rootScore, move);
+    reporter.rootTbMove(position, position.rootScore, move);
     return move;
 }
 

@@ -1,5 +1,5 @@
-// Syzygy tablebases in the search: a root in the tablebases is answered without a search, and nodes
-// right after a capture or pawn move may be cut off.
+// Syzygy tablebases in the search. A root in the tablebases needs no search; nodes right after a capture
+// or pawn move may be cut off.
 #pragma once
 
 #include <optional>
@@ -22,8 +22,8 @@ enum tbOutcome : int
     tbWin = 4,
 };
 
-/// Whether to probe a node: no castling rights, a fifty-move count of 0, and few enough pieces; with as
-/// many pieces as the largest tablebase has, only from `SyzygyProbeDepth` on.
+/// Whether to probe a node: no castling rights, a fifty-move count of 0 and few enough pieces. With as many
+/// pieces as the largest tablebase only from `SyzygyProbeDepth` on.
 inline bool isTbNode(int ply, int depth, const pos &position)
 {
     const int cardinality = static_cast<int>(tableCardinality.load());

@@ -12,7 +12,6 @@
 // happen between searches only.
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 
 #include "board/bits.h"
@@ -59,17 +58,17 @@ struct ttEntry
     bool isHit() const { return bound() != boundNone; }
 };
 
-/// Replaces the table by an empty one of `megabytes` MiB, rounded up to a power of two. Halves the size
-/// until the memory can be allocated; returns the megabytes allocated. The memory comes zeroed
-/// from the system and takes up no room before it is first written to.
+/// Replaces the table by an empty one of `megabytes` MiB, rounded up to a power of two, and halved until
+/// the memory can be allocated. Returns the megabytes allocated. The system provides zeroed pages, which
+/// become resident when they are first written to.
 std::uint64_t ttResize(int megabytes);
 
-/// Frees the memory; the table is then unusable until `ttResize`.
+/// Frees the memory. The table is unusable until `ttResize`.
 void ttRelease();
 
 /// Empties the table with `engineOptions.threadCount` short-lived threads; at once if it is blank. The
-/// first call after a resize brings all pages into memory: a search that meets them one by one may
-/// pass its time limit between two looks at the clock.
+/// first call after a resize makes all pages resident, so that page faults do not delay a search between
+/// two checks of the clock.
 void ttClear();
 
 /// Starts a new age; called for each search before the workers start.

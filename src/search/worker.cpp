@@ -17,6 +17,56 @@ namespace tarvonel
 
 std::vector<std::unique_ptr<worker>> workerPool;
 
+namespace
+{
+
+/// Appends a worker with its thread. False if there is no memory or no thread.
+bool addWorker()
+{
+    try
+    {
+        workerPool.reserve(workerPool.size() + 1);
+        auto created = std::make_unique<worker>(static_cast<int>(workerPool.size()));
+        if (!created->start())
+            return false;
+        workerPool.push_back(std::move(created));
+        return true;
+    }
+    catch (const std::bad_alloc &)
+    {
+        return false;
+    }
+}
+
+/// A new boss in the memory of the old one.
+void renewBoss()
+{
+    auto *const block = static_cast<boss *>(workerPool.front().release());
+    block->~boss();
+    workerPool.front().reset(::new (block) boss);
+}
+
+/// Deeper results rank higher, finished iterations above unfinished ones of the same depth.
+int rankOfResult(const worker &each)
+{
+    return 2 * each.position.rootDepth + (each.position.rootDepthDone != 0 ? 1 : 0);
+}
+
+void prepareSearch(const pos &root)
+{
+    stopSearch = false;
+    timeIsUp = false;
+    deepestTimed = 0;
+    ttAdvanceAge();
+    for (const auto &each : workerPool)
+    {
+        each->adopt(root);
+        each->position.threadIndex = each->threadIndex;
+    }
+}
+
+} // namespace
+
 void *worker::operator new(std::size_t bytes, std::align_val_t /*alignment*/)
 {
     if (void *block = allocateLarge(bytes); block != nullptr)
@@ -96,37 +146,6 @@ bool worker::isSearching()
 
 boss &theBoss() { return static_cast<boss &>(*workerPool.front()); }
 
-namespace
-{
-
-/// Appends a worker with its thread; false where the system has no memory or no thread left.
-bool addWorker()
-{
-    try
-    {
-        workerPool.reserve(workerPool.size() + 1);
-        auto created = std::make_unique<worker>(static_cast<int>(workerPool.size()));
-        if (!created->start())
-            return false;
-        workerPool.push_back(std::move(created));
-        return true;
-    }
-    catch (const std::bad_alloc &)
-    {
-        return false;
-    }
-}
-
-/// A new boss in the memory of the old one.
-void renewBoss()
-{
-    auto *const block = static_cast<boss *>(workerPool.front().release());
-    block->~boss();
-    workerPool.front().reset(::new (block) boss);
-}
-
-} // namespace
-
 int rebuildWorkerPool(int count)
 {
     if (!workerPool.empty())
@@ -139,7 +158,7 @@ int rebuildWorkerPool(int count)
         workerPool.push_back(std::make_unique<boss>());
     else
         renewBoss();
-    theBoss().start(); // without a thread of its own it searches on the caller's
+    theBoss().start(); // if this fails, it searches on the caller's thread
     while (static_cast<int>(workerPool.size()) < count && addWorker())
     {
     }
@@ -197,17 +216,6 @@ void waitForSearch()
         theBoss().waitForSearchEnd();
 }
 
-namespace
-{
-
-/// Deeper results rank higher, and finished iterations above unfinished ones of the same depth.
-int rankOfResult(const worker &each)
-{
-    return 2 * each.position.rootDepth + (each.position.rootDepthDone != 0 ? 1 : 0);
-}
-
-} // namespace
-
 worker &chooseBestThread()
 {
     worker *best = &theBoss();
@@ -239,7 +247,7 @@ void boss::search()
             each->wake();
     const bool isSearched = searchRoot(*this);
 
-    // An infinite or ponder search must not answer before `stop` or `ponderhit`.
+    // An infinite or ponder search must wait for `stop` or `ponderhit` before it answers.
     timeIsUp = true;
     while (!stopSearch && (pondering || searchLimits.infinite))
         sleepMilliseconds(1);
@@ -275,24 +283,6 @@ void boss::answer(const pos &found)
               .nodes = sumUpSearch().nodes};
     reporter.answer(bestMove, ponderMove, found.sideToMove, position);
 }
-
-namespace
-{
-
-void prepareSearch(const pos &root)
-{
-    stopSearch = false;
-    timeIsUp = false;
-    deepestTimed = 0;
-    ttAdvanceAge();
-    for (const auto &each : workerPool)
-    {
-        each->adopt(root);
-        each->position.threadIndex = each->threadIndex;
-    }
-}
-
-} // namespace
 
 void startSearch(const pos &root)
 {

@@ -69,8 +69,8 @@ bool computeLengths(blockCodec &codec, unsigned symbolCount)
     return true;
 }
 
-/// Computes the lowest code of each length from the first symbols. False if some bit sequence would
-/// decode to a symbol that does not exist.
+/// Computes the lowest code of each length from the first symbols. False if a bit sequence could decode to
+/// a symbol that does not exist.
 bool makeBases(blockCodec &codec, int lengths, unsigned symbolCount)
 {
     for (int i = 1; i < lengths; ++i)
@@ -79,8 +79,7 @@ bool makeBases(blockCodec &codec, int lengths, unsigned symbolCount)
     codec.bases[lengths - 1] = 0;
     for (int i = lengths - 2; i >= 0; --i)
         codec.bases[i] = (codec.bases[i + 1] + codec.firstSymbols[i] - codec.firstSymbols[i + 1]) / 2;
-    // Codes of a longer length end below the base of the next shorter one, so only the shortest
-    // length needs a check.
+    // Codes of a length are below the base of the next shorter one, so only the shortest needs a check.
     const std::uint64_t shortestCodes = std::uint64_t{1} << codec.shortestCode;
     if (codec.bases[0] >= shortestCodes || codec.firstSymbols[0] + shortestCodes - codec.bases[0] > symbolCount)
         return false;
@@ -97,8 +96,7 @@ struct valuePlace
 };
 constexpr valuePlace nowhere = {~std::uint64_t{0}, 0};
 
-/// Walks from the middle of the index's span to the block of the index; `nowhere` if it leaves the
-/// blocks.
+/// Walks from the middle of the span to the block of the index; `nowhere` if it leaves the blocks.
 valuePlace findBlock(const blockCodec &codec, std::uint64_t index)
 {
     const auto lengthOf = [&](std::uint64_t block)
@@ -125,11 +123,11 @@ valuePlace findBlock(const blockCodec &codec, std::uint64_t index)
     return {block, static_cast<int>(before)};
 }
 
-/// Decodes a block up to the symbol that contains the value with `before` others before it. On return
-/// `before` counts only those within the symbol.
+/// Decodes a block up to the symbol that contains the value at offset `before`, which becomes the offset
+/// within the symbol.
 unsigned findSymbol(const blockCodec &codec, std::uint64_t block, int &before)
 {
-    // The next bits are the highest ones of the buffer; past the end of the block they are 0.
+    // The next bits are the highest of the buffer. Past the end of the block they are 0.
     const std::uint8_t *next = codec.data + (block << codec.blockSizeBits);
     const std::uint8_t *end = next + (std::size_t{1} << codec.blockSizeBits);
     std::uint64_t buffer = readBig64(next);
@@ -161,7 +159,7 @@ unsigned findSymbol(const blockCodec &codec, std::uint64_t block, int &before)
     }
 }
 
-/// Descends from a symbol to the value with `before` others before it.
+/// Expands a symbol to the value at offset `before`.
 int findValue(const blockCodec &codec, unsigned symbol, int before)
 {
     for (;;)

@@ -1,15 +1,15 @@
-// Decompression of one sub-table: canonical Huffman codes whose symbols expand recursively into pairs
-// of symbols (Re-Pair), in blocks of fixed size.
+// Decompression of a sub-table: canonical Huffman codes for symbols that expand recursively into pairs of
+// symbols (Re-Pair), in blocks of fixed size.
 //
 // In the file (numbers little-endian, block data big-endian):
 //
 //   header   flags 1 | block size 1 | span 1 | extra lengths 1 | blocks 4 | longest code 1 |
 //            shortest code 1 | first symbol of each code length, shortest first, 2 each |
-//            symbols 2 | symbol tree, 3 each | 1 byte more if the symbols are odd in number
-//            sizes are powers of two: bytes of a block, indices in a span
-//            with flag 0x80 every position has the same value, and the header is flags 1 | value 1
-//   sparse   for each span 6 bytes: the block that holds the middle index of the span 4, the offset
-//            of that index in the block 2
+//            number of symbols 2 | symbol tree, 3 each | 1 byte of padding if that number is odd
+//            block size (bytes) and span (indices) are given as log2
+//            with flag 0x80 all positions have the same value; the header is flags 1 | value 1
+//   sparse   for each span 6 bytes: the block with the middle index of the span 4, the offset of that
+//            index in the block 2
 //   lengths  for each block, and the extra ones, 2 bytes: the number of its values minus one
 //   data     the blocks
 //   tree     two numbers of 12 bits: the children, or the value and 4095 at a leaf
@@ -17,7 +17,6 @@
 // Longer codes have lower symbol numbers and lower code values.
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -27,18 +26,18 @@ namespace tarvonel
 inline constexpr int maxCodeLength = 32; ///< limited by the refill of the bit buffer
 inline constexpr int corruptValue = -1;
 
-/// Pointers lead into the mapped file. Once `readCodecHeader` has accepted the header and the pointers
-/// to the sections are set, decoding any index below the table's size stays inside the file, even if
-/// another program changes the file meanwhile: code lengths and symbol tree are copies.
+/// The pointers are into the mapped file. Once `readCodecHeader` has accepted the header and the pointers
+/// to the sections are set, decoding any index below the table's size stays inside the file. That holds
+/// even if another program changes the file, because code lengths and symbol tree are copies.
 struct blockCodec
 {
     const std::uint8_t *sparseIndex = nullptr;
     const std::uint8_t *blockLengths = nullptr;
     const std::uint8_t *data = nullptr;
-    std::uint64_t bases[maxCodeLength + 1] = {}; ///< lowest code of a length, left-aligned; by length - shortest
+    std::uint64_t bases[maxCodeLength + 1] = {}; ///< lowest code of each length, left-aligned; by length - shortest
     std::uint16_t firstSymbols[maxCodeLength + 1] = {};
     std::vector<std::uint8_t> symbolTree;
-    std::vector<std::uint8_t> symbolLengths; ///< number of values that a symbol expands to, minus one
+    std::vector<std::uint8_t> symbolLengths; ///< number of values to which a symbol expands, minus one
     std::uint64_t spanCount = 0;
     std::uint32_t blockCount = 0;
     std::uint64_t lengthCount = 0; ///< number of block lengths, including those after the last block
@@ -49,8 +48,8 @@ struct blockCodec
     std::uint8_t constantValue = 0;
 };
 
-/// Reads successive sections of a file's bytes. Once one extends past the end, `failed` is set and all
-/// further sections are null.
+/// Reads consecutive sections of a file. If one extends past the end, it and all later ones are null and
+/// `failed` is set.
 struct byteCursor
 {
     const std::uint8_t *data;

@@ -20,7 +20,7 @@ constexpr std::uint64_t dataAlignment = 64;
 constexpr std::uint64_t sparseEntryBytes = 6;
 constexpr int noOrder = 0xF;
 
-/// By wdl + 2: the map of DTZ values, and the flag for values in plies instead of moves.
+/// By wdl + 2: the map of DTZ values, and the flag for values in plies rather than moves.
 constexpr int mapOfWdl[] = {1, 3, 0, 2, 0};
 constexpr int pliesFlagOfWdl[] = {dtzLossPliesFlag, 0, 0, 0, dtzWinPliesFlag};
 constexpr int wdlValues = 5;
@@ -28,7 +28,7 @@ constexpr int lossValue = -2;
 
 constexpr int typeOfCode(int code) { return (code & tbTypeMask) - 1; }
 
-/// Whether the order holds exactly the table's pieces, equal ones together, the leading group first.
+/// Whether the order consists of the tablebase's pieces, equal ones together, the leading group first.
 bool isOrderValid(const std::uint8_t *order, const tbMaterial &material)
 {
     std::uint8_t counts[2][pieceTypeCount] = {};
@@ -116,8 +116,8 @@ template <typename F> void forEachCodec(mappedTablebase &table, int files, F &&u
             use(table.subTables[side][leadFile].codec);
 }
 
-/// Sets the codecs' pointers to their sections. The last 16 bytes must follow the data because the
-/// decoder reads ahead.
+/// Sets the codecs' pointers to their sections. 16 bytes must follow the data, because the decoder reads
+/// ahead.
 bool placeSections(mappedTablebase &table, byteCursor &file, int files)
 {
     forEachCodec(table, files,
@@ -150,7 +150,7 @@ int distanceOf(const subTable &sub, int stored, int wdl)
     return inPlies ? plies : 2 * plies;
 }
 
-/// Appends the squares of the pieces in [first, last) of the order, as the table sees the board. False
+/// Writes the squares of the pieces in [first, last) of the order, with the colours flipped if `flip`. False
 /// if the position lacks one of them.
 bool collectSquares(const tbPosition &position, const std::uint8_t *order, int first, int last, bool flip, int *squares)
 {
@@ -210,7 +210,7 @@ lookUp lookUpTb(const mappedTablebase &table, const tbMaterial &material, tbKind
     {
         if (position.pawns & (rank1Bits | rank8Bits))
             return lookUp::notStored;
-        // The leading pawns come first in every sub-table, and select it.
+        // The leading pawns come first in every sub-table and select it.
         placed = material.pawnCounts[0];
         if (!collectSquares(position, table.subTables[0][0].order, 0, placed, flip, squares))
             return lookUp::notStored;

@@ -1,19 +1,19 @@
-// One mapped tablebase file: its header and its sub-tables.
+// A mapped tablebase file: its header and its sub-tables.
 //
 //   magic 4 | flags 1 (1: both sides to move stored, 2: pawns) | piece orders | padding to an even
 //   offset | codec headers | for DTZ: maps, padding to an even offset | sparse indices |
 //   block lengths | data, each sub-table's at a multiple of 64 | 16 bytes
 //
-// Sub-tables: one without pawns, otherwise one for each file a to d of the leading pawn. A WDL file may
-// hold each of them for both sides to move: first and second side of the tablebase's name. Within a
-// section they are ordered by file, then by side. In the piece orders the low nibble belongs to the
-// first stored side and the high nibble to the second:
+// There is one sub-table without pawns, otherwise one for each file a to d of the leading pawn. A WDL file
+// may have each of them for both sides to move: the first and the second side of the tablebase's name.
+// Within a section they are ordered by file, then by side. In the piece orders the low nibble is for the
+// first stored side and the high nibble for the second:
 //
 //   for each file: order 1 | order of the other side's pawns 1, if both sides have pawns |
 //                  a code for each piece (1 pawn to 6 king, plus 8 for the name's second side)
 //
-// A map of DTZ values (if the flags of the sub-table say so): four times a count and that many values.
-// Counts and values are bytes, or 16 bits wide from an even offset on.
+// The map of DTZ values, if the flags of the sub-table announce one, is four times a count and its values.
+// Counts and values are bytes, or 16 bits at an even offset.
 #pragma once
 
 #include <cstddef>
@@ -39,7 +39,7 @@ inline constexpr std::uint32_t tbMagics[tbKindCount] = {0x5D23E871, 0x88AC504B, 
 inline constexpr int tbSizeUnit = 64, tbSizeRest = 16;
 constexpr bool isTbFileSize(std::uint64_t size) { return size % tbSizeUnit == tbSizeRest; }
 
-/// The material, as the name of a tablebase gives it.
+/// The material in the name of a tablebase.
 struct tbMaterial
 {
     std::uint8_t pieces = 0; ///< kings included
@@ -83,8 +83,8 @@ struct mappedTablebase
     subTable subTables[2][leadFiles];
 };
 
-/// Parses the header of a file's bytes, which must outlive the table. False if it contradicts itself;
-/// otherwise no later look-up reads outside the bytes.
+/// Parses the header of a file, whose bytes must outlive the table. False if it is inconsistent; otherwise
+/// no look-up reads outside the bytes.
 bool readTbFile(mappedTablebase &table, const tbMaterial &material, tbKind kind, const std::uint8_t *data,
                 std::size_t size);
 
@@ -93,12 +93,12 @@ enum class lookUp
     found,
     otherSide, ///< the DTZ file holds the other side to move only
     notStored, ///< not a position of this tablebase
-    corrupt,   ///< the bytes contradict each other
+    corrupt,   ///< the bytes are inconsistent
 };
 
-/// Looks up a position with the material of the tablebase. `flip`: white is the second side of its
-/// name. `wdl` is the true WDL value if `kind` is `dtzKind`. On `found`, `value` is the WDL value -2
-/// to 2, or the distance in plies; neither is valid if the mapping `isDamaged` afterwards.
+/// Looks up a position with the material of the tablebase. `flip` if white is the second side of its name.
+/// `wdl` is the true WDL value if `kind` is `dtzKind`. If `found`, `value` is the WDL value -2 to 2, or
+/// the distance in plies. No result is valid if the mapping `isDamaged` afterwards.
 lookUp lookUpTb(const mappedTablebase &table, const tbMaterial &material, tbKind kind, const tbPosition &position,
                 bool flip, int wdl, int &value);
 

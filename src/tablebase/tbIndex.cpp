@@ -139,8 +139,8 @@ void xorAll(int *squares, int pieceCount, int mask)
         squares[i] ^= mask;
 }
 
-/// Mirrors the board so that the first piece is in the triangle a1, d1, d4 and, if it is on the
-/// diagonal, the next piece of the leading group that is not is below it.
+/// Mirrors the board so that the first piece is in the triangle a1, d1, d4, and the first piece of the
+/// leading group that is off the diagonal is below it.
 void mirrorIntoTriangle(int *squares, int pieceCount, int leadSize)
 {
     if (fileOf(squares[0]) > fileD)

@@ -50,9 +50,9 @@ void addPawnTargets(tbMoveList &list, int from, bitboard targets)
     }
 }
 
-template <bool CapturesOnly> void generate(const tbPosition &position, tbMoveList &list)
+template <bool CapturesOnly> tbMoveList generate(const tbPosition &position)
 {
-    list.count = 0;
+    tbMoveList list;
     const colour side = sideToMove(position);
     const bitboard own = piecesOf(position, side), enemy = piecesOf(position, opponent(side)), occupied = own | enemy;
     const bitboard allowed = CapturesOnly ? enemy : ~own;
@@ -71,6 +71,7 @@ template <bool CapturesOnly> void generate(const tbPosition &position, tbMoveLis
             targets |= pawnSteps(side, from, occupied);
         addPawnTargets(list, from, targets);
     }
+    return list;
 }
 
 bool isKingSafe(const tbPosition &position, colour side)
@@ -98,7 +99,7 @@ std::uint64_t materialSignature(const tbPosition &position, colour firstSide)
     {
         const bitboard set = position.*typeSets[type];
         for (int side = 0; side < 2; ++side)
-            // Most sets are empty or hold one piece, so a loop is faster than a population count.
+            // Most sets have at most one piece, so a loop is faster than a population count.
             for (bitboard pieces = set & sides[side]; pieces != 0; pieces &= pieces - 1)
                 signature += signatureParts[side][type];
     }
@@ -119,18 +120,19 @@ bool tbValid(const tbPosition &position)
            !(position.pawns & promotionRanks) && isKingSafe(position, opponent(sideToMove(position)));
 }
 
-void tbCaptures(const tbPosition &position, tbMoveList &list) { generate<true>(position, list); }
-void tbMoves(const tbPosition &position, tbMoveList &list) { generate<false>(position, list); }
+tbMoveList tbCaptures(const tbPosition &position) { return generate<true>(position); }
+tbMoveList tbMoves(const tbPosition &position) { return generate<false>(position); }
 
-void tbLegalMoves(const tbPosition &position, tbMoveList &list)
+tbMoveList tbLegalMoves(const tbPosition &position)
 {
-    tbMoves(position, list);
+    tbMoveList list = tbMoves(position);
     int kept = 0;
     tbPosition next;
     for (const tbMove move : list)
         if (applyTbMove(next, position, move))
             list.moves[kept++] = move;
     list.count = kept;
+    return list;
 }
 
 bool applyTbMove(tbPosition &next, const tbPosition &position, tbMove move)
@@ -199,13 +201,6 @@ bool isTbCapture(const tbPosition &position, tbMove move)
 
 bool isTbCheck(const tbPosition &position) { return !isKingSafe(position, sideToMove(position)); }
 
-bool isTbMate(const tbPosition &position)
-{
-    if (!isTbCheck(position))
-        return false;
-    tbMoveList list;
-    tbLegalMoves(position, list);
-    return list.count == 0;
-}
+bool isTbMate(const tbPosition &position) { return isTbCheck(position) && tbLegalMoves(position).count == 0; }
 
 } // namespace tarvonel

@@ -1,12 +1,11 @@
-// The compact position on which the tablebases are probed, its moves, and the number that names its
-// material. Moves are not made in place: each one writes a new record.
+// The compact position for probing tablebases, its moves, and its material signature. A move is made by
+// writing a new record.
 //
 // A move list is ordered by piece: king, queens, rooks, bishops, knights, pawns; then by from-square,
-// then by to-square, with an en passant capture among its pawn's targets. Promotions come as queen,
-// knight, rook, bishop. The order decides between equal moves.
+// then by to-square, with an en passant capture among its pawn's targets. Promotions are in the order
+// queen, knight, rook, bishop. Of equally good moves the first one is chosen.
 //
-// Castling rights are not represented: callers do not probe positions that have any. Needs the attack
-// tables of `initTables`.
+// There are no castling rights: positions that have any must not be probed. Needs `initTables`.
 #pragma once
 
 #include <cstdint>
@@ -35,7 +34,7 @@ inline constexpr bitboard tbPosition::*typeSets[pieceTypeCount] = {&tbPosition::
 inline constexpr int maxTbPieces = 7;
 
 inline constexpr int signatureTypes = 5; ///< pawn to queen
-/// What one piece adds to the signature: [second side of the name][type].
+/// Summands of the signature: [second side of the name][type].
 inline constexpr std::uint64_t signatureParts[2][signatureTypes] = {
     {0xEC0ADE190C0F6003, 0xD2FB81862830191F, 0xAADC1A2BE446234D, 0x985DEB9FC49333F9, 0xA3EC1ABC71E90863},
     {0xA24F0F571BB202E7, 0xBAEB854CD3259441, 0xD5A4C95928F2FBE3, 0xFD7866B439B94495, 0xD6E4E47D24962951}};
@@ -47,8 +46,8 @@ inline bitboard piecesOf(const tbPosition &position, colour side)
 }
 inline bitboard allPieces(const tbPosition &position) { return position.white | position.black; }
 
-/// Identifies the material. `firstSide` takes the place of the side that a tablebase's name gives
-/// first. 0 for bare kings.
+/// Identifies the material, with `firstSide` as the first side in the name of a tablebase. 0 for bare
+/// kings.
 std::uint64_t materialSignature(const tbPosition &position, colour firstSide);
 
 /// to in bits 0 to 5, from in bits 6 to 11, promotion in bits 12 to 14.
@@ -71,7 +70,7 @@ constexpr tbMove makeTbMove(int from, int to, int promotion = noPromotion)
     return static_cast<tbMove>(to | from << 6 | promotion << 12);
 }
 
-/// Enough for any position of up to seven pieces: a king and five queens have at most 143 moves.
+/// Enough for up to seven pieces: a king and five queens have at most 143 moves.
 inline constexpr int tbListRoom = 192;
 
 struct tbMoveList
@@ -83,15 +82,15 @@ struct tbMoveList
     const tbMove *end() const { return moves + count; }
 };
 
-/// Whether the record is a consistent position of at most `maxTbPieces` pieces in which the side not
-/// to move is not in check.
+/// Whether this is a consistent position of at most `maxTbPieces` pieces in which the side not to move is
+/// not in check.
 bool tbValid(const tbPosition &position);
 
 /// Pseudo-legal captures including en passant, all pseudo-legal moves, and all legal ones, of a
 /// position of at most `maxTbPieces` pieces.
-void tbCaptures(const tbPosition &position, tbMoveList &list);
-void tbMoves(const tbPosition &position, tbMoveList &list);
-void tbLegalMoves(const tbPosition &position, tbMoveList &list);
+tbMoveList tbCaptures(const tbPosition &position);
+tbMoveList tbMoves(const tbPosition &position);
+tbMoveList tbLegalMoves(const tbPosition &position);
 
 /// Writes the position after the move. False if it leaves the mover's king in check.
 bool applyTbMove(tbPosition &next, const tbPosition &position, tbMove move);

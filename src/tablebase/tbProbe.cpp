@@ -58,16 +58,12 @@ enum probeResult : int
 constexpr int zeroingDistances[] = {-1, -101, 0, 101, 1};
 int zeroingDistance(int wdl) { return zeroingDistances[wdl - loss]; }
 
-bool hasTooManyPieces(const tbPosition &position) { return popCount(allPieces(position)) > maxTbPieces; }
-
-/// Alpha-beta over captures; the stored value covers all other moves. Below the first move en passant
-/// cannot occur.
+/// Alpha-beta over captures, with the stored value for all other moves. After the first capture there is no
+/// en passant.
 int probeCaptures(const tbPosition &position, int alpha, int beta, int &success)
 {
-    tbMoveList list;
-    tbCaptures(position, list);
     tbPosition next;
-    for (const tbMove move : list)
+    for (const tbMove move : tbCaptures(position))
     {
         if (!applyTbMove(next, position, move))
             continue;
@@ -88,33 +84,29 @@ int probeCaptures(const tbPosition &position, int alpha, int beta, int &success)
 /// Whether there is a legal move other than en passant captures.
 bool hasOrdinaryMove(const tbPosition &position)
 {
-    tbMoveList list;
-    tbMoves(position, list);
     tbPosition next;
-    for (const tbMove move : list)
+    for (const tbMove move : tbMoves(position))
         if (!isTbEnPassant(position, move) && applyTbMove(next, position, move))
             return true;
     return false;
 }
 
-/// The value of the best capture as the value of the position. Only for a win is the distance known:
-/// otherwise other moves may be as good.
+/// The value of the best capture as the value of the position. If it does not win, another move may be as
+/// good, so the distance is unknown.
 int captureValue(int value, int &success)
 {
     success = value > draw ? fromCapture : fromTable;
     return value;
 }
 
-/// The distance where the file holds the other side to move only: one move more than that of the best
-/// successor. Winning captures and pawn moves have been handled before; the others do not matter.
+/// The distance if the file has only the other side to move: one more than that of the best successor.
+/// Winning captures and pawn moves have been tried before; the others do not matter.
 int searchOnePly(const tbPosition &position, int wdl, int &success)
 {
     success = fromTable;
     int best = wdl > draw ? unreached : zeroingDistance(wdl);
-    tbMoveList list;
-    tbMoves(position, list);
     tbPosition next;
-    for (const tbMove move : list)
+    for (const tbMove move : tbMoves(position))
     {
         if (isTbCapture(position, move) || isTbPawnMove(position, move) || !applyTbMove(next, position, move))
             continue;
@@ -135,7 +127,7 @@ int searchOnePly(const tbPosition &position, int wdl, int &success)
     return best;
 }
 
-/// The distance after a root move from the mover's view; `next` is the position it leads to.
+/// The distance of a root move from the mover's view; `next` is the position after it.
 int rootScore(const tbPosition &next, int rootDistance, int &success)
 {
     if (rootDistance > 0 && isTbMate(next))
@@ -149,7 +141,7 @@ int rootScore(const tbPosition &next, int rootDistance, int &success)
     return value + (value > 0 ? 1 : 0) - (value < 0 ? 1 : 0);
 }
 
-/// One of the drawing moves, chosen by the material so that the same position always gets the same one.
+/// One of the drawing moves. The choice depends on the material, so it is always the same in a position.
 tbMove drawingMove(const tbPosition &position, const tbMoveList &list, const int *scores)
 {
     const auto draws = static_cast<std::uint64_t>(std::count(scores, scores + list.count, 0));
@@ -166,17 +158,15 @@ tbMove drawingMove(const tbPosition &position, const tbMoveList &list, const int
 int probeWdl(const tbPosition &position, int &success)
 {
     success = fromTable;
-    if (hasTooManyPieces(position))
+    if (popCount(allPieces(position)) > maxTbPieces)
     {
         success = failed;
         return 0;
     }
 
     int bestCapture = noCapture, bestEnPassant = noCapture;
-    tbMoveList list;
-    tbCaptures(position, list);
     tbPosition next;
-    for (const tbMove move : list)
+    for (const tbMove move : tbCaptures(position))
     {
         if (!applyTbMove(next, position, move))
             continue;
@@ -212,7 +202,7 @@ int probeWdl(const tbPosition &position, int &success)
     else if (bestCapture >= stored)
         return captureValue(bestCapture, success);
 
-    // The generator ignored en passant, so the stored draw may be a stalemate that en passant avoids.
+    // Stored values ignore en passant, so a stored draw may be a stalemate that en passant avoids.
     if (bestEnPassant == noCapture || stored != draw || hasOrdinaryMove(position) || isTbCheck(position))
         return stored;
     success = fromCapture;
@@ -229,10 +219,8 @@ int probeDtz(const tbPosition &position, int &success)
 
     if (wdl > draw)
     {
-        tbMoveList list;
-        tbLegalMoves(position, list);
         tbPosition next;
-        for (const tbMove move : list)
+        for (const tbMove move : tbLegalMoves(position))
         {
             if (!isTbPawnMove(position, move) || isTbCapture(position, move))
                 continue;
@@ -260,8 +248,7 @@ tbMove probeRoot(const tbPosition &position, int &success, int &dtz)
     if (success == failed)
         return 0;
 
-    tbMoveList list;
-    tbMoves(position, list);
+    const tbMoveList list = tbMoves(position);
     int scores[tbListRoom];
     tbPosition next;
     for (int i = 0; i < list.count; ++i)

@@ -13,6 +13,7 @@
 
 #include "board/engineOptions.h"
 #include "platform/output.h"
+#include "platform/parseText.h"
 
 namespace tarvonel
 {
@@ -22,29 +23,28 @@ relaxed<unsigned> tableCardinality = 0u;
 namespace
 {
 
-constexpr const char *tableSuffixes[tbKindCount] = {".rtbw", ".rtbm", ".rtbz"};
+constexpr const char *tbSuffixes[tbKindCount] = {".rtbw", ".rtbm", ".rtbz"};
 /// Piece letters by pieceType.
-constexpr std::string_view tableLetters = "PNBRQK";
-/// The pieces in names, strongest first: each side lists its pieces in this order.
+constexpr std::string_view tbLetters = "PNBRQK";
+/// In a name, each side lists its pieces in this order, after the king.
 constexpr std::string_view nameLetters = "QRBNP";
 #ifdef _WIN32
-constexpr const char *pathSeparators = ";";
+constexpr char alternativeSeparator = ';';
 constexpr const char *mappingCall = "MapViewOfFile()";
 #else
-constexpr const char *pathSeparators = ";:";
+constexpr char alternativeSeparator = ':';
 constexpr const char *mappingCall = "mmap()";
 #endif
 
 std::vector<std::string> tableDirs;
-std::deque<tablebaseEntry> tableEntries;
-/// By both signatures of a table: as named, and with the sides exchanged.
+std::deque<tablebaseEntry> tbEntries;
+/// By both signatures of a tablebase: as named, and with the sides exchanged.
 std::unordered_map<std::uint64_t, tablebaseEntry *> tableHash;
 std::mutex firstUseLock;
 
-/// One unbuffered write.
 void printError(const std::string &text) { std::fputs(text.c_str(), stderr); }
 
-/// Path and size of the first file of that name in the directories. False if there is none.
+/// Finds the first file of that name in the directories. False if there is none.
 bool findTbFile(const std::string &name, tbKind kind, std::string &path, std::int64_t &size)
 {
     for (const std::string &directory : tableDirs)
@@ -52,7 +52,7 @@ bool findTbFile(const std::string &name, tbKind kind, std::string &path, std::in
         path = directory;
         path += fileSeparator;
         path += name;
-        path += tableSuffixes[kind];
+        path += tbSuffixes[kind];
         size = readableFileSize(path);
         if (size >= 0)
             return true;
@@ -60,7 +60,7 @@ bool findTbFile(const std::string &name, tbKind kind, std::string &path, std::in
     return false;
 }
 
-void unmapTable(mappedTablebase &table)
+void unmapTb(mappedTablebase &table)
 {
     const unsigned long error = unmapFile(table.mapping);
     if (error != 0)
@@ -79,7 +79,7 @@ tbMaterial materialOfName(std::string_view name, std::uint64_t signatures[2])
             side = 1;
             continue;
         }
-        const std::size_t type = tableLetters.find(letter);
+        const std::size_t type = tbLetters.find(letter);
         if (type >= pieceTypeCount)
             continue;
         ++material.counts[side][type];
@@ -106,12 +106,12 @@ tbMaterial materialOfName(std::string_view name, std::uint64_t signatures[2])
     return material;
 }
 
-void registerTable(const std::string &name)
+void registerTb(const std::string &name)
 {
     if (!testTableFile(name, wdlKind))
         return;
     std::uint64_t signatures[2];
-    tablebaseEntry &entry = tableEntries.emplace_back();
+    tablebaseEntry &entry = tbEntries.emplace_back();
     entry.material = materialOfName(name, signatures);
     entry.signature = signatures[0];
     entry.name = name;
@@ -122,7 +122,7 @@ void registerTable(const std::string &name)
     tableCardinality = std::max<unsigned>(tableCardinality, entry.material.pieces);
 }
 
-/// All strings of `count` piece letters, strongest first within each, in lexical order.
+/// All strings of `count` piece letters in the order of names.
 std::vector<std::string> pieceCombinations(int count)
 {
     std::vector<std::string> rows{""};
@@ -140,44 +140,41 @@ std::vector<std::string> pieceCombinations(int count)
 
 /// Registers the tablebases with these numbers of pieces besides the kings. If the numbers are equal,
 /// a combination and its mirror image share one tablebase.
-void registerTables(int firstPieces, int secondPieces)
+void registerTbs(int firstPieces, int secondPieces)
 {
     const std::vector<std::string> firstRows = pieceCombinations(firstPieces),
                                    secondRows = pieceCombinations(secondPieces);
     for (std::size_t first = 0; first < firstRows.size(); ++first)
         for (std::size_t second = firstPieces == secondPieces ? first : 0; second < secondRows.size(); ++second)
-            registerTable("K" + firstRows[first] + "vK" + secondRows[second]);
+            registerTb("K" + firstRows[first] + "vK" + secondRows[second]);
 }
 
-/// The order in which names are tried: pieces of both sides besides the kings.
+/// The names that are tried, in this order: number of pieces of both sides besides the kings.
 constexpr int namePatterns[][2] = {{1, 0}, {1, 1}, {2, 0}, {2, 1}, {3, 0}, {2, 2},
                                    {3, 1}, {4, 0}, {5, 0}, {4, 1}, {3, 2}};
 
-void splitPath(const std::string &path)
+void splitPath(std::string path)
 {
-    std::size_t start = 0;
-    while ((start = path.find_first_not_of(pathSeparators, start)) != std::string::npos)
-    {
-        const std::size_t end = path.find_first_of(pathSeparators, start);
-        tableDirs.push_back(path.substr(start, end - start));
-        start = end;
-    }
+    std::ranges::replace(path, alternativeSeparator, ';');
+    for (const std::string_view directory : splitFields(path, ';'))
+        if (!directory.empty())
+            tableDirs.emplace_back(directory);
 }
 
-void releaseTables()
+void releaseTbs()
 {
-    for (tablebaseEntry &entry : tableEntries)
+    for (tablebaseEntry &entry : tbEntries)
         for (const auto &table : entry.tables)
             if (table != nullptr)
-                unmapTable(*table);
+                unmapTb(*table);
     tableHash.clear();
-    tableEntries.clear();
+    tbEntries.clear();
     tableDirs.clear();
     tableCardinality = 0u;
 }
 
-/// Maps a file and reads its header. False if it no longer exists, or, with a message, if it is corrupt.
-bool mapTable(tablebaseEntry &entry, tbKind kind)
+/// Maps a file and reads its header. False if it no longer exists or, with a message, if it is corrupt.
+bool mapTb(tablebaseEntry &entry, tbKind kind)
 {
     std::string path;
     std::int64_t size = 0;
@@ -194,7 +191,7 @@ bool mapTable(tablebaseEntry &entry, tbKind kind)
         if (result == mappingResult::failed && isTbFileSize(static_cast<std::uint64_t>(readableFileSize(path))))
         {
             printError(std::string(mappingCall) + " failed, error = " + std::to_string(error) + ".\n");
-            printError("Could not map " + entry.name + tableSuffixes[kind] + " into memory.\n");
+            printError("Could not map " + entry.name + tbSuffixes[kind] + " into memory.\n");
             std::_Exit(1);
         }
         isSound = result == mappingResult::mapped &&
@@ -204,7 +201,7 @@ bool mapTable(tablebaseEntry &entry, tbKind kind)
     if (!isSound)
     {
         printError("Corrupted table.\n");
-        unmapTable(*table);
+        unmapTb(*table);
         return false;
     }
     entry.tables[kind] = std::move(table);
@@ -221,7 +218,7 @@ bool testTableFile(const std::string &name, tbKind kind)
         return false;
     if (isTbFileSize(static_cast<std::uint64_t>(size)))
         return true;
-    const std::string text = "Incomplete tablebase file " + name + tableSuffixes[kind];
+    const std::string text = "Incomplete tablebase file " + name + tbSuffixes[kind];
     printError(text + '\n');
     printInfo(text);
     return false;
@@ -230,12 +227,12 @@ bool testTableFile(const std::string &name, tbKind kind)
 bool initTablebases(const std::string &path)
 try
 {
-    releaseTables();
+    releaseTbs();
     if (path.empty() || path == emptyOptionText)
         return true;
     splitPath(path);
     for (const auto &[firstPieces, secondPieces] : namePatterns)
-        registerTables(firstPieces, secondPieces);
+        registerTbs(firstPieces, secondPieces);
     return true;
 }
 catch (const std::bad_alloc &)
@@ -259,7 +256,7 @@ const mappedTablebase *openTb(tablebaseEntry &entry, tbKind kind)
         state = entry.states[kind].load(std::memory_order_relaxed);
         if (state == tbState::untouched)
         {
-            state = mapTable(entry, kind) ? tbState::ready : tbState::broken;
+            state = mapTb(entry, kind) ? tbState::ready : tbState::broken;
             entry.states[kind].store(state, std::memory_order_release);
         }
     }
@@ -272,7 +269,7 @@ void disableTb(tablebaseEntry &entry, tbKind kind)
         return;
     printError("Corrupted table.\n");
     if (isDamaged(entry.tables[kind]->mapping))
-        printInfo("Tablebase file " + entry.name + tableSuffixes[kind] +
+        printInfo("Tablebase file " + entry.name + tbSuffixes[kind] +
                   " was changed while in use: no longer read until SyzygyPath is set again");
 }
 

@@ -1,6 +1,5 @@
 #include "tuner/optimiser.h"
 
-#include <algorithm>
 #include <cstdint>
 #include <memory>
 #include <new>

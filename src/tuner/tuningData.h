@@ -8,7 +8,6 @@
 // Threads: only the UCI loop's thread writes these, while the tuner's other threads are idle.
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 #include <deque>
 #include <istream>

@@ -40,41 +40,27 @@ void writeHead(const tuningParameter &table, std::ostream &text)
         text << "\n{\n";
 }
 
-/// Entries that are not parameters.
-const char *leadingEntries(int printKind)
+/// Entries of a table that are not parameters.
+struct fixedEntries
 {
-    switch (printKind)
-    {
-    case bracedAfterZero:
-    case bracedBetweenZeros:
-        return " X(   0,   0), ";
-    case bracedBetweenTwoAndZero:
-        return " X(   0,   0),  X(   0,   0), ";
-    case bracedIntegersAfterZero:
-        return " 0, ";
-    case bracedPieceValues:
-        return " X(  82,  94), ";
-    default:
-        return "";
-    }
-}
-
-const char *trailingEntries(int printKind)
-{
-    switch (printKind)
-    {
-    case firstBoardRow:
-    case middleBoardRow:
-        return ",\n";
-    case bracedBetweenZeros:
-    case bracedBetweenTwoAndZero:
-        return ", X( 0, 0) ";
-    case bracedPieceValues:
-        return ", X(12000, 12000) ";
-    default:
-        return "";
-    }
-}
+    const char *leading, *trailing;
+};
+constexpr fixedEntries fixedEntriesOf[] = {
+    // by printForm; the first five are other braced tables and single constants
+    {"", ""},
+    {"", ""},
+    {"", ""},
+    {"", ""},
+    {"", ""},
+    {" X(   0,   0), ", ""},
+    {" X(   0,   0), ", ", X( 0, 0) "},
+    {" X(   0,   0),  X(   0,   0), ", ", X( 0, 0) "},
+    {" 0, ", ""},
+    {" X(  82,  94), ", ", X(12000, 12000) "},
+    {"", ",\n"},
+    {"", ",\n"},
+    {"", ""},
+};
 
 const char *tail(int printKind)
 {
@@ -164,9 +150,9 @@ void printParameters(const parameterList &parameters, const tunerOutput &print)
     {
         const tuningParameter &table = parameters[index];
         writeHead(table, text);
-        text << leadingEntries(table.printKind);
+        text << fixedEntriesOf[table.printKind].leading;
         writeEntries(table, text);
-        text << trailingEntries(table.printKind) << tail(table.printKind);
+        text << fixedEntriesOf[table.printKind].trailing << tail(table.printKind);
         index += table.tableSize * (table.isPair && table.singleHalf == 0 ? 2U : 1U);
     }
     print(text.str());

@@ -1,5 +1,5 @@
-// The positions of `bench`, the signature and the timings: openings, middle games, endings, large
-// imbalances, checks and Chess960.
+// The positions of `bench` and of the signature: openings, middle games, endings, large imbalances, checks
+// and Chess960.
 #pragma once
 
 namespace tarvonel

@@ -12,10 +12,10 @@ namespace tarvonel
 namespace
 {
 
-bool isRefused = false; // console thread only
+bool isRefused = false; // used by the UCI loop's thread only
 
-/// Refuses `command` during a search without a time limit. One that was told to stop is only winding
-/// down: a controller may send its next command as soon as it has read the answer.
+/// Refuses `command` during an infinite or ponder search. One that is stopping does not count: a controller
+/// may send its next command as soon as it has read the answer.
 bool isSearchTimed(const std::string &command)
 {
     const bool isEndless = searchLimits.infinite || pondering;

@@ -1,4 +1,4 @@
-// What a command checks before it starts, and how it is refused.
+// Conditions for running a command, and its refusal.
 #pragma once
 
 #include <string>
@@ -6,20 +6,20 @@
 namespace tarvonel
 {
 
-/// Waits until no search runs; for commands that start a search or change what one reads. Does not
-/// wait for a search that only `stop` or `ponderhit` ends, but refuses `command` and returns false.
+/// Waits until no search runs, for commands that start a search or change data that it reads. During an
+/// infinite or ponder search it refuses `command` instead and returns false.
 bool awaitSearchEnd(const std::string &command);
 
-/// The same for a command that gives up the game: a timed search is stopped, not waited for.
+/// The same for a command that abandons the game: stops a timed search.
 bool stopTimedSearch(const std::string &command);
 
-/// Prints the reason as an info string and notes that the command was refused.
+/// Prints the reason as an info string and records the refusal.
 void refuse(const std::string &reason);
 
-/// Whether a command was refused, or failed, since the last call.
+/// Whether a command was refused or failed since the last call.
 bool takeRefusal();
 
-/// Notes a refusal that has its own message.
+/// Records a refusal without a message.
 void noteRefusal();
 
 } // namespace tarvonel

@@ -6,7 +6,6 @@
 #include <optional>
 #include <sstream>
 #include <string>
-#include <string_view>
 
 #include "board/attackTables.h"
 #include "board/engineOptions.h"
@@ -37,7 +36,7 @@ constexpr const char *engineAuthor = "Ostrelund";
 constexpr int defaultPerftDepth = 6;
 constexpr int defaultTunerThreads = 4;
 
-/// The arguments that a command keeps for its next call.
+/// Arguments that a command keeps for its next call.
 struct consoleState
 {
     int perftDepth = defaultPerftDepth;
@@ -82,8 +81,8 @@ void identify(std::istream &, consoleState &)
 
 void answerReady(std::istream &, consoleState &) { printLine("readyok"); }
 
-/// Reads the next word, a number, into `kept`, which stays as it is if no word is left. Refuses
-/// anything but a number of that range, with a message that begins with `need`, and returns false.
+/// Reads the next word, if any, as a number into `kept`. Refuses anything but a number in the range, with a
+/// message that begins with `need`, and returns false.
 bool readKeptNumber(std::istream &words, int &kept, int low, int high, const std::string &need)
 {
     std::string word;
@@ -105,7 +104,6 @@ void runPerft(std::istream &words, consoleState &state)
         perftCommand(state.perftDepth);
 }
 
-/// Starts from fresh tables, the transposition table included.
 void runTexel(std::istream &words, consoleState &state)
 {
     if (!readKeptNumber(words, state.tunerThreads, minTunerThreads, maxTunerThreads, "texel needs a thread count") ||
@@ -181,7 +179,7 @@ bool tryStartWorkers()
     }
 }
 
-/// Halves the table until there is memory for the boss.
+/// Starts the threads. Halves the TT until there is memory for the boss.
 void startWorkers()
 {
     while (!tryStartWorkers())
@@ -213,7 +211,7 @@ void shutDown()
     ttRelease();
 }
 
-/// Runs the command of the line; returns whether it was `quit`.
+/// Runs the command of a line. Returns whether it was `quit`.
 bool runLine(const std::string &text, consoleState &state)
 {
     std::istringstream words(text);
@@ -257,12 +255,11 @@ void runLines(std::istream &input, consoleState &state)
         }
         catch (const std::bad_alloc &)
         {
-            printText("info string Not enough memory for this command\n"); // takes none itself
+            printText("info string Not enough memory for this command\n"); // needs none itself
         }
     }
 }
 
-/// Each word followed by a blank.
 std::string joined(std::span<char *> words)
 {
     std::string text;
@@ -280,7 +277,7 @@ int runConsole(std::istream &input, std::span<char *> words, const consoleSetup 
     {
         consoleState state;
         startUp(setup);
-        takeRefusal(); // a missing network is no refusal yet
+        takeRefusal(); // a missing network is not a refused command
         if (words.empty())
             runLines(input, state);
         else
@@ -292,7 +289,7 @@ int runConsole(std::istream &input, std::span<char *> words, const consoleSetup 
     catch (const std::bad_alloc &)
     {
         stopSearch = true;
-        printText("info string Not enough memory to go on\n"); // takes none itself
+        printText("info string Not enough memory to go on\n"); // needs none itself
         isRefused = true;
     }
     shutDown();

@@ -1,4 +1,4 @@
-// The program from start-up to its end: one command after the other, on the calling thread.
+// The UCI loop: the program from start-up to its end. Runs commands on the calling thread.
 #pragma once
 
 #include <istream>
@@ -12,14 +12,13 @@ namespace tarvonel
 struct consoleSetup
 {
     searchReporter reports = protocolReporter;
-    bool obeysNodes = false; ///< `go nodes N` limits the search instead of being ignored
+    bool obeysNodes = false; ///< `go nodes N` limits the search
 };
 
-/// Starts the engine, runs the `words` of the command line as one command, or, if there are none,
-/// the lines of `input` up to `quit` or its end; then waits for a running search and releases all
-/// threads and the transposition table. Returns the program's exit status: 1, with a message, without
-/// the memory for the smallest set-up; 1 too if the command of the command line was unknown or refused
-/// or its output could not be written; otherwise 0.
+/// Starts the engine; runs the `words` of the command line as one command or, if there are none, the lines
+/// of `input` up to `quit` or the end; waits for a running search; and releases all threads and the
+/// transposition table. Returns the exit status: 1 if memory is insufficient, or if the command of the
+/// command line is unknown or refused or its output cannot be written; otherwise 0.
 int runConsole(std::istream &input, std::span<char *> words, const consoleSetup &setup = {});
 
 } // namespace tarvonel

@@ -15,15 +15,15 @@ namespace tarvonel
 namespace
 {
 
-constexpr std::size_t maxBytesAhead = 2 * maxLineBytes; ///< beyond these the reader waits for the console
-constexpr std::size_t keptOfDropped = 15;               ///< fits in a string without memory of its own
+constexpr std::size_t maxBytesAhead = 2 * maxLineBytes; ///< the reader waits if there are more
+constexpr std::size_t keptOfDropped = 15;               ///< fits in a string without allocation
 
-/// What a line ahead takes up, roughly.
+/// Approximate memory of a line.
 std::size_t footprint(const inputLine &line) { return sizeof line + line.text.size(); }
 
-consoleInput *activeInput = nullptr; // console thread only
+consoleInput *activeInput = nullptr; // used by the UCI loop's thread only
 
-/// Appends the piece, or drops the line: what is too long, or finds no memory, is read to its end.
+/// Appends the piece, or drops the line if it is too long or memory runs out.
 void keepPiece(std::string_view piece, inputLine &line)
 {
     if (line.isDropped)
@@ -53,7 +53,7 @@ consoleInput::consoleInput(std::istream &source) : stream(source)
     }
     catch (const std::exception &)
     {
-        return; // nextLine reads by itself
+        return; // nextLine reads the stream
     }
 }
 
@@ -67,7 +67,7 @@ consoleInput::~consoleInput()
 inputLine consoleInput::readLine()
 {
     inputLine line;
-    bool isCut = true; // the line goes on after this piece
+    bool isCut = true; // the line continues after this piece
     while (isCut)
     {
         char piece[4096];
@@ -114,7 +114,7 @@ void consoleInput::readAhead()
         }
         catch (const std::bad_alloc &)
         {
-            printText("info string Not enough memory for a line, dropped\n"); // takes none itself
+            printText("info string Not enough memory for a line, dropped\n"); // needs none itself
         }
 }
 

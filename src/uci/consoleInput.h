@@ -1,5 +1,5 @@
-// The console's input, read ahead by a thread of its own: `stop`, `quit` and the end of the input take
-// effect while the console waits for a search.
+// The input of the UCI loop, read ahead by another thread, so that `stop`, `quit` and the end of the input
+// take effect while the loop waits for a search.
 #pragma once
 
 #include <condition_variable>
@@ -15,31 +15,31 @@ namespace tarvonel
 
 inline constexpr const char *quitWord = "quit";
 
-/// Longer lines are dropped. A `position` with 20 000 moves is a fortieth of this.
+/// Longer lines are dropped. A `position` with 20 000 moves has a fortieth of this length.
 inline constexpr std::size_t maxLineBytes = std::size_t{4} << 20;
 
 struct inputLine
 {
-    std::string text;       ///< without its end; only the beginning if `isDropped`
+    std::string text;       ///< without the line end; only the beginning if `isDropped`
     bool isDropped = false; ///< too long, or no memory for it
 };
 
 class consoleInput
 {
   public:
-    /// Starts to read `source`, which must outlive this, up to a line that begins with `quit` or to
-    /// the end. Without a thread or memory for one, reads on the caller's thread, not ahead.
+    /// Starts to read `source`, which must outlive this, up to a line that begins with `quit` or the end. If
+    /// no thread can be started, lines are read on the caller's thread when needed.
     explicit consoleInput(std::istream &source);
-    /// Waits for the last line. If that was not taken, the stream may block for ever.
+    /// Waits for the last line, for which the stream may block.
     ~consoleInput();
     consoleInput(const consoleInput &) = delete;
     consoleInput &operator=(const consoleInput &) = delete;
 
-    /// The next line, `quit` at the end of the input. Waits for it.
+    /// Waits for the next line; `quit` at the end of the input.
     inputLine nextLine();
 
-    /// Waits for the running search. A `stop` or `quit` among the lines ahead or the end of the input
-    /// stops it. The lines stay and are executed in their turn.
+    /// Waits for the running search. A `stop` or `quit` among the lines read ahead, or the end of the input,
+    /// stops it. The lines remain and are executed later.
     void awaitSearch();
 
   private:
@@ -50,14 +50,14 @@ class consoleInput
     std::istream &stream;
     std::mutex lock;
     std::condition_variable changed;
-    std::deque<inputLine> ahead; ///< guarded, as are those below
+    std::deque<inputLine> ahead; ///< guarded by `lock`, as are those below
     std::size_t bytesAhead = 0;
     bool isEnded = false; ///< no line will follow those in `ahead`
     bool isSearchAwaited = false;
     std::thread reader;
 };
 
-/// Waits for the running search, if any: as `consoleInput::awaitSearch` while a console reads.
+/// Waits for the running search, if any, by `consoleInput::awaitSearch` if there is a `consoleInput`.
 void awaitSearchObeyingInput();
 
 } // namespace tarvonel

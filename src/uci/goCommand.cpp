@@ -23,7 +23,7 @@ namespace
 constexpr int defaultClock = 900000;
 constexpr int defaultMovesToGo = 30;
 
-/// Keeps what is set once per game.
+/// Keeps the values that are set once per game.
 void resetLimits(std::int64_t startTimeMs)
 {
     pondering = false;
@@ -35,8 +35,8 @@ void resetLimits(std::int64_t startTimeMs)
                     .newGame = searchLimits.newGame};
 }
 
-/// Reads a number into `field`, saturated to its range. A word that is not a number gives 0 and fails
-/// the stream. At the end of the line the field stays.
+/// Reads a number into `field`, saturated to its range. A word that is not a number gives 0 and sets the
+/// stream to fail. At the end of the line `field` keeps its value.
 template <typename T> void readNumber(std::istream &words, T &field)
 {
     std::string word;
@@ -78,7 +78,7 @@ void readLimits(std::istream &words)
     }
 }
 
-/// A controller waits for an answer to every `go`.
+/// A controller expects an answer to every `go`.
 void answerWithoutSearch() { printLine("bestmove " + moveText(noMove, mainPos.sideToMove, mainPos)); }
 
 } // namespace
@@ -98,7 +98,7 @@ void goCommand(std::istream &words)
     if (!awaitSearchEnd("go"))
         return;
     prepareSearchLimits(words, startTimeMs);
-    if (!theBoss().isStarted()) // the search runs on this thread, and nobody could stop it
+    if (!theBoss().isStarted()) // the search would run on this thread and could not be stopped
         searchLimits.infinite = pondering = false;
     if (!isMainPositionPlayable())
         answerWithoutSearch();

@@ -12,7 +12,7 @@ namespace tarvonel
 namespace
 {
 
-constexpr int tableMoveDepth = 127;
+constexpr int tbMoveDepth = 127;
 
 /// The principal variation, each move followed by a blank.
 std::string pvText(const pos &position)
@@ -24,7 +24,7 @@ std::string pvText(const pos &position)
     return text;
 }
 
-/// " nodes ... pv ...": the end of the lines of an iteration.
+/// " nodes ... pv ...": the end of a line for an iteration.
 std::string effortText(const pos &position)
 {
     const searchTotals totals = sumUpSearch();
@@ -40,9 +40,9 @@ int movesToMate(int mateScore)
     return mateScore > 0 ? moves : -moves;
 }
 
-void tableMoveReport(const pos &position, int score, moveCode move)
+void reportRootTbMove(const pos &position, int score, moveCode move)
 {
-    const std::string depth = std::to_string(tableMoveDepth);
+    const std::string depth = std::to_string(tbMoveDepth);
     printLine("info score cp " + std::to_string(score) + " depth " + depth + " seldepth " + depth +
               " nodes 1 tbhits 1 time 1 pv " + moveText(move, position.sideToMove, position));
 }
@@ -74,7 +74,7 @@ const searchReporter protocolReporter = {.iterationDone = [](const pos &position
                                          .mateFound = [](const pos &position, int score, int depth)
                                          { printLine(mateText(position, score, depth)); },
                                          .matedAtRoot = [] { printLine("info score mate 0"); },
-                                         .tableMove = tableMoveReport,
+                                         .rootTbMove = reportRootTbMove,
                                          .answer = [](moveCode best, moveCode ponder, colour side, const pos &rooks)
                                          { printLine(answerText(best, ponder, side, rooks)); }};
 

@@ -1,4 +1,4 @@
-// What a search prints for the controller: the `info` lines and the answer.
+// The `info` lines and the answer of a search.
 #pragma once
 
 #include <string>
@@ -8,10 +8,10 @@
 namespace tarvonel
 {
 
-/// The reporter that prints the lines of the protocol.
+/// Prints the lines of the UCI protocol.
 extern const searchReporter protocolReporter;
 
-/// The lines of a finished iteration, of a mate it has proved, and of the answer.
+/// The lines for a finished iteration, for a mate that it has proved, and for the answer.
 std::string iterationText(const pos &position, int score, int depth, int selDepth);
 std::string mateText(const pos &position, int score, int depth);
 std::string answerText(moveCode best, moveCode ponder, colour side, const pos &rooks);

@@ -21,7 +21,7 @@ namespace tarvonel
 namespace
 {
 
-/// Replaces the workers by `count` new ones, or as many as there are threads for.
+/// Replaces the workers by `count` new ones, or as many as the system allows.
 void rebuildThreads(int count)
 {
     engineOptions.threadCount = rebuildWorkerPool(count);
@@ -87,7 +87,7 @@ void setNumaNode(int node)
     printInfo("WindowsNumaNode set to: " + std::to_string(node));
 }
 
-// Without a file only the name changes; the network in use stays.
+// If the value names no file, the current network stays in use.
 void setNetFile(const std::string &name)
 {
     const bool isFile = !name.empty() && name != emptyOptionText;
@@ -101,7 +101,7 @@ void setNetFile(const std::string &name)
         printInfo("NetFile used : " + name);
 }
 
-// The position stays, but loses castling rights that do not exist under the other rules.
+// Drops castling rights that are invalid under the new rules.
 void setChess960(bool isOn)
 {
     if (!awaitSearchEnd("setoption name UCI_Chess960"))

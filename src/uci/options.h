@@ -1,4 +1,4 @@
-// The options of the engine: what `uci` announces and what `setoption` does.
+// The options of the engine: their announcement and `setoption`.
 #pragma once
 
 #include <istream>
@@ -7,24 +7,24 @@
 namespace tarvonel
 {
 
-/// The lines that announce all options, each ending in a newline.
+/// The lines that announce the options, each ending in a newline.
 std::string optionAnnouncements();
 
-/// Sets the option named in the rest of the line in `words`. An unknown name is ignored.
+/// Sets the option named in the rest of the line. Ignores unknown names.
 void setOptionCommand(std::istream &words);
 
-/// Resizes the transposition table; prints a message if only a smaller one fits in memory. No search
-/// may run.
+/// Resizes the transposition table. Prints a message if only a smaller one fits in memory. No search may
+/// run.
 void resizeHashTable(int megabytes);
 
-/// Prints that the table is smaller than `megabytes`, if it is.
+/// Prints a message if the table is smaller than `megabytes`.
 void printSmallerTable(int megabytes);
 
-/// Loads the file of the option `NetFile` and empties the evaluation caches; `netLoaded` is the
-/// outcome, and a message says so if there is no network now. No search may run.
+/// Loads the file in the option `NetFile` and clears the evaluation caches. Prints the result, which is in
+/// `netLoaded`. No search may run.
 void useNetFile();
 
-/// Refuses a command for lack of a network; `what` cannot be searched, "a position" or "the position".
+/// Refuses a command because there is no network; `what` is "a position" or "the position".
 void refuseWithoutNetwork(const char *what);
 
 } // namespace tarvonel

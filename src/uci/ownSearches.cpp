@@ -32,8 +32,8 @@ namespace
 constexpr int maxOpenings = 1'000'000;
 constexpr int openingDepth = 6;
 constexpr int openingHashMegabytes = 1;
-constexpr int fewestPliesFromBook = 4; ///< few: the book brings variety
-constexpr int maxTries = 100;          ///< for one opening: a book may have no balanced one
+constexpr int fewestPliesFromBook = 4; ///< the book provides variety
+constexpr int maxTries = 100;          ///< per opening; a book may have no balanced ones
 
 /// The state that such searches overwrite.
 struct setAsideState
@@ -92,7 +92,7 @@ std::string asUpper(std::string word)
     return word;
 }
 
-/// Nothing if a number is missing or wrong. Skips unknown words.
+/// Nothing if a number is missing or invalid. Skips unknown words.
 std::optional<genfensPlan> readPlan(std::istream &words)
 {
     std::string word;

@@ -20,7 +20,7 @@ namespace
 posWithMoves mainBoard;
 bool isPositionRefused = false;
 
-/// Plays the moves in the rest of the line and returns their number.
+/// Plays the moves in the rest of the line. Returns their number.
 int playMoves(std::istream &words, pos &position)
 {
     int played = 0;
@@ -37,14 +37,14 @@ int playMoves(std::istream &words, pos &position)
     return played;
 }
 
-// An unchecked move can have captured the king.
+// Moves are not checked, so one may have captured the king.
 bool isSideToMoveInCheck(const pos &position)
 {
     const colour side = position.sideToMove;
     return position.bitboards[whiteKing + side] != 0 && isKingAttacked(position, side);
 }
 
-// Moves after a FEN text count twice: the rows of the time allotment were tuned that way.
+// Moves after a FEN count twice: time management is tuned to that.
 int gamePlyAfter(bool isFromStart, int keyCount, int played)
 {
     if (isFromStart)

@@ -1,4 +1,4 @@
-// The position of the console, and the `position` command: the one way to change it.
+// The current position, and the `position` command, which sets it.
 #pragma once
 
 #include <istream>
@@ -8,20 +8,20 @@
 namespace tarvonel
 {
 
-/// The position that commands search, count, evaluate and show.
+/// The position for all commands.
 extern pos &mainPos;
 
-/// Sets up `mainPos` and `gamePlyHint` from the rest of the line in `words`: "startpos" or "fen" with
-/// its text, then "moves" and the moves of the game. An invalid position changes nothing but is
-/// remembered as refused; a move that cannot be read ends the list. A running search is not affected.
+/// Sets up `mainPos` and `gamePlyHint` from the rest of the line: "startpos" or "fen" and a FEN, then
+/// "moves" and the moves of the game. An invalid position is refused and changes nothing. A word that is
+/// not a move ends the list. Does not affect a running search.
 void positionCommand(std::istream &words);
 
-/// Refuses the `position` command for this reason: until one is accepted, there is nothing to search.
+/// Refuses the `position` command. Until one is accepted, there is no position to search.
 void refusePosition(const std::string &reason);
 
-/// Whether `mainPos` may be searched, counted or evaluated; otherwise prints why not. The last
-/// position may have been refused; moves of the game are not checked and can leave a position without
-/// a king, or with one that could be taken.
+/// Whether `mainPos` may be searched, counted or evaluated; if not, prints why. The last position may have
+/// been refused, or unchecked moves may have led to a position in which a king is missing or can be
+/// captured.
 bool isMainPositionPlayable();
 
 } // namespace tarvonel

@@ -1,5 +1,5 @@
-// Random start positions: the standard one, a Chess960 one or one from a book, followed by some random
-// moves. For genfens and for self-play.
+// Random openings for genfens and self-play: the start position, a Chess960 one or one from a book, and a
+// few random moves.
 #pragma once
 
 #include <cstddef>
@@ -22,21 +22,21 @@ moveCode randomMove(const std::vector<moveCode> &moves, randomSource &random);
 struct openingBook
 {
     std::vector<std::string> fens;
-    std::size_t refusedLines = 0; ///< without a position that can be played from
+    std::size_t refusedLines = 0; ///< lines without a playable position
 };
 /// Returns no positions if the file cannot be read.
 openingBook readOpeningBook(const std::string &path);
 
-inline constexpr int widestOpening = 300; ///< centipawns; openings that a search scores beyond are discarded
+inline constexpr int widestOpening = 300; ///< centipawns; openings with a larger score are discarded
 
 struct openingPlan
 {
-    int fewestPlies = 8;                 ///< random plies, or one more
-    double chess960Share = 0.2;          ///< of games that start from a Chess960 position
-    std::span<const std::string> book{}; ///< if not empty, all games start from one of these FENs instead
+    int fewestPlies = 8;                 ///< random plies; sometimes one more
+    double chess960Share = 0.2;          ///< share of games from Chess960 positions
+    std::span<const std::string> book{}; ///< if not empty, FENs from which all games start instead
 };
 
-/// Sets up an opening and returns its number of random plies; -1 if the game is over by then.
+/// Sets up an opening. Returns its number of random plies, or -1 if the game ends within them.
 int drawOpening(posWithMoves &board, const openingPlan &plan, randomSource &random);
 
 } // namespace tarvonel

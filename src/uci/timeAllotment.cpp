@@ -1,6 +1,6 @@
-// Spreads the remaining time over the moves to the next time control: the number given, or one
-// estimated from the game ply. `incrementFactor` stretches an estimated number of moves, more for a
-// small increment relative to the clock.
+// Time management: spreads the remaining time over the moves to the next time control, whose number is
+// given or estimated from the game ply. `incrementFactor` stretches an estimate, more for a smaller
+// increment relative to the clock.
 #include "uci/goCommand.h"
 
 #include <algorithm>
@@ -17,7 +17,7 @@ namespace tarvonel
 namespace
 {
 
-/// A row applies up to and including its bound.
+/// Rows apply up to and including their bounds.
 struct fractionRow
 {
     int maxThreads;
@@ -57,11 +57,11 @@ template <typename T> int toInt(T value)
     constexpr T low = std::numeric_limits<int>::min();
     if constexpr (std::numeric_limits<T>::is_integer)
         return static_cast<int>(std::clamp<T>(value, low, std::numeric_limits<int>::max()));
-    else // the upper bound itself is no float
+    else // the upper bound is not a float
         return value >= -static_cast<T>(low) ? std::numeric_limits<int>::max() : static_cast<int>(std::max(value, low));
 }
 
-/// The fraction of its equal part of the time that a move gets, and the number of moves.
+/// The number of moves, and the fraction of an equal part of the time for this one.
 struct moveShare
 {
     double fraction;
@@ -97,7 +97,7 @@ float incrementFactorFor(int time, int increment)
     return static_cast<float>(minIncrementFactor + product);
 }
 
-/// All the time until the control: the clock and the increments of all moves but one.
+/// The clock and the increments of all moves but one.
 int timeToSpread(int time, int increment, int moves, bool isGiven)
 {
     float stretched = static_cast<float>(moves);

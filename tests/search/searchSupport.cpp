@@ -46,7 +46,7 @@ const searchReporter recorder{.iterationDone =
                                   record.score = score;
                                   ++record.mates;
                               },
-                              .tableMove =
+                              .rootTbMove =
                                   [](const pos &, int score, moveCode)
                               {
                                   record.score = score;

@@ -28,8 +28,7 @@ struct walkCounts
 
 void walk(const tbPosition &position, int depth, walkCounts &counts)
 {
-    tbMoveList list;
-    tbMoves(position, list);
+    const tbMoveList list = tbMoves(position);
     for (const tbMove move : list)
     {
         tbPosition next;
@@ -224,8 +223,7 @@ int dtzOf(const tbPosition &position) { return probed(probeDtz, position); }
 /// Files that count moves and not plies give distances one ply short.
 void expectConsistency(const tbPosition &position, int tolerance)
 {
-    tbMoveList list;
-    tbLegalMoves(position, list);
+    const tbMoveList list = tbLegalMoves(position);
     const int wdl = wdlOf(position), dtz = dtzOf(position);
     int bestWdl = list.count == 0 && !isTbCheck(position) ? 0 : -2, bestDtz = wdl > 0 ? 1000 : wdl < 0 ? -1 : 0;
     int rootDtz = 0, success = 0;
@@ -269,8 +267,7 @@ void expectConsistency(int positionsPerTable)
         for (int i = 0; i < positionsPerTable * share && !testing::Test::HasFatalFailure(); ++i)
         {
             tbPosition position = randomPosition(name, random);
-            tbMoveList list;
-            tbLegalMoves(position, list);
+            const tbMoveList list = tbLegalMoves(position);
             for (const tbMove move : list)
                 if (tbPosition next; applyTbMove(next, position, move), next.ep != 0)
                 {

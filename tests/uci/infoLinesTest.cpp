@@ -59,7 +59,7 @@ TEST_F(infoLines, linesOfAnIteration)
 TEST_F(infoLines, endsOfASearch)
 {
     const moveCode castling = encodeMove(e1, c1, castleQueenSide);
-    EXPECT_EQ(outputOf([&] { protocolReporter.tableMove(position(), 31800, castling); }),
+    EXPECT_EQ(outputOf([&] { protocolReporter.rootTbMove(position(), 31800, castling); }),
               "info score cp 31800 depth 127 seldepth 127 nodes 1 tbhits 1 time 1 pv e1c1\n");
     EXPECT_EQ(answerText(encodeMove(e8, g8, castleKingSide), encodeMove(a7, a8, promoteKnight), black, position()),
               "bestmove e8g8 ponder a7a8n");
