@@ -43,8 +43,8 @@ constexpr int laneOfInput(int index)
     return index / simd::clipBlockLanes * simd::clipBlockLanes + simd::clippedLane(index % simd::clipBlockLanes);
 }
 
-/// The two largest sums of weights of a pair of neighbouring inputs. Their chunks may be multiplied at
-/// once if even these sums, times the largest activation, fit in 16 bits.
+/// The two largest weight sums of pairs of neighbouring inputs. Any two chunks may be multiplied at once if
+/// these, times the largest activation, fit in 16 bits.
 struct topTwo
 {
     int first = 0, second = 0;

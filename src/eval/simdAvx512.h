@@ -27,8 +27,8 @@ inline vector32 multiplyAddChunk(vector32 sums, vector32 inputs, const chunkWeig
 {
     return _mm512_dpbusd_epi32(sums, inputs, _mm512_load_si512(weights));
 }
-// The products are summed apart from the running sums, so that each step waits for one addition only,
-// not for two multiplications.
+// Sums the products separately from the running sums, so that each step depends on one addition, not on
+// two multiplications.
 inline vector32 multiplyAddTwoChunks(vector32 sums, vector32 inputsA, const chunkWeight *weightsA, vector32 inputsB,
                                      const chunkWeight *weightsB)
 {

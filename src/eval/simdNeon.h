@@ -1,5 +1,5 @@
-// The vector operations of eval/simd.h with NEON, as every 64-bit ARM processor has it: byte
-// activations, chunks of 4 inputs, 4 outputs per vector.
+// The vector operations of eval/simd.h with NEON, which every 64-bit ARM processor has: byte activations,
+// chunks of 4 inputs, 4 outputs per vector.
 #pragma once
 
 #include <arm_neon.h>

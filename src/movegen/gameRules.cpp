@@ -23,7 +23,7 @@ int occurrences(const pos &position)
     return count;
 }
 
-/// Bare kings, one minor piece, or bishops on one colour of squares alone.
+/// Bare kings, a single minor piece, or only bishops on squares of one colour.
 bool isDeadPosition(const pos &position)
 {
     const auto both = [&](int code) { return position.bitboards[code] | position.bitboards[code + 1]; };

@@ -154,7 +154,7 @@ moveCode *addMovesOf(moveCode *out, bitboard allowed, bitboard targets, const po
     return out;
 }
 
-/// Moves of knights and other pieces on the given squares to `targets`.
+/// Moves to `targets` by the knights in `knights`, then by the bishops, rooks and queens in `others`.
 template <colour Side, typename Score> moveCode *addPieceMoves(moveCode *out, bitboard knights, bitboard others,
                                                                bitboard targets, const pos &position, Score scoreOf)
 {

@@ -1,5 +1,4 @@
-// Properties of single moves (legal, valid in this position, giving check), the list of legal moves, and
-// perft.
+// Whether single moves are legal, valid in a position or give check; the list of legal moves; and perft.
 #pragma once
 
 #include <cstdint>

@@ -29,7 +29,7 @@ bool isPlayableHashMove(int ply, pos &position)
     return isMoveValid(position, ply, move) && leavesKingSafe(position, ply, move);
 }
 
-/// Moves evasions with negative SEE to the end. Pawn captures of the checker and king moves need no SEE.
+/// Lowers the scores of evasions with negative SEE. Pawn captures of the checker and king moves need no SEE.
 void demoteLosingEvasions(posinfo &node, const pos &position)
 {
     for (moveCode *move = node.listStart; move < node.listEnd; ++move)

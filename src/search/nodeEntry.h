@@ -20,8 +20,8 @@ inline void prefetchNode(const pos &position)
     prefetch(&position.evalCache[position.key & (evalCacheSize - 1)]);
 }
 
-/// Whether the node is a draw by repetition: its position occurred once on the search path, or twice
-/// before.
+/// Whether the node is a draw by repetition: its position has occurred once on the search path, or twice in
+/// the game.
 inline bool isRepetition(int ply, const pos &position)
 {
     constexpr int shortestRepetition = 4; // plies

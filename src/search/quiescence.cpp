@@ -18,8 +18,8 @@ namespace tarvonel
 namespace
 {
 
-constexpr int minCaptureDepth = -4;  // below it only recaptures are tried
-constexpr int minEvasionDepth = -13; // below it also in check only recaptures are tried
+constexpr int minCaptureDepth = -4;  // below this, only recaptures
+constexpr int minEvasionDepth = -13; // below this, only recaptures in check as well
 
 /// How the moves of a node are selected.
 enum class captureOrder
@@ -91,8 +91,8 @@ int quiescence(int ply, int qDepth, int alpha, int beta, pos &position)
         alpha = std::max(alpha, bestScore);
     }
 
-    // 5. Principal variation search of captures with nonnegative SEE, deep in the tree only of recaptures, in
-    // check of all evasions.
+    // 5. Search captures with nonnegative SEE, deep in the tree only recaptures, in check all evasions. As in
+    // any principal variation search, moves after the first are tried with a null window.
     const captureOrder order = generateFor(ply, qDepth, position);
     posinfo &child = position.info[ply + 1];
     const colour mover = position.sideToMove;

@@ -64,7 +64,7 @@ int reductionOf(int ply, const pos &position, const nodeContext &context, const 
     if (reduction > 0 && isPv)
         --reduction;
 
-    // Reduce less: pawns close to promotion, first pawn moves, killer moves that pass a pawn.
+    // Reduce less: pawns one step from promotion, and killer moves of passed pawns.
     if (isPawn(position.board[to]))
     {
         const colour mover = opponent(position.sideToMove);

@@ -34,8 +34,8 @@ tbPosition toTbPosition(const pos &position, int ply, int rule50)
     return table;
 }
 
-/// The outcome for a distance and a fifty-move count. Distances from inconsistent files can be INT_MAX, so
-/// nothing is added to them.
+/// The outcome for a distance and a fifty-move count. Inconsistent files can give INT_MAX as the distance,
+/// so nothing is added to it.
 tbOutcome classify(int dtz, int rule50)
 {
     const int pliesLeft = fiftyMoveHorizon - rule50;

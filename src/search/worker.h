@@ -25,13 +25,13 @@ namespace tarvonel
 
 inline relaxed<bool> stopSearch{false}; ///< all search threads return as soon as they see it
 inline relaxed<bool> pondering{false};  ///< the clock is not running yet
-inline relaxed<bool> timeIsUp{false};   ///< the time for the move is used up, so a `ponderhit` stops
+inline relaxed<bool> timeIsUp{false};   ///< the time for the move is used up: a `ponderhit` stops the search
 inline relaxed<int> deepestTimed{0};    ///< deepest iteration after which a thread has decided on time
 
 /// What a thread keeps between searches.
 struct searchTables : evaluationTables
 {
-    /// Makes searches of the position use these tables, which must outlive them.
+    /// Attaches the tables to the position; they must outlive its use.
     void attachTo(pos &position)
     {
         evaluationTables::attachTo(position);
@@ -40,7 +40,6 @@ struct searchTables : evaluationTables
         position.quietScores = quietScores;
     }
 
-    /// Clears the continuation histories.
     void clearHistory()
     {
         for (auto *history : {&contHistoryTwoBack, &contHistoryOneBack})
@@ -176,7 +175,7 @@ struct searchResources
     searchResources &operator=(const searchResources &) = delete;
 };
 
-/// Clears the continuation histories of all workers, for a new game.
+/// Clears the continuation histories of all workers for a new game.
 void clearWorkerHistory();
 
 /// Clears the evaluation caches of all workers. No search may run.

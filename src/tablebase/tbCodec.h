@@ -26,7 +26,7 @@ namespace tarvonel
 inline constexpr int maxCodeLength = 32; ///< limited by the refill of the bit buffer
 inline constexpr int corruptValue = -1;
 
-/// The pointers are into the mapped file. Once `readCodecHeader` has accepted the header and the pointers
+/// The pointers refer to the mapped file. Once `readCodecHeader` has accepted the header and the pointers
 /// to the sections are set, decoding any index below the table's size stays inside the file. That holds
 /// even if another program changes the file, because code lengths and symbol tree are copies.
 struct blockCodec

@@ -150,8 +150,8 @@ int distanceOf(const subTable &sub, int stored, int wdl)
     return inPlies ? plies : 2 * plies;
 }
 
-/// Writes the squares of the pieces in [first, last) of the order, with the colours flipped if `flip`. False
-/// if the position lacks one of them.
+/// Writes the squares of the pieces in [first, last) of the order, with colours and ranks flipped if `flip`.
+/// False if the position lacks one of them.
 bool collectSquares(const tbPosition &position, const std::uint8_t *order, int first, int last, bool flip, int *squares)
 {
     bitboard pieces = 0;

@@ -60,6 +60,21 @@ bool findTbFile(const std::string &name, tbKind kind, std::string &path, std::in
     return false;
 }
 
+/// Whether the first file of that name has a valid size. Reports an invalid one.
+bool testTableFile(const std::string &name, tbKind kind)
+{
+    std::string path;
+    std::int64_t size = 0;
+    if (!findTbFile(name, kind, path, size))
+        return false;
+    if (isTbFileSize(static_cast<std::uint64_t>(size)))
+        return true;
+    const std::string text = "Incomplete tablebase file " + name + tbSuffixes[kind];
+    printError(text + '\n');
+    printInfo(text);
+    return false;
+}
+
 void unmapTb(mappedTablebase &table)
 {
     const unsigned long error = unmapFile(table.mapping);
@@ -209,20 +224,6 @@ bool mapTb(tablebaseEntry &entry, tbKind kind)
 }
 
 } // namespace
-
-bool testTableFile(const std::string &name, tbKind kind)
-{
-    std::string path;
-    std::int64_t size = 0;
-    if (!findTbFile(name, kind, path, size))
-        return false;
-    if (isTbFileSize(static_cast<std::uint64_t>(size)))
-        return true;
-    const std::string text = "Incomplete tablebase file " + name + tbSuffixes[kind];
-    printError(text + '\n');
-    printInfo(text);
-    return false;
-}
 
 bool initTablebases(const std::string &path)
 try

@@ -44,9 +44,6 @@ extern relaxed<unsigned> tableCardinality;
 /// is no memory for the registry.
 bool initTablebases(const std::string &path);
 
-/// Whether there is a file of that name; reports it and returns false if its size is invalid.
-bool testTableFile(const std::string &name, tbKind kind);
-
 /// The entry for a `materialSignature`, or null.
 tablebaseEntry *findTb(std::uint64_t signature);
 

@@ -19,7 +19,7 @@ void refuse(const std::string &reason);
 /// Whether a command was refused or failed since the last call.
 bool takeRefusal();
 
-/// Records a refusal without a message.
+/// Records a refusal for which the caller has printed a message.
 void noteRefusal();
 
 } // namespace tarvonel

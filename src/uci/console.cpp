@@ -255,7 +255,7 @@ void runLines(std::istream &input, consoleState &state)
         }
         catch (const std::bad_alloc &)
         {
-            printText("info string Not enough memory for this command\n"); // needs none itself
+            printText("info string Not enough memory for this command\n"); // needs no memory
         }
     }
 }
@@ -289,7 +289,7 @@ int runConsole(std::istream &input, std::span<char *> words, const consoleSetup 
     catch (const std::bad_alloc &)
     {
         stopSearch = true;
-        printText("info string Not enough memory to go on\n"); // needs none itself
+        printText("info string Not enough memory to go on\n"); // needs no memory
         isRefused = true;
     }
     shutDown();

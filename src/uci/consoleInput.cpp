@@ -114,7 +114,7 @@ void consoleInput::readAhead()
         }
         catch (const std::bad_alloc &)
         {
-            printText("info string Not enough memory for a line, dropped\n"); // needs none itself
+            printText("info string Not enough memory for a line, dropped\n"); // needs no memory
         }
 }
 

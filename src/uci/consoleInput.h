@@ -30,7 +30,7 @@ class consoleInput
     /// Starts to read `source`, which must outlive this, up to a line that begins with `quit` or the end. If
     /// no thread can be started, lines are read on the caller's thread when needed.
     explicit consoleInput(std::istream &source);
-    /// Waits for the last line, for which the stream may block.
+    /// Waits until the last line has been read, which can block.
     ~consoleInput();
     consoleInput(const consoleInput &) = delete;
     consoleInput &operator=(const consoleInput &) = delete;

@@ -35,8 +35,8 @@ void resetLimits(std::int64_t startTimeMs)
                     .newGame = searchLimits.newGame};
 }
 
-/// Reads a number into `field`, saturated to its range. A word that is not a number gives 0 and sets the
-/// stream to fail. At the end of the line `field` keeps its value.
+/// Reads a number into `field`, saturated to its range. A word that is not a number gives 0 and makes the
+/// stream fail. At the end of the line `field` keeps its value.
 template <typename T> void readNumber(std::istream &words, T &field)
 {
     std::string word;

@@ -8,7 +8,7 @@
 namespace tarvonel
 {
 
-/// The position for all commands.
+/// The position that all commands use.
 extern pos &mainPos;
 
 /// Sets up `mainPos` and `gamePlyHint` from the rest of the line: "startpos" or "fen" and a FEN, then

@@ -31,7 +31,7 @@ inline constexpr int widestOpening = 300; ///< centipawns; openings with a large
 
 struct openingPlan
 {
-    int fewestPlies = 8;                 ///< random plies; sometimes one more
+    int fewestPlies = 8;                 ///< random plies; half of the openings have one more
     double chess960Share = 0.2;          ///< share of games from Chess960 positions
     std::span<const std::string> book{}; ///< if not empty, FENs from which all games start instead
 };

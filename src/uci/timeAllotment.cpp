@@ -47,7 +47,7 @@ constexpr float incrementFactorSlope = 0.0014615385F;
 
 constexpr double maximumShareOfClock = 0.5;
 constexpr int maximumInOptimal = 5;
-constexpr int shortClockInOptimal = 4; ///< below this many optimal times left the clock is short
+constexpr int shortClockInOptimal = 4; ///< the clock is short if it has fewer optimal times left
 constexpr float shortClockScale = 5.0F;
 constexpr int lastMovesGiven = 4, lastMovesMaximum = 40;
 constexpr int moveTimeToOptimal = 10;
