@@ -1,6 +1,7 @@
 #include "platform/threadPool.h"
 
 #include <algorithm>
+#include <atomic>
 #include <exception>
 
 namespace tarvonel

@@ -2,7 +2,6 @@
 // Tasks must not throw.
 #pragma once
 
-#include <atomic>
 #include <condition_variable>
 #include <cstddef>
 #include <functional>

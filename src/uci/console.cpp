@@ -21,7 +21,6 @@
 #include "uci/commands.h"
 #include "uci/consoleInput.h"
 #include "uci/goCommand.h"
-#include "uci/infoLines.h"
 #include "uci/options.h"
 #include "uci/positionCommand.h"
 

@@ -1,13 +1,22 @@
-// The UCI loop: the program from start-up to its end. Runs commands on the calling thread.
+// The UCI loop: the program from start-up to its end, with the `info` lines and the answers of searches.
 #pragma once
 
 #include <istream>
 #include <span>
+#include <string>
 
-#include "uci/infoLines.h"
+#include "search/searchReporter.h"
 
 namespace tarvonel
 {
+
+/// Prints the lines of the UCI protocol.
+extern const searchReporter protocolReporter;
+
+/// The lines for a finished iteration, for a mate that it has proved, and for the answer.
+std::string iterationText(const pos &position, int score, int depth, int selDepth);
+std::string mateText(const pos &position, int score, int depth);
+std::string answerText(moveCode best, moveCode ponder, colour side, const pos &rooks);
 
 struct consoleSetup
 {

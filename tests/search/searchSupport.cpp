@@ -15,7 +15,7 @@
 #include "search/transpositionTable.h"
 #include "support/randomGames.h"
 #include "support/syntheticNetwork.h"
-#include "uci/infoLines.h"
+#include "uci/console.h"
 
 namespace tarvonel
 {

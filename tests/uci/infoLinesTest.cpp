@@ -1,4 +1,4 @@
-#include "uci/infoLines.h"
+#include "uci/console.h"
 
 #include <initializer_list>
 #include <string>

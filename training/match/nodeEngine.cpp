@@ -13,7 +13,6 @@
 #include "search/searchReporter.h"
 #include "search/worker.h"
 #include "uci/console.h"
-#include "uci/infoLines.h"
 
 namespace tarvonel
 {
