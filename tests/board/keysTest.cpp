@@ -9,7 +9,7 @@ namespace tarvonel
 namespace
 {
 
-TEST(keys, tableHoldsItsLandmarksAndNoValueTwice)
+TEST(keys, knownValuesAndNoValueTwice)
 {
     EXPECT_EQ(pieceKey(whitePawn, a1), 0xACFEAF947971818A);
     EXPECT_EQ(keys.castling[15], 0x52350392A46A0725);

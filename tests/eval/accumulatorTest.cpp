@@ -111,7 +111,7 @@ const walkPlan walks[] = {
     {"n1n5/PPPk4/8/8/8/8/4Kppp/5N1N b - - 0 1", false, 2},                       // promotions by capture
     {"rnbqkb1r/ppp1p1pp/8/3pPp2/8/8/PPPP1PPP/RNBQKBNR w KQkq f6 0 3", false, 3}, // en passant
     {"8/5k2/8/3P4/8/8/2K5/8 w - - 0 1", false, 3},                               // chains cost more than a refresh
-    {"1rkr4/pppppppp/8/8/8/8/PPPPPPPP/1RKR4 w DBdb - 0 1", true, 2},             // castling next door
+    {"1rkr4/pppppppp/8/8/8/8/PPPPPPPP/1RKR4 w DBdb - 0 1", true, 2},             // castling to a neighbouring square
     {"r4kr1/pppppppp/8/8/8/8/PPPPPPPP/R4KR1 w GAga - 0 1", true, 1},             // king and rook change places
 };
 
@@ -143,7 +143,7 @@ TEST(accumulator, longestChainIsRefreshed)
     expectRightSums(*position, maxPly);
 }
 
-TEST(accumulator, sumsOutliveNeitherTheirNetworkNorTheirPosition)
+TEST(accumulator, sumsAreRecomputedForANewNetworkOrPosition)
 {
     std::vector<accumulatorCacheEntry> cache(accumulatorCacheSize);
     ownedPosition position(startPositionFen);

@@ -34,7 +34,7 @@ void putBytes(std::string &bytes, std::size_t at, std::initializer_list<int> val
 
 } // namespace
 
-TEST(networkFile, fieldsStandAtTheirOffsets)
+TEST(networkFile, fieldsAreReadFromTheirOffsets)
 {
     std::string bytes(fileBytes, '\0');
     putBytes(bytes, 16 + 2 * 255, {0x34, 0x92});
@@ -82,7 +82,7 @@ TEST(networkFile, writtenNetworksAreReadBack)
 }
 
 // The first byte of each field, and cuts before, inside and after it.
-TEST(networkFile, whatAFileLacksStaysAsItWas)
+TEST(networkFile, fieldsThatAFileLacksKeepTheirValues)
 {
     const auto countChanged = [](const auto &values)
     {

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <limits>
 #include <random>
 #include <streambuf>
 #include <string>
@@ -44,6 +43,8 @@ std::vector<std::int32_t> activated(std::vector<std::int32_t> sums)
     return sums;
 }
 
+constexpr std::size_t descriptionLengthAt = 8, headEnd = 12;
+
 struct tracedPass
 {
     std::vector<std::int32_t> input, hidden1, hidden2;
@@ -79,61 +80,20 @@ double shareNonzero(const std::vector<std::int32_t> &activations)
     return 1.0 - static_cast<double>(zeros) / static_cast<double>(activations.size());
 }
 
-// --- mutated files ---
-
-constexpr std::size_t descriptionLengthAt = 8, headEnd = 12;
-constexpr std::size_t fieldStarts[] = {0,          4,          descriptionLengthAt, headEnd,    16,
-                                       528,        25'166'352, 25'166'356,          25'166'484, 25'182'868,
-                                       25'182'996, 25'184'020, 25'184'024,          25'184'056};
-constexpr std::size_t soundSize = 25'184'056;
-
-/// Fills some bytes after the head with noise, or with one repeated number: the ends of the
-/// ranges of 8, 16 and 32 bits, 0 or -1.
-void fillStretch(std::string &bytes, std::size_t start, std::size_t length, std::mt19937_64 &random)
+/// Fills a stretch, late in the file more often, where the small fields are, with noise or with one
+/// number: 0, -1, or the ends of the ranges of 8, 16 and 32 bits.
+void damage(std::string &bytes, std::mt19937_64 &random)
 {
     const std::uint32_t numbers[] = {0,          0xFFFFFFFF, 0x7F7F7F7F, 0x80808080,
                                      0x7FFF7FFF, 0x80008000, 0x7FFFFFFF, 0x80000000};
     const std::uint32_t number = numbers[random() % std::size(numbers)];
     const bool isNoise = random() % 4 == 0;
-    const std::size_t end = std::min(start + length, bytes.size());
-    for (std::size_t at = std::max(start, headEnd); at + sizeof number <= end; at += sizeof number)
+    std::size_t at = bytes.size() - random() % ((bytes.size() - headEnd) >> random() % 12);
+    for (const std::size_t end = at + (std::size_t{1} << random() % 25); at + 4 <= std::min(end, bytes.size()); at += 4)
     {
         const std::uint32_t next = isNoise ? static_cast<std::uint32_t>(random()) : number;
         std::memcpy(bytes.data() + at, &next, sizeof next);
     }
-}
-
-void mutate(std::string &bytes, std::mt19937_64 &random)
-{
-    const std::size_t field = random() % (std::size(fieldStarts) - 1);
-    const std::size_t start = fieldStarts[field], size = fieldStarts[field + 1] - start;
-    switch (random() % 6)
-    {
-    case 0: // cut at a field's border or close to it
-        bytes.resize(std::min(bytes.size(), start + random() % 9));
-        break;
-    case 1: // longer
-        bytes.append(random() % 1000, '\xAB');
-        break;
-    case 2: // a wrong length of the description
-        if (bytes.size() >= headEnd)
-            bytes[descriptionLengthAt + random() % 4] = static_cast<char>(random() % 3 == 0 ? random() : random() % 2);
-        break;
-    case 3: // a whole field
-        fillStretch(bytes, start, size, random);
-        break;
-    default: // a stretch of any length, short ones more often, so that small and large fields are met
-        fillStretch(bytes, start + random() % size, std::size_t{1} << random() % 25, random);
-    }
-}
-
-/// What the file's head asks for.
-std::size_t wholeSize(const std::string &bytes)
-{
-    std::size_t size = soundSize;
-    for (std::size_t i = 0; i < 4 && bytes.size() >= headEnd; ++i)
-        size += std::size_t{static_cast<std::uint8_t>(bytes[descriptionLengthAt + i])} << 8 * i;
-    return size;
 }
 
 /// Reads the bytes in place; copying them into a stream would take most of the time.
@@ -145,15 +105,17 @@ struct bytesInPlace : std::streambuf
 void fuzzFiles(unsigned seed, int files)
 {
     const std::string sound = syntheticNetworkBytes();
-    ASSERT_EQ(sound.size(), soundSize);
     std::mt19937_64 random(seed);
     std::string bytes;
     for (int i = 0; i < files; ++i)
     {
         bytes = sound;
-        for (std::size_t mutations = 1 + random() % 3; mutations > 0; --mutations)
-            mutate(bytes, random);
-        const bool isLongEnough = bytes.size() >= wholeSize(bytes);
+        for (std::size_t stretches = 1 + random() % 3; stretches > 0; --stretches)
+            damage(bytes, random);
+        const std::size_t description = random() % 128;
+        bytes[descriptionLengthAt] = static_cast<char>(description);
+        bytes.resize(sound.size() + random() % 256, 'x');
+        const bool isLongEnough = bytes.size() >= sound.size() + description;
         bytesInPlace source(bytes);
         std::istream stream(&source);
         EXPECT_EQ(readNet(stream), isLongEnough) << i;
@@ -169,23 +131,6 @@ void fuzzFiles(unsigned seed, int files)
 }
 
 } // namespace
-
-TEST(network, hiddenLayerShiftsAndClamps)
-{
-    constexpr std::int32_t most = std::numeric_limits<std::int32_t>::max();
-    const std::pair<std::int32_t, int> cases[] = {
-        {0, 0},       {-1, 0},        {63, 0},     {64, 1},  {127, 1},    {8127, 126}, {8128, 127}, {8192, 127},
-        {32768, 127}, {1 << 21, 127}, {most, 127}, {-64, 0}, {-32768, 0}, {-32769, 0}, {-most, 0},  {-most - 1, 0}};
-    useSyntheticNetwork(); // no weights, so the biases alone decide
-    std::fill_n(netWeights.hidden1Weight[0], hiddenOutputs * networkInputs, std::int16_t{0});
-    for (std::size_t i = 0; i < std::size(cases); ++i)
-        netWeights.hidden1Bias[i] = cases[i].first;
-    arrangeWeights(netWeights);
-    ownedPosition position(startPositionFen);
-    const tracedPass pass = expectExactPass(*position);
-    for (std::size_t i = 0; i < std::size(cases); ++i)
-        EXPECT_EQ(pass.hidden1[i], cases[i].second) << cases[i].first;
-}
 
 TEST(network, fastPassEqualsTheDefinition)
 {
@@ -207,12 +152,11 @@ TEST(network, fastPassEqualsTheDefinition)
         if (bias != syntheticNetworkPlan().firstLayerBias)
             continue;
         for (const double share : nonzero)
-            EXPECT_GT(share / positions, 0.3) << "the tests' own network is dead";
+            EXPECT_GT(share / positions, 0.3) << "the test network has too few nonzero activations";
     }
 }
 
-// Where products are added in 16 bits before they are in 32, these weights would be the first to
-// overflow, or stay just below it.
+// If products are first added in 16 bits, these weights overflow or stay just below the limit.
 TEST(network, extremeWeightsStayExact)
 {
     constexpr std::int16_t neighbours[][2] = {{127, 127}, {127, 2},   {127, 3},    {-128, -128},
@@ -234,7 +178,7 @@ TEST(network, extremeWeightsStayExact)
     }
 }
 
-// Any file that is long enough is a network, and its numbers, whatever they are, wrap.
+// Any file that is long enough is a network, and its sums wrap.
 TEST(network, mutatedFilesAreReadByTheirSizeAndStayExact) { fuzzFiles(11, 40); }
 
 TEST(slowNetwork, mutatedFilesAreReadByTheirSizeAndStayExact)

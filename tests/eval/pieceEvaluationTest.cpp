@@ -66,10 +66,10 @@ const isolatedCase pieceCases[] = {
      [] { pieces.outpostSupported[knight] = 1; }, 1},
     {"a rook on the seventh, the king there too", "8/R3k3/8/8/8/8/8/4K3", [] { pieces.rookOnSeventh = 1; }, 1},
     {"not with the king before it, and not on the eighth", "3R4/R7/4k3/8/8/8/8/4K3", [] { pieces.rookOnSeventh = 1; }, 0},
-    {"minor behind a pawn: the minor's rank counts", "4k3/8/2P1P3/2B1N3/4P3/4N3/8/4K3",
+    {"minor shielded by a pawn: the minor's rank counts", "4k3/8/2P1P3/2B1N3/4P3/4N3/8/4K3",
      [] { pieces.minorBehindPawn = 1; }, 1},
     {"a minor on the first rank does not", "4k3/8/8/8/8/8/1P6/1N2K3", [] { pieces.minorBehindPawn = 1; }, 0},
-    {"a square behind two pawns counts once, an attacked one not", "4k3/8/8/4P3/8/3pP3/8/4K3",
+    {"a square to the rear of two pawns counts once, an attacked one not at all", "4k3/8/8/4P3/8/3pP3/8/4K3",
      [] { fill(pieces.spaceWeight, 1); }, 1 - 2},
 
     // threats

@@ -1,5 +1,6 @@
 #include "movegen/legality.h"
 
+#include <memory>
 #include <set>
 
 #include <gtest/gtest.h>
@@ -9,6 +10,7 @@
 #include "board/moveCode.h"
 #include "board/setup.h"
 #include "movegen/edgePositions.h"
+#include "movegen/gameRules.h"
 #include "movegen/generators.h"
 #include "support/bruteForce.h"
 #include "support/randomGames.h"
@@ -86,16 +88,16 @@ void checkValidity(pos &position, const letterBoard &board, const movePool &pool
     }
 }
 
-class moveChecksInBothVariants : public ::testing::TestWithParam<bool>
+class legalityInBothVariants : public ::testing::TestWithParam<bool>
 {
 };
 
-TEST_P(moveChecksInBothVariants, generatedMovesAreJudgedByTheRules)
+TEST_P(legalityInBothVariants, generatedMovesAreJudgedByTheRules)
 {
     playRandomGames({.seed = 5, .games = 30, .plies = 180, .chess960 = GetParam()}, checkLegality);
 }
 
-TEST_P(moveChecksInBothVariants, foreignMovesAreJudgedByTheRules)
+TEST_P(legalityInBothVariants, foreignMovesAreJudgedByTheRules)
 {
     const randomGamePlan plan{.seed = 6, .games = 12, .plies = 150, .chess960 = GetParam()};
     movePool pool;
@@ -103,9 +105,9 @@ TEST_P(moveChecksInBothVariants, foreignMovesAreJudgedByTheRules)
     playRandomGames(plan, [&](pos &position, const letterBoard &board) { checkValidity(position, board, pool); });
 }
 
-INSTANTIATE_TEST_SUITE_P(moveChecks, moveChecksInBothVariants, ::testing::Bool());
+INSTANTIATE_TEST_SUITE_P(legality, legalityInBothVariants, ::testing::Bool());
 
-TEST(moveChecks, edgeCasesAreJudgedByTheRules)
+TEST(legality, edgeCasesAreJudgedByTheRules)
 {
     movePool pool;
     for (const bool isJudging : {false, true})
@@ -126,7 +128,7 @@ TEST(moveChecks, edgeCasesAreJudgedByTheRules)
 }
 
 // Moves that fit no legal position: castling without its rook, wrong flags, capture of a king.
-TEST(moveChecks, impossibleMovesAreRefused)
+TEST(legality, impossibleMovesAreRefused)
 {
     const struct
     {
@@ -146,6 +148,19 @@ TEST(moveChecks, impossibleMovesAreRefused)
     };
     for (const auto &entry : refused)
         EXPECT_FALSE(isMoveValid(*ownedPosition(entry.fen), 0, entry.move)) << entry.fen << ' ' << entry.move;
+}
+
+// By two kings that lose a move each: the positions of a shuffle repeat after four plies.
+TEST(gameRules, aCycleOfSixPliesRepeats)
+{
+    const auto board = std::make_unique<posWithMoves>();
+    ASSERT_EQ(setupPlayablePosition("k7/8/8/8/8/8/7R/1K6 w - - 0 1", board->position), "");
+    for (const gameEnd expected : {gameEnd::none, gameEnd::repetition})
+    {
+        for (const char *move : {"b1a1", "a8b8", "a1a2", "b8a7", "a2b1", "a7a8"})
+            playGameMove(board->position, parseMoveText(move, board->position));
+        EXPECT_EQ(endOfGame(*board, legalMoves(*board)), expected);
+    }
 }
 
 } // namespace

@@ -1,9 +1,6 @@
 #include "movegen/legality.h"
 
-#include <fstream>
-#include <sstream>
 #include <string>
-#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -11,7 +8,6 @@
 
 #include "board/setup.h"
 #include "support/randomGames.h"
-#include "support/sharedData.h"
 
 namespace tarvonel
 {
@@ -53,7 +49,7 @@ TEST(perft, countsWellKnownPositionsInBothVariants)
             }
 }
 
-// The list of a ply must leave room for one more before perft goes deeper.
+// Perft goes deeper only if there is room for another list after this one.
 TEST(perft, pathsEndWhereTheMoveStackIsFull)
 {
     ownedPosition position(startPositionFen);
@@ -76,45 +72,6 @@ TEST(slowPerft, countsWellKnownPositionsDeeper)
     EXPECT_EQ(countFrom(wellKnown[4].fen, 5), 89941194U);
     EXPECT_EQ(countFrom(wellKnown[5].fen, 5), 164075551U);
 }
-
-// Files of known counts: "FEN ;D1 20 ;D2 400 ...".
-
-/// Counts each line of a file at its greatest depth with no more than `mostLeaves` leaves.
-void checkCountFile(const std::string &path, std::uint64_t mostLeaves)
-{
-    std::ifstream lines(path);
-    for (std::string line; std::getline(lines, line);)
-    {
-        std::istringstream fields(line);
-        std::string fen;
-        std::getline(fields, fen, ';');
-        int depth = 0;
-        std::uint64_t leaves = 0;
-        char mark = 0;
-        for (auto [nextDepth, nextLeaves] = std::pair(0, std::uint64_t{0});
-             fields >> mark >> nextDepth >> nextLeaves && nextLeaves <= mostLeaves; fields >> mark)
-            std::tie(depth, leaves) = std::tie(nextDepth, nextLeaves);
-        if (depth > 0)
-            EXPECT_EQ(countFrom(fen, depth), leaves) << path << ": " << fen << " depth " << depth;
-    }
-}
-
-void checkCountFiles(std::uint64_t mostLeaves)
-{
-    for (const char *name :
-         {"perftsuite", "special_moves", "double_check", "en_passant", "random", "fischer", "fischer_xfen"})
-    {
-        const std::string path = sharedDataPath("perft/" + std::string(name) + ".epd");
-        if (!std::ifstream(path).good())
-            GTEST_SKIP() << "no test data at " << path;
-        const variantScope variant(std::string(name).rfind("fischer", 0) == 0);
-        checkCountFile(path, mostLeaves);
-    }
-}
-
-TEST(perft, agreesWithFilesOfKnownCounts) { checkCountFiles(20'000); }
-
-TEST(slowPerft, agreesWithFilesOfKnownCountsDeeper) { checkCountFiles(3'000'000); }
 
 } // namespace
 } // namespace tarvonel

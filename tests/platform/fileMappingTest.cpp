@@ -40,7 +40,7 @@ TEST(fileMapping, holdsEveryByteAndOutlivesTheFilesName)
     }
 }
 
-TEST(fileMapping, whatIsNoReadableFileLeavesTheRecordEmpty)
+TEST(fileMapping, anythingButAReadableFileLeavesTheRecordEmpty)
 {
     const temporaryDirectory directory;
     std::ofstream(directory / "empty").close();

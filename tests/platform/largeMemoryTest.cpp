@@ -41,7 +41,7 @@ TEST(largeMemory, blocksAreZeroedAlignedWritableAndApart)
     releaseLarge(nullptr, mebibyte);
 }
 
-TEST(largeMemory, whatTheMachineCannotHoldIsRefused)
+TEST(largeMemory, requestsBeyondTheMachineAreRefused)
 {
     constexpr std::size_t largest = std::numeric_limits<std::size_t>::max();
     for (const std::size_t bytes : {largest, largest - mebibyte, largest / 2, std::size_t{1} << 46})
@@ -72,7 +72,7 @@ TEST(largeMemory, aBlockTakesUpMemoryOnlyWhereItIsWrittenButCountsInFull)
     releaseLarge(again, most);
 }
 
-// Each group limits all groups inside it, and a process may be in one deep down the tree.
+// A group limits all groups inside it, and a process may be in a deeply nested one.
 TEST(largeMemory, theTightestControlGroupAroundTheProcessLimits)
 {
     using fileList = std::vector<std::pair<std::string, std::string>>;

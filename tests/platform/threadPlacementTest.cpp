@@ -21,7 +21,7 @@ namespace tarvonel
 namespace
 {
 
-/// Two nodes with processors and one with memory alone; two processors to each core.
+/// Two nodes with processors, one with memory only; two processors per core.
 void writeTwoNodeMachine(const temporaryDirectory &tree)
 {
     const auto write = [&](const std::string &name, const std::string &line)
@@ -56,7 +56,7 @@ TEST(threadPlacement, coresAreFilledNodeByNodeAndThenProcessorsInTurn)
         {"two nodes, two processors to a core", 2, 4, 8, {0, 0, 1, 1, 0, 1, 0, 1, noNode, noNode}},
         {"a core too many for equal shares is left out", 2, 5, 10, {0, 0, 1, 1, 0, 1, 0, 1, 0, noNode}},
         {"fewer cores than nodes", 3, 2, 4, {0, 1, noNode}},
-        {"no node told", 0, 4, 8, {noNode, noNode, noNode}},
+        {"no known node", 0, 4, 8, {noNode, noNode, noNode}},
     };
     for (const auto &c : cases)
         for (std::size_t index = 0; index < c.placed.size(); ++index)
@@ -122,7 +122,7 @@ cpu_set_t affinityOfThisThread()
     return set;
 }
 
-/// The processors that a fresh thread, narrowed to one, may run on after it was bound.
+/// The processors allowed to a new thread that was restricted to one and then bound.
 std::vector<int> processorsAfterBinding(int threadIndex, int numaNode, int narrowedTo)
 {
     std::vector<int> processors;
@@ -164,7 +164,7 @@ TEST(threadPlacement, bindingTakesTheNodesProcessorsOfTheStart)
         }
 }
 
-// The same once more in a process that was started with one processor of several.
+// The same in a process that was started on one processor of several.
 TEST(threadPlacement, narrowStartStaysNarrow)
 {
     const cpu_set_t atStart = affinityOfThisThread();

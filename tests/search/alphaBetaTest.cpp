@@ -4,7 +4,8 @@
 
 #include <gtest/gtest.h>
 
-#include "search/reductions.h"
+#include "search/history.h"
+#include "search/movePicker.h"
 #include "search/score.h"
 #include "search/searchSupport.h"
 #include "search/transpositionTable.h"
@@ -35,47 +36,6 @@ class alphaBetaNode : public testing::Test
     }
     std::uint64_t nodes = 0;
 };
-
-TEST_F(alphaBetaNode, ttEntryOfSufficientDepthCutsOffANullWindow)
-{
-    const struct
-    {
-        const char *reason;
-        ttBound bound;
-        int depth, value, alpha, beta;
-        bool isCut;
-    } cases[] = {
-        {"lower bound at beta", boundLower, 4, 200, 199, 200, true},
-        {"too shallow", boundLower, 3, 200, 199, 200, false},
-        {"lower bound below beta", boundLower, 9, 199, 199, 200, false},
-        {"lower bound below alpha", boundLower, 9, -300, 199, 200, false},
-        {"upper bound at alpha", boundUpper, 4, -200, -200, -199, true},
-        {"upper bound above alpha", boundUpper, 9, 200, -200, -199, false},
-        {"exact above", boundExact, 4, 300, 0, 1, true},
-        {"exact below", boundExact, 4, -300, 0, 1, true},
-        {"exact in a full window", boundExact, 60, 300, -1000, 1000, false},
-    };
-    for (const auto &c : cases)
-    {
-        ttClear();
-        workbench bench = quietBench();
-        ttStore(bench->key, noMove, c.value, c.depth, c.bound, bench.ply);
-        const int score = searched(bench, 4, c.alpha, c.beta);
-        EXPECT_EQ(nodes == 1 && score == c.value, c.isCut) << c.reason;
-    }
-}
-
-TEST_F(alphaBetaNode, noTableCutAfterANullMoveNorAtTheRoot)
-{
-    workbench passed("r4rk1/pp3ppp/2n2n2/3p4/3P4/2N2N2/PP3PPP/R4RK1 w - - 3 15");
-    ttStore(passed->key, noMove, 0, 60, boundExact, 0);
-    searched(passed, 4, 19, 20);
-    EXPECT_GT(nodes, 1U) << "root";
-    passed.pass();
-    ttStore(passed->key, noMove, 0, 60, boundExact, 1);
-    searched(passed, 4, 19, 20);
-    EXPECT_GT(nodes, 1U) << "after a null move";
-}
 
 TEST_F(alphaBetaNode, aMoveFoundAtTheRootCountsBeforeTheIterationEnds)
 {
@@ -130,6 +90,21 @@ TEST_F(alphaBetaNode, stoppedNodeReturnsNothingAndStoresNothing)
     EXPECT_FALSE(ttProbe(key).isHit());
 }
 
+// Deeper than the searches whose nodes are compared.
+TEST_F(alphaBetaNode, veryDeepCutoffsUpdateOnlyTheKillers)
+{
+    workbench bench = quietBench();
+    const moveCode best = bench.move("a7a6");
+    bench.node().hashMove = noMove;
+    bench.node().stage = stageCaptureInit;
+    updateHistories(bench.ply, *bench, best, 19);
+    EXPECT_EQ(bench->quietHistory[historyIndex(blackPawn, a6)], 0);
+    EXPECT_EQ(bench.node().killers[0], best);
+    updateHistories(bench.ply, *bench, best, 18);
+    EXPECT_GT(bench->quietHistory[historyIndex(blackPawn, a6)], 0);
+    EXPECT_EQ(bench.node().killers[1], noMove) << "a killer is not remembered twice";
+}
+
 TEST_F(alphaBetaNode, clockIsReadEvery4097Nodes)
 {
     workbench bench = quietBench();
@@ -168,14 +143,6 @@ TEST_F(alphaBetaNode, positionsWithVeryManyMovesAreSearched)
         EXPECT_FALSE(stopSearch);
         EXPECT_EQ(bench->key, key) << fen;
     }
-}
-
-TEST(alphaBeta, reductionsGrowWithDepthAndMoveNumber)
-{
-    const int cases[][3] = {{0, 3, 1},   {0, 4, 0},      {1, 4, 0},  {3, 5, 1},
-                            {10, 30, 5}, {127, 255, 59}, {50, 2, 0}, {50, 0, 0}};
-    for (const auto &[depth, moveNumber, expected] : cases)
-        EXPECT_EQ(reductionTable[depth][moveNumber], expected) << depth << ' ' << moveNumber;
 }
 
 } // namespace

@@ -31,21 +31,7 @@ std::string firstMoves(workbench &bench, int count)
     return picked;
 }
 
-TEST(movePicker, stagesComeInOrder)
-{
-    // Rook a1 takes a7 for nothing, pawn e4 takes d5 for a pawn, knight c3 takes d5 at a loss.
-    workbench bench("7k/p6p/4p3/3p4/4P3/2N5/6P1/R5K1 b - - 0 1");
-    bench.play("h7h6");
-    bench.node().hashMove = bench.move("a1a2");
-    bench.node().killers[0] = bench.move("g1f1");
-    bench.node().killers[1] = encodeMove(d1, d8, plainMove, whiteQueen); // no such queen
-    const moveCode previous = bench.node(0).playedMove;
-    bench->counterMoves[historyIndex(moveExtra(previous), moveTo(previous))] = bench.move("c3b5");
-    bench->quietHistory[historyIndex(whiteRook, a5)] = 1;
-    EXPECT_EQ(firstMoves(bench, 7), "a1a2/1 e4d5/2 a1a7/2 g1f1/4 c3b5/6 c3d5/7 a1a5/9 ");
-}
-
-// Which no search of a single thread shows.
+// Searches of a single thread do not show this.
 TEST(movePicker, oneThreadInFourDoesNotSortTheRootCaptures)
 {
     // Generated with the pawn's capture first; by victim the queen on a8 comes first.

@@ -17,7 +17,7 @@ namespace tarvonel
 namespace
 {
 
-/// Plays the first moves as a game and the others in the tree, and asks at the ply then reached.
+/// Plays the first moves as a game and the others in the tree; the result for the last position.
 bool isRepetitionAfter(const std::vector<std::string> &game, const std::vector<std::string> &tree)
 {
     ownedPosition root(startPositionFen);
@@ -54,38 +54,6 @@ TEST(repetition, onceInTheTreeOrTwiceBeforeTheRoot)
     };
     for (const auto &c : cases)
         EXPECT_EQ(isRepetitionAfter(c.game, c.tree), c.expected) << c.reason;
-}
-
-TEST(materialDraw, noPawnsAndAtMostABishopEach)
-{
-    const struct
-    {
-        const char *fen;
-        bool expected;
-    } cases[] = {
-        {"4k1n1/8/8/8/8/8/8/4KB2 w - - 0 1", true}, {"4k3/8/8/8/8/8/8/4KR2 w - - 0 1", false},
-        {"4k3/8/8/8/8/8/8/4KNN1 w - - 0 1", false}, {"4kq2/8/8/8/8/8/8/4K3 w - - 0 1", false},
-        {"4k3/p7/8/8/8/8/8/4K3 w - - 0 1", false},
-    };
-    for (const auto &c : cases)
-        EXPECT_EQ(isMaterialDraw(*ownedPosition(c.fen)), c.expected) << c.fen;
-}
-
-TEST(mateDistance, clampsTheWindow)
-{
-    const struct
-    {
-        int ply, alpha, beta, alphaAfter, betaAfter;
-    } cases[] = {
-        {4, -100, 100, -100, 100},          {1, -32767, 32767, -31999, 32000}, {10, -31990, 31991, -31990, 31991},
-        {10, -31991, 31992, -31990, 31991}, {20, 31985, 31990, 31985, 31981},  {20, -31990, -31985, -31980, -31985},
-    };
-    for (auto c : cases)
-    {
-        clampMateDistance(c.ply, c.alpha, c.beta);
-        EXPECT_EQ(c.alpha, c.alphaAfter) << c.ply;
-        EXPECT_EQ(c.beta, c.betaAfter) << c.ply;
-    }
 }
 
 } // namespace

@@ -80,17 +80,6 @@ TEST_F(rootSearch, everySearchAgesTheTable)
 // The reply follows the move played, also when the iteration that found the move was cut off.
 TEST_F(rootSearch, ponderMoveAnswersTheBestMove)
 {
-    int withReply = 0;
-    constexpr const char *fen = "5k2/7R/4P2p/5K2/p1r2P1p/8/8/8 b - - 0 1";
-    for (std::uint64_t nodes = 14000; nodes < 15000; nodes += 100)
-    {
-        newGame();
-        const searchResult result = runSearch(*ownedPosition(fen), {.hardNodes = nodes});
-        EXPECT_TRUE(isLegalIn(fen, result.best, result.ponder)) << nodes;
-        withReply += result.ponder != noMove;
-    }
-    EXPECT_GT(withReply, 0);
-
     workbench root(startPositionFen);
     const moveCode found = root.move("e2e4"), earlier = root.move("d2d4");
     root.play(found);
@@ -127,15 +116,6 @@ TEST_F(rootSearch, forcedMovesAndDrawsOfTheRoot)
         run(drawn, {.depthLimit = 4});
         EXPECT_EQ(theBoss().position.rootScore, scoreDraw) << drawn;
     }
-}
-
-TEST_F(rootSearch, movesOfALongGameLeaveRoomForTheSearch)
-{
-    ownedPosition root(startPositionFen);
-    constexpr const char *circle[] = {"g1f3", "g8f6", "f3g1", "f6g8"};
-    for (int i = 0; i < 1200; ++i)
-        playGameMove(*root, parseMoveText(circle[i % 4], *root));
-    EXPECT_TRUE(isLegalIn(startPositionFen, run(*root, {.depthLimit = 8}).best));
 }
 
 // Another move in the root's exact entry comes from an older iteration, which the one cut off has

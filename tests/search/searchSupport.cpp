@@ -26,7 +26,7 @@ namespace
 searchRecord record;          // written by the boss, read when it is idle
 std::atomic<int> answerTally; // of the present search
 
-/// Keeps a line of a report without what the clock has to say in it.
+/// Keeps a line of a report without its time and speed.
 void keepLine(const std::string &line)
 {
     static const std::regex ofTheClock(" nps [0-9]+ time [0-9]+| $");

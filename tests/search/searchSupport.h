@@ -55,7 +55,7 @@ class workbench
     std::unique_ptr<searchBoard> owner = std::make_unique<searchBoard>();
 };
 
-/// What a search has announced, as lines like "info score cp 12 depth 10 seldepth 12 nodes 99 tbhits 0 pv e2e4"
+/// The reports of a search, as lines like "info score cp 12 depth 10 seldepth 12 nodes 99 tbhits 0 pv e2e4"
 /// and "bestmove e2e4 ponder e7e5".
 struct searchRecord
 {
@@ -78,11 +78,11 @@ class searchFixture : public testing::Test
     /// Starts with these limits and, unless they name a start, the clock set to now; the record starts afresh.
     static void start(const std::string &fen, const searchLimitValues &limits, bool ponders = false);
     static void start(const pos &root, const searchLimitValues &limits, bool ponders = false);
-    /// Waits for the answer and gives the record.
+    /// Waits for the answer and returns the record.
     static const searchRecord &finish();
     static const searchRecord &run(const std::string &fen, const searchLimitValues &limits);
     static const searchRecord &run(const pos &root, const searchLimitValues &limits);
-    /// What a controller's commands do.
+    /// The effect of the commands `stop` and `ucinewgame`.
     static void stop() { stopSearch = true; }
     static void newGame();
 };

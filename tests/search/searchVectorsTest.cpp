@@ -1,5 +1,5 @@
-// Searches to a fixed depth against the figures of an independent implementation, where they and
-// their network are at hand: every reported line to the last node, and the answers.
+// Searches to a fixed depth compared with those of an independent implementation, where its figures and
+// network are available: every reported line to the last node, and the answers.
 #include <fstream>
 #include <sstream>
 #include <string>

@@ -10,7 +10,7 @@
 #include "search/searchReporter.h"
 #include "search/searchSupport.h"
 #include "search/transpositionTable.h"
-#include "support/tableFiles.h"
+#include "support/tablebaseFiles.h"
 #include "support/temporaryDirectory.h"
 
 namespace tarvonel
@@ -88,7 +88,7 @@ constexpr const char *lost = "4k3/8/8/8/8/8/8/Q3K3 b - - 0 1";
 constexpr const char *drawn = "4k3/8/8/8/8/8/8/B3K3 b - - 0 1";
 constexpr const char *wonTooLate = "4k3/8/8/8/8/8/8/R3K3 w - - 0 1";
 constexpr const char *lostTooLate = "4k3/8/8/8/8/8/8/R3K3 b - - 0 1";
-constexpr const char *fiveMen = "4k3/pp6/8/8/8/8/8/3QK3 w - - 0 1"; // and nothing to capture
+constexpr const char *fivePieces = "4k3/pp6/8/8/8/8/8/3QK3 w - - 0 1"; // and nothing to capture
 
 TEST_F(searchWithTablebases, outcomesInTheTreeAndTheirCutoffs)
 {
@@ -110,7 +110,7 @@ TEST_F(searchWithTablebases, outcomesInTheTreeAndTheirCutoffs)
         {"draw in a full window", drawn, tbDraw, -500, 501, 0, boundExact},
         {"won too late: a draw", wonTooLate, tbCursedWin, 500, 501, 0, boundExact},
         {"lost too late: a draw", lostTooLate, tbBlessedLoss, -501, -500, 0, boundExact},
-        {"not in the tables", fiveMen, tbFailed, 0, 1, std::nullopt, boundNone},
+        {"not in the tables", fivePieces, tbFailed, 0, 1, std::nullopt, boundNone},
     };
     for (const auto &c : cases)
     {

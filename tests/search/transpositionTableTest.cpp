@@ -1,7 +1,6 @@
 #include "search/transpositionTable.h"
 
 #include <array>
-#include <tuple>
 #include <utility>
 
 #include <gtest/gtest.h>
@@ -43,28 +42,6 @@ TEST_F(transpositionTable, sizesAreRoundedUpToPowersOfTwo)
         EXPECT_EQ(ttMask, taken * 16384 - 1);
         EXPECT_FALSE(isHeld(1));
     }
-}
-
-TEST_F(transpositionTable, fieldsAreReadAsStored)
-{
-    const struct
-    {
-        moveCode move;
-        int score, depth;
-        ttBound bound;
-    } cases[] = {
-        {encodeMove(12, 28, doubleStep, whitePawn), -1, 127, boundExact},
-        {encodeMove(52, 60, promoteQueen, whitePawn), -31871, 64, boundUpper},
-    };
-    for (const auto &c : cases)
-    {
-        ttStore(keyOf(5), c.move, c.score, c.depth, c.bound, 30);
-        const ttEntry entry = ttProbe(keyOf(5));
-        EXPECT_TRUE(entry.isHit());
-        EXPECT_EQ(std::tuple(entry.move(), entry.value(), entry.depth(), entry.bound(), entry.age()),
-                  std::tuple(c.move, c.score, c.depth, c.bound, int{ttAge}));
-    }
-    EXPECT_FALSE(ttProbe(keyOf(6)).isHit());
 }
 
 TEST_F(transpositionTable, replacesTheLeastValuableEntry)

@@ -41,7 +41,7 @@ class engineProcess
     lines ask(const std::string &command);
 
   private:
-    /// Far beyond what anything here takes, sanitizers and a busy machine included.
+    /// Far more than any test needs, even under sanitizers on a busy machine.
     static constexpr int defaultTimeoutMs = 60000;
 
     childProcess process;

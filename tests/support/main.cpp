@@ -1,5 +1,5 @@
-// The test program: Google Test's, plus arguments that name test files by the end of their path and
-// select their quick tests.
+// Google Test's main program. Arguments name test files by the end of their path and select their quick
+// tests.
 #include <cstdlib>
 #include <iostream>
 #include <string>

@@ -1,4 +1,4 @@
-// How many file descriptors this process holds open, for tests that look for leaks.
+// Counts the open file descriptors of this process, for tests that look for leaks.
 #pragma once
 
 #include <cstddef>

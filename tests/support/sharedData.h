@@ -1,4 +1,4 @@
-// Test data outside the project.
+// Optional test data outside the project.
 #pragma once
 
 #include <string>

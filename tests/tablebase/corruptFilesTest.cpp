@@ -8,7 +8,7 @@
 #include <memory>
 
 #include "support/fuzzSeeds.h"
-#include "support/tableFiles.h"
+#include "support/tablebaseFiles.h"
 #include "support/temporaryDirectory.h"
 #include "tablebase/tbRegistry.h"
 
@@ -68,15 +68,15 @@ struct outcome
     int found = 0, corrupt = 0;
 };
 
-/// Reads the bytes as a table and asks for positions, sane and not.
-outcome tryTable(const sample &base, const byteRow &file, std::mt19937_64 &random, int questions)
+/// Reads the bytes as a tablebase and looks up positions, some of them impossible.
+outcome tryTable(const sample &base, const byteRow &file, std::mt19937_64 &random, int lookUps)
 {
     const auto exact = std::make_unique<std::uint8_t[]>(std::max<std::size_t>(file.size(), 1));
     std::copy(file.begin(), file.end(), exact.get());
     outcome result;
     mappedTablebase table;
     result.accepted = readTbFile(table, base.material, base.kind, exact.get(), file.size());
-    for (int i = 0; i < questions && result.accepted; ++i)
+    for (int i = 0; i < lookUps && result.accepted; ++i)
     {
         const int wdl = static_cast<int>(random() % 5) - 2;
         int value = 0;
@@ -205,7 +205,7 @@ TEST(corruptTables, contradictionsInTheHeaderAreRefused)
     EXPECT_FALSE(tryTable(oneSided, oneSided.file, random, 10).accepted) << "one side of a table that needs two";
 }
 
-TEST(corruptTables, faultsOutsideTheHeaderAreFoundByEveryLookUp)
+TEST(corruptTables, faultsAfterTheHeaderAreFoundByEveryLookUp)
 {
     const damage damages[] = {
         {"a walk past the last block",

@@ -1,18 +1,17 @@
-// What is stored comes back: values out of blocks of codes, numbers of placements, distances through
-// their maps.
+// Decoding tablebase files: values from blocks of codes, indices of positions, distances through maps.
 
 #include <algorithm>
 
 #include <gtest/gtest.h>
 
-#include "support/tableFiles.h"
+#include "support/tablebaseFiles.h"
 
 namespace tarvonel
 {
 
 using namespace tbTest;
 
-TEST(tableCodec, everyValueOfATextComesBack)
+TEST(tableCodec, everyStoredValueIsDecoded)
 {
     const struct
     {

@@ -12,7 +12,7 @@
 #include <thread>
 
 #include "support/openDescriptors.h"
-#include "support/tableFiles.h"
+#include "support/tablebaseFiles.h"
 #include "support/temporaryDirectory.h"
 #include "tablebase/tbProbe.h"
 #include "tablebase/tbRegistry.h"
@@ -39,7 +39,7 @@ tbPosition anyPosition(const std::string &name)
 
 tablebaseEntry *entryOf(const std::string &name) { return findTb(materialSignature(anyPosition(name), white)); }
 
-/// What a piece of code writes to standard output, then to standard error.
+/// The output of the function: standard output, then standard error.
 template <typename F> std::array<std::string, 2> capture(F &&run)
 {
     testing::internal::CaptureStdout();
@@ -94,7 +94,7 @@ TEST(tbRegistry, everyMaterialOfUpToSevenPiecesIsFound)
         for (const std::string &second : rows)
             if (const std::size_t pieces = first.size() + second.size(); pieces >= 1 && pieces <= 5)
             {
-                // The mirrored names lie there too, and are not asked for.
+                // Files with mirrored names exist too, but are never opened.
                 writeBytes(directory / ("K" + first + "vK" + second + ".rtbw"), byteRow(smallestSize));
                 materials.insert("K" + first + "vK" + second);
             }
@@ -129,7 +129,7 @@ TEST(tbRegistry, everyMaterialOfUpToSevenPiecesIsFound)
 TEST(tbRegistry, filesComeFromTheFirstDirectoryThatHasThem)
 {
     const temporaryDirectory first, second;
-    writeQueenTable(first, -2); // that all is lost; distances lie in the second alone
+    writeQueenTable(first, -2); // every position is lost; only the second has distances
     writeQueenTable(second, 2);
     writeQueenDistances(second);
     std::filesystem::create_directory(first / "KRvK.rtbw");
@@ -239,8 +239,8 @@ TEST(tbRegistry, noMappingOrDescriptorIsLeftOpen)
     EXPECT_EQ(mappingsOf(directory.path), 0);
 }
 
-// Truncated and rewritten over and over while threads probe, as `cp` does it: an answer is right or
-// there is none. The thread sanitizer takes the replacement of the mapping's pages for a write.
+// Truncated and rewritten repeatedly while threads probe, as by `cp`: a probe gives the right value or
+// fails. The thread sanitizer takes the replacement of the mapping's pages for a write.
 #ifndef __SANITIZE_THREAD__
 TEST(tbRegistry, aFileThatIsOverwrittenDuringProbesGivesNoWrongValue)
 {

@@ -45,7 +45,7 @@ class optimiserTest : public tunerFixture
 TEST_F(optimiserTest, kIsTheOneOfTheSmallestErrorInEverFinerSweeps)
 {
     useLabelsOfTheShippedTerms();
-    tuningK = 1; // the labels stay those of 3.55, which lies beyond the first sweep
+    tuningK = 1; // the labels remain those of 3.55, which is outside the first sweep
     const double found = findK(print);
     EXPECT_NEAR(found, 3.55, 0.001);
 

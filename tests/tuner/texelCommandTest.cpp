@@ -17,7 +17,7 @@ class texelCommand : public testing::Test
   protected:
     void SetUp() override { std::filesystem::remove_all(dataFile); }
     void writeData(const std::string &text) const { std::ofstream(dataFile) << text; }
-    /// How many threads announce themselves.
+    /// The number of threads that the command reports.
     std::ptrdiff_t threadsOf(const std::string &command)
     {
         return std::ranges::count(engine.ask(command), std::string("Lets go"));

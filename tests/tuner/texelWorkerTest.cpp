@@ -12,7 +12,7 @@ namespace tarvonel
 namespace
 {
 
-/// The mean error of the positions read, each with fresh tables, by the K in force.
+/// The mean error of the positions read, each with fresh tables, with the current K.
 double errorByDefinition()
 {
     double sum = 0;

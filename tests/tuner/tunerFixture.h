@@ -1,30 +1,54 @@
-// What the tests of the tuner share: a network in force, an empty list of positions, terms and K as
-// shipped, and what the tuner prints.
+// Fixture of the tests of the tuner: a network, an empty list of positions, the shipped terms and K, and
+// the tuner's output.
 #pragma once
 
 #include <memory>
+#include <random>
 #include <sstream>
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
+#include "board/makeMove.h"
 #include "board/pos.h"
+#include "board/setup.h"
 #include "eval/evalTerms.h"
+#include "movegen/gameRules.h"
 #include "support/syntheticNetwork.h"
-#include "support/tuningLines.h"
 #include "tuner/tunerOutput.h"
 #include "tuner/tuningData.h"
 
 namespace tarvonel
 {
 
-/// A data file of positions of random games: about half are taken, and a tenth measures the hand-set
-/// terms.
+/// A data file of quiet positions from random games: about half are taken, and a tenth measures the
+/// hand-set terms, because one side is far ahead late in most random games.
 inline std::string randomFileText(int lineCount)
 {
-    std::ostringstream text;
-    writeTuningLines(text, lineCount, 1);
-    return text.str();
+    constexpr int firstPly = 8, pliesBetween = 5, lastPly = 120;
+    const auto board = std::make_unique<posWithMoves>();
+    std::mt19937_64 random(1);
+    std::string text;
+    for (int ply = lastPly; lineCount > 0; ++ply)
+    {
+        std::vector<moveCode> moves;
+        if (ply < lastPly)
+            moves = legalMoves(*board);
+        if (moves.empty())
+        {
+            ply = 0;
+            setupPlayablePosition(startPositionFen, board->position);
+            moves = legalMoves(*board);
+        }
+        if (ply >= firstPly && ply % pliesBetween == 0 && board->position.info[0].inCheck == 0)
+        {
+            text += fenOf(board->position, false, 1) + " c9\n";
+            --lineCount;
+        }
+        playGameMove(board->position, moves[random() % moves.size()]);
+    }
+    return text;
 }
 
 class tunerFixture : public testing::Test
@@ -42,7 +66,7 @@ class tunerFixture : public testing::Test
         tunableTerms = shippedTerms;
     }
 
-    /// Takes the text of a data file in.
+    /// Reads the text of a data file.
     void read(const std::string &fileText)
     {
         std::istringstream file(fileText);

@@ -32,7 +32,7 @@ const struct
 } lineCases[] = {
     {"all six fields", "4k3/8/8/8/8/8/8/4K3 w - - 0 1 c9 \"1-0\";", 1, 0, 0, 0},
     {"four fields, any white space, a carriage return", "\t4k3/8/8/8/8/8/8/4K3   w\t- -  c9 \"1-0\";\r", 1, 0, 0, 0},
-    {"nothing behind the marker", "4k3/8/8/8/8/8/8/4K3 w - - c9", 1, 0, 0, 0},
+    {"nothing after the marker", "4k3/8/8/8/8/8/8/4K3 w - - c9", 1, 0, 0, 0},
     {"empty", "\n", 0, 0, 1, 0},
     {"marker as part of a word", "4k3/8/8/8/8/8/8/4K3 w - - 0 1 xc9 c9;", 0, 0, 1, 0},
     {"marker alone", "c9", 0, 0, 0, 1},
@@ -43,7 +43,7 @@ const struct
     {"balance -600", "1q3b2/r2B4/2n1prkp/4pp2/b2P4/5NPP/PQPKR3/1N6 w - - 1 35 c9 \"1-0\";", 0, 0, 0, 0},
 };
 
-/// A file whose second block finds no memory.
+/// A file whose second block does not fit in memory.
 struct exhaustedFile : std::streambuf
 {
     std::string line = std::string(blackToMove) + " c9\n";
@@ -77,7 +77,7 @@ TEST_F(tuningDataTest, linesTakenDroppedAndSkipped)
     }
 }
 
-TEST_F(tuningDataTest, whatDoesNotFitInMemoryLeavesEarlierPositionsAlone)
+TEST_F(tuningDataTest, aFileTooLargeForMemoryLeavesEarlierPositionsAlone)
 {
     read(std::string(enPassantPossible) + " c9");
     printed.clear();
@@ -89,7 +89,7 @@ TEST_F(tuningDataTest, whatDoesNotFitInMemoryLeavesEarlierPositionsAlone)
     EXPECT_EQ(tuningPositions[0].enPassant, d5);
 }
 
-TEST_F(tuningDataTest, recordsAreTheSetUpPositionsLabelledByTheNetworkAndTheKInForce)
+TEST_F(tuningDataTest, recordsArePositionsLabelledByTheNetworkAndTheCurrentK)
 {
     const std::string fens[] = {blackToMove, enPassantPossible, "4k3/8/3N4/8/8/8/8/4K3 b - - 0 60"};
     for (const double k : {3.55, 1.0})

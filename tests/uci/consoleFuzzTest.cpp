@@ -1,5 +1,5 @@
-// The console in this process, fed with sound lines that were damaged at random: nothing that can
-// be typed may crash it or hang it. Most is gained under sanitizers and in debug builds.
+// The console in this process, fed with valid lines that were damaged at random: nothing that can be
+// typed may crash or hang it. Sanitizers and debug builds find the most.
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
@@ -16,7 +16,7 @@
 #include "eval/networkFile.h"
 #include "support/fuzzSeeds.h"
 #include "support/syntheticNetwork.h"
-#include "support/tableFiles.h"
+#include "support/tablebaseFiles.h"
 #include "support/temporaryDirectory.h"
 #include "tablebase/tbRegistry.h"
 #include "uci/console.h"
@@ -80,25 +80,14 @@ using generator = std::mt19937;
 /// From 0 to below `bound`, the same with every standard library.
 std::size_t below(generator &random, std::size_t bound) { return random() % bound; }
 
-struct stretch
-{
-    std::size_t start, length;
-};
-
-stretch wordAt(const std::string &text, std::size_t place)
-{
-    const std::size_t blank = text.rfind(' ', place);
-    const std::size_t start = blank == std::string::npos ? 0 : blank + 1;
-    return {start, std::min(text.find(' ', start), text.size()) - start};
-}
-
-/// One letter or word changed, taken away, doubled, or brought in from elsewhere.
+/// One letter, word or tail changed, taken away, or brought in from elsewhere.
 void damage(std::string &text, generator &random)
 {
     constexpr std::string_view alphabet = "abcdefgh12345678 /-wkqQKRrNnBbPp09xo\t\xff\r\"%";
     const std::size_t place = below(random, text.size() + 1);
-    const stretch word = wordAt(text, place);
-    switch (below(random, 8))
+    const std::size_t word = std::min(text.find(' ', place), text.size());
+    const std::string other = seedLines[below(random, std::size(seedLines))];
+    switch (below(random, 6))
     {
     case 0:
         text.insert(place, 1, alphabet[below(random, alphabet.size())]);
@@ -110,19 +99,11 @@ void damage(std::string &text, generator &random)
         text.insert(place, text.substr(below(random, text.size() + 1), below(random, 20)));
         break;
     case 3:
-    {
-        const std::string other = seedLines[below(random, std::size(seedLines))];
         text.replace(place, std::string::npos, other, below(random, other.size() + 1));
         break;
-    }
     case 4:
-        text.replace(word.start, word.length, hardNumbers[below(random, std::size(hardNumbers))]);
-        break;
-    case 5:
-        text.erase(word.start, word.length);
-        break;
-    case 6:
-        text.insert(wordAt(text, below(random, text.size() + 1)).start, text.substr(word.start, word.length) + ' ');
+        text.replace(word, text.find(' ', word + 1) - word,
+                     ' ' + std::string(hardNumbers[below(random, std::size(hardNumbers))]));
         break;
     default:
         if (place < text.size())
@@ -142,7 +123,7 @@ long largestNumber(const std::string &text)
     return largest;
 }
 
-/// Whether the line would only cost time or memory: that much is the user's to choose.
+/// Whether the line would only take much time or memory, which a user is free to ask for.
 bool isTooLarge(const std::string &text)
 {
     const std::tuple<const char *, long, long> leastAndMost[] = {
@@ -205,8 +186,8 @@ std::string damagedLine(generator &random)
     return text;
 }
 
-/// What may stand behind a `go`, up to the `stop`: anything, with a limit that ends the search soon.
-std::string besideSearch(std::string &go, generator &random)
+/// What may follow a `go` up to the `stop`: anything, with a limit that ends the search soon.
+std::string duringSearch(std::string &go, generator &random)
 {
     const std::string quick[] = {"isready\n", "position startpos\nponderhit\n"};
     if (go.find("movetime") != std::string::npos || below(random, 2) == 0)
@@ -215,8 +196,8 @@ std::string besideSearch(std::string &go, generator &random)
     return damagedLine(random) + '\n' + "stop\n";
 }
 
-/// Sound and damaged lines. A `go` is followed by what may stand beside a search and by a `stop`;
-/// damaged positions are also searched, counted and evaluated.
+/// Sound and damaged lines. A `go` is followed by lines that the console takes during a search and by a
+/// `stop`; damaged positions are also searched, counted and evaluated.
 std::string damagedSession(unsigned seed, int lineCount, const namedFiles &files)
 {
     generator random(seed);
@@ -226,7 +207,7 @@ std::string damagedSession(unsigned seed, int lineCount, const namedFiles &files
         std::string text = damagedLine(random), more, word;
         std::istringstream(text) >> word;
         if (word == "go")
-            more = besideSearch(text, random);
+            more = duringSearch(text, random);
         else if (word == "position" && below(random, 2) == 0)
             more = "go depth 3 movetime 50\nperft 2\nevil\n";
         session += text + '\n' + more;

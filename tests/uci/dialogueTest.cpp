@@ -1,6 +1,7 @@
-// The engine as a process, told and asked over its pipes as a controller does.
+// The engine as a process, driven over its pipes as by a controller.
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
 #include <regex>
 
 #include <gtest/gtest.h>
@@ -9,7 +10,7 @@
 #include "search/searchSupport.h"
 #include "support/engineProcess.h"
 #include "support/syntheticNetwork.h"
-#include "support/tableFiles.h"
+#include "support/tablebaseFiles.h"
 
 namespace tarvonel
 {
@@ -38,7 +39,7 @@ std::ptrdiff_t refusalsIn(const lines &all)
     return std::ranges::count_if(all, [](const std::string &text) { return text.ends_with(refusal); });
 }
 
-/// An engine for each test. No answer of a search may be left over when the test is through.
+/// An engine for each test. No answer of a search may be left unread at its end.
 class dialogue : public testing::Test
 {
   protected:
@@ -48,8 +49,8 @@ class dialogue : public testing::Test
         EXPECT_EQ(answersIn(engine.readToExit()), 0);
     }
 
-    /// Reads until the search has passed depth 10, which is far beyond any clock poll, and half a
-    /// second more: there must be no answer.
+    /// Reads until depth 11, far beyond any clock poll, and for half a second more: there must be no
+    /// answer.
     void expectSearching()
     {
         const auto next = [this](int timeoutMs)
@@ -64,7 +65,7 @@ class dialogue : public testing::Test
             next(100);
     }
 
-    /// Reads until nothing comes for a while, and there must be no answer of a search in it.
+    /// Reads until nothing comes for a while: there must be no answer.
     void expectSilence()
     {
         while (auto text = engine.readLine(100))
@@ -155,8 +156,8 @@ TEST_F(dialogue, endgameTablesFromSeveralDirectories)
         << testing::PrintToString(search);
 }
 
-// The table gives way to the first thread, and where even that has no room the program ends. Threads
-// that the system grants are those that count.
+// The table shrinks to make room for the first thread; if there is still no room, the program ends. The
+// thread count becomes the number of threads that the system could create.
 TEST_F(dialogue, littleMemory)
 {
     if (isSanitized || isForeignEngine())
@@ -237,9 +238,9 @@ TEST_F(dialogue, endsOfTheGame)
     EXPECT_TRUE(mate[0].starts_with("info score mate 1 depth "));
 }
 
-// A search that is through must wait too, and one in front of an endless one keeps its own limits:
-// with those of the next it might never end.
-TEST_F(dialogue, endlessSearchesAnswerOnlyWhenTold)
+// A search that has reached its last depth must wait too. A timed search before an endless one keeps its
+// own limits: with those of the next it might never end.
+TEST_F(dialogue, endlessSearchesAnswerOnlyToStopOrPonderhit)
 {
     struct
     {
@@ -267,13 +268,13 @@ TEST_F(dialogue, endlessSearchesAnswerOnlyWhenTold)
         expectSilence();
         engine.send(c.end);
         EXPECT_TRUE(std::regex_match(engine.readUntil("bestmove").back(), answerForm));
-        // what a controller sends upon the answer is not refused, though the boss still winds up
+        // a command sent right after the answer is not refused while the boss still finishes
         EXPECT_EQ(engine.ask("setoption name Hash value 1"), lines{"info string Size of Hashtable set to : 1"});
     }
 }
 
-// What changes the memory that a search reads does not run beside one: it is refused where only
-// `stop` would end the search, which nobody could read any more, and otherwise waits for the end.
+// Commands that change memory which a search reads wait for its end. They are refused during a search that
+// only `stop` ends, because nobody could read the `stop`.
 TEST_F(dialogue, commandsThatNeedTheSearchIdle)
 {
     const std::string set = "setoption name ";
@@ -369,7 +370,7 @@ TEST_F(dialogue, wordsAfterTheProgramName)
             << "output that is lost";
 }
 
-// The controller has given the game up: nobody waits for its search.
+// The controller has abandoned the game: nobody waits for the answer.
 TEST_F(dialogue, newGameEndsATimedSearch)
 {
     const std::int64_t start = millisecondsNow();
@@ -429,7 +430,7 @@ TEST_F(dialogue, longLines)
     EXPECT_EQ(engine.readUntil("bestmove a1a1").at(0), refused);
 }
 
-/// What searches to depth 10 of these positions print, without what the clock says.
+/// The output of searches of these positions to depth 10, without times and speeds.
 lines searchesOf(engineProcess &engine, const lines &positions)
 {
     static const std::regex ofTheClock(" nps [0-9]+ time [0-9]+");
@@ -444,7 +445,7 @@ lines searchesOf(engineProcess &engine, const lines &positions)
     return all;
 }
 
-// Nothing of the first game, nor of another network, shows in the second.
+// Neither the first game nor another network influences the second.
 TEST_F(dialogue, aNewGameIsSearchedAsByAFreshProcess)
 {
     const std::string another = networkDirectory() / "another.nnue";
@@ -464,7 +465,7 @@ TEST_F(dialogue, aNewGameIsSearchedAsByAFreshProcess)
     EXPECT_NE(afterAnother, afterGame);
 }
 
-// What came before must not count, and nothing of the bench may stay.
+// Earlier commands do not influence the bench, and the bench changes nothing.
 TEST_F(dialogue, benchIsTheSameEveryTime)
 {
     const std::regex form("([0-9]+) nodes [0-9]+ nps");
@@ -485,32 +486,31 @@ TEST_F(dialogue, benchIsTheSameEveryTime)
 
 TEST_F(dialogue, hashstatsCountsTheTable)
 {
-    EXPECT_EQ(engine.ask("hashstats").at(3), "Used entries 1") << "none, told as one";
-    engine.send("go depth 8");
-    engine.readUntil("bestmove");
-    const lines filled = engine.ask("hashstats");
+    EXPECT_EQ(engine.ask("hashstats").at(3), "Used entries 1") << "none, printed as one";
+    const auto search = [&](const char *commands)
+    {
+        engine.send(commands);
+        engine.readUntil("bestmove");
+        return engine.ask("hashstats");
+    };
+    const auto numberAfter = [](const std::string &row, const char *text)
+    { return std::stoi(row.substr(row.find(text) + std::strlen(text))); };
+    const auto sumOf = [&](const lines &rows, std::size_t first, std::size_t count)
+    {
+        int sum = 0;
+        for (std::size_t row = first; row < first + count; ++row)
+            sum += numberAfter(rows[row], "  ");
+        return sum;
+    };
+    const lines filled = search("go depth 8");
     ASSERT_EQ(filled.size(), 9U + 64U + 128U);
-    const auto numberBehind = [](const std::string &row, const std::string &text)
-    { return std::stoi(row.substr(row.find(text) + text.size())); };
-    const int used = numberBehind(filled[3], "Used entries ");
-    int byAge = 0, byDepth = 0;
-    for (std::size_t row = 0; row < 64; ++row)
-        byAge += numberBehind(filled[8 + row], "  ");
-    for (std::size_t row = 0; row < 128; ++row)
-        byDepth += numberBehind(filled[73 + row], "  ");
+    const int used = numberAfter(filled[3], "Used entries ");
     EXPECT_GT(used, 100);
-    EXPECT_EQ(byAge, used);
-    EXPECT_EQ(byDepth, used);
-    const auto ofAge = [&](int age)
-    { return numberBehind(engine.ask("hashstats").at(8 + age), std::to_string(age) + "  "); };
-    EXPECT_EQ(ofAge(0), used);
-    engine.send("position startpos moves e2e4\ngo depth 8");
-    engine.readUntil("bestmove");
-    EXPECT_GT(ofAge(1), 100);
-    engine.send("ucinewgame\ngo depth 8");
-    engine.readUntil("bestmove");
-    EXPECT_GT(ofAge(0), 100);
-    EXPECT_EQ(ofAge(1), 0);
+    EXPECT_EQ(sumOf(filled, 8, 64), used);
+    EXPECT_EQ(sumOf(filled, 73, 128), used);
+    EXPECT_EQ(sumOf(filled, 8, 1), used) << "of age 0";
+    EXPECT_GT(sumOf(search("position startpos moves e2e4\ngo depth 8"), 9, 1), 100);
+    EXPECT_EQ(sumOf(search("ucinewgame\ngo depth 8"), 9, 1), 0);
 }
 
 TEST_F(dialogue, linesOfConsoleAndSearchDoNotMix)

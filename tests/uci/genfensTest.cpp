@@ -1,4 +1,4 @@
-// Openings for games on other machines, asked for as words behind the program's name.
+// Openings for games on other machines, requested on the command line.
 
 #include <algorithm>
 #include <fstream>

@@ -77,7 +77,7 @@ TEST_F(setOption, answersWithWhatItStores)
     EXPECT_EQ(engineOptions.netFileName, "<empty>");
 }
 
-// Rules that do not know the castling of the position in place must not be left with its rights.
+// The standard rules have no castling move for these rights.
 TEST_F(setOption, leavingChess960DropsItsCastlingRights)
 {
     outputOf(setOptionCommand, "name UCI_Chess960 value true");

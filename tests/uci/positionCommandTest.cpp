@@ -24,7 +24,7 @@ class positionText : public testing::Test
 
 std::string boardNow() { return fenOf(mainPos, engineOptions.chess960, 1); }
 
-TEST_F(positionText, reachesTheBoardAndTellsTheGamesPly)
+TEST_F(positionText, setsTheBoardAndTheGamePly)
 {
     struct
     {
@@ -34,7 +34,7 @@ TEST_F(positionText, reachesTheBoardAndTellsTheGamesPly)
         bool inCheck = false, chess960 = false;
     } const cases[] = {
         {"startpos", 0, "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq - 0 1"},
-        // the word behind "startpos" is dropped unseen
+        // the word after "startpos" is ignored
         {"startpos e2e4 g1f3", 1, "rnbqkbnr/pppppppp/8/8/8/5N2/PPPPPPPP/RNBQKB1R b KQkq - 1 1"},
         {"fen 4k3/8/8/8/8/8/4P3/4K3 w", gamePlyUnknown, "4k3/8/8/8/8/8/4P3/4K3 w - - 0 1"},
         {"fen 4k3/8/8/8/8/8/4P3/4K3 w - - 0 20", 39, "4k3/8/8/8/8/8/4P3/4K3 w - - 0 1"},

@@ -1,6 +1,5 @@
-// Small tablebase files written by the format, and positions for probing them.
-//
-// What such a file stores is made up: one value for all positions, or the text of a random codec.
+// Writes small tablebase files with made-up values, the same for all positions or random, and makes
+// positions for probing them.
 #pragma once
 
 #include <cstdint>
@@ -50,9 +49,9 @@ struct plainTable
 };
 void writeTables(const std::string &directory, std::initializer_list<plainTable> tables);
 
-/// Castling rights and the number of the move are passed over.
+/// Ignores castling rights and the move number.
 tbPosition tablePosition(const std::string &fen);
-/// Colours changed round, the board turned over.
+/// The colours exchanged and the board mirrored.
 tbPosition swappedColours(tbPosition position);
 
 /// The pieces in a table's name on random squares, which may coincide, and a consistent position of them.

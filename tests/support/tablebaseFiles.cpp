@@ -1,4 +1,4 @@
-#include "support/tableFiles.h"
+#include "support/tablebaseFiles.h"
 
 #include <algorithm>
 #include <cctype>
