@@ -54,15 +54,19 @@ TEST_F(rootSearch, findsMates)
     }
 }
 
-TEST_F(rootSearch, newGameClearsAllStateOfEarlierSearches)
+TEST_F(rootSearch, tableAndHistoriesLastForTheGame)
 {
     deepestTimed = maxPly; // or the other threads would no longer decide on time
     const std::uint64_t fresh = run(middleGame, {.depthLimit = 9}).nodes;
     EXPECT_LT(deepestTimed, maxPly);
     EXPECT_LT(theBoss().position.rootChanges, 9) << "of the last iteration alone";
-    EXPECT_NE(run(middleGame, {.depthLimit = 9}).nodes, fresh);
-    newGame();
-    EXPECT_EQ(run(middleGame, {.depthLimit = 9}).nodes, fresh);
+    for (void (*const clearHalf)() : {ttClear, clearWorkerHistory})
+    {
+        clearHalf();
+        EXPECT_NE(run(middleGame, {.depthLimit = 9}).nodes, fresh) << "the other half outlives a search";
+        newGame();
+        EXPECT_EQ(run(middleGame, {.depthLimit = 9}).nodes, fresh);
+    }
 }
 
 TEST_F(rootSearch, everySearchAgesTheTable)

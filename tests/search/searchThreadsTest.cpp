@@ -71,7 +71,10 @@ TEST_F(searchThreads, poolsOfAllSizes)
         ASSERT_EQ(workerPool.size(), static_cast<std::size_t>(threads));
         EXPECT_TRUE(isLegalIn(middleGame, run(middleGame, {.depthLimit = 6}).best)) << threads;
         for (const auto &each : workerPool)
+        {
             EXPECT_FALSE(each->isSearching()) << "all are idle before the answer";
+            EXPECT_EQ(each->position.threadIndex, each->threadIndex);
+        }
     }
 }
 

@@ -92,6 +92,7 @@ TEST_F(optimiserTest, aRunBeginsAndEndsWithTheParametersAndTheirMirrorImages)
                  {.name = "row[8]", .first = untunedRow, .size = 4, .halves = tunedHalves::integer, .mirrored = true});
     };
     EXPECT_TRUE(texel(1, *position, print, enter));
+    EXPECT_NE(printed.find(lineOf(" Optimal K calculated : ", tuningK)), std::string::npos) << tuningK;
     std::filesystem::current_path(before);
     const std::string row = "1, 2, 3, 4, 4, 3, 2, 1";
     EXPECT_LT(printed.find(row), printed.find("Starting error")) << printed;

@@ -197,7 +197,7 @@ TEST_F(dialogue, searchesReportFromDepthTenOn)
     for (const int i : {0, 1})
     {
         EXPECT_TRUE(std::regex_match(search[i], reportForm)) << search[i];
-        EXPECT_NE(search[i].find(" depth 1" + std::to_string(i) + " seldepth "), std::string::npos) << search[i];
+        EXPECT_NE(search[i].find(" depth 1" + std::to_string(i) + " seldepth 1"), std::string::npos) << search[i];
     }
     EXPECT_TRUE(std::regex_match(search[2], answerForm)) << search[2];
 }
