@@ -24,6 +24,7 @@ struct knownCounts
 {
     const char *fen;
     std::vector<std::uint64_t> leaves; ///< from depth 1 on
+    bool isChess960 = false;           ///< not a position of standard chess
 };
 
 const knownCounts wellKnown[] = {
@@ -35,6 +36,8 @@ const knownCounts wellKnown[] = {
     {"r4rk1/1pp1qppp/p1np1n2/2b1p1B1/2B1P1b1/P1NP1N2/1PP1QPPP/R4RK1 w - - 0 10", {46, 2079, 89890, 3894594}},
     {"7k/5Q2/6K1/8/8/8/8/8 b - - 0 1", {0, 0, 0}}, // stalemate
     {"R6k/6pp/8/8/8/8/8/K7 b - - 0 1", {0, 0}},    // mate
+    {"qnnbrk1r/1p1ppbpp/2p5/p4p2/2NP3P/8/PPP1PPP1/Q1NBRKBR w HEhe - 0 1", {26, 790, 21238, 642367}, true},
+    {"b1nqrkrb/2pppppp/p7/1P6/1n6/P4P2/1P1PP1PP/BNNQRKRB w GEge - 0 1", {23, 638, 15744, 446539}, true},
 };
 
 TEST(perft, countsWellKnownPositionsInBothVariants)
@@ -43,7 +46,7 @@ TEST(perft, countsWellKnownPositionsInBothVariants)
         for (const knownCounts &known : wellKnown)
             for (std::size_t depth = 1; depth <= known.leaves.size(); ++depth)
             {
-                const variantScope variant(chess960);
+                const variantScope variant(chess960 || known.isChess960);
                 EXPECT_EQ(countFrom(known.fen, static_cast<int>(depth)), known.leaves[depth - 1])
                     << known.fen << ' ' << depth;
             }

@@ -32,17 +32,6 @@ class quiescenceSearch : public testing::Test
     std::uint64_t nodes = 0;
 };
 
-TEST_F(quiescenceSearch, nodesWithoutMoves)
-{
-    workbench mated("rnb1kbnr/pppp1ppp/8/4p3/6Pq/5P2/PPPPP2P/RNBQKBNR w KQkq - 0 1");
-    EXPECT_EQ(resolve(mated, 0), -scoreMate);
-    EXPECT_EQ(nodes, 1U);
-    workbench stalemate("7k/5Q2/8/8/8/8/8/4K3 b - - 0 1");
-    EXPECT_EQ(resolve(stalemate, 0), evaluate(0, *stalemate)) << "a stalemate is not seen";
-    workbench bare("4k1n1/8/8/8/8/8/8/4KB2 w - - 0 1");
-    EXPECT_EQ(resolve(bare, 0), scoreDraw);
-}
-
 TEST_F(quiescenceSearch, checksAreAnsweredDownToTheLastEvasionDepth)
 {
     for (const bool isAnswered : {true, false})

@@ -135,17 +135,14 @@ bool isTooLarge(const std::string &text)
     return text.find("quit") != std::string::npos || text.find("texel") != std::string::npos;
 }
 
-/// Files that a session may name, and the lines that name them.
+/// Files that the input may name, and the lines that name them.
 class namedFiles
 {
   public:
     namedFiles()
     {
-        std::string bytes = syntheticNetworkBytes();
+        const std::string bytes = syntheticNetworkBytes();
         write("net", bytes);
-        std::ranges::generate(bytes.end() - hiddenLayerBytes, bytes.end(),
-                              [random = generator(1)]() mutable { return static_cast<char>(random()); });
-        write("wild", bytes);
         write("cut", bytes.substr(0, bytes.size() - 1));
         std::filesystem::create_directory(directory / "tables");
         tbTest::writeTables(directory / "tables", {{"KRvK", "KRk", 2, -2}, {"KPvKP", "PKpk", -1, 1}});
@@ -155,15 +152,12 @@ class namedFiles
 
     std::string line(generator &random) const
     {
-        constexpr const char *lines[] = {"NetFile value cut", "NetFile value wild", "NetFile value wild",
-                                         "SyzygyPath value tables", "NetFile value net"};
+        constexpr const char *lines[] = {"NetFile value cut", "SyzygyPath value tables", "NetFile value net"};
         const std::string text = lines[std::min(below(random, 8), std::size(lines) - 1)];
         return "setoption name " + text.substr(0, text.rfind(' ') + 1) + directory / text.substr(text.rfind(' ') + 1);
     }
 
   private:
-    static constexpr std::ptrdiff_t hiddenLayerBytes = 17'700;
-
     void write(const std::string &name, const std::string &bytes) const
     {
         std::ofstream(directory / name, std::ios::binary) << bytes;
@@ -198,10 +192,10 @@ std::string duringSearch(std::string &go, generator &random)
 
 /// Sound and damaged lines. A `go` is followed by lines that the console takes during a search and by a
 /// `stop`; damaged positions are also searched, counted and evaluated.
-std::string damagedSession(unsigned seed, int lineCount, const namedFiles &files)
+std::string damagedInput(unsigned seed, int lineCount, const namedFiles &files)
 {
     generator random(seed);
-    std::string session;
+    std::string input;
     for (int i = 0; i < lineCount; ++i)
     {
         std::string text = damagedLine(random), more, word;
@@ -210,20 +204,20 @@ std::string damagedSession(unsigned seed, int lineCount, const namedFiles &files
             more = duringSearch(text, random);
         else if (word == "position" && below(random, 2) == 0)
             more = "go depth 3 movetime 50\nperft 2\nevil\n";
-        session += text + '\n' + more;
+        input += text + '\n' + more;
         if (below(random, 20) == 0)
-            session += files.line(random) + '\n';
+            input += files.line(random) + '\n';
     }
-    return session;
+    return input;
 }
 
-void surviveSession(unsigned seed, int lineCount)
+void surviveInput(unsigned seed, int lineCount)
 {
     const namedFiles files;
     engineOptions.hashMegabytes = 1;
-    std::istringstream session(damagedSession(seed, lineCount, files));
+    std::istringstream input(damagedInput(seed, lineCount, files));
     int status = -1;
-    const std::string output = outputOf([&] { status = runConsole(session, {}); });
+    const std::string output = outputOf([&] { status = runConsole(input, {}); });
     EXPECT_EQ(status, 0);
     EXPECT_TRUE(output.ends_with('\n'));
     EXPECT_NE(output.find("\nbestmove "), std::string::npos);
@@ -232,11 +226,11 @@ void surviveSession(unsigned seed, int lineCount)
     initTablebases("");
 }
 
-TEST(consoleFuzz, survives) { surviveSession(5, 400); }
+TEST(consoleFuzz, survives) { surviveInput(5, 400); }
 
 TEST(slowConsoleFuzz, survives)
 {
-    forEachFuzzSeed(4, [](unsigned seed) { surviveSession(seed, 1500); });
+    forEachFuzzSeed(4, [](unsigned seed) { surviveInput(seed, 1500); });
 }
 
 } // namespace

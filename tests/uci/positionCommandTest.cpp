@@ -96,19 +96,5 @@ TEST_F(positionText, unreadableMoveEndsTheList)
     }
 }
 
-TEST_F(positionText, longGamesAndLostKingsAreTaken)
-{
-    std::string game = "startpos moves";
-    for (int i = 0; i < 700; ++i)
-        game += " g1f3 g8f6 f3g1 f6g8";
-    EXPECT_EQ(outputOf(positionCommand, game), "");
-    EXPECT_EQ(searchLimits.gamePlyHint, 2800);
-    EXPECT_LT(mainPos.keyCount, keyHistorySize - plyCount + 1);
-    EXPECT_EQ(mainPos.keyHistory[mainPos.keyCount - 1], mainPos.keyHistory[mainPos.keyCount - 5]);
-
-    outputOf(positionCommand, "startpos moves e2e8 a7a6 e1e2 a6a5");
-    EXPECT_FALSE(isPlayable(mainPos));
-}
-
 } // namespace
 } // namespace tarvonel
