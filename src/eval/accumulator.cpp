@@ -115,7 +115,15 @@ void computeFromCache(const pos &position, colour view, std::int16_t *accumulato
         entry.pieces[piece] = now;
     }
     applyRows(entry.accumulator, entry.accumulator, removed, added);
-    std::ranges::copy(entry.accumulator, accumulator);
+    std::copy(std::begin(entry.accumulator), std::end(entry.accumulator), accumulator);
+}
+
+void refresh(pos &position, colour view, std::int16_t *accumulator)
+{
+    if (position.accumulatorCache != nullptr)
+        computeFromCache(position, view, accumulator);
+    else
+        computeFromScratch(position, view, accumulator);
 }
 
 struct baseSearch
@@ -177,12 +185,10 @@ void updateAccumulators(pos &position, int ply)
     const baseSearch start = findBase(position, ply);
     for (const colour view : {white, black})
     {
-        if (start.base >= 0 && !start.kingMoved[view])
-            computeFromBase(position, start.base, ply, view);
-        else if (position.accumulatorCache != nullptr)
-            computeFromCache(position, view, block.accumulator[view]);
+        if (start.base < 0 || start.kingMoved[view])
+            refresh(position, view, block.accumulator[view]);
         else
-            computeFromScratch(position, view, block.accumulator[view]);
+            computeFromBase(position, start.base, ply, view);
     }
     block.computed = true;
 }

@@ -70,7 +70,8 @@ inline bool isStackEnd(int ply, const pos &position)
 /// The score of a node that needs no search: a draw, a window outside all mates still possible, the end
 /// of the stack. Otherwise narrows the window by mate distance. `nodes` counts the caller's kind of
 /// nodes, including this one.
-inline std::optional<int> decideAtEntry(int ply, std::uint64_t nodes, int &alpha, int &beta, pos &position)
+[[gnu::always_inline]] inline std::optional<int> decideAtEntry(int ply, std::uint64_t nodes, int &alpha, int &beta,
+                                                               pos &position)
 {
     if (isRepetition(ply, position))
         return repetitionScore(nodes);
