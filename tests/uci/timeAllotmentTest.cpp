@@ -1,6 +1,7 @@
 #include "uci/goCommand.h"
 
 #include <algorithm>
+#include <fstream>
 #include <sstream>
 #include <string>
 #include <utility>
@@ -15,6 +16,7 @@
 #include "search/transpositionTable.h"
 #include "search/worker.h"
 #include "support/engineProcess.h"
+#include "support/sharedData.h"
 #include "support/syntheticNetwork.h"
 #include "uci/console.h"
 #include "uci/consoleOutput.h"
@@ -236,6 +238,40 @@ TEST_F(timeAllotment, anyNumbersGiveSoundLimits)
             EXPECT_GE(searchLimits.incrementFactor, 1.37F);
             EXPECT_LE(searchLimits.incrementFactor, 1.75F);
         }
+}
+
+/// "threads N ponder B; position ...; go ...; optimal maximum scale factor"
+TEST_F(timeAllotment, agreesWithRecordedFigures)
+{
+    std::ifstream file(sharedDataPath("vectors/allotment.txt"));
+    if (!file)
+        GTEST_SKIP() << "no recorded figures here";
+    int compared = 0;
+    for (std::string text; std::getline(file, text);)
+    {
+        std::istringstream fields(text);
+        std::string options, position, go, word, ponder;
+        std::getline(fields, options, ';');
+        std::getline(fields, position, ';');
+        std::getline(fields, go, ';');
+        // The figures of a `go` without a word were recorded before the allotment.
+        if (go == " go ")
+            continue;
+        SCOPED_TRACE(text);
+        int threads = 0, optimal = 0, maximum = 0;
+        float scale = 0, factor = 0;
+        std::istringstream(options) >> word >> threads >> word >> ponder;
+        ASSERT_TRUE(fields >> optimal >> maximum >> scale >> factor);
+        engineOptions.threadCount = threads;
+        engineOptions.ponderEnabled = ponder == "true";
+        allotFor(position.substr(std::string(" position ").size()), go.substr(std::string(" go ").size()));
+        const int available = searchLimits.clock[mainPos.sideToMove] - engineOptions.moveOverhead;
+        if (searchLimits.moveTime == 0 && maximum > available) // recorded with limits beyond the clock
+            continue;
+        expectAllotment(optimal, maximum, scale, factor);
+        ++compared;
+    }
+    EXPECT_GT(compared, 0);
 }
 
 } // namespace
