@@ -36,7 +36,7 @@ for preset in "$@"; do
     compare "$preset" "build/$preset" -DTARVONEL_LTO=OFF -DTARVONEL_TESTS=OFF -DTARVONEL_TRAINING=OFF
 done
 [[ $# -eq 0 ]] || exit 0
-compare bench build/bench
+compare bench build/bench -DTARVONEL_LTO=OFF
 for preset in $(sh tools/runnableBuilds.sh | grep -v '^sse2$'); do # bench and test are built for SSE2
     compare "$preset" "build/$preset" -DTARVONEL_LTO=OFF -DTARVONEL_TESTS=ON -DTARVONEL_TRAINING=OFF
     build "build/$preset" tarvonelEvalTests

@@ -51,10 +51,13 @@ timed() # NAME COMMAND...
 
 runsFromNothing()
 {
+    nodes=$(sed -n 's/.*`\([0-9]* nodes\)`.*/\1/p' README.md | head -1) # of bench
     title "nothing installed: make run"
     timed "make run" make run RUN_MILLISECONDS=500 >/tmp/log 2>&1 || { cat /tmp/log; fail "make run"; }
     expect '^bestmove [a-h][1-8][a-h][1-8]' /tmp/log
     grep MINUTES /tmp/log
+    (cd build/release && ./tarvonel bench) >/tmp/log
+    expect "^$nodes" /tmp/log
 }
 
 bookworm()
@@ -87,7 +90,7 @@ bookworm()
     title "make -j2 run bench"
     make -j2 run bench QUICK=yes RUN_MILLISECONDS=100 >/tmp/log 2>&1 || { cat /tmp/log; fail "make -j2 run bench"; }
     expect '^bestmove ' /tmp/log
-    expect "^$(sed -n 's/.*`\([0-9]* nodes\)`.*/\1/p' README.md | head -1)" /tmp/log
+    expect "^$nodes" /tmp/log
     expect "^$(<bench/signature.txt) nodes" /tmp/log
     ! grep -i 'error' /tmp/log || fail "make bench prints errors"
 }
