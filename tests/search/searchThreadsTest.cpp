@@ -103,7 +103,7 @@ TEST_F(searchThreads, theVariationIsThatOfTheChosenThread)
     for (int search = 0; search < 300 && !isWalked; ++search)
     {
         newGame();
-        const searchRecord &record = run(middleGame, {.maximumTime = 5 + search});
+        const searchRecord record = run(middleGame, {.maximumTime = 5 + search});
         const pos &found = chooseBestThread().position;
         EXPECT_TRUE(sameMove(record.best, found.info[0].pvMove) || found.info[0].pvMove == noMove);
         isWalked = &found != &theBoss().position && found.pvLast > 0;
