@@ -171,9 +171,9 @@ TEST(threadPlacement, narrowStartStaysNarrow)
     int first = 0;
     while (!CPU_ISSET(first, &atStart))
         ++first;
-    const std::string command = "taskset -c " + std::to_string(first) + " " +
+    const std::string command = "taskset -c " + std::to_string(first) + " '" +
                                 std::filesystem::read_symlink("/proc/self/exe").string() +
-                                " --gtest_filter=threadPlacement.bindingTakes*";
+                                "' --gtest_filter=threadPlacement.bindingTakes*";
     EXPECT_EQ(std::system(command.c_str()), 0);
 }
 
