@@ -31,9 +31,9 @@ inline constexpr int widestOpening = 300; ///< centipawns; openings with a large
 
 struct openingPlan
 {
-    int fewestPlies = 8;                 ///< random plies; half of the openings have one more
-    double chess960Share = 0.2;          ///< share of games from Chess960 positions
-    std::span<const std::string> book{}; ///< if not empty, FENs from which all games start instead
+    int fewestPlies = 8;               ///< random plies; half of the openings have one more
+    double chess960Share = 0.2;        ///< share of games from Chess960 positions
+    std::span<const std::string> book; ///< if not empty, FENs from which all games start instead
 };
 
 /// Sets up an opening. Returns its number of random plies, or -1 if the game ends within them.
