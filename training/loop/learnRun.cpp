@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
-#include <ctime>
 #include <fstream>
 #include <stdexcept>
 #include <unistd.h>
@@ -11,6 +10,7 @@
 #include "interrupts.h"
 #include "match/childProcess.h"
 #include "textFile.h"
+#include "words.h"
 
 namespace tarvonel
 {
@@ -81,19 +81,9 @@ std::string timeLeftText(const learnRun &run)
     return std::to_string(minutes / 60) + " h " + std::to_string(minutes % 60) + " min left";
 }
 
-std::string nowText()
-{
-    const std::time_t now = std::time(nullptr);
-    std::tm parts{};
-    localtime_r(&now, &parts);
-    char text[32];
-    std::strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S", &parts);
-    return text;
-}
-
 void note(learnRun &run, const std::string &text)
 {
-    const std::string line = nowText() + "  loop " + std::to_string(run.state.loop) + ": " + text;
+    const std::string line = localTimeText(logTimeFormat) + "  loop " + std::to_string(run.state.loop) + ": " + text;
     std::printf("%s%s\n", run.showsLine ? "\r\033[K" : "", line.c_str());
     std::fflush(stdout);
     run.showsLine = false;

@@ -15,6 +15,8 @@
 namespace tarvonel
 {
 
+inline constexpr const char *logTimeFormat = "%Y-%m-%d %H:%M:%S"; ///< of `localTimeText`
+
 struct learnPlan
 {
     std::string folder = "learning";
@@ -63,9 +65,6 @@ void saveTimeNowAndThen(learnRun &run);
 /// Of the night, in seconds; negative when it is over.
 double secondsLeft(const learnRun &run);
 std::string timeLeftText(const learnRun &run);
-
-/// The local time, "2026-11-25 21:30:00".
-std::string nowText();
 
 /// Prints a line and adds it to the log.
 void note(learnRun &run, const std::string &text);

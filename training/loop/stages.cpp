@@ -214,7 +214,7 @@ loopRow judgeLoop(const learnRun &run)
     const auto points = readTally(run.inLoop("tally"));
     const eloEstimate estimate = estimateElo(tallyOf(points));
     loopRow row{.loop = run.state.loop,
-                .finished = nowText(),
+                .finished = localTimeText(logTimeFormat),
                 .hours = run.state.nightSeconds / 3600,
                 .positions = run.state.positions,
                 .window = windowSize(run.state),

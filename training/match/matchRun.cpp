@@ -2,7 +2,6 @@
 
 #include <cinttypes>
 #include <cstdio>
-#include <ctime>
 #include <exception>
 #include <mutex>
 #include <sstream>
@@ -11,6 +10,7 @@
 
 #include "interrupts.h"
 #include "textFile.h"
+#include "words.h"
 
 namespace tarvonel
 {
@@ -69,22 +69,12 @@ std::string tallyText(const matchState &state)
     return text.str();
 }
 
-std::string dateText()
-{
-    const std::time_t now = std::time(nullptr);
-    std::tm parts{};
-    localtime_r(&now, &parts);
-    char text[32];
-    std::strftime(text, sizeof text, "%Y.%m.%d", &parts);
-    return text;
-}
-
 std::string gameText(const matchPlan &plan, const finishedGame &game, std::int64_t number, int whiteIndex)
 {
     pgnGame text;
     text.tags = {{"Event", "match"},
                  {"Site", "?"},
-                 {"Date", dateText()},
+                 {"Date", localTimeText("%Y.%m.%d")},
                  {"Round", std::to_string(number + 1)},
                  {"White", plan.engines[whiteIndex].name},
                  {"Black", plan.engines[1 - whiteIndex].name},
