@@ -15,6 +15,8 @@ inline constexpr bitboard fileABits = 0x0101010101010101;
 inline constexpr bitboard fileHBits = fileABits << fileH;
 inline constexpr bitboard rank1Bits = 0xFF;
 inline constexpr bitboard rank8Bits = rank1Bits << 56;
+inline constexpr bitboard lightSquares = 0x55AA55AA55AA55AA;
+inline constexpr bitboard darkSquares = ~lightSquares;
 
 constexpr bitboard bit(int square) { return bitboard{1} << square; }
 constexpr bitboard fileBits(int file) { return fileABits << file; }

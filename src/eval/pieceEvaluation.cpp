@@ -34,8 +34,6 @@ constexpr bitboard outpostRanks[colourCount] = {ranks(rank4, rank6), ranks(rank3
 constexpr bitboard behindPawnRanks[colourCount] = {ranks(rank2, rank4), ranks(rank5, rank7)};
 constexpr bitboard thirdRank[colourCount] = {rankBits(rank3), rankBits(rank6)};
 constexpr bitboard centreFiles = files(fileC, fileF);
-constexpr bitboard lightSquares = 0x55AA55AA55AA55AA;
-constexpr bitboard darkSquares = ~lightSquares;
 
 constexpr int dangerSquareDivisor = 4096; ///< middle game: danger squared / this
 constexpr int dangerDivisor = 32;         ///< end game: danger / this

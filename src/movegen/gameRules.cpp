@@ -12,7 +12,6 @@ namespace
 {
 
 constexpr int fiftyMovePlies = 100;
-constexpr bitboard darkSquares = 0xAA55AA55AA55AA55;
 
 int occurrences(const pos &position)
 {
@@ -33,7 +32,7 @@ bool isDeadPosition(const pos &position)
     const bitboard bishops = both(whiteBishop);
     if (knights != 0)
         return bishops == 0 && exactlyOne(knights);
-    return (bishops & darkSquares) == 0 || (bishops & ~darkSquares) == 0;
+    return (bishops & darkSquares) == 0 || (bishops & lightSquares) == 0;
 }
 
 } // namespace

@@ -11,7 +11,6 @@ namespace
 constexpr int constantFlag = 0x80;
 constexpr int treeEntryBytes = 3;
 constexpr unsigned leafMark = 0xFFF;
-constexpr int sparseEntryBytes = 6;
 constexpr int maxSizeBits = 31;
 constexpr int refillBits = 32;
 constexpr int maxSymbolLength = 255;

@@ -25,6 +25,7 @@ namespace tarvonel
 
 inline constexpr int maxCodeLength = 32; ///< limited by the refill of the bit buffer
 inline constexpr int corruptValue = -1;
+inline constexpr std::uint64_t sparseEntryBytes = 6;
 
 /// The pointers refer to the mapped file. Once `readCodecHeader` has accepted the header and the pointers
 /// to the sections are set, decoding any index below the table's size stays inside the file. That holds

@@ -17,7 +17,6 @@ enum fileFlags : int
 };
 constexpr std::uint64_t flagsOffset = 4;
 constexpr std::uint64_t dataAlignment = 64;
-constexpr std::uint64_t sparseEntryBytes = 6;
 constexpr int noOrder = 0xF;
 
 /// By wdl + 2: the map of DTZ values, and the flag for values in plies rather than moves.

@@ -21,8 +21,6 @@ namespace tarvonel
 namespace
 {
 
-constexpr const char *middleGame = "r1bq1rk1/pp2bppp/2n1pn2/3p4/2PP4/2N2N2/PP2BPPP/R1BQ1RK1 w - - 0 9";
-
 constexpr const char *stable = "8/5pk1/6p1/R6p/7P/5PP1/r5K1/8 w - - 0 1";
 
 class rootSearch : public searchFixture

@@ -24,6 +24,8 @@ inline constexpr bool isSanitized = __has_feature(thread_sanitizer) || __has_fea
 inline constexpr bool isSanitized = false;
 #endif
 
+inline constexpr const char *middleGame = "r1bq1rk1/pp2bppp/2n1pn2/3p4/2PP4/2N2N2/PP2BPPP/R1BQ1RK1 w - - 0 9";
+
 /// Loads the test network and an empty transposition table of 1 MiB, and lifts all limits.
 void prepareSearchTest();
 

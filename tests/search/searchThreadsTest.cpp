@@ -19,8 +19,6 @@ namespace tarvonel
 namespace
 {
 
-constexpr const char *middleGame = "r1bq1rk1/pp2bppp/2n1pn2/3p4/2PP4/2N2N2/PP2BPPP/R1BQ1RK1 w - - 0 9";
-
 constexpr const char *mated = "rnb1kbnr/pppp1ppp/8/4p3/6Pq/5P2/PPPPP2P/RNBQKBNR w KQkq - 0 1";
 constexpr const char *stalemate = "7k/5Q2/8/8/8/8/8/4K3 b - - 0 1";
 

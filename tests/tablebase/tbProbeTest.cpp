@@ -283,10 +283,9 @@ void expectConsistency(int positionsPerTable)
     EXPECT_GT(withEnPassant, positionsPerTable / 20);
 }
 
-} // namespace
-
 TEST_F(publishedTables, valuesAgreeWithTheirSuccessors) { expectConsistency(100); }
 
 TEST_F(slowPublishedTables, moreValuesAgreeWithTheirSuccessors) { expectConsistency(3000); }
 
+} // namespace
 } // namespace tarvonel

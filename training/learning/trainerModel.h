@@ -26,6 +26,7 @@ inline constexpr float denseLimit = 127.0F / weightScale; ///< largest weight in
 inline constexpr float featureLimit = 7.5F;
 
 constexpr std::size_t rowOffset(std::size_t row) { return row * transformerWidth; }
+inline constexpr std::size_t rowChunk = 32; ///< rows that a thread takes at a time
 
 /// Allocates on cache lines, where vector loads are fastest.
 template <typename T> struct lineAllocator

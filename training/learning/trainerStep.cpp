@@ -24,7 +24,6 @@ struct trainerWorkspace
 namespace
 {
 
-constexpr std::size_t rowChunk = 32;
 constexpr std::size_t positionChunk = 64;
 constexpr std::uint64_t averageInterval = 64; ///< steps between updates of the averages
 

@@ -11,7 +11,6 @@ namespace tarvonel
 namespace
 {
 
-constexpr std::size_t rowChunk = 32;
 constexpr double fewPositions = 0.01; ///< share of them
 
 /// How often each neuron of a layer was not 0, and how often at the upper end.
