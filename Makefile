@@ -165,7 +165,7 @@ check-format:
 tidy:
 	@$(setup) clang tidy test bench training
 	@CXX= && unset CXX && bash tools/configure.sh clang build/clang
-	run-clang-tidy -quiet -j $(JOBS) -p build/clang '/(src|tests|bench|training)/.*'
+	run-clang-tidy -quiet -j $(JOBS) -p build/clang
 
 layers:
 	bash tools/checkLayers.sh

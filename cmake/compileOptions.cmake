@@ -11,6 +11,10 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_L
     # False positives in std::string, mostly from precompiled headers.
     target_compile_options(tarvonelOptions INTERFACE -Wno-restrict -Wno-array-bounds -Wno-stringop-overflow)
 endif()
+if(CMAKE_UNITY_BUILD)
+    # In one piece with other files, a local name may hide a constant of theirs.
+    target_compile_options(tarvonelOptions INTERFACE -Wno-shadow)
+endif()
 target_compile_definitions(tarvonelOptions INTERFACE $<$<CONFIG:Debug>:_GLIBCXX_ASSERTIONS>)
 
 # Instruction sets that the processor must have beyond the compiler's default.

@@ -55,7 +55,7 @@ class dialogue : public testing::Test
     {
         const auto next = [this](int timeoutMs)
         {
-            const std::string text = engine.readLine(timeoutMs).value_or("");
+            std::string text = engine.readLine(timeoutMs).value_or("");
             EXPECT_FALSE(text.starts_with("bestmove")) << text;
             return text;
         };
