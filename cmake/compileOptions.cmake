@@ -12,7 +12,7 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_L
     target_compile_options(tarvonelOptions INTERFACE -Wno-restrict -Wno-array-bounds -Wno-stringop-overflow)
 endif()
 if(CMAKE_UNITY_BUILD)
-    # In one piece with other files, a local name may hide a constant of theirs.
+    # A local name may hide a constant of another file.
     target_compile_options(tarvonelOptions INTERFACE -Wno-shadow)
 endif()
 target_compile_definitions(tarvonelOptions INTERFACE $<$<CONFIG:Debug>:_GLIBCXX_ASSERTIONS>)

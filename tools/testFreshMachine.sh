@@ -9,7 +9,7 @@
 #                     GoogleTest, but no CLI11; then make -j2 run bench
 #   bookworm-clang    Debian 12 with clang and without gcc: make sse2, EXE=, install, uninstall
 #   trixie            Debian 13: nothing installed; then the quick tests
-#   trixie-developer  Debian 13: debug and tidy. Takes an hour of one core.
+#   trixie-developer  Debian 13: debug and tidy, which take long
 #
 # Needs mmdebstrap and the network, and root or user namespaces. Logs are in build/freshMachine. At
 # the end it prints the minutes that the builds took from nothing.

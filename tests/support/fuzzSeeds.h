@@ -26,7 +26,7 @@ inline void forEachFuzzSeed(unsigned usual, const std::function<void(unsigned se
     for (unsigned seed = first; seed < first + count; ++seed)
     {
         SCOPED_TRACE(seed);
-        std::cerr << "seed " << seed << std::endl;
+        std::cerr << "seed " << seed << '\n';
         round(seed);
     }
 }

@@ -153,7 +153,8 @@ void printTotals(const processPlan &plan, const processTally *tallies, std::int6
     }
     const auto milliseconds = static_cast<std::uint64_t>(std::max<std::int64_t>(elapsed, 1));
     std::cout << games << " games, " << positions << " positions, " << newPositions * 1000 / milliseconds
-              << " positions/s" << std::endl;
+              << " positions/s\n"
+              << std::flush;
 }
 
 /// Waits for the processes and prints their progress. Returns 1 if one failed.

@@ -161,7 +161,7 @@ void noteGame(matchState &state, const finishedGame &game, std::int64_t number, 
     }
     if (!game.whitePoints)
     {
-        state.report << "game " << number + 1 << " not played: " << game.reason << std::endl;
+        state.report << "game " << number + 1 << " not played: " << game.reason << '\n' << std::flush;
         return;
     }
     const int points = whiteIndex == 0 ? *game.whitePoints : 2 - *game.whitePoints;
@@ -172,7 +172,7 @@ void noteGame(matchState &state, const finishedGame &game, std::int64_t number, 
         state.report << "game " << number + 1 << ": " << resultText(game) << ", " << game.reason << " ("
                      << game.moves.size() << " plies)\n";
     if (!plan.quiet || state.points.size() % quietInterval == 0)
-        state.report << tallyText(state) << std::endl;
+        state.report << tallyText(state) << '\n' << std::flush;
     decideTest(state);
 }
 
@@ -263,7 +263,7 @@ matchResult playMatch(const matchPlan &plan, std::ostream &report)
         thread.join();
     if (state.failure)
         std::rethrow_exception(state.failure);
-    report << tallyText(state) << std::endl;
+    report << tallyText(state) << '\n' << std::flush;
     return state.result;
 }
 
