@@ -86,7 +86,9 @@ std::size_t endOfVariation(const std::string &text, std::size_t start)
     int depth = 0;
     for (std::size_t i = start; i < text.size(); ++i)
     {
-        if (text[i] == '{' && (i = text.find('}', i)) == std::string::npos)
+        if (text[i] == '{')
+            i = text.find('}', i);
+        if (i == std::string::npos)
             break;
         depth += text[i] == '(' ? 1 : text[i] == ')' ? -1 : 0;
         if (depth == 0)

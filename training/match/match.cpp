@@ -199,7 +199,8 @@ void completeRules(matchCommand &command)
         command.clock = {1, 0.01};
     const double base = command.clock[0];
     const double increment = command.clock[1];
-    if (!(base > 0 && increment >= 0 && base + increment < longestClock))
+    const bool isClock = base > 0 && increment >= 0 && base + increment < longestClock; // not for NaN
+    if (!isClock)
         throw CLI::ValidationError("--tc", "needs a time above 0 and an increment");
     plan.game.limits.clock = std::lround(base * 1000);
     plan.game.limits.increment = std::lround(increment * 1000);
