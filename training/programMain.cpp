@@ -52,7 +52,8 @@ CLI::Validator numberFrom(double low, double high)
     {
         double value = 0;
         std::ostringstream message;
-        if (!CLI::detail::lexical_cast(text, value) || !(value >= low && value <= high)) // "nan" is in no range
+        const bool isInRange = CLI::detail::lexical_cast(text, value) && value >= low && value <= high; // not for NaN
+        if (!isInRange)
             message << "needs a number from " << low << " to " << high << ", got: " << text;
         return message.str();
     };
