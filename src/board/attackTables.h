@@ -121,7 +121,7 @@ inline bitboard sliderBlockers(const pos &position, int square, colour attacker)
 }
 
 /// Whether `attacker` attacks the square, given the occupancy for its sliders.
-inline bool isAttacked(const pos &position, int square, colour attacker, bitboard occupied)
+[[gnu::always_inline]] inline bool isAttacked(const pos &position, int square, colour attacker, bitboard occupied)
 {
     return (bishopAttacks(square, occupied) & diagonalSliders(position, attacker)) != 0 ||
            (rookAttacks(square, occupied) & straightSliders(position, attacker)) != 0 ||
