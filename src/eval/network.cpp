@@ -21,19 +21,26 @@ constexpr int inputMasks = networkInputs / simd::chunkInputs / maskBits;
 struct firstLayer
 {
     alignas(64) activation input[networkInputs];
-    std::uint64_t nonzero[inputMasks] = {};
+    std::uint64_t nonzero[inputMasks];
 };
 
 void clipFirstLayer(const accumulatorBlock &block, colour sideToMove, firstLayer &layer)
 {
-    constexpr int blocksPerView = accumulatorLanes / simd::clipBlockLanes;
-    for (int i = 0; i < 2 * blocksPerView; ++i)
+    constexpr int masksPerView = inputMasks / colourCount;
+    constexpr int blocksPerMask = maskBits / simd::clipBlockChunks;
+    activation *out = layer.input;
+    for (int mask = 0; mask < inputMasks; ++mask)
     {
-        const std::int16_t *lanes = block.accumulator[i < blocksPerView ? sideToMove : opponent(sideToMove)];
-        const unsigned nonzero =
-            simd::clipBlock(lanes + i % blocksPerView * simd::clipBlockLanes, layer.input + i * simd::clipBlockLanes);
-        const int firstChunk = i * simd::clipBlockChunks;
-        layer.nonzero[firstChunk / maskBits] |= std::uint64_t{nonzero} << firstChunk % maskBits;
+        const colour view = mask < masksPerView ? sideToMove : opponent(sideToMove);
+        const std::int16_t *lanes = block.accumulator[view] + mask % masksPerView * maskBits * simd::chunkInputs;
+        std::uint64_t nonzero = 0;
+        for (int i = 0; i < blocksPerMask; ++i)
+        {
+            nonzero |= std::uint64_t{simd::clipBlock(lanes, out)} << i * simd::clipBlockChunks;
+            lanes += simd::clipBlockLanes;
+            out += simd::clipBlockLanes;
+        }
+        layer.nonzero[mask] = nonzero;
     }
 }
 
