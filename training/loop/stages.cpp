@@ -138,7 +138,7 @@ std::optional<double> printedError(const std::string &log, const std::string &be
 bool trainNetworks(learnRun &run)
 {
     removeOldGames(run);
-    for (; run.state.run <= run.plan.runs; ++run.state.run, saveState(run))
+    while (run.state.run <= run.plan.runs)
     {
         const int number = run.state.run;
         const std::string checkpoint = run.runName(number, ".checkpoint");
@@ -160,14 +160,15 @@ bool trainNetworks(learnRun &run)
         for (const gamesFile &file : run.state.games)
             if (file.isInWindow)
                 words.push_back(run.path("games/" + file.name));
-        const bool isTrained = printedError(log, "after epoch") && fs::exists(run.runName(number, ".nnue"));
         const std::string what = "training " + std::to_string(number) + " of " + std::to_string(run.plan.runs);
-        if (!isTrained && !runProgram(run, what, words, log))
+        if (!runProgram(run, what, words, log)) // a finished run ends at once
             return false;
         const std::optional<double> error = printedError(log, "after epoch");
         if (!error)
             throw std::runtime_error("train ended early, see " + log + "; the same command goes on");
         note(run, what + ": validation error " + std::to_string(*error));
+        ++run.state.run;
+        saveState(run);
         fs::remove(checkpoint);
     }
     return true;
