@@ -15,6 +15,7 @@
 #include "games/gameFile.h"
 #include "games/pgn.h"
 #include "games/pgnReader.h"
+#include "loop/gameFolder.h"
 #include "support/randomGames.h"
 #include "support/temporaryDirectory.h"
 #include "uci/randomOpening.h"
@@ -37,6 +38,8 @@ class gameFileTest : public testing::Test
         const std::string fen = fenOf(board->position, true, 5);
         EXPECT_EQ(setupPlayablePosition(fen, board->position), "");
         game.start = packStart(board->position);
+        EXPECT_EQ(unpackStart(game.start, *board), "");
+        EXPECT_EQ(fenOf(board->position, true, 5), fen);
         game.whitePoints = static_cast<int>(random() % 3);
         text = {{{"FEN", fen}, {"Result", results[game.whitePoints]}}, results[game.whitePoints], {}};
         for (int ply = 0; ply < plies; ++ply)
@@ -102,6 +105,37 @@ TEST_F(gameFileTest, gamesComeBackAndACutCostsTheLastAlone)
         append(games[2]);
         expectGames(games, 0);
     }
+}
+
+TEST_F(gameFileTest, aGrowingFolderIsCountedOnce)
+{
+    gameCounter counter{directory.path, {}};
+    std::uint64_t positions = 0;
+    for (const int plies : {40, 20})
+    {
+        const storedGame game = randomGame(plies);
+        append(game);
+        positions += game.moves.size();
+        countNewGames(counter);
+        countNewGames(counter);
+        EXPECT_EQ(newPositions(counter, {}), positions);
+        EXPECT_EQ(newPositions(counter, {{"games", 10, true}}), positions - 10);
+    }
+    path = directory / "older";
+    append(randomGame(30));
+    std::filesystem::last_write_time(path, std::filesystem::last_write_time(path) - std::chrono::hours(1));
+    countNewGames(counter);
+    for (const std::uint64_t window : {positions, positions + 1})
+    {
+        const std::vector<gamesFile> files = newestFiles(counter, window);
+        ASSERT_EQ(files.size(), 2U);
+        EXPECT_EQ(files[0].name, "games");
+        EXPECT_TRUE(files[0].isInWindow);
+        EXPECT_EQ(files[1].isInWindow, window > positions);
+    }
+    std::filesystem::remove(path);
+    countNewGames(counter);
+    EXPECT_EQ(newPositions(counter, {}), positions);
 }
 
 TEST_F(gameFileTest, damageInTheMiddleIsPassedOver)

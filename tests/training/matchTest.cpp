@@ -290,6 +290,21 @@ TEST_F(matchTest, aKilledMatchGoesOn)
     EXPECT_NE(errorOf([this] { play(); }).find("belongs to another match"), std::string::npos);
 }
 
+TEST_F(matchTest, aSequentialTestEndsWhenItIsDecidedEitherWay)
+{
+    plan.engines[0].command.back() = "0";
+    plan.games = 40;
+    plan.sprt = {-5, 5};
+    for (int i = 0; i < 2; ++i)
+    {
+        plan.tallyFile = directory / ("tally" + std::to_string(i));
+        const matchResult result = play();
+        EXPECT_EQ(i == 0 ? result.tally.losses : result.tally.wins, 0);
+        EXPECT_LT(result.tally.wins + result.tally.losses, 10) << reported;
+        std::swap(plan.engines[0], plan.engines[1]);
+    }
+}
+
 TEST_F(matchTest, enginesThatEndAreReplacedAndLeaveNoDescriptors)
 {
     plan.engines[0].command.back() = "0";

@@ -90,7 +90,24 @@ TEST_F(selfGameTest, aGameIsTheSameOnABoardThatHasBeenUsed)
     }
 }
 
-TEST_F(selfGameTest, adjudicatedGamesGoToTheLeadingSide)
+TEST_F(selfGameTest, middlegameNodesReplaceBothLimits)
+{
+    selfPlayPlan deep;
+    deep.limits = {.softNodes = 500, .hardNodes = 2000};
+    selfPlayPlan mixed;
+    mixed.limits = {.softNodes = 50, .hardNodes = 200};
+    mixed.middlegameNodes = 500;
+    for (const std::uint64_t seed : {1, 2, 3})
+    {
+        const storedGame expected = play(deep, seed);
+        const storedGame game = play(mixed, seed);
+        EXPECT_EQ(game.moves[0].move, expected.moves[0].move);
+        EXPECT_EQ(game.moves[0].score, expected.moves[0].score);
+        EXPECT_NE(encodeGame(game), encodeGame(expected)) << "the ending has fewer nodes";
+    }
+}
+
+TEST_F(selfGameTest, gamesGoToTheSideThatLeadsOrMates)
 {
     const struct
     {
@@ -116,6 +133,12 @@ TEST_F(selfGameTest, adjudicatedGamesGoToTheLeadingSide)
             const storedGame game = play(plan, 1);
             EXPECT_EQ(game.whitePoints, each.whitePoints) << each.fen;
             EXPECT_LE(game.moves.size(), quick ? 4U : 1U) << "decided by the first score";
+            if (quick)
+                continue;
+            plan.winPlies = plan.longestGame; // never: the game goes on to mate
+            const int points = play(plan, 1).whitePoints;
+            EXPECT_EQ(endOfGame(*board, legalMoves(*board)), gameEnd::checkmate) << each.fen;
+            EXPECT_EQ(points, board->position.sideToMove == white ? 0 : 2) << each.fen;
         }
 }
 

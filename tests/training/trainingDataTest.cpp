@@ -92,8 +92,10 @@ TEST_F(trainingDataTest, targetsAreThoseComputedByHand)
 {
     const std::vector<scoredMove> whiteFirst = {{"e2e4", 100}, {"e7e5", -50}, {"g1f3", unscored}, {"b8c6", 200}};
     const std::vector<scoredMove> blackFirst = {{"a7a6", 100}, {"a2a3", -50}, {"b7b6", unscored}, {"b2b3", 200}};
-    write({makeGame("rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq - 0 1", whiteFirst, 0),
-           makeGame("4k3/pppp4/8/8/8/8/PPPP4/4K3 b - - 0 1", blackFirst, 2)});
+    std::vector<storedGame> games = {makeGame(startPositionFen, whiteFirst, 0),
+                                     makeGame("4k3/pppp4/8/8/8/8/PPPP4/4K3 b - - 0 1", blackFirst, 2)};
+    games[1].earlierPlies = 1;
+    write(games);
     const struct
     {
         double wdlWeight, wdlDecay, tdLambda;
@@ -116,6 +118,9 @@ TEST_F(trainingDataTest, targetsAreThoseComputedByHand)
             EXPECT_EQ(positions[i].sideToMove == white, (i % 3 == 0) == (i < 3)) << i;
         }
     }
+    dataSettings settings = allPositions();
+    settings.firstPly = 2;
+    EXPECT_EQ(read(settings).size(), 3U) << "ply 3 of the first game, plies 2 and 4 of the second";
 }
 
 // Chunks are read again from the beginning after a pass to the end of a file that no buffer holds.
@@ -241,6 +246,27 @@ TEST_F(trainingRunTest, interruptedRunsEndLikeUninterruptedOnes)
         saveCheckpoint(run.model, run.progress, plan.checkpoint);
     }
     ADD_FAILURE() << "the run never ends";
+}
+
+TEST_F(trainingRunTest, positionsWithCastlingRightsAreNotMirrored)
+{
+    plan.data.gameShare = 1;
+    plan.block = 1;
+    const auto trainedWeights = [&](double mirrorShare)
+    {
+        plan.mirrorShare = mirrorShare;
+        trainingRun run(plan);
+        runBatches(run, INT_MAX);
+        return run.model.levelRows[0].weights;
+    };
+    for (const bool canCastle : {true, false})
+    {
+        path = directory / (canCastle ? "castling" : "none");
+        plan.files = {path};
+        write({makeGame(canCastle ? startPositionFen : "4k3/pppp4/8/8/8/8/PPPP4/4K3 w - - 0 1",
+                        {{"a2a3", 100}, {"a7a6", 100}, {"b2b3", 100}}, 2)});
+        EXPECT_EQ(trainedWeights(0) == trainedWeights(1), canCastle);
+    }
 }
 
 TEST_F(trainingRunTest, filesThatShrinkEndTheRunWithAnError)

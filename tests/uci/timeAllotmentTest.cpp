@@ -76,11 +76,13 @@ TEST_F(timeAllotment, sharesTheClockByThreadsPhaseAndControl)
     } cases[] = {
         {"defaults", 1, false, "startpos", "", 14850, 74250, 1, 1.75F},
         {"ponder option", 1, true, "startpos", "wtime 300000 winc 2000", 7477, 37385, 1, 1.44308F},
-        {"black's clock", 1, false, "startpos moves e2e4", "wtime 1 btime 60000", 990, 4950, 1, 1.75F},
+        {"black's clock", 1, false, "startpos moves e2e4", "wtime 1 winc 1 btime 300000 binc 2000", 6798, 33990, 1,
+         1.44308F},
         {"unknown ply", 1, false, endgame + std::string("1"), "wtime 60000", 1847, 9235, 1, 1.75F},
         {"ply 239", 1, false, endgame + std::string("120"), "wtime 60000", 2640, 13200, 1, 1.75F},
         {"short clock", 1, false, "startpos", "wtime 10", 0, 1, 5, 1.37F},
         {"short clock, small increment", 1, false, "startpos", "wtime 200 winc 30", 14, 25, 5, 1.37F},
+        {"four optimal times left", 1, false, "startpos", "wtime 1000 winc 200", 191, 450, 1, 1.37F},
         {"last move of the control", 1, false, "startpos", "movestogo 1 wtime 1000", 657, 900, 1, 1.75F},
         {"given moves, opening", 1, false, "startpos", "movestogo 40 wtime 5400000", 88695, 443475, 1, 1.75F},
         {"four moves given, at least 40", 1, false, "startpos", "movestogo 4 wtime 150", 24, 40, 1, 1.44308F},
@@ -187,11 +189,12 @@ TEST_F(timeAllotment, incrementFactorHoldsForTheGame)
     for (const auto &[lines, factor] : {std::pair{first, 1.37F},
                                         {first + second, 1.37F},
                                         {first + first + second, 1.37F},
-                                        {first + "ucinewgame\n" + second, 1.75F}})
+                                        {first + "position startpos moves e2e4\nucinewgame\n" + second, 1.75F}})
     {
         std::istringstream input(lines);
         outputOf([&] { EXPECT_EQ(runConsole(input, {}), 0); });
         EXPECT_FLOAT_EQ(searchLimits.incrementFactor, factor) << lines;
+        EXPECT_EQ(searchLimits.gamePlyHint, 0) << lines;
     }
 }
 
