@@ -243,6 +243,19 @@ TEST_F(gameFileTest, pgnHoldsTheSameGames)
     }
 }
 
+TEST_F(gameFileTest, notationDistinguishesPiecesByFileThenRankThenBoth)
+{
+    for (const auto &[fen, expected] : {std::pair{"4k3/8/8/8/8/8/8/1N2K3 w - - 0 1", "Nd2"},
+                                        {"4k3/8/8/8/8/5N2/8/1N2K3 w - - 0 1", "Nbd2"},
+                                        {"4k3/8/8/8/8/1N6/8/1N2K3 w - - 0 1", "N1d2"},
+                                        {"4k3/8/8/8/8/1N6/8/1N2KN2 w - - 0 1", "Nb1d2"}})
+    {
+        ASSERT_EQ(setupPlayablePosition(fen, board->position), "");
+        const std::vector<moveCode> moves = legalMoves(*board);
+        EXPECT_EQ(shortNotation(*board, moves, findMove(*board, moves, "b1d2")), expected);
+    }
+}
+
 TEST_F(gameFileTest, pgnOfOthersIsReadAndOnlyWholeLegalGamesAreTaken)
 {
     const struct

@@ -46,5 +46,34 @@ averageNetworks --out mean.nnue mine.nnue mine.nnue >log 2>&1 || fail "averageNe
 match --engine1 nodeEngine --option1 NetFile=mean.nnue --engine2 'nodeEngine --hand-set' --nodes 200 --games 4 \
       --concurrency 2 --maxplies 60 --pgn match.pgn >log 2>&1 || fail "match"
 expect "game 4: "
+
+# What match tells its engines.
+mkdir engines
+cat >engines/player <<'END'
+moves=(e1d1 e8d8 d1e1 d8e8)
+while read -r line; do
+    echo "$line" >>"$1"
+    case $line in
+        uci) echo uciok ;;
+        isready) echo readyok ;;
+        genfens*) for i in 1 2; do echo "info string genfens r3k3/8/8/8/8/8/8/R3K3 w - - 0 $i"; done ;;
+        position*) [[ $line == *moves* ]] && played=$(wc -w <<<"${line#*moves}") || played=0 ;;
+        go*) printf 'info depth 1 score cp %d\nbestmove %s\n' "$2" ${moves[played % 4]} ;;
+        quit) exit ;;
+    esac
+done
+END
+match mine.nnue mean.nnue --engine1 "bash player one 700" --engine2 "bash player two -700" --dir1 engines --chess960 \
+      --option Hash=7 --option2 Threads=2 --tc 9+0.5 --resign 701,1 --draw 1,699,1 --maxplies 4 --games 3 \
+      --concurrency 1 --tally tally >log 2>&1 || fail "match of two players"
+for line in "one setoption name NetFile value $folder/mine.nnue" "two setoption name NetFile value $folder/mean.nnue" \
+            "one setoption name Hash value 7" "two setoption name Hash value 7" "two setoption name Threads value 2" \
+            "one setoption name UCI_Chess960 value true" "two setoption name UCI_Chess960 value true" \
+            "two genfens 2 seed 1 book NONE" "one go wtime 9000 btime 9000 winc 500 binc 500"; do
+    grep -qx "${line#* }" "engines/${line%% *}" || fail "no '$line'"
+done
+grep -q "Threads" engines/one && fail "an option of the other engine"
+[[ $(tr '\n' ' ' <tally) == "mine - mean 0 1 1 1 2 1 " ]] || fail "games not drawn by their length"
+
 fromPgn --out games.2 match.pgn >log 2>&1 || fail "fromPgn"
 expect "^4 games, .* left out: 0"

@@ -8,6 +8,7 @@
 #include "board/setup.h"
 #include "eval/evaluate.h"
 #include "games/selfGame.h"
+#include "games/selfSearch.h"
 #include "games/unevenStarts.h"
 #include "learning/trainingData.h"
 #include "search/worker.h"
@@ -179,6 +180,35 @@ TEST_F(selfGameTest, endingsAreAdjudicatedByScoreMaterialAndProgress)
     }
 }
 
+/// Where bishops and pawns alone remain: bishops of opposite colours, or one that does not control the corner
+/// where its own pawns promote.
+void expectBishopsToBeWrong(const pos &position)
+{
+    const auto piecesOf = [&](int type)
+    { return position.bitboards[pieceOf(type, white)] | position.bitboards[pieceOf(type, black)]; };
+    const bitboard bishops = piecesOf(bishop);
+    if (bishops == 0 || occupancy(position) != (bishops | piecesOf(pawn) | piecesOf(king)))
+        return;
+    const auto isOnLight = [](bitboard square) { return (square & lightSquares) != 0; };
+    const bitboard ofWhite = position.bitboards[whiteBishop], ofBlack = position.bitboards[blackBishop];
+    if (ofWhite != 0 && ofBlack != 0)
+        EXPECT_NE(isOnLight(ofWhite), isOnLight(ofBlack)) << fenOf(position, true, 1);
+    else
+        for (bitboard pawns = position.bitboards[ofWhite != 0 ? whitePawn : blackPawn]; pawns != 0;)
+        {
+            const int corner = fileOf(popLowest(pawns)) + (ofWhite != 0 ? a8 : a1);
+            EXPECT_NE(isOnLight(bishops), isOnLight(bit(corner))) << fenOf(position, true, 1);
+        }
+}
+
+TEST_F(selfGameTest, quickMovesTakeWhatHangs)
+{
+    ASSERT_EQ(setupPlayablePosition("4k3/8/8/3q4/4P3/8/8/4K3 w - - 0 1", board->position), "");
+    const std::vector<moveCode> moves = legalMoves(*board);
+    for (int i = 0; i < 10; ++i)
+        EXPECT_TRUE(sameMove(sampledMove(board->position, moves, 1, random), findMove(*board, moves, "e4d5")));
+}
+
 TEST_F(selfGameTest, noGameStartsOverOrGoesOnWithoutMatingMaterial)
 {
     const struct
@@ -212,6 +242,7 @@ TEST_F(selfGameTest, noGameStartsOverOrGoesOnWithoutMatingMaterial)
         ASSERT_TRUE(isPlayable(board->position));
         EXPECT_EQ(endOfGame(*board, legalMoves(*board)), gameEnd::none);
         EXPECT_EQ(board->position.info[0].inCheck, 0);
+        expectBishopsToBeWrong(board->position);
         endings += popCount(occupancy(board->position)) <= 6 ? 1 : 0;
         middlegames += board->position.phase >= 12 ? 1 : 0;
     }
