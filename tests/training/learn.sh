@@ -78,6 +78,21 @@ expect "train failed (exit code 1): .*; all it said is in .*Nothing is lost"
 [[ $(cut -f1 night/loops.tsv | tr '\n' ' ') == "loop 1 2 " ]] || fail "table after a full disk"
 cmp -s -n 500 night/games/loop1.0 night/games/loop2.0 && fail "the same games in two loops"
 
+# When a night ends.
+awk '/^nightSeconds/ { exit !($2 > 0) }' night/state || fail "the time is not counted"
+night() # SECONDS GAIN GAIN: as if it were that old, after these loops
+{
+    sed -i "s/^nightOver .*/nightOver 0/; s/^nightSeconds .*/nightSeconds $1/; /^gain/d
+            s/^lastLoopSeconds .*/lastLoopSeconds 60/; \$a gain $2\ngain $3" night/state
+}
+night 0 6 3
+"${learn[@]}" 3000 >log 2>&1
+expect "end: two loops together gained less than 10 Elo"
+night 3500 20 20
+"${learn[@]}" 3000 --hours 1 >log 2>&1
+expect "end: the time is over"
+night 3400 6 6
+
 # A second learn, and an interrupt.
 waitFor() # PATTERN FILE: until it has such a line
 {
@@ -90,7 +105,7 @@ interrupt()
     wait $! || fail "an interrupt is no failure"
     expect "interrupted; the same command goes on"
 }
-"${learn[@]}" 1000000000 >log 2>&1 &
+"${learn[@]}" 1000000000 --hours 1 >log 2>&1 &
 waitFor . night/games/loop3.0
 "${learn[@]}" 3000 >log2 2>&1 && fail "two at a time"
 grep -q "another learn works in" log2 || fail "no word of the other"
