@@ -41,6 +41,9 @@ expect "^resuming after"
 expect "^after epoch $((last + 1)):"
 grep -q "^after epoch $finished:" log && fail "the finished epochs are trained again"
 
+train --levels base --from checkpoint --positions 1000 --epochs 1 --out other.nnue games.0 >log 2>&1 ||
+    fail "train does not start from a checkpoint"
+
 averageNetworks --out mean.nnue mine.nnue mine.nnue >log 2>&1 || fail "averageNetworks"
 
 match --engine1 nodeEngine --option1 NetFile=mean.nnue --engine2 'nodeEngine --hand-set' --nodes 200 --games 4 \
