@@ -152,6 +152,8 @@ TEST_F(trainerTest, aShortTrainingLowersTheValidationError)
         sum += after.byPhase[group].error * static_cast<double>(positions);
     }
     EXPECT_NEAR(sum, after.error * static_cast<double>(validation.size()), 1e-6);
+    threadPool one(1);
+    EXPECT_NEAR(validateModel(*model, one, validation, settings).error, after.error, 1e-9) << "by one thread";
 }
 
 // Large initial weights make half of the hidden values 0, and neurons die of it. How many die later depends on how
@@ -171,6 +173,23 @@ TEST_F(trainerTest, noNeuronDies)
     EXPECT_EQ(result.layers[0].dead, after.layers[0].dead + 1);
     EXPECT_EQ(result.layers[1].saturated, after.layers[1].saturated + 1);
     EXPECT_EQ(result.lanes.back(), 5) << "lanes by use";
+}
+
+TEST_F(trainerTest, thePenaltyLowersTheShareOfNonzeroInputs)
+{
+    threadPool pool(2);
+    const workspacePointer workspace = makeWorkspace();
+    double shares[2] = {};
+    for (const int penalised : {0, 1})
+    {
+        trainerModel copy = *model;
+        trainingSettings own = settings;
+        own.l1Penalty = 0.001 * penalised;
+        for (std::size_t first = 0; first < 40 * batchSize; first += batchSize)
+            trainBatch(copy, *workspace, pool, std::span(training).subspan(first, batchSize), own);
+        shares[penalised] = validateModel(copy, pool, validation, own).layers[0].nonzero;
+    }
+    EXPECT_LT(shares[1], 0.9 * shares[0]);
 }
 
 // The trainer does not round between layers. Apart from that, each layer rounds to the nearest step.
