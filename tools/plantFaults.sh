@@ -4,7 +4,8 @@
 #
 #   tools/plantFaults.sh [PATTERN]     all faults, or those whose line matches the extended regular expression
 #
-# A line of the list: source file below src @ sed script, extended expressions @ test files, or "signature".
+# A line of the list: source file, below src/ unless it begins with training/ @ sed script, extended expressions @
+# test files, or "signature".
 set -euo pipefail
 cd "$(dirname "$0")/.."
 faults=$(grep -vE '^#|^$' tools/plantedFaults.txt | grep -E -- "${1:-.}")
@@ -30,8 +31,10 @@ build || { tail -20 build.log; exit 1; }
 survivors=0
 while IFS='@' read -r source script tests; do
     read -ra words <<<"$tests"
-    sed -E -i "$script" "src/${source// /}"
-    if git diff --quiet -- src; then
+    file=${source// /}
+    [[ $file == training/* ]] || file=src/$file
+    sed -E -i "$script" "$file"
+    if git diff --quiet; then
         verdict='not planted: nothing matches'
     elif ! build; then
         verdict='does not compile'
@@ -40,7 +43,7 @@ while IFS='@' read -r source script tests; do
     else
         verdict=caught
     fi
-    git checkout --quiet -- src
+    git checkout --quiet -- "$file"
     printf '%-10s %s@%s\n' "$verdict" "$source" "$script"
     [[ $verdict == caught ]] || survivors=$((survivors + 1))
 done <<<"$faults"
