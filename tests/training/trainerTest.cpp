@@ -116,8 +116,8 @@ class trainerTest : public testing::Test
 
     static void SetUpTestSuite()
     {
-        training = scoredPositions(9000, 3);
-        validation = scoredPositions(1500, 4);
+        training = scoredPositions(6000, 3);
+        validation = scoredPositions(1000, 4);
         model = std::make_unique<trainerModel>();
         initialiseModel(*model, makeLevels("base,region,free"), 1);
         threadPool pool(2);
@@ -185,7 +185,7 @@ TEST_F(trainerTest, thePenaltyLowersTheShareOfNonzeroInputs)
         trainerModel copy = *model;
         trainingSettings own = settings;
         own.l1Penalty = 0.001 * penalised;
-        for (std::size_t first = 0; first < 40 * batchSize; first += batchSize)
+        for (std::size_t first = 0; first < 20 * batchSize; first += batchSize)
             trainBatch(copy, *workspace, pool, std::span(training).subspan(first, batchSize), own);
         shares[penalised] = validateModel(copy, pool, validation, own).layers[0].nonzero;
     }

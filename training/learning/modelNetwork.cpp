@@ -99,13 +99,14 @@ void fitLevel(const featureLevel &level, lineVector<float> &rows, std::vector<fl
 /// they overlap, then the rest into the free ones. `rows` keeps what no level holds.
 void splitRows(trainerModel &model, std::vector<float> &rows)
 {
-    constexpr int rounds = 16;
+    constexpr int roundsOfSeveral = 16;
+    const auto isShared = [](const featureLevel &level) { return level.rows < featureCount; };
+    const int rounds = std::ranges::count_if(model.levels, isShared) > 1 ? roundsOfSeveral : 1;
     for (int round = 0; round <= rounds; ++round)
     {
         for (std::size_t i = 0; i < model.levels.size(); ++i)
         {
-            const bool isShared = model.levels[i].rows < featureCount;
-            if (isShared == (round < rounds))
+            if (isShared(model.levels[i]) == (round < rounds))
                 fitLevel(model.levels[i], model.levelRows[i].weights, rows);
         }
     }
