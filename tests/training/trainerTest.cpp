@@ -119,7 +119,7 @@ class trainerTest : public testing::Test
         training = scoredPositions(6000, 3);
         validation = scoredPositions(1000, 4);
         model = std::make_unique<trainerModel>();
-        initialiseModel(*model, makeLevels("base,region,free"), 1);
+        initialiseModel(*model, makeLevels("base,region"), 1);
         threadPool pool(2);
         before = validateModel(*model, pool, validation, settings);
         const workspacePointer workspace = makeWorkspace();
@@ -237,10 +237,9 @@ TEST_F(trainerTest, engineAndTrainerDifferByRoundingAlone)
     visitRandomPositions(count, 99, compare);
     EXPECT_GT(std::sqrt(squares / count), 2000) << "the outputs say too little to compare them";
     for (const double error : worst)
-    {
         EXPECT_LT(error, 0.52);
-        EXPECT_GT(error, 0.4);
-    }
+    for (const int hidden : {0, 1})
+        EXPECT_GT(worst[hidden], 0.4);
 }
 
 TEST_F(trainerTest, averagesBeginWithTheFirstWeights)
@@ -306,7 +305,7 @@ TEST_F(trainerTest, checkpointsHoldTheWholeState)
     for (trainerModel *each : {&kept, &resumed})
         trainBatch(*each, *workspace, pool, std::span(training).first(batchSize), settings);
     EXPECT_EQ(kept.hidden1Weight.weights, resumed.hidden1Weight.weights);
-    EXPECT_EQ(kept.levelRows[2].weights, resumed.levelRows[2].weights);
+    EXPECT_EQ(kept.levelRows[1].weights, resumed.levelRows[1].weights);
 
     for (const std::uintmax_t size : {std::filesystem::file_size(path) - 1, std::uintmax_t{11}})
     {
@@ -319,22 +318,26 @@ TEST_F(trainerTest, checkpointsHoldTheWholeState)
 
 TEST_F(trainerTest, importsNetworks)
 {
-    auto written = quantised(*model);
     const auto meanSquare = [](const parameterArray &array)
     {
         return std::inner_product(array.weights.begin(), array.weights.end(), array.weights.begin(), 0.0) /
                static_cast<double>(array.weights.size());
     };
+    trainerModel full;
+    initialiseModel(full, makeLevels("base,region,free"), 1);
+    threadPool pool(2);
+    const workspacePointer workspace = makeWorkspace();
+    for (std::size_t first = 0; first < 40 * batchSize; first += batchSize)
+        trainBatch(full, *workspace, pool, std::span(training).subspan(first, batchSize), settings);
+    auto written = quantised(full);
     trainerModel taken;
-    initialiseModel(taken, model->levels, 1);
+    initialiseModel(taken, full.levels, 1);
     EXPECT_NEAR(importNetwork(taken, *written), 1, 1e-6);
     EXPECT_LT(meanSquare(taken.levelRows[2]), meanSquare(taken.levelRows[0]) / 20) << "the free rows hold a correction";
     EXPECT_TRUE(sameWeights(*written, *quantised(taken)));
 
     // A network trained without free rows needs none, but it does need those of the regions.
-    trainerModel plain = *model;
-    std::ranges::fill(plain.levelRows[2].weights, 0.0F);
-    written = quantised(plain);
+    written = quantised(*model);
     initialiseModel(taken, makeLevels("base,region"), 1);
     EXPECT_GT(importNetwork(taken, *written), 0.999);
     const auto again = quantised(taken);
