@@ -11,6 +11,7 @@ cd "$folder"
 mkdir bin kills
 
 fail() { echo "learn.sh: $1" >&2; cat log >&2; tail -n 5 night/loops/*/*.log >&2 || true; exit 1; }
+await() { for ((i = 0; i < 600; ++i)); do grep -qs "$1" "$2" && return; sleep 0.05; done; fail "no '$1' in $2"; }
 expect() { grep -q "$1" log || fail "no '$1'"; }
 
 ln -s "$programs/learn" bin
@@ -94,11 +95,6 @@ expect "end: the time is over"
 night 3400 6 6
 
 # A second learn, and an interrupt.
-waitFor() # PATTERN FILE: until it has such a line
-{
-    for ((i = 0; i < 200; ++i)); do grep -qs "$1" "$2" && return; sleep 0.05; done
-    fail "no line \"$1\" in $2"
-}
 interrupt()
 {
     kill -TERM $!
@@ -106,7 +102,7 @@ interrupt()
     expect "interrupted; the same command goes on"
 }
 "${learn[@]}" 1000000000 --hours 1 >log 2>&1 &
-waitFor . night/games/loop3.0
+await . night/games/loop3.0
 "${learn[@]}" 3000 >log2 2>&1 && fail "two at a time"
 grep -q "another learn works in" log2 || fail "no word of the other"
 interrupt
@@ -114,6 +110,6 @@ interrupt
 # Training goes on from its checkpoint.
 for pattern in "^epoch 2" "^resuming after [1-9]"; do
     "${learn[@]/epochs 1/epochs 100000}" 3000 >log 2>&1 &
-    waitFor "$pattern" night/loops/3/run1.log
+    await "$pattern" night/loops/3/run1.log
     interrupt
 done

@@ -50,7 +50,7 @@ match --engine1 nodeEngine --option1 NetFile=mean.nnue --engine2 'nodeEngine --h
       --concurrency 2 --maxplies 60 --pgn match.pgn >log 2>&1 || fail "match"
 expect "game 4: "
 
-# What match tells its engines.
+# What match sends to its engines.
 mkdir engines
 cat >engines/player <<'END'
 moves=(e1d1 e8d8 d1e1 d8e8)
