@@ -23,6 +23,7 @@ namespace
 {
 
 constexpr int neverValidating = 1'000'000'007;
+constexpr const char *bareKingsAndPawns = "4k3/pppp4/8/8/8/8/PPPP4/4K3 w - - 0 1";
 
 struct scoredMove
 {
@@ -126,7 +127,7 @@ TEST_F(trainingDataTest, targetsAreThoseComputedByHand)
 // Chunks are read again from the beginning after a pass to the end of a file that no buffer holds.
 TEST_F(trainingDataTest, filesLargerThanABufferAreReadAgain)
 {
-    const storedGame game = makeGame("4k3/pppp4/8/8/8/8/PPPP4/4K3 w - - 0 1", {{"a2a3", 1}, {"a7a6", 2}}, 1);
+    const storedGame game = makeGame(bareKingsAndPawns, {{"a2a3", 1}, {"a7a6", 2}}, 1);
     storedGame illegal = game;
     illegal.moves.assign(longestStoredGame, {});
     std::vector<storedGame> games(1000, illegal); // 4 MB
@@ -142,7 +143,7 @@ TEST_F(trainingDataTest, passesTakeDifferentPartsOfEachGame)
     std::vector<scoredMove> moves;
     for (int ply = 0; ply < plies; ++ply)
         moves.push_back({dance[ply % 4], 10 * ply});
-    const storedGame game = makeGame("4k3/pppp4/8/8/8/8/PPPP4/4K3 w - - 0 1", moves, 1);
+    const storedGame game = makeGame(bareKingsAndPawns, moves, 1);
     write({game, game});
     dataSettings settings = allPositions();
     settings.gameShare = 0.333;
@@ -263,8 +264,8 @@ TEST_F(trainingRunTest, positionsWithCastlingRightsAreNotMirrored)
     {
         path = directory / (canCastle ? "castling" : "none");
         plan.files = {path};
-        write({makeGame(canCastle ? startPositionFen : "4k3/pppp4/8/8/8/8/PPPP4/4K3 w - - 0 1",
-                        {{"a2a3", 100}, {"a7a6", 100}, {"b2b3", 100}}, 2)});
+        write({makeGame(canCastle ? startPositionFen : bareKingsAndPawns, {{"a2a3", 100}, {"a7a6", 100}, {"b2b3", 100}},
+                        2)});
         EXPECT_EQ(trainedWeights(0) == trainedWeights(1), canCastle);
     }
 }
