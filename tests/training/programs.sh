@@ -44,6 +44,13 @@ grep -q "^after epoch $finished:" log && fail "the finished epochs are trained a
 train --levels base --from checkpoint --positions 1000 --epochs 1 --out other.nnue games.0 >log 2>&1 ||
     fail "train does not start from a checkpoint"
 
+# An interrupted run goes on where it was.
+again=(rescore --net mine.nnue --share 0.1 --nodes 100 --processes 2 fresh.0 games.0)
+"${again[@]}" --out whole >log 2>&1 || fail "rescore"
+for part in 0 1; do head -c $(($(stat -c %s whole.$part) / 2)) whole.$part >part.$part; done
+"${again[@]}" --out part >log 2>&1 || fail "rescore does not go on"
+for part in 0 1; do cmp whole.$part part.$part || fail "a resumed run scores otherwise"; done
+
 averageNetworks --out mean.nnue mine.nnue mine.nnue >log 2>&1 || fail "averageNetworks"
 
 match --engine1 nodeEngine --option1 NetFile=mean.nnue --engine2 'nodeEngine --hand-set' --nodes 200 --games 4 \

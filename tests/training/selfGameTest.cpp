@@ -7,6 +7,7 @@
 #include "board/makeMove.h"
 #include "board/setup.h"
 #include "eval/evaluate.h"
+#include "games/rescoredGame.h"
 #include "games/selfGame.h"
 #include "games/selfSearch.h"
 #include "games/unevenStarts.h"
@@ -89,6 +90,48 @@ TEST_F(selfGameTest, aGameIsTheSameOnABoardThatHasBeenUsed)
             drawUnevenStart(*board, random);
         EXPECT_EQ(encodeGame(play(plan, 3)), game);
     }
+}
+
+TEST_F(selfGameTest, rescoredGamesKeepTheirMovesAndHoldDeeperScoresAlone)
+{
+    selfPlayPlan shallow;
+    shallow.limits = {.softNodes = 50, .hardNodes = 200};
+    const storedGame game = play(shallow, 1);
+    rescorePlan plan{.share = 1, .filter = {.firstPly = 20}, .limits = {.softNodes = 500}};
+    storedGame rescored = game;
+    const std::size_t scores = rescoreGame(rescored, *board, plan, random);
+    EXPECT_GT(scores, 10U);
+
+    ASSERT_EQ(unpackStart(game.start, *board), "");
+    std::size_t found = 0, changed = 0;
+    for (std::size_t i = 0; i < game.moves.size(); ++i)
+    {
+        const moveCode move = unpackMove(game.moves[i].move);
+        EXPECT_EQ(rescored.moves[i].move, game.moves[i].move);
+        if (rescored.moves[i].score != unscored)
+        {
+            EXPECT_GE(game.earlierPlies + static_cast<int>(i), 20);
+            EXPECT_TRUE(isSuitable(board->position, move, game.moves[i].score, plan.filter)) << i;
+            changed += rescored.moves[i].score != game.moves[i].score ? 1 : 0;
+            ++found;
+        }
+        playGameMove(board->position, move);
+    }
+    EXPECT_EQ(found, scores);
+    EXPECT_GT(changed, scores / 2);
+
+    plan.share = 0.2;
+    storedGame sampled = game;
+    const std::size_t fewer = rescoreGame(sampled, *board, plan, random);
+    EXPECT_LT(fewer, scores / 2);
+
+    plan.share = 1;
+    storedGame broken = game;
+    const std::size_t half = game.moves.size() / 2;
+    broken.moves[half].move = packMove(encodeMove(a1, a1, 0));
+    rescoreGame(broken, *board, plan, random);
+    for (std::size_t i = 0; i < game.moves.size(); ++i)
+        EXPECT_EQ(broken.moves[i].score, i < half ? rescored.moves[i].score : unscored) << i;
 }
 
 TEST_F(selfGameTest, middlegameNodesReplaceBothLimits)

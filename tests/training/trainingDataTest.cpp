@@ -77,7 +77,7 @@ class trainingDataTest : public testing::Test
     static dataSettings allPositions()
     {
         dataSettings settings;
-        settings.firstPly = 0;
+        settings.filter.firstPly = 0;
         settings.validationShare = neverValidating;
         return settings;
     }
@@ -120,7 +120,7 @@ TEST_F(trainingDataTest, targetsAreThoseComputedByHand)
         }
     }
     dataSettings settings = allPositions();
-    settings.firstPly = 2;
+    settings.filter.firstPly = 2;
     EXPECT_EQ(read(settings).size(), 3U) << "ply 3 of the first game, plies 2 and 4 of the second";
 }
 

@@ -184,6 +184,12 @@ std::string unpackStart(const storedStart &start, posWithMoves &board)
     return setupPlayablePosition(fenOf(*bare, true, 1), board.position);
 }
 
+bool isLegal(posWithMoves &board, moveCode move)
+{
+    const std::vector<moveCode> moves = legalMoves(board);
+    return std::any_of(moves.begin(), moves.end(), [&](moveCode other) { return sameMove(move, other); });
+}
+
 std::vector<std::uint8_t> encodeGame(const storedGame &game)
 {
     const recordHeader header = {.marker = marker,

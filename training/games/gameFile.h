@@ -71,6 +71,9 @@ storedStart packStart(const pos &position);
 /// Sets up the board. Returns an empty text, or what is wrong with the stored position.
 std::string unpackStart(const storedStart &start, posWithMoves &board);
 
+/// Whether a move of the file is legal on the board.
+bool isLegal(posWithMoves &board, moveCode move);
+
 /// The record of a game.
 std::vector<std::uint8_t> encodeGame(const storedGame &game);
 

@@ -1,27 +1,16 @@
 // Plays games of the engine against itself on all cores and writes them, scored, to files.
-//
-// The search's state is global, so each core runs a process, and each process writes its own file:
-// OUT.0, OUT.1 and so on. The processes count their work in shared memory.
 
-#include <algorithm>
-#include <atomic>
-#include <csignal>
-#include <cstdlib>
-#include <iostream>
 #include <memory>
-#include <stdexcept>
+#include <optional>
+#include <random>
 #include <string>
-#include <sys/mman.h>
-#include <sys/wait.h>
-#include <unistd.h>
-#include <vector>
 
 #include "board/engineOptions.h"
 #include "eval/evaluate.h"
 #include "eval/networkFile.h"
-#include "games/gameFile.h"
+#include "games/gameProcesses.h"
+#include "games/rescoredGame.h"
 #include "games/selfGame.h"
-#include "platform/clock.h"
 #include "programMain.h"
 #include "search/worker.h"
 
@@ -31,12 +20,10 @@ namespace tarvonel
 namespace
 {
 
-constexpr int reportInterval = 10000; ///< milliseconds
-constexpr int mostProcesses = 256;
-
 struct processPlan
 {
     selfPlayPlan game;
+    rescorePlan rescoring = {.share = 0};
     std::string out;
     std::uint64_t positions = 1'000'000; ///< of all processes
     std::uint64_t seed = 1;
@@ -44,14 +31,6 @@ struct processPlan
     int hashMegabytes = 16;
     std::string net = defaultNetFileName;
     bool handSet = false;
-};
-
-/// The work of one process, in shared memory.
-struct alignas(64) processTally
-{
-    std::atomic<std::uint64_t> games{0}; ///< in its file
-    std::atomic<std::uint64_t> positions{0};
-    std::atomic<std::uint64_t> newPositions{0}; ///< since the start of the process
 };
 
 void declareOptions(CLI::App &app, processPlan &plan)
@@ -77,6 +56,13 @@ void declareOptions(CLI::App &app, processPlan &plan)
     app.add_option("--middlegame-nodes", game.middlegameNodes,
                    "soft nodes while the phase is 12 to 24, with the hard limit in proportion; 0: as --soft-nodes")
         ->check(numberFrom(0, 1e9));
+    app.add_option(
+           "--rescore-share", plan.rescoring.share,
+           "search this share of a game's suitable positions again and leave all others without a score; 0: off")
+        ->check(numberFrom(0, 1));
+    app.add_option("--rescore-nodes", plan.rescoring.limits.softNodes,
+                   "soft nodes of these searches; they are cut off after six times as many")
+        ->check(numberFrom(1, 1e9));
     app.add_option("--hash", plan.hashMegabytes, "transposition table of each process, MiB")
         ->check(numberFrom(1, 4096));
     app.add_option("--random-plies", game.opening.fewestPlies, "random plies at the start, or one more")
@@ -96,128 +82,25 @@ void declareOptions(CLI::App &app, processPlan &plan)
     app.add_option("--seed", plan.seed, "seed of all random choices")->check(numberFrom(0, 1e9));
 }
 
-std::string partName(const processPlan &plan, int process) { return plan.out + "." + std::to_string(process); }
-
-/// Sets up the search and appends games to the process's file until it holds enough positions or the
-/// parent has ended.
-void playGames(const processPlan &plan, int process, pid_t parent, processTally &tally)
+/// Sets up the search and plays until the file holds enough positions.
+void playGames(const processPlan &plan, gameProcess &process)
 {
-    gameWriter writer;
-    openForAppending(writer, partName(plan, process));
-    tally.games = writer.summary.games;
-    tally.positions = writer.summary.positions;
     const searchResources resources(1, plan.hashMegabytes);
     const auto board = std::make_unique<posWithMoves>();
+    const gameFileSummary &written = process.writer.summary;
     // The number of games in the file is part of the seed: a resumed file gets new games.
-    std::seed_seq seed{plan.seed, static_cast<std::uint64_t>(process), writer.summary.games};
+    std::seed_seq seed{plan.seed, static_cast<std::uint64_t>(process.number), written.games};
     randomSource random(seed);
     const std::uint64_t wanted = plan.positions / static_cast<std::uint64_t>(plan.processes) + 1;
-    while (!interrupted && getppid() == parent && writer.summary.positions < wanted)
+    while (!process.mustEnd() && written.positions < wanted)
     {
-        const std::optional<storedGame> game = playSelfGame(*board, plan.game, random);
+        std::optional<storedGame> game = playSelfGame(*board, plan.game, random);
         if (!game)
             continue;
-        appendGame(writer, *game);
-        tally.games = writer.summary.games;
-        tally.positions = writer.summary.positions;
-        tally.newPositions += game->moves.size();
+        const bool rescores = plan.rescoring.share > 0;
+        const std::size_t scored = rescores ? rescoreGame(*game, *board, plan.rescoring, random) : game->moves.size();
+        finishGame(process, *game, scored);
     }
-    closeWriter(writer);
-}
-
-/// A child process from its start to its exit status.
-int runProcess(const processPlan &plan, int process, pid_t parent, processTally &tally)
-{
-    try
-    {
-        playGames(plan, process, parent, tally);
-        return EXIT_SUCCESS;
-    }
-    catch (const std::exception &error)
-    {
-        std::cerr << std::string("selfplay: ") + error.what() + "\n";
-        return EXIT_FAILURE;
-    }
-}
-
-void printTotals(const processPlan &plan, const processTally *tallies, std::int64_t elapsed)
-{
-    std::uint64_t games = 0;
-    std::uint64_t positions = 0;
-    std::uint64_t newPositions = 0;
-    for (int i = 0; i < plan.processes; ++i)
-    {
-        games += tallies[i].games;
-        positions += tallies[i].positions;
-        newPositions += tallies[i].newPositions;
-    }
-    const auto milliseconds = static_cast<std::uint64_t>(std::max<std::int64_t>(elapsed, 1));
-    std::cout << games << " games, " << positions << " positions, " << newPositions * 1000 / milliseconds
-              << " positions/s\n"
-              << std::flush;
-}
-
-/// Waits for the processes and prints their progress. Returns 1 if one failed.
-int superviseProcesses(const processPlan &plan, std::vector<pid_t> children, const processTally *tallies)
-{
-    const std::int64_t start = millisecondsNow();
-    std::int64_t lastReport = start;
-    int result = EXIT_SUCCESS;
-    bool passedOn = false;
-    while (!children.empty())
-    {
-        int status = 0;
-        const pid_t ended = waitpid(-1, &status, WNOHANG);
-        if (ended > 0)
-        {
-            std::erase(children, ended);
-            if (!WIFEXITED(status) || WEXITSTATUS(status) != 0)
-            {
-                std::cerr << "selfplay: a process failed (status " << status << ")\n";
-                result = EXIT_FAILURE;
-            }
-            continue;
-        }
-        if (interrupted && !passedOn)
-        {
-            passedOn = true;
-            for (const pid_t child : children)
-                kill(child, SIGTERM);
-        }
-        sleepMilliseconds(20);
-        if (millisecondsNow() - lastReport >= reportInterval)
-        {
-            lastReport = millisecondsNow();
-            printTotals(plan, tallies, lastReport - start);
-        }
-    }
-    printTotals(plan, tallies, millisecondsNow() - start);
-    return result;
-}
-
-int runProcesses(const processPlan &plan)
-{
-    void *shared =
-        mmap(nullptr, sizeof(processTally) * mostProcesses, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
-    if (shared == MAP_FAILED)
-        throw std::runtime_error("no shared memory");
-    auto *tallies = new (shared) processTally[mostProcesses];
-    const pid_t parent = getpid();
-    std::vector<pid_t> children;
-    std::cout.flush(); // or each child would print it again
-    for (int process = 0; process < plan.processes; ++process)
-    {
-        const pid_t child = fork();
-        if (child == 0) // `exit` also writes the counts of a profiled build
-            std::exit(runProcess(plan, process, parent, tallies[process]));
-        if (child < 0)
-        {
-            std::cerr << "selfplay: only " << children.size() << " processes could be started\n";
-            break;
-        }
-        children.push_back(child);
-    }
-    return children.empty() ? EXIT_FAILURE : superviseProcesses(plan, children, tallies);
 }
 
 int selfplay(const processPlan &plan)
@@ -228,7 +111,7 @@ int selfplay(const processPlan &plan)
         throw CLI::ValidationError("--net", plan.net + " is not a network; --hand-set plays without one");
     engineOptions.chess960 = true; // covers standard games too
     watchForInterrupts();
-    return runProcesses(plan);
+    return runProcesses("selfplay", plan.out, plan.processes, [&](gameProcess &process) { playGames(plan, process); });
 }
 
 } // namespace

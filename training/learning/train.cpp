@@ -97,10 +97,13 @@ void declareOptions(CLI::App &app, trainingPlan &plan)
         ->check(numberFrom(1, 4e9));
     app.add_option("--validation", data.validationShare, "keep the games of one start in N for validation")
         ->check(numberFrom(2, 1e9));
-    app.add_option("--first-ply", data.firstPly, "leave out earlier plies of each game")->check(numberFrom(0, 10'000));
-    app.add_option("--max-balance", data.maxBalance, "leave out positions with more material and placement, centipawns")
+    app.add_option("--first-ply", data.filter.firstPly, "leave out earlier plies of each game")
+        ->check(numberFrom(0, 10'000));
+    app.add_option("--max-balance", data.filter.maxBalance,
+                   "leave out positions with more material and placement, centipawns")
         ->check(numberFrom(0, 32767));
-    app.add_option("--max-score", data.maxScore, "leave out larger scores, centipawns")->check(numberFrom(0, 32767));
+    app.add_option("--max-score", data.filter.maxScore, "leave out larger scores, centipawns")
+        ->check(numberFrom(0, 32767));
     app.add_option("--threads", plan.threads, "threads")->check(numberFrom(1, 256));
     app.add_option("--seed", plan.seed, "of initial weights and order")->check(numberFrom(0, 1e9));
 }

@@ -25,12 +25,6 @@ constexpr std::uint64_t chunkBytes = 1 << 18;
 
 int codeOf(const trainingPosition &position, int index) { return position.pieces[index / 2] >> (index % 2 * 4) & 15; }
 
-bool isLegal(posWithMoves &board, moveCode move)
-{
-    const std::vector<moveCode> moves = legalMoves(board);
-    return std::any_of(moves.begin(), moves.end(), [&](moveCode other) { return sameMove(move, other); });
-}
-
 /// FNV-1a over the board. It selects the games for validation: all games of one start, and the same ones
 /// whatever other files a run reads.
 std::uint64_t hashOf(const storedStart &start)
@@ -60,7 +54,7 @@ bool replayGame(const storedGame &game, posWithMoves &board, const dataSettings 
         const moveCode move = unpackMove(game.moves[i].move);
         if (!isLegal(board, move))
             return false;
-        if (ply >= settings.firstPly && isSuitable(position, move, game.moves[i].score, settings))
+        if (ply >= settings.filter.firstPly && isSuitable(position, move, game.moves[i].score, settings.filter))
             positions.push_back(packPosition(position, targets[i]));
         playGameMove(board.position, move);
     }
@@ -158,13 +152,6 @@ trainingPosition packPosition(const pos &position, double target)
     packed.phase = static_cast<std::uint8_t>(std::clamp<int>(position.phase, 0, fullPhase));
     packed.hasCastling = position.info[0].castling != 0 ? 1 : 0;
     return packed;
-}
-
-bool isSuitable(const pos &position, moveCode best, int score, const dataSettings &settings)
-{
-    const bool isCapture = !isCastling(best) && position.board[moveTo(best)] != emptySquare;
-    return score != unscored && position.info[0].inCheck == 0 && !isCapture && !isPromotion(best) &&
-           std::abs(score) <= settings.maxScore && std::abs(egOf(balance(position))) <= settings.maxBalance;
 }
 
 void openData(trainingData &data, const std::vector<std::string> &paths, const dataSettings &settings,

@@ -12,6 +12,7 @@
 
 #include "board/pos.h"
 #include "games/gameFile.h"
+#include "games/positionFilter.h"
 #include "platform/threadPool.h"
 
 namespace tarvonel
@@ -49,9 +50,7 @@ struct targetSettings
 /// Which positions of a game are used, and with which targets.
 struct dataSettings
 {
-    int firstPly = 16;        ///< of the game, opening moves included
-    int maxScore = 3000;      ///< centipawns for either side
-    int maxBalance = 550;     ///< end-game half of material and placement; the network is asked up to 400
+    positionFilter filter;
     int validationShare = 50; ///< one start in this many has its games kept for validation
     double gameShare = 1;     ///< of each game's positions that one pass trains on
     targetSettings target;
@@ -114,10 +113,6 @@ double expectedResult(double score, double scoreScale);
 /// next one. The result then enters once more, with its weight w at this ply:
 /// target = w x result + (1 - w) x v.
 std::vector<double> gameTargets(const storedGame &game, const targetSettings &settings);
-
-/// Whether a position is trained on: quiet, with a score and a balance for which the engine asks the
-/// network. `best` is the move that was played.
-bool isSuitable(const pos &position, moveCode best, int score, const dataSettings &settings);
 
 /// The network's input: the features from each side's view, the side to move first.
 struct featureList
