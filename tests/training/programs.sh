@@ -51,6 +51,11 @@ for part in 0 1; do head -c $(($(stat -c %s whole.$part) / 2)) whole.$part >part
 "${again[@]}" --out part >log 2>&1 || fail "rescore does not go on"
 for part in 0 1; do cmp whole.$part part.$part || fail "a resumed run scores otherwise"; done
 
+train --levels base --epochs 0 --from mine.nnue --out none.nnue --test whole.0 --test whole.1 >log 2>&1 ||
+    fail "train does not test"
+expect "^before: test error 0\.[0-9]*[1-9]"
+[[ -e none.nnue ]] && fail "a test writes a network"
+
 averageNetworks --out mean.nnue mine.nnue mine.nnue >log 2>&1 || fail "averageNetworks"
 
 match --engine1 nodeEngine --option1 NetFile=mean.nnue --engine2 'nodeEngine --hand-set' --nodes 200 --games 4 \

@@ -7,6 +7,7 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <utility>
 
 #include "board/engineOptions.h"
 #include "eval/networkFile.h"
@@ -49,7 +50,10 @@ void declareOptions(CLI::App &app, trainingPlan &plan)
     trainingSettings &settings = plan.settings;
     dataSettings &data = plan.data;
     targetSettings &target = data.target;
-    app.add_option("games", plan.files, "game files")->required();
+    app.add_option("games", plan.files, "game files to train on");
+    app.add_option("--test", plan.testFiles, "file of games whose scores only measure the network; may be repeated")
+        ->type_name("FILE")
+        ->allow_extra_args(false);
     app.add_option("--out", plan.out, "network file, written after each epoch");
     CLI::Option *checkpoint = app.add_option("--checkpoint", plan.checkpoint,
                                              "file of weights and optimiser, written after each epoch and interrupt");
@@ -59,7 +63,7 @@ void declareOptions(CLI::App &app, trainingPlan &plan)
         ->excludes(resume);
     app.add_option("--levels", plan.levelNames, "first-layer rows are sums over these: base,region,mirror,free")
         ->check(levelNames());
-    app.add_option("--epochs", plan.epochs, "passes over the data")->check(numberFrom(1, 100'000));
+    app.add_option("--epochs", plan.epochs, "passes over the data; 0: measure only")->check(numberFrom(0, 100'000));
     app.add_option("--batch", plan.batch, "positions per step")->check(numberFrom(1, 1'000'000));
     app.add_option("--learning-rate", plan.learningRate, "learning rate after the warm-up")->check(numberFrom(1e-9, 1));
     app.add_option("--final-learning-rate", plan.finalLearningRate, "and at the end, along half a cosine")
@@ -108,6 +112,20 @@ void declareOptions(CLI::App &app, trainingPlan &plan)
     app.add_option("--seed", plan.seed, "of initial weights and order")->check(numberFrom(0, 1e9));
 }
 
+/// All suitable positions of the test files, with their own scores as targets.
+std::vector<trainingPosition> readTestPositions(trainingRun &run)
+{
+    dataSettings settings = run.plan.data;
+    settings.validationShare = 1;
+    settings.target = {.scoreScale = settings.target.scoreScale};
+    trainingData data;
+    openData(data, run.plan.testFiles, settings, 0, run.pool);
+    std::vector<trainingPosition> positions = std::move(data.validation);
+    closeData(data);
+    std::printf("%zu positions to test on\n", positions.size());
+    return positions;
+}
+
 void readData(trainingRun &run)
 {
     const std::int64_t start = millisecondsNow();
@@ -121,7 +139,9 @@ void readData(trainingRun &run)
         std::printf("skipped: %" PRIu64 " damaged bytes, %" PRIu64 " games with illegal moves or positions\n",
                     data.damagedBytes, data.badGames);
     std::fflush(stdout);
-    if (data.passPositions == 0)
+    if (!run.plan.testFiles.empty())
+        run.testPositions = readTestPositions(run);
+    if (data.passPositions == 0 && run.plan.epochs > 0)
         throw std::runtime_error("no positions to train on");
 }
 
@@ -191,8 +211,14 @@ void validateAndSave(trainingRun &run, const std::string &when)
     const trainerModel averaged = isAveraged ? averagedModel(run.model) : trainerModel{};
     const trainerModel &model = isAveraged ? averaged : run.model;
     const validationResult result = validateModel(model, run.pool, run.data.validation, plan.settings);
-    std::printf("%s: validation error %.6f\n%s%s", when.c_str(), result.error, phaseText(result).c_str(),
-                healthText(result).c_str());
+    if (!run.data.validation.empty() || run.testPositions.empty())
+        std::printf("%s: validation error %.6f\n%s%s", when.c_str(), result.error, phaseText(result).c_str(),
+                    healthText(result).c_str());
+    if (!run.testPositions.empty())
+    {
+        const validationResult test = validateModel(model, run.pool, run.testPositions, plan.settings);
+        std::printf("%s: test error %.6f\n%s", when.c_str(), test.error, phaseText(test).c_str());
+    }
     std::fflush(stdout);
     if (run.model.steps == 0)
         return;

@@ -17,6 +17,7 @@ namespace tarvonel
 struct trainingPlan
 {
     std::vector<std::string> files;
+    std::vector<std::string> testFiles; ///< of games that are measured on and not trained on
     std::string out = "network.nnue";
     std::string checkpoint;
     std::string from;
@@ -41,6 +42,7 @@ struct trainingRun
     const trainingPlan &plan;
     threadPool pool;
     trainingData data;
+    std::vector<trainingPosition> testPositions;
     trainerModel model;
     checkpointProgress progress;
     workspacePointer workspace = makeWorkspace();
