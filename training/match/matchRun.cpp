@@ -199,7 +199,7 @@ void startEngines(const matchPlan &plan, matchEngine (&engines)[2])
 }
 
 /// One thread of the match, with its own pair of engines.
-void playGames(matchState &state)
+void playInThread(matchState &state)
 {
     matchEngine engines[2];
     try
@@ -258,7 +258,7 @@ matchResult playMatch(const matchPlan &plan, std::ostream &report)
     decideTest(state);
     std::vector<std::thread> threads;
     for (int i = 0; i < plan.concurrency; ++i)
-        threads.emplace_back(playGames, std::ref(state));
+        threads.emplace_back(playInThread, std::ref(state));
     for (std::thread &thread : threads)
         thread.join();
     if (state.failure)
