@@ -98,7 +98,7 @@ int superviseProcesses(const char *program, std::vector<pid_t> children, int cou
 
 } // namespace
 
-bool gameProcess::mustEnd() const { return interrupted || getppid() != parent; }
+bool mustEnd(const gameProcess &process) { return interrupted || getppid() != process.parent; }
 
 void finishGame(gameProcess &process, const storedGame &game, std::size_t scored)
 {

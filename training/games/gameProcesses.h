@@ -31,10 +31,10 @@ struct gameProcess
     int parent;        ///< process id
     gameWriter writer; ///< open
     processTally *tally;
-
-    /// Whether the work has to end: the program was asked to, or the parent has ended.
-    bool mustEnd() const;
 };
+
+/// Whether the work has to end: the program was asked to, or the parent has ended.
+bool mustEnd(const gameProcess &process);
 
 /// Appends a game to the process's file and counts it, with the number of its newly scored positions.
 void finishGame(gameProcess &process, const storedGame &game, std::size_t scored);

@@ -62,7 +62,7 @@ void rescoreGames(const processPlan &plan, gameProcess &process)
         gameReader reader;
         if (!openGames(reader, path))
             throw std::runtime_error("cannot read " + path);
-        for (storedGame game; !process.mustEnd() && nextGame(reader, game); ++number)
+        for (storedGame game; !mustEnd(process) && nextGame(reader, game); ++number)
         {
             if (number != next)
                 continue;

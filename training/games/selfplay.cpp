@@ -92,7 +92,7 @@ void playGames(const processPlan &plan, gameProcess &process)
     std::seed_seq seed{plan.seed, static_cast<std::uint64_t>(process.number), written.games};
     randomSource random(seed);
     const std::uint64_t wanted = plan.positions / static_cast<std::uint64_t>(plan.processes) + 1;
-    while (!process.mustEnd() && written.positions < wanted)
+    while (!mustEnd(process) && written.positions < wanted)
     {
         std::optional<storedGame> game = playSelfGame(*board, plan.game, random);
         if (!game)
