@@ -9,7 +9,12 @@ namespace tarvonel
 namespace
 {
 
+#ifdef __AVX512F__
 constexpr std::size_t vectorBytes = 64;
+#else
+constexpr std::size_t vectorBytes = 32;
+#endif
+constexpr int heldVectors = 8; ///< running sums at a time: more do not fit the registers of AVX2
 template <typename Number> constexpr int lanesOf = static_cast<int>(vectorBytes / sizeof(Number));
 template <typename Number> struct vectorOf
 {
@@ -32,25 +37,24 @@ template <typename Number> void store(Number *values, const vector<Number> &stor
 template <typename Number> void sumRowsBlocked(Number *sum, const Number *start, const Number *rows,
                                                const std::uint32_t *places, std::size_t count)
 {
-    constexpr int vectors = 8;
-    constexpr int width = vectors * lanesOf<Number>;
+    constexpr int width = heldVectors * lanesOf<Number>;
     static_assert(transformerWidth % width == 0);
     for (int first = 0; first < transformerWidth; first += width)
     {
-        vector<Number> total[vectors] = {};
-        for (int v = 0; start != nullptr && v < vectors; ++v)
+        vector<Number> total[heldVectors] = {};
+        for (int v = 0; start != nullptr && v < heldVectors; ++v)
             load(total[v], start + first + v * lanesOf<Number>);
         for (std::size_t i = 0; i < count; ++i)
         {
             const Number *row = rows + std::size_t{places[i]} * transformerWidth + first;
-            for (int v = 0; v < vectors; ++v)
+            for (int v = 0; v < heldVectors; ++v)
             {
                 vector<Number> values;
                 load(values, row + v * lanesOf<Number>);
                 total[v] += values;
             }
         }
-        for (int v = 0; v < vectors; ++v)
+        for (int v = 0; v < heldVectors; ++v)
             store(sum + first + v * lanesOf<Number>, total[v]);
     }
 }
@@ -140,7 +144,7 @@ void forwardLayer(float *sums, const float *input, const std::uint16_t *nonzero,
                   const float *biases)
 {
     // Several partial sums, to hide the latency of additions.
-    constexpr int strands = 4;
+    constexpr int strands = heldVectors / hiddenVectors;
     vector<float> totals[strands][hiddenVectors] = {};
     const auto addInput = [&](int strand, int number)
     {
@@ -205,9 +209,8 @@ void addOuterProduct(float *weightGradients, const float *input, const std::uint
 
 void backwardLayer(float *inputGradients, const float *weights, const float *gradients, int inputs)
 {
-    constexpr int manyVectors = 8;
-    if (inputs % (manyVectors * lanesOf<float>) == 0)
-        backwardBlocks<manyVectors>(inputGradients, weights, gradients, inputs);
+    if (inputs % (heldVectors * lanesOf<float>) == 0)
+        backwardBlocks<heldVectors>(inputGradients, weights, gradients, inputs);
     else
         backwardBlocks<hiddenVectors>(inputGradients, weights, gradients, inputs);
 }
