@@ -45,16 +45,15 @@ void printTotals(int count, const processTally *tallies, std::int64_t elapsed)
 {
     std::uint64_t games = 0;
     std::uint64_t positions = 0;
-    std::uint64_t newPositions = 0;
+    std::uint64_t newScores = 0;
     for (int i = 0; i < count; ++i)
     {
         games += tallies[i].games;
         positions += tallies[i].positions;
-        newPositions += tallies[i].newPositions;
+        newScores += tallies[i].newScores;
     }
     const auto milliseconds = static_cast<std::uint64_t>(std::max<std::int64_t>(elapsed, 1));
-    std::cout << games << " games, " << positions << " positions, " << newPositions * 1000 / milliseconds
-              << " positions/s\n"
+    std::cout << games << " games, " << positions << " positions, " << newScores * 1000 / milliseconds << " scores/s\n"
               << std::flush;
 }
 
@@ -105,7 +104,7 @@ void finishGame(gameProcess &process, const storedGame &game, std::size_t scored
     appendGame(process.writer, game);
     process.tally->games = process.writer.summary.games;
     process.tally->positions = process.writer.summary.positions;
-    process.tally->newPositions += scored;
+    process.tally->newScores += scored;
 }
 
 int runProcesses(const char *program, const std::string &out, int count, const std::function<void(gameProcess &)> &work)

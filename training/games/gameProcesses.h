@@ -21,7 +21,7 @@ struct alignas(64) processTally
 {
     std::atomic<std::uint64_t> games{0}; ///< in its file
     std::atomic<std::uint64_t> positions{0};
-    std::atomic<std::uint64_t> newPositions{0}; ///< scored since the start of the process
+    std::atomic<std::uint64_t> newScores{0}; ///< since the start of the process
 };
 
 /// What a child process knows.
