@@ -430,6 +430,8 @@ TEST_F(dialogue, longLines)
     EXPECT_EQ(engine.readUntil("bestmove a1a1").at(0), refused);
 }
 
+// Of searches by one thread: the thread sanitizer would only slow these two down.
+#ifndef __SANITIZE_THREAD__
 /// The output of searches of these positions to depth 10, without times and speeds.
 lines searchesOf(engineProcess &engine, const lines &positions)
 {
@@ -483,6 +485,7 @@ TEST_F(dialogue, benchIsTheSameEveryTime)
     engine.send("go depth 2");
     EXPECT_EQ(engine.readUntil("bestmove"), (lines{"info score mate 0", "bestmove a1a1"})) << "reports are back";
 }
+#endif
 
 TEST_F(dialogue, hashstatsCountsTheTable)
 {
