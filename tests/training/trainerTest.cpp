@@ -192,6 +192,35 @@ TEST_F(trainerTest, thePenaltyLowersTheShareOfNonzeroInputs)
     EXPECT_LT(shares[1], 0.9 * shares[0]);
 }
 
+// A row that is used in every other step gets twice the penalty each time.
+TEST_F(trainerTest, theL2PenaltyOfARowDoesNotDependOnItsUse)
+{
+    constexpr double penalty = 0.001;
+    const auto usesBefore = [](std::size_t row) { return row % 2 == 0 ? 99U : 49U; };
+    threadPool pool(1);
+    const workspacePointer workspace = makeWorkspace();
+    trainerModel plain = *model;
+    plain.steps = 99;
+    std::vector<std::uint32_t> &uses = plain.levelRows[1].steps;
+    for (std::size_t row = 0; row < uses.size(); ++row)
+        uses[row] = usesBefore(row);
+    trainerModel penalised = plain;
+    trainingSettings own = settings;
+    trainBatch(plain, *workspace, pool, std::span(training).first(batchSize), own);
+    own.l2Penalty = penalty;
+    trainBatch(penalised, *workspace, pool, std::span(training).first(batchSize), own);
+
+    EXPECT_EQ(penalised.levelRows[0].weights, plain.levelRows[0].weights) << "the first level has no penalty";
+    for (std::size_t row = 0; row < uses.size(); ++row)
+    {
+        const double slope = uses[row] == usesBefore(row) ? 0 : 2 * penalty * 100 / (usesBefore(row) + 1);
+        for (std::size_t i = rowOffset(row); i < rowOffset(row + 1); ++i)
+            ASSERT_NEAR(penalised.levelRows[1].means[i] - plain.levelRows[1].means[i],
+                        (1 - meanDecay) * slope * model->levelRows[1].weights[i], 1e-7)
+                << "row " << row;
+    }
+}
+
 // The trainer does not round between layers. Apart from that, each layer rounds to the nearest step.
 TEST_F(trainerTest, engineAndTrainerDifferByRoundingAlone)
 {
@@ -403,7 +432,7 @@ TEST(trainingPositions, areShownMirrored)
 
 TEST(featureLevels, shareRows)
 {
-    const std::vector<featureLevel> levels = makeLevels("base,region,mirror,free");
+    const std::vector<featureLevel> levels = makeLevels("base,region,relative,mirror,free");
     const auto rowOf = [&](std::size_t level, int king, int code, int square)
     { return levels[level].rowOf[static_cast<std::size_t>(featureIndex(white, king, code, square))]; };
     for (const featureLevel &level : levels)
@@ -415,9 +444,11 @@ TEST(featureLevels, shareRows)
     EXPECT_EQ(rowOf(1, a1, whiteRook, h8), rowOf(1, h1, whiteRook, a8)) << "region: mirrored";
     EXPECT_EQ(rowOf(1, a1, whiteRook, h8), rowOf(1, b1, whiteRook, h8)) << "region: neighbours";
     EXPECT_NE(rowOf(1, a1, whiteRook, h8), rowOf(1, d1, whiteRook, h8));
-    EXPECT_EQ(rowOf(2, a1, whiteRook, h8), rowOf(2, h1, whiteRook, a8)) << "mirror";
-    EXPECT_NE(rowOf(2, a1, whiteRook, h8), rowOf(2, b1, whiteRook, h8));
-    EXPECT_NE(rowOf(3, a1, whiteRook, h8), rowOf(3, h1, whiteRook, a8)) << "free: its own";
+    EXPECT_EQ(rowOf(2, b2, whiteRook, d5), rowOf(2, g3, whiteRook, e6)) << "relative: mirrored";
+    EXPECT_NE(rowOf(2, b2, whiteRook, d5), rowOf(2, b2, whiteRook, e5));
+    EXPECT_EQ(rowOf(3, a1, whiteRook, h8), rowOf(3, h1, whiteRook, a8)) << "mirror";
+    EXPECT_NE(rowOf(3, a1, whiteRook, h8), rowOf(3, b1, whiteRook, h8));
+    EXPECT_NE(rowOf(4, a1, whiteRook, h8), rowOf(4, h1, whiteRook, a8)) << "free: its own";
 
     EXPECT_THROW(makeLevels("base,nonsense"), std::invalid_argument);
     EXPECT_THROW(makeLevels(""), std::invalid_argument);

@@ -26,6 +26,9 @@ constexpr std::uint8_t kingRegion[8][4] = {
 };
 constexpr int regionCount = 8;
 constexpr int mirroredKings = 32;
+constexpr int highestRank = 7, highestFile = 7, highestKingFile = 3;
+constexpr int relativeRanks = 2 * highestRank + 1;
+constexpr int relativeFiles = highestKingFile + highestFile + 1;
 
 /// The parts of a feature, mirrored so that the king is on files a to d.
 struct mirroredFeature
@@ -47,6 +50,13 @@ int regionRow(int feature)
     const int region = kingRegion[7 - rankOf(parts.king)][fileOf(parts.king)];
     return (region * pieceKinds + parts.kind) * squareCount + parts.square;
 }
+int relativeRow(int feature)
+{
+    const mirroredFeature parts = mirrored(feature);
+    const int ranks = rankOf(parts.square) - rankOf(parts.king) + highestRank;
+    const int files = fileOf(parts.square) - fileOf(parts.king) + highestKingFile;
+    return (parts.kind * relativeRanks + ranks) * relativeFiles + files;
+}
 int mirrorRow(int feature)
 {
     const mirroredFeature parts = mirrored(feature);
@@ -63,6 +73,7 @@ struct knownLevel
 };
 const knownLevel knownLevels[] = {{"base", kingSquareFeatures, baseRow},
                                   {"region", regionCount *kingSquareFeatures, regionRow},
+                                  {"relative", pieceKinds *relativeRanks *relativeFiles, relativeRow},
                                   {"mirror", mirroredKings *kingSquareFeatures, mirrorRow},
                                   {"free", featureCount, freeRow}};
 

@@ -6,7 +6,8 @@
 //   base     by kind and square, for all king squares
 //   region   also by one of eight regions of the king's square; with the king on the right half the
 //            board is mirrored left to right
-//   mirror   also by the king's square, mirrored in the same way: 32 of them
+//   relative by kind and by the ranks and files between king and piece, mirrored in the same way
+//   mirror   by kind, square and the king's square, mirrored in the same way: 32 of them
 //   free     one row per feature, a small correction
 //
 // The network file holds the sums, so the engine pays nothing for it.

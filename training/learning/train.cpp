@@ -61,7 +61,7 @@ void declareOptions(CLI::App &app, trainingPlan &plan)
         app.add_flag("--resume", plan.resumes, "continue from the checkpoint if it exists")->needs(checkpoint);
     app.add_option("--from", plan.from, "start a new run from the weights of a checkpoint or network file")
         ->excludes(resume);
-    app.add_option("--levels", plan.levelNames, "first-layer rows are sums over these: base,region,mirror,free")
+    app.add_option("--levels", plan.levelNames, "first-layer rows are sums over these: base,region,relative,mirror,free")
         ->check(levelNames());
     app.add_option("--epochs", plan.epochs, "passes over the data; 0: measure only")->check(numberFrom(0, 100'000));
     app.add_option("--batch", plan.batch, "positions per step")->check(numberFrom(1, 1'000'000));
@@ -87,6 +87,9 @@ void declareOptions(CLI::App &app, trainingPlan &plan)
         ->check(share);
     app.add_option("--l1-penalty", settings.l1Penalty,
                    "error for each unit of first-layer activation, for a faster engine")
+        ->check(share);
+    app.add_option("--l2-penalty", settings.l2Penalty,
+                   "error for the square of each first-layer weight, without those of the first level")
         ->check(share);
     app.add_option("--game-share", data.gameShare,
                    "share of each game's positions that a pass trains on, chosen at random for each pass")

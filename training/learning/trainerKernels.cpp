@@ -227,10 +227,11 @@ void stepWeights(float *__restrict weights, float *__restrict means, float *__re
     constexpr float epsilon = 1e-8F;
     const float rate = step.rate;
     const float kept = 1.0F - step.decay;
+    const float penalty = step.penalty;
     const float limit = step.limit;
     for (int i = 0; i < count; ++i)
     {
-        const float slope = gradient[i] * scale;
+        const float slope = gradient[i] * scale + penalty * weights[i];
         means[i] = meanDecay * means[i] + (1.0F - meanDecay) * slope;
         squares[i] = squareDecay * squares[i] + (1.0F - squareDecay) * slope * slope;
         const float moved = weights[i] * kept - rate * means[i] / (std::sqrt(squares[i]) + epsilon);

@@ -18,6 +18,9 @@ struct trainingSettings
     /// Added to a position's error for each unit of first-layer activation: the engine is faster the
     /// fewer inputs are not 0.
     double l1Penalty = 0;
+    /// Added to the error for the square of each weight in the rows of all levels but the first: rows that
+    /// few positions use stay near 0.
+    double l2Penalty = 0;
     double freeShare = 0.5;   ///< learning rate of the free rows, as a share of the others'
     double weightDecay = 0;   ///< share of the weights, times the learning rate, that a step removes
     double averagedSteps = 0; ///< steps in the running mean of the weights

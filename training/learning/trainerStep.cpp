@@ -130,8 +130,9 @@ void stepRow(parameterArray &array, std::size_t row, const float *gradient, floa
                 array.squares.data() + row * width, gradient, scale, static_cast<int>(width), step);
 }
 
+/// A row that the batch does not use stays as it is; its L2 penalty for such steps comes with its next use.
 void stepLevel(const groupedItems &classesOfRow, parameterArray &rows, const trainerWorkspace &workspace,
-               threadPool &pool, float scale, const adamStep &step)
+               threadPool &pool, float scale, const adamStep &step, std::uint64_t stepNumber)
 {
     const std::vector<std::uint32_t> &uses = workspace.usesOfClass.first;
     pool.parallelFor(rows.steps.size(), rowChunk,
@@ -149,7 +150,9 @@ void stepLevel(const groupedItems &classesOfRow, parameterArray &rows, const tra
                              return;
                          alignas(64) float gradient[transformerWidth];
                          sumRows(gradient, workspace.rowGradients.data(), touched, count);
-                         stepRow(rows, row, gradient, scale, step);
+                         adamStep own = step;
+                         own.penalty *= static_cast<float>(stepNumber) / static_cast<float>(rows.steps[row] + 1);
+                         stepRow(rows, row, gradient, scale, own);
                      });
 }
 
@@ -221,7 +224,8 @@ double trainBatch(trainerModel &model, trainerWorkspace &workspace, threadPool &
         adamStep own = step;
         own.limit = featureLimit / static_cast<float>(model.levels.size());
         own.rate *= static_cast<float>(model.levels[i].name == "free" && i > 0 ? settings.freeShare : 1.0);
-        stepLevel(model.classes.classesOfRow[i], model.levelRows[i], workspace, pool, scale, own);
+        own.penalty = i > 0 ? static_cast<float>(2 * settings.l2Penalty) : 0;
+        stepLevel(model.classes.classesOfRow[i], model.levelRows[i], workspace, pool, scale, own, model.steps + 1);
     }
     stepDense(model, workspace, scale, step);
     if (model.steps++ % averageInterval == 0)
