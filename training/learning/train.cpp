@@ -61,7 +61,8 @@ void declareOptions(CLI::App &app, trainingPlan &plan)
         app.add_flag("--resume", plan.resumes, "continue from the checkpoint if it exists")->needs(checkpoint);
     app.add_option("--from", plan.from, "start a new run from the weights of a checkpoint or network file")
         ->excludes(resume);
-    app.add_option("--levels", plan.levelNames, "first-layer rows are sums over these: base,region,relative,mirror,free")
+    app.add_option("--levels", plan.levelNames,
+                   "first-layer rows are sums over these: base,region,relative,mirror,free")
         ->check(levelNames());
     app.add_option("--epochs", plan.epochs, "passes over the data; 0: measure only")->check(numberFrom(0, 100'000));
     app.add_option("--batch", plan.batch, "positions per step")->check(numberFrom(1, 1'000'000));
