@@ -18,6 +18,7 @@
 #include "eval/evaluate.h"
 #include "eval/network.h"
 #include "eval/networkFile.h"
+#include "learning/laneOrder.h"
 #include "learning/modelNetwork.h"
 #include "learning/networkMean.h"
 #include "learning/trainerStep.h"
@@ -172,7 +173,23 @@ TEST_F(trainerTest, noNeuronDies)
     const validationResult result = validateModel(broken, pool, validation, settings);
     EXPECT_EQ(result.layers[0].dead, after.layers[0].dead + 1);
     EXPECT_EQ(result.layers[1].saturated, after.layers[1].saturated + 1);
-    EXPECT_EQ(result.lanes.back(), 5) << "lanes by use";
+}
+
+TEST(laneOrder, putsLanesOfTheSameSamplesIntoOneChunk)
+{
+    const std::set<int> often = {2, 70, 130, 255}, seldom = {5, 64, 100, 191};
+    const auto sampleOf = [](const std::set<int> &lanes)
+    {
+        std::vector<float> activations(transformerWidth);
+        for (const int lane : lanes)
+            activations[static_cast<std::size_t>(lane)] = 0.5F;
+        return nonzeroLanes(activations.data());
+    };
+    const std::vector<laneMask> samples = {sampleOf(seldom), sampleOf(often), sampleOf(often)};
+    const std::vector<int> lanes = chunkedLanes(samples);
+    EXPECT_EQ(std::set<int>(lanes.begin(), lanes.begin() + 4), often);
+    EXPECT_EQ(std::set<int>(lanes.begin() + 4, lanes.begin() + 8), seldom);
+    EXPECT_EQ(std::set<int>(lanes.begin(), lanes.end()).size(), transformerWidth);
 }
 
 TEST_F(trainerTest, thePenaltyLowersTheShareOfNonzeroInputs)

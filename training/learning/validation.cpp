@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
-#include <numeric>
+#include <iterator>
+
+#include "learning/laneOrder.h"
 
 namespace tarvonel
 {
@@ -11,7 +13,8 @@ namespace tarvonel
 namespace
 {
 
-constexpr double fewPositions = 0.01; ///< share of them
+constexpr double fewPositions = 0.01;          ///< share of them
+constexpr std::size_t orderPositions = 10'000; ///< about as many as the lanes are ordered by
 
 /// How often each neuron of a layer was not 0, and how often at the upper end.
 template <int Width> struct neuronCounts
@@ -44,6 +47,7 @@ struct findings
     neuronCounts<transformerWidth> first;
     neuronCounts<hiddenWidth> hidden1;
     neuronCounts<hiddenWidth> hidden2;
+    std::vector<laneMask> lanes; ///< of both sides in the first positions
 };
 
 template <int Width> layerHealth healthOf(const neuronCounts<Width> &counts, std::size_t values)
@@ -83,6 +87,7 @@ validationResult validateModel(const trainerModel &model, threadPool &pool, std:
 {
     const roundedWeights rounded = roundWeights(model);
     const lineVector<std::int16_t> rows = roundAllRows(model, pool);
+    const std::size_t orderStep = positions.size() / orderPositions + 1;
     std::vector<findings> found(static_cast<std::size_t>(pool.size()));
     pool.runOnAll(
         [&](int thread)
@@ -103,8 +108,11 @@ validationResult validateModel(const trainerModel &model, threadPool &pool, std:
                 own.first.count(values.input, networkInputs);
                 own.hidden1.count(values.hidden1, hiddenWidth);
                 own.hidden2.count(values.hidden2, hiddenWidth);
+                if (i % orderStep == 0)
+                    for (int side = 0; side < colourCount; ++side)
+                        own.lanes.push_back(nonzeroLanes(values.input + side * transformerWidth));
             }
-            found[static_cast<std::size_t>(thread)] = own;
+            found[static_cast<std::size_t>(thread)] = std::move(own);
         });
     findings &total = found.front();
     for (std::size_t thread = 1; thread < found.size(); ++thread)
@@ -117,6 +125,7 @@ validationResult validateModel(const trainerModel &model, threadPool &pool, std:
         total.first.add(found[thread].first);
         total.hidden1.add(found[thread].hidden1);
         total.hidden2.add(found[thread].hidden2);
+        total.lanes.insert(total.lanes.end(), found[thread].lanes.begin(), found[thread].lanes.end());
     }
     validationResult result;
     const std::size_t count = std::max<std::size_t>(positions.size(), 1);
@@ -136,9 +145,7 @@ validationResult validateModel(const trainerModel &model, threadPool &pool, std:
     result.layers[1].atLimit = countAtLimit(model.hidden1Weight.weights, denseLimit);
     result.layers[2].atLimit = countAtLimit(model.hidden2Weight.weights, denseLimit);
     result.outputAtLimit = countAtLimit(model.outputWeight.weights, denseLimit);
-    result.lanes.resize(transformerWidth);
-    std::iota(result.lanes.begin(), result.lanes.end(), 0);
-    std::ranges::stable_sort(result.lanes, std::greater<>{}, [&](int lane) { return total.first.nonzero[lane]; });
+    result.lanes = chunkedLanes(total.lanes);
     return result;
 }
 

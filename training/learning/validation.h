@@ -39,9 +39,7 @@ struct validationResult
     phaseError byPhase[phaseGroups];
     layerHealth layers[3]; ///< transformer, first and second hidden layer
     std::size_t outputAtLimit = 0;
-    /// The first layer's lanes, the most often nonzero first. In this order lanes that are often 0 are
-    /// neighbours, and the engine skips whole chunks of them.
-    std::vector<int> lanes;
+    std::vector<int> lanes; ///< of the first layer, in the order of `chunkedLanes`
 };
 
 validationResult validateModel(const trainerModel &model, threadPool &pool, std::span<const trainingPosition> positions,
