@@ -173,6 +173,9 @@ TEST_F(trainerTest, noNeuronDies)
     const validationResult result = validateModel(broken, pool, validation, settings);
     EXPECT_EQ(result.layers[0].dead, after.layers[0].dead + 1);
     EXPECT_EQ(result.layers[1].saturated, after.layers[1].saturated + 1);
+    EXPECT_EQ(result.samples.size(), 2 * validation.size());
+    for (const laneMask &sample : result.samples)
+        ASSERT_EQ(sample[0] >> 5 & 1, 0) << "the dead lane";
 }
 
 TEST(laneOrder, putsLanesOfTheSameSamplesIntoOneChunk)

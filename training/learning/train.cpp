@@ -11,6 +11,7 @@
 
 #include "board/engineOptions.h"
 #include "eval/networkFile.h"
+#include "learning/laneOrder.h"
 #include "learning/modelNetwork.h"
 #include "learning/networkWriter.h"
 #include "learning/trainingRun.h"
@@ -228,7 +229,7 @@ void validateAndSave(trainingRun &run, const std::string &when)
         return;
     const auto weights = std::make_unique<networkWeights>();
     quantiseModel(model, *weights);
-    orderLanes(*weights, result.lanes);
+    orderLanes(*weights, chunkedLanes(result.samples));
     writeNetwork(plan.out, *weights, "trained on the engine's own games");
     if (!plan.checkpoint.empty())
         saveCheckpoint(run.model, run.progress, plan.checkpoint);

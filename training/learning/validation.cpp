@@ -6,16 +6,14 @@
 #include <iterator>
 #include <utility>
 
-#include "learning/laneOrder.h"
-
 namespace tarvonel
 {
 
 namespace
 {
 
-constexpr double fewPositions = 0.01;          ///< share of them
-constexpr std::size_t orderPositions = 10'000; ///< about as many as the lanes are ordered by
+constexpr double fewPositions = 0.01;            ///< share of them
+constexpr std::size_t sampledPositions = 10'000; ///< whose lanes are sampled, at most
 
 /// How often each neuron of a layer was not 0, and how often at the upper end.
 template <int Width> struct neuronCounts
@@ -48,7 +46,7 @@ struct findings
     neuronCounts<transformerWidth> first;
     neuronCounts<hiddenWidth> hidden1;
     neuronCounts<hiddenWidth> hidden2;
-    std::vector<laneMask> lanes; ///< of both sides in the first positions
+    std::vector<laneMask> samples;
 };
 
 template <int Width> layerHealth healthOf(const neuronCounts<Width> &counts, std::size_t values)
@@ -88,7 +86,7 @@ validationResult validateModel(const trainerModel &model, threadPool &pool, std:
 {
     const roundedWeights rounded = roundWeights(model);
     const lineVector<std::int16_t> rows = roundAllRows(model, pool);
-    const std::size_t orderStep = positions.size() / orderPositions + 1;
+    const std::size_t sampleStep = positions.size() / sampledPositions + 1;
     std::vector<findings> found(static_cast<std::size_t>(pool.size()));
     pool.runOnAll(
         [&](int thread)
@@ -109,9 +107,9 @@ validationResult validateModel(const trainerModel &model, threadPool &pool, std:
                 own.first.count(values.input, networkInputs);
                 own.hidden1.count(values.hidden1, hiddenWidth);
                 own.hidden2.count(values.hidden2, hiddenWidth);
-                if (i % orderStep == 0)
+                if (i % sampleStep == 0)
                     for (int side = 0; side < colourCount; ++side)
-                        own.lanes.push_back(nonzeroLanes(values.input + side * transformerWidth));
+                        own.samples.push_back(nonzeroLanes(values.input + side * transformerWidth));
             }
             found[static_cast<std::size_t>(thread)] = std::move(own);
         });
@@ -126,7 +124,7 @@ validationResult validateModel(const trainerModel &model, threadPool &pool, std:
         total.first.add(found[thread].first);
         total.hidden1.add(found[thread].hidden1);
         total.hidden2.add(found[thread].hidden2);
-        total.lanes.insert(total.lanes.end(), found[thread].lanes.begin(), found[thread].lanes.end());
+        total.samples.insert(total.samples.end(), found[thread].samples.begin(), found[thread].samples.end());
     }
     validationResult result;
     const std::size_t count = std::max<std::size_t>(positions.size(), 1);
@@ -146,7 +144,7 @@ validationResult validateModel(const trainerModel &model, threadPool &pool, std:
     result.layers[1].atLimit = countAtLimit(model.hidden1Weight.weights, denseLimit);
     result.layers[2].atLimit = countAtLimit(model.hidden2Weight.weights, denseLimit);
     result.outputAtLimit = countAtLimit(model.outputWeight.weights, denseLimit);
-    result.lanes = chunkedLanes(total.lanes);
+    result.samples = std::move(total.samples);
     return result;
 }
 

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "board/pieceValues.h"
+#include "learning/laneOrder.h"
 #include "learning/trainerPass.h"
 #include "platform/threadPool.h"
 
@@ -39,7 +40,7 @@ struct validationResult
     phaseError byPhase[phaseGroups];
     layerHealth layers[3]; ///< transformer, first and second hidden layer
     std::size_t outputAtLimit = 0;
-    std::vector<int> lanes; ///< of the first layer, in the order of `chunkedLanes`
+    std::vector<laneMask> samples; ///< of both sides in some thousand positions
 };
 
 validationResult validateModel(const trainerModel &model, threadPool &pool, std::span<const trainingPosition> positions,
