@@ -337,6 +337,18 @@ TEST_F(trainerTest, weightsStayWithinWhatTheFileHolds)
     }
 }
 
+TEST(stepWeights, moveNoWeightFarByGradientsNextToZero)
+{
+    constexpr int count = 64;
+    lineVector<float> weights(count, 1e-12F), means(count), squares(count), gradient(count);
+    for (int i = 0; i < count; ++i)
+        gradient[i] = 1e-16F * std::pow(10.0F, static_cast<float>(-i % 8)); // their squares are denormal or 0
+    stepWeights(weights.data(), means.data(), squares.data(), gradient.data(), 1, count,
+                {.rate = 0.001F, .decay = 0, .penalty = 0, .limit = featureLimit});
+    for (const float weight : weights)
+        EXPECT_NEAR(weight, 0, 0.0011);
+}
+
 TEST_F(trainerTest, checkpointsHoldTheWholeState)
 {
     const temporaryDirectory directory;

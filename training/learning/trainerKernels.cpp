@@ -225,6 +225,7 @@ void stepWeights(float *__restrict weights, float *__restrict means, float *__re
                  const float *__restrict gradient, float scale, int count, const adamStep &step)
 {
     constexpr float epsilon = 1e-8F;
+    constexpr float smallestSquare = 1e-30F; // fast square roots fail for denormal numbers: they give infinities
     const float rate = step.rate;
     const float kept = 1.0F - step.decay;
     const float penalty = step.penalty;
@@ -234,7 +235,7 @@ void stepWeights(float *__restrict weights, float *__restrict means, float *__re
         const float slope = gradient[i] * scale + penalty * weights[i];
         means[i] = meanDecay * means[i] + (1.0F - meanDecay) * slope;
         squares[i] = squareDecay * squares[i] + (1.0F - squareDecay) * slope * slope;
-        const float moved = weights[i] * kept - rate * means[i] / (std::sqrt(squares[i]) + epsilon);
+        const float moved = weights[i] * kept - rate * means[i] / (std::sqrt(squares[i] + smallestSquare) + epsilon);
         weights[i] = moved < -limit ? -limit : moved > limit ? limit : moved;
     }
 }
