@@ -429,6 +429,13 @@ TEST_F(trainerTest, meansPairTheLanesOfRelatives)
     relative->featureWeight[1000][lanes[7]] += 6;
     relative->hidden1Weight[3][networkInputs / 2 + lanes[9]] -= 4;
     relative->outputBias += 2;
+    // Halves go to the even neighbour: on average neither up nor down.
+    for (int feature = 2000; feature < 2020; ++feature)
+    {
+        std::int16_t &weight = expected->featureWeight[feature][5];
+        relative->featureWeight[feature][lanes[5]] += 1;
+        weight = static_cast<std::int16_t>(weight + (weight & 1));
+    }
     expected->featureWeight[1000][7] += 3;
     expected->hidden1Weight[3][networkInputs / 2 + 9] -= 2;
     expected->outputBias += 1;

@@ -51,7 +51,7 @@ void takeMean(const std::vector<std::unique_ptr<networkWeights>> &networks, cons
         std::int64_t sum = 0;
         for (const auto &network : networks)
             sum += numbersOf(*network)[i];
-        const auto mean = std::llround(static_cast<double>(sum) / static_cast<double>(networks.size()));
+        const double mean = std::nearbyint(static_cast<double>(sum) / static_cast<double>(networks.size()));
         means[i] = static_cast<std::remove_reference_t<decltype(means[i])>>(mean);
     }
 }

@@ -17,7 +17,7 @@ namespace tarvonel
 /// lane, as in networks without a common ancestor.
 std::vector<int> matchLanes(const networkWeights &reference, const networkWeights &other);
 
-/// The rounded mean of each weight, with the lanes in the first network's order and without the
+/// The mean of each weight, halves rounded to even, with the lanes in the first network's order and without the
 /// rearranged weights. Throws std::runtime_error if a network is not related to the first.
 std::unique_ptr<networkWeights> meanOfNetworks(std::vector<std::unique_ptr<networkWeights>> networks);
 
