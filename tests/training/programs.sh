@@ -45,13 +45,15 @@ train --levels base --from checkpoint --positions 1000 --epochs 1 --out other.nn
     fail "train does not start from a checkpoint"
 
 # An interrupted run goes on where it was.
-again=(rescore --net mine.nnue --share 0.1 --nodes 100 --processes 2 fresh.0 games.0)
-"${again[@]}" --out whole >log 2>&1 || fail "rescore"
-for part in 0 1; do head -c $(($(stat -c %s whole.$part) / 2)) whole.$part >part.$part; done
-"${again[@]}" --out part >log 2>&1 || fail "rescore does not go on"
-for part in 0 1; do cmp whole.$part part.$part || fail "a resumed run scores otherwise"; done
+for variation in 0 50; do
+    again=(rescore --net mine.nnue --share 0.1 --nodes 100 --variation-nodes $variation --processes 2 fresh.0 games.0)
+    "${again[@]}" --out whole$variation >log 2>&1 || fail "rescore"
+    for part in 0 1; do head -c $(($(stat -c %s whole$variation.$part) / 2)) whole$variation.$part >part.$part; done
+    "${again[@]}" --out part >log 2>&1 || fail "rescore does not go on"
+    for part in 0 1; do cmp whole$variation.$part part.$part || fail "a resumed run scores otherwise"; done
+done
 
-train --levels base --epochs 0 --from mine.nnue --out none.nnue --test whole.0 --test whole.1 >log 2>&1 ||
+train --levels base --epochs 0 --from mine.nnue --out none.nnue --test whole0.0 --test whole0.1 >log 2>&1 ||
     fail "train does not test"
 expect "^before: test error 0\.[0-9]*[1-9]"
 [[ -e none.nnue ]] && fail "a test writes a network"

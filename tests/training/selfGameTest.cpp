@@ -1,5 +1,6 @@
 // Games of the engine against itself, and which of their positions are learnt from.
 
+#include <algorithm>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -97,7 +98,7 @@ TEST_F(selfGameTest, rescoredGamesKeepTheirMovesAndHoldDeeperScoresAlone)
     selfPlayPlan shallow;
     shallow.limits = {.softNodes = 50, .hardNodes = 200};
     const storedGame game = play(shallow, 1);
-    rescorePlan plan{.share = 1, .filter = {.firstPly = 20}, .limits = {.softNodes = 500}};
+    rescorePlan plan{.share = 1, .filter = {.firstPly = 20}, .nodes = 500};
     storedGame rescored = game;
     const std::size_t scores = rescoreGame(rescored, *board, plan, random);
     EXPECT_GT(scores, 10U);
@@ -132,6 +133,37 @@ TEST_F(selfGameTest, rescoredGamesKeepTheirMovesAndHoldDeeperScoresAlone)
     rescoreGame(broken, *board, plan, random);
     for (std::size_t i = 0; i < game.moves.size(); ++i)
         EXPECT_EQ(broken.moves[i].score, i < half ? rescored.moves[i].score : unscored) << i;
+}
+
+TEST_F(selfGameTest, aVariationLeadsFromThePlayedGameToAScoredQuietPosition)
+{
+    selfPlayPlan shallow;
+    shallow.limits = {.softNodes = 50, .hardNodes = 200};
+    const storedGame game = play(shallow, 1);
+    const rescorePlan plan{.filter = {.firstPly = 20}, .nodes = 500, .variationNodes = 200};
+    std::size_t lines = 0, plies = 0;
+    for (int i = 0; i < 20; ++i)
+    {
+        const storedGame line = scoreVariation(game, *board, plan, random);
+        if (line.moves.empty())
+            continue;
+        EXPECT_GE(line.earlierPlies, 20);
+        ASSERT_EQ(unpackStart(game.start, *board), "");
+        for (int ply = game.earlierPlies; ply < line.earlierPlies; ++ply)
+            playGameMove(board->position, unpackMove(game.moves[ply - game.earlierPlies].move));
+        EXPECT_TRUE(std::ranges::equal(packStart(board->position).board, line.start.board));
+        for (const storedMove &stored : line.moves)
+        {
+            const moveCode move = unpackMove(stored.move);
+            ASSERT_TRUE(isLegal(*board, move));
+            EXPECT_EQ(&stored == &line.moves.back(), isSuitable(board->position, move, stored.score, plan.filter));
+            playGameMove(board->position, move);
+        }
+        ++lines;
+        plies += line.moves.size() - 1;
+    }
+    EXPECT_GT(lines, 4U);
+    EXPECT_GT(plies, lines);
 }
 
 TEST_F(selfGameTest, middlegameNodesReplaceBothLimits)

@@ -40,15 +40,19 @@ void declareOptions(CLI::App &app, processPlan &plan)
         ->check(numberFrom(0, 10'000));
     app.add_option("--processes", plan.processes, "processes")->check(numberFrom(1, mostProcesses));
     app.add_option("--net", plan.net, "the network");
-    app.add_option("--nodes", plan.game.limits.softNodes,
+    app.add_option("--nodes", plan.game.nodes,
                    "nodes after which no further iteration starts; a search is cut off after six times as many")
         ->check(numberFrom(1, 1e9));
+    app.add_option("--variation-nodes", plan.game.variationNodes,
+                   "score the end of the principal variation that a search with so many nodes finds, from one "
+                   "position of each game; 0 for the positions of the games")
+        ->check(numberFrom(0, 1e9));
     app.add_option("--hash", plan.hashMegabytes, "transposition table of each process, MiB")
         ->check(numberFrom(1, 4096));
     app.add_option("--seed", plan.seed, "seed of the choice of positions")->check(numberFrom(0, 1e9));
 }
 
-/// Each process takes every n-th game. Its file holds one for each that it has finished, so a resumed
+/// Each process takes every n-th game. Its file holds one game for each that it has finished, so a resumed
 /// run goes on where it was.
 void rescoreGames(const processPlan &plan, gameProcess &process)
 {
@@ -68,8 +72,16 @@ void rescoreGames(const processPlan &plan, gameProcess &process)
                 continue;
             std::seed_seq seed{plan.seed, number};
             randomSource random(seed);
-            const std::size_t scored = rescoreGame(game, *board, plan.game, random);
-            finishGame(process, game, scored);
+            if (plan.game.variationNodes != 0)
+            {
+                const storedGame line = scoreVariation(game, *board, plan.game, random);
+                finishGame(process, line, line.moves.empty() ? 0 : 1);
+            }
+            else
+            {
+                const std::size_t scored = rescoreGame(game, *board, plan.game, random);
+                finishGame(process, game, scored);
+            }
             next += processes;
         }
         closeGames(reader);

@@ -7,11 +7,41 @@
 namespace tarvonel
 {
 
+namespace
+{
+
+constexpr std::uint64_t quietTestNodes = 40;
+
+searchLimitValues limitsOf(std::uint64_t softNodes)
+{
+    return {.softNodes = softNodes, .hardNodes = hardPerSoft * softNodes};
+}
+
+/// Numbers of the moves before which the positions of the game are suitable, up to an illegal move.
+std::vector<std::size_t> suitableMoves(const storedGame &game, posWithMoves &board, const positionFilter &filter)
+{
+    std::vector<std::size_t> numbers;
+    if (!unpackStart(game.start, board).empty())
+        return numbers;
+    for (std::size_t i = 0; i < game.moves.size(); ++i)
+    {
+        const moveCode move = unpackMove(game.moves[i].move);
+        if (!isLegal(board, move))
+            break;
+        if (game.earlierPlies + static_cast<int>(i) >= filter.firstPly &&
+            isSuitable(board.position, move, game.moves[i].score, filter))
+            numbers.push_back(i);
+        playGameMove(board.position, move);
+    }
+    return numbers;
+}
+
+} // namespace
+
 std::size_t rescoreGame(storedGame &game, posWithMoves &board, const rescorePlan &plan, randomSource &random)
 {
     std::bernoulli_distribution isChosen(plan.share);
-    searchLimitValues limits = plan.limits;
-    limits.hardNodes = hardPerSoft * limits.softNodes;
+    const searchLimitValues limits = limitsOf(plan.nodes);
     std::size_t rescored = 0;
     bool isSound = unpackStart(game.start, board).empty();
     forgetSearches();
@@ -37,6 +67,38 @@ std::size_t rescoreGame(storedGame &game, posWithMoves &board, const rescorePlan
         playGameMove(board.position, move);
     }
     return rescored;
+}
+
+storedGame scoreVariation(const storedGame &game, posWithMoves &board, const rescorePlan &plan, randomSource &random)
+{
+    storedGame line;
+    const std::vector<std::size_t> numbers = suitableMoves(game, board, plan.filter);
+    if (numbers.empty())
+        return line;
+    const std::size_t chosen = numbers[std::uniform_int_distribution<std::size_t>(0, numbers.size() - 1)(random)];
+    unpackStart(game.start, board);
+    for (std::size_t i = 0; i < chosen; ++i)
+        playGameMove(board.position, unpackMove(game.moves[i].move));
+
+    line.start = packStart(board.position);
+    line.earlierPlies = game.earlierPlies + static_cast<int>(chosen);
+    line.whitePoints = game.whitePoints;
+    forgetSearches();
+    for (const moveCode move : principalVariation(board.position, limitsOf(plan.variationNodes)))
+    {
+        line.moves.push_back({packMove(move), unscored});
+        playGameMove(board.position, move);
+    }
+    const auto findsItSuitable = [&](const searchResult &result)
+    { return result.best != noMove && isSuitable(board.position, result.best, result.score, plan.filter); };
+    searchResult last = runSearch(board.position, limitsOf(quietTestNodes)); // saves most of the vain deeper searches
+    if (findsItSuitable(last))
+        last = runSearch(board.position, limitsOf(plan.nodes));
+    if (findsItSuitable(last))
+        line.moves.push_back({packMove(last.best), static_cast<std::int16_t>(last.score)});
+    else
+        line.moves.clear();
+    return line;
 }
 
 } // namespace tarvonel

@@ -44,6 +44,19 @@ quietValue quiescenceValue(const pos &root)
     return {quiescence(0, 0, -infiniteScore, infiniteScore, board.position), standPat};
 }
 
+std::vector<moveCode> principalVariation(const pos &root, const searchLimitValues &limits)
+{
+    const searchResult result = runSearch(root, limits);
+    std::vector<moveCode> moves;
+    if (result.depth == 0)
+        return moves;
+    pos &position = theBoss().position;
+    walkPrincipalVariation(position, result.depth);
+    for (int ply = 0; ply <= position.pvLast; ++ply)
+        moves.push_back(position.info[ply].pvMove & moveIdentityMask);
+    return moves;
+}
+
 moveCode sampledMove(const pos &root, const std::vector<moveCode> &moves, int tries, randomSource &random)
 {
     searchBoard &board = theBoss();

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "movegen/gameRules.h"
+#include "search/searchLimits.h"
 #include "uci/randomOpening.h"
 
 namespace tarvonel
@@ -22,6 +23,9 @@ struct quietValue
     int standPat;
 };
 quietValue quiescenceValue(const pos &root);
+
+/// Searches `root` and returns the principal variation; empty if no iteration was finished.
+std::vector<moveCode> principalVariation(const pos &root, const searchLimitValues &limits);
 
 /// The best, by the quiescence value after it, of all captures and `tries` random legal moves.
 moveCode sampledMove(const pos &root, const std::vector<moveCode> &moves, int tries, randomSource &random);

@@ -60,7 +60,7 @@ void declareOptions(CLI::App &app, processPlan &plan)
            "--rescore-share", plan.rescoring.share,
            "search this share of a game's suitable positions again and leave all others without a score; 0: off")
         ->check(numberFrom(0, 1));
-    app.add_option("--rescore-nodes", plan.rescoring.limits.softNodes,
+    app.add_option("--rescore-nodes", plan.rescoring.nodes,
                    "soft nodes of these searches; they are cut off after six times as many")
         ->check(numberFrom(1, 1e9));
     app.add_option("--hash", plan.hashMegabytes, "transposition table of each process, MiB")
