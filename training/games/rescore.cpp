@@ -44,8 +44,8 @@ void declareOptions(CLI::App &app, processPlan &plan)
                    "nodes after which no further iteration starts; a search is cut off after six times as many")
         ->check(numberFrom(1, 1e9));
     app.add_option("--variation-nodes", plan.game.variationNodes,
-                   "score the end of the principal variation that a search with so many nodes finds, from one "
-                   "position of each game; 0 for the positions of the games")
+                   "score the end of the principal variation of a search with this soft limit, from one position "
+                   "of each game; 0: score the positions of the games")
         ->check(numberFrom(0, 1e9));
     app.add_option("--hash", plan.hashMegabytes, "transposition table of each process, MiB")
         ->check(numberFrom(1, 4096));

@@ -91,7 +91,7 @@ storedGame scoreVariation(const storedGame &game, posWithMoves &board, const res
     }
     const auto findsItSuitable = [&](const searchResult &result)
     { return result.best != noMove && isSuitable(board.position, result.best, result.score, plan.filter); };
-    searchResult last = runSearch(board.position, limitsOf(quietTestNodes)); // saves most of the vain deeper searches
+    searchResult last = runSearch(board.position, limitsOf(quietTestNodes)); // rules out most noisy ones
     if (findsItSuitable(last))
         last = runSearch(board.position, limitsOf(plan.nodes));
     if (findsItSuitable(last))
