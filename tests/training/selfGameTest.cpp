@@ -183,6 +183,36 @@ TEST_F(selfGameTest, middlegameNodesReplaceBothLimits)
     }
 }
 
+TEST_F(selfGameTest, onlySuitablePositionsGetAllNodes)
+{
+    selfPlayPlan shallow;
+    shallow.limits = {.softNodes = 50, .hardNodes = 200};
+    shallow.openingLimit = 32000;
+    shallow.longestGame = 1; // one move after the opening
+    selfPlayPlan mixed = shallow;
+    mixed.limits = {.softNodes = 1000, .hardNodes = 4000};
+    mixed.unsuitableNodes = 50;
+    int suitable = 0, changed = 0;
+    for (std::uint64_t seed = 1; seed <= 80; ++seed)
+    {
+        const bool isOpening = seed % 2 == 0;
+        shallow.opening.fewestPlies = mixed.opening.fewestPlies = isOpening ? 8 : 20;
+        const storedGame game = play(shallow, seed);
+        const storedMove first = game.moves[0];
+        const int newScore = play(mixed, seed).moves[0].score;
+        ASSERT_EQ(unpackStart(game.start, *board), "");
+        if (isOpening || !isSuitable(board->position, unpackMove(first.move), first.score, {}))
+        {
+            EXPECT_EQ(newScore, first.score) << seed;
+            continue;
+        }
+        ++suitable;
+        changed += newScore != first.score ? 1 : 0;
+    }
+    EXPECT_GT(suitable, 5);
+    EXPECT_GT(changed, suitable / 2);
+}
+
 TEST_F(selfGameTest, gamesGoToTheSideThatLeadsOrMates)
 {
     const struct

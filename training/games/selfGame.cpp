@@ -5,6 +5,7 @@
 
 #include "board/makeMove.h"
 #include "board/pieceValues.h"
+#include "games/positionFilter.h"
 #include "games/selfSearch.h"
 #include "games/unevenStarts.h"
 #include "search/worker.h"
@@ -27,6 +28,8 @@ constexpr int fewPiecesStreak = 8;
 constexpr int unevenStartPly = 40; ///< of the game that a start from unevenStarts counts as
 constexpr int unevenLimit = 900;   ///< centipawns; starts scored beyond are decided
 constexpr int middlegamePhase = 12;
+
+constexpr positionFilter trainedOn = {.firstPly = 12};
 
 /// No pawns, and at most one minor piece on each side: mates exist but cannot be forced.
 bool isBareMinorEnding(const pos &position)
@@ -59,16 +62,28 @@ searchResult quickMove(posWithMoves &board, const std::vector<moveCode> &moves, 
     return chosen;
 }
 
-searchLimitValues limitsAt(const pos &position, const selfPlayPlan &plan)
+/// The plan's limits with another soft limit, the hard one in proportion.
+searchLimitValues limitsFor(int softNodes, const selfPlayPlan &plan)
 {
     searchLimitValues limits = plan.limits;
-    if (plan.middlegameNodes != 0 && position.phase >= middlegamePhase && limits.softNodes != 0)
-    {
-        const auto nodes = static_cast<std::uint64_t>(plan.middlegameNodes);
-        limits.hardNodes = limits.hardNodes * nodes / limits.softNodes;
-        limits.softNodes = nodes;
-    }
+    const auto nodes = static_cast<std::uint64_t>(softNodes);
+    limits.hardNodes = limits.hardNodes * nodes / limits.softNodes;
+    limits.softNodes = nodes;
     return limits;
+}
+
+/// With `unsuitableNodes` a first search of so many nodes shows whether the position is trained on and
+/// so worth a full one, which finds the first in the transposition table.
+searchResult searchedMove(const pos &position, const selfPlayPlan &plan, int ply)
+{
+    if (plan.unsuitableNodes != 0)
+    {
+        const searchResult first = runSearch(position, limitsFor(plan.unsuitableNodes, plan));
+        if (ply < trainedOn.firstPly || !isSuitable(position, first.best, first.score, trainedOn))
+            return first;
+    }
+    const bool isMiddlegame = plan.middlegameNodes != 0 && position.phase >= middlegamePhase;
+    return runSearch(position, isMiddlegame ? limitsFor(plan.middlegameNodes, plan) : plan.limits);
 }
 
 } // namespace
@@ -119,8 +134,8 @@ std::optional<storedGame> playSelfGame(posWithMoves &board, const selfPlayPlan &
             game.whitePoints = end != gameEnd::checkmate ? 1 : side == white ? 0 : 2;
             return game;
         }
-        const searchResult chosen = plan.quick ? quickMove(board, moves, plan, random)
-                                               : runSearch(board.position, limitsAt(board.position, plan));
+        const searchResult chosen =
+            plan.quick ? quickMove(board, moves, plan, random) : searchedMove(board.position, plan, ply);
         if (game.moves.empty() && chosen.score != unscored && std::abs(chosen.score) > openingLimit)
             return std::nullopt;
         game.moves.push_back({packMove(chosen.best), static_cast<std::int16_t>(chosen.score)});

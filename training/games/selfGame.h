@@ -16,6 +16,7 @@ struct selfPlayPlan
     double unevenShare = 0; ///< of games that start from an ending or an imbalance (games/unevenStarts.h)
     searchLimitValues limits = {.softNodes = 1500, .hardNodes = 10000}; ///< per move
     int middlegameNodes = 0;          ///< soft limit while the phase is at least 12; 0 for that of `limits`
+    int unsuitableNodes = 0;          ///< soft limit in positions that are not trained on; 0 for that of `limits`
     bool quick = false;               ///< no search: sampled moves, quiet positions scored by quiescence
     int tries = 4;                    ///< random moves that a quick choice compares
     int openingLimit = widestOpening; ///< centipawns; openings scored beyond are discarded

@@ -56,6 +56,10 @@ void declareOptions(CLI::App &app, processPlan &plan)
     app.add_option("--middlegame-nodes", game.middlegameNodes,
                    "soft nodes while the phase is 12 to 24, with the hard limit in proportion; 0: as --soft-nodes")
         ->check(numberFrom(0, 1e9));
+    app.add_option("--unsuitable-nodes", game.unsuitableNodes,
+                   "soft nodes in positions that train leaves out: in check, in the opening, unbalanced, or with a "
+                   "capture as the best move; 0: as --soft-nodes")
+        ->check(numberFrom(0, 1e9));
     app.add_option(
            "--rescore-share", plan.rescoring.share,
            "search this share of a game's suitable positions again and leave all others without a score; 0: off")

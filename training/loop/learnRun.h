@@ -30,7 +30,8 @@ struct learnPlan
     int cores = 1;
     std::int64_t seed = 1;
     bool playsNot = false;
-    std::string playWords = "--hash 2 --soft-nodes 150 --hard-nodes 1200 --rescore-share 0.15 --rescore-nodes 1500";
+    std::string playWords =
+        "--hash 2 --soft-nodes 170 --hard-nodes 1200 --unsuitable-nodes 20 --rescore-share 0.15 --rescore-nodes 1500";
     std::string trainWords =
         "--levels base,region,mirror --epochs 1 --batch 1024 --learning-rate 0.00005 --final-learning-rate 0.00001 "
         "--warm-up 100 --weight-decay 0.01 --first-ply 12";
