@@ -72,8 +72,8 @@ searchLimitValues limitsFor(int softNodes, const selfPlayPlan &plan)
     return limits;
 }
 
-/// With `unsuitableNodes` a first search of so many nodes shows whether the position is trained on and
-/// so worth a full one, which finds the first in the transposition table.
+/// With `unsuitableNodes`, a small search first decides whether the position will be trained on. Only
+/// then does the full search follow, helped by the transposition table.
 searchResult searchedMove(const pos &position, const selfPlayPlan &plan, int ply)
 {
     if (plan.unsuitableNodes != 0)
