@@ -337,7 +337,7 @@ TEST_F(trainerTest, weightsStayWithinWhatTheFileHolds)
     }
 }
 
-TEST(stepWeights, moveNoWeightFarByGradientsNextToZero)
+TEST(stepWeights, areSmallForSmallGradients)
 {
     constexpr int count = 64;
     lineVector<float> weights(count, 1e-12F), means(count), squares(count), gradient(count);
@@ -347,6 +347,10 @@ TEST(stepWeights, moveNoWeightFarByGradientsNextToZero)
                 {.rate = 0.001F, .decay = 0, .penalty = 0, .limit = featureLimit});
     for (const float weight : weights)
         EXPECT_NEAR(weight, 0, 0.0011);
+
+    float rare = 0, mean = 0, square = 0, small = 1e-5F; // far below the epsilon: a step in proportion to the mean
+    stepWeights(&rare, &mean, &square, &small, 1, 1, {.rate = 1, .limit = featureLimit, .epsilon = 0.01F});
+    EXPECT_NEAR(rare, -(1 - meanDecay) * small / 0.01F, 1e-6);
 }
 
 TEST_F(trainerTest, checkpointsHoldTheWholeState)

@@ -75,6 +75,9 @@ void declareOptions(CLI::App &app, trainingPlan &plan)
     app.add_option("--weight-decay", settings.weightDecay,
                    "share of the weights, times the learning rate, that each step removes")
         ->check(numberFrom(0, 100));
+    app.add_option("--epsilon", settings.epsilon,
+                   "added to the root mean square gradient that divides each step; large values slow rare rows")
+        ->check(share);
     app.add_option("--average", settings.averagedSteps,
                    "write and validate the mean of the weights over about this many last steps; 0: the last ones")
         ->check(numberFrom(0, 1e9));

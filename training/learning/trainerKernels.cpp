@@ -224,12 +224,12 @@ void moveAverages(float *__restrict averages, const float *__restrict weights, f
 void stepWeights(float *__restrict weights, float *__restrict means, float *__restrict squares,
                  const float *__restrict gradient, float scale, int count, const adamStep &step)
 {
-    constexpr float epsilon = 1e-8F;
     constexpr float smallestSquare = 1e-30F; // fast square roots fail for denormal numbers: they give infinities
     const float rate = step.rate;
     const float kept = 1.0F - step.decay;
     const float penalty = step.penalty;
     const float limit = step.limit;
+    const float epsilon = step.epsilon;
     for (int i = 0; i < count; ++i)
     {
         const float slope = gradient[i] * scale + penalty * weights[i];

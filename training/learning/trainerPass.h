@@ -21,8 +21,11 @@ struct trainingSettings
     /// Added to the error for the square of each weight in the rows of all levels but the first: rows that
     /// few positions use stay near 0.
     double l2Penalty = 0;
-    double freeShare = 0.5;   ///< learning rate of the free rows, as a share of the others'
-    double weightDecay = 0;   ///< share of the weights, times the learning rate, that a step removes
+    double freeShare = 0.5; ///< learning rate of the free rows, as a share of the others'
+    double weightDecay = 0; ///< share of the weights, times the learning rate, that a step removes
+    /// Added to the root mean square gradient that divides a step (Adam): rows that few positions use have
+    /// small gradients, so a large value slows them.
+    double epsilon = 1e-8;
     double averagedSteps = 0; ///< steps in the running mean of the weights
 };
 

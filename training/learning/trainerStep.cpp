@@ -219,6 +219,7 @@ double trainBatch(trainerModel &model, trainerWorkspace &workspace, threadPool &
     adamStep step;
     step.rate = static_cast<float>(settings.learningRate);
     step.decay = static_cast<float>(settings.learningRate * settings.weightDecay);
+    step.epsilon = static_cast<float>(settings.epsilon);
     for (std::size_t i = 0; i < model.levels.size(); ++i)
     {
         adamStep own = step;
