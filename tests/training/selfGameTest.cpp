@@ -164,6 +164,7 @@ TEST_F(selfGameTest, aVariationLeadsFromThePlayedGameToAScoredQuietPosition)
     }
     EXPECT_GT(lines, 4U);
     EXPECT_GT(plies, lines);
+    EXPECT_EQ(unpackStart(scoreVariation(game, *board, {.filter = {.firstPly = 10'000}}, random).start, *board), "");
 }
 
 TEST_F(selfGameTest, middlegameNodesReplaceBothLimits)

@@ -71,7 +71,8 @@ std::size_t rescoreGame(storedGame &game, posWithMoves &board, const rescorePlan
 
 storedGame scoreVariation(const storedGame &game, posWithMoves &board, const rescorePlan &plan, randomSource &random)
 {
-    storedGame line;
+    storedGame line = game;
+    line.moves.clear();
     const std::vector<std::size_t> numbers = suitableMoves(game, board, plan.filter);
     if (numbers.empty())
         return line;
@@ -81,8 +82,7 @@ storedGame scoreVariation(const storedGame &game, posWithMoves &board, const res
         playGameMove(board.position, unpackMove(game.moves[i].move));
 
     line.start = packStart(board.position);
-    line.earlierPlies = game.earlierPlies + static_cast<int>(chosen);
-    line.whitePoints = game.whitePoints;
+    line.earlierPlies += static_cast<int>(chosen);
     forgetSearches();
     for (const moveCode move : principalVariation(board.position, limitsOf(plan.variationNodes)))
     {
