@@ -344,7 +344,7 @@ TEST(stepWeights, areSmallForSmallGradients)
     for (int i = 0; i < count; ++i)
         gradient[i] = 1e-16F * std::pow(10.0F, static_cast<float>(-i % 8)); // their squares are denormal or 0
     stepWeights(weights.data(), means.data(), squares.data(), gradient.data(), 1, count,
-                {.rate = 0.001F, .decay = 0, .penalty = 0, .limit = featureLimit});
+                {.rate = 0.001F, .limit = featureLimit, .epsilon = 1e-8F});
     for (const float weight : weights)
         EXPECT_NEAR(weight, 0, 0.0011);
 

@@ -62,11 +62,11 @@ void moveAverages(float *averages, const float *weights, float share, int count)
 /// Parameters of one step of Adam with decoupled weight decay (AdamW).
 struct adamStep
 {
-    float rate = 0;        ///< learning rate, bias correction included
-    float decay = 0;       ///< share of each weight that is removed
-    float penalty = 0;     ///< added to the gradient for each unit of a weight
-    float limit = 0;       ///< weights are clamped to plus and minus this
-    float epsilon = 1e-8F; ///< added to the root mean square gradient that divides the step
+    float rate = 0;    ///< learning rate, bias correction included
+    float decay = 0;   ///< share of each weight that is removed
+    float penalty = 0; ///< added to the gradient for each unit of a weight
+    float limit = 0;   ///< weights are clamped to plus and minus this
+    float epsilon = 0; ///< added to the root mean square gradient that divides the step
 };
 inline constexpr float meanDecay = 0.9F; ///< per step
 inline constexpr float squareDecay = 0.999F;
