@@ -45,7 +45,7 @@ double eloOfScore(double score)
 {
     if (score <= 0)
         return -std::numeric_limits<double>::infinity();
-    return score >= 1 ? std::numeric_limits<double>::infinity() : -eloScale * std::log10(1 / score - 1);
+    return score >= 1 ? std::numeric_limits<double>::infinity() : eloScale * std::log10(score / (1 - score));
 }
 
 } // namespace
